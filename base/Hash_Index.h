@@ -1,0 +1,309 @@
+// Where the keys of a large Hash_Table lie, and which of its cells are taken.
+//
+// The cells of a table are ordered by linear probing. Beside them stands one
+// block without pointers, so that a lookup reads next to none of them:
+//
+//     Head
+//     tags[m + 64]   for each cell 0, or 8 bits of the hash; the first 64 again
+//                    at the end. A look at 16 cells is one comparison, and nearly
+//                    all keys lie within 64 cells from home
+//
+// Linear probing promises nothing about speed: hashes that cluster (texts that
+// end alike, addresses of large objects) make runs of taken cells as long as the
+// table. So, when the first key comes to lie farther, the block goes on:
+//
+//     taken[m/64]    for each cell a bit, then for each full word a bit, and so
+//                    on, 64 to 1, up to one word: finds the end of any run in
+//                    as many steps as there are levels
+//     entries[m]     the far keys alone: open addressing by a mix of all 32 bits
+//                    of the hash, at most half full; an entry is a cell number
+//                    and what bits of the mix have room beside it, 0 is empty
+//
+// The modulus m is a power of two. This class never sees a key: functions of its
+// user compare keys (`is_it(cell)`) and hash them (`hash_of(cell)`).
+#ifndef BASE_HASH_INDEX_H
+#define BASE_HASH_INDEX_H
+
+#include <algorithm>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+// 16 tags at a time: which of them equal a value, as 16 bits.
+#if defined(__SSE2__)
+class Hash_Tag_Group {
+public:
+    explicit Hash_Tag_Group(const std::uint8_t* tags)
+        : tags_(_mm_loadu_si128(reinterpret_cast<const __m128i*>(tags))) {}
+    unsigned int equal(std::uint8_t tag) const {
+        // A byte alone would go by way of memory, and wait there.
+        const __m128i wanted = _mm_set1_epi32(static_cast<int>(tag * 0x01010101u));
+        return static_cast<unsigned int>(_mm_movemask_epi8(_mm_cmpeq_epi8(tags_, wanted)));
+    }
+
+private:
+    __m128i tags_;
+};
+#else
+class Hash_Tag_Group {
+public:
+    explicit Hash_Tag_Group(const std::uint8_t* tags) : tags_(tags) {}
+    unsigned int equal(std::uint8_t tag) const {
+        unsigned int bits = 0;
+        for (int i = 0; i < 16; ++i) bits |= static_cast<unsigned int>(tags_[i] == tag) << i;
+        return bits;
+    }
+
+private:
+    const std::uint8_t* tags_;
+};
+#endif
+
+class Hash_Index {
+public:
+    // Below this many cells a table does without.
+    static constexpr int least_modulus = 64;
+    // Entries must name any cell, plus 1, in 31 bits.
+    static constexpr int greatest_modulus = 1 << 30;
+    static constexpr int absent = -1;
+
+    bool is_used() const { return block_ != nullptr; }
+
+    // Begins anew, with cells 0 .. modulus - 1 free. The old block is dropped.
+    // Memory: GCAtomic.
+    void make(int modulus);
+    // Gives the block back; the index is unused from now on.
+    void release();
+    // Frees all cells.
+    void clear();
+
+    // The cell of the key with this hash for which is_it is true, or `absent`.
+    // Order: that in which linear probing comes by; is_it is asked for few keys
+    // of other hashes, and for all of this one.
+    // Requires: no free cell between a key and its home.
+    template<class Is_It>
+    int find(unsigned int hash, Is_It is_it) const;
+
+    // Takes the first free cell at or after hash mod m, past the last one from
+    // cell 0. The key should stand there before the next call.
+    // Requires: a free cell.
+    template<class Hash_Of>
+    int take(unsigned int hash, Hash_Of hash_of);
+
+    // The first taken cell from `from` on; the modulus if there is none.
+    int next_taken(int from) const;
+
+    // No key lies farther behind its home cell.
+    int reach() const { return static_cast<int>(block_->reach); }
+
+    // Removal: forget the key, move others up to close the run, free the cell
+    // that is left. Forgetting and moving answer false if the key seems to have
+    // been taken in under another hash; enter all anew at the end.
+    template<class Hash_Of>
+    bool forget(unsigned int hash, int cell, Hash_Of hash_of);
+    template<class Hash_Of>
+    bool move(unsigned int hash, int from, int to, Hash_Of hash_of);
+    void free_cell(int cell);
+    template<class Hash_Of>
+    void enter_all(Hash_Of hash_of);
+
+private:
+    static constexpr unsigned int group_ = 16; // cells seen at a time
+    static constexpr unsigned int far_ = 64;   // as many as a mask has bits
+    static constexpr unsigned int word_bits_ = 64;
+
+    struct Head {
+        unsigned int mask;      // modulus - 1
+        int bits;               // log2 of the modulus
+        unsigned int reach;     // no key lies farther from home
+        std::uint32_t* entries; // in this block; null while no key lies far
+    };
+
+    unsigned int modulus() const { return block_->mask + 1; }
+    unsigned int next(unsigned int slot) const { return (slot + 1) & block_->mask; }
+    std::uint8_t* tags() const { return reinterpret_cast<std::uint8_t*>(block_ + 1); }
+    std::uint64_t* taken() const {
+        return reinterpret_cast<std::uint64_t*>(tags() + modulus() + far_);
+    }
+
+    static std::uint8_t tag(unsigned int hash);
+    template<unsigned int cells>
+    std::uint64_t equal_from(unsigned int home, std::uint8_t tag) const;
+    void set_tag(int cell, std::uint8_t tag);
+    unsigned int near_free(unsigned int home) const;
+    bool is_far(unsigned int hash, int cell) const;
+
+    // Entries by mixed hash. Like mixes cancel out of an entry, and leave a cell
+    // number plus 1.
+    static std::uint32_t mix(std::uint32_t hash);
+    unsigned int first_slot(std::uint32_t mixed) const { return mixed >> (32 - block_->bits); }
+    std::uint32_t upper_bits(std::uint32_t mixed) const { return mixed << (block_->bits + 1); }
+    int cell_of(std::uint32_t entry) const;
+    template<class Is_It>
+    int find_far(unsigned int hash, Is_It is_it) const;
+    unsigned int slot_of(unsigned int hash, int cell) const;
+    void enter(unsigned int hash, int cell);
+    template<class Hash_Of>
+    void erase(unsigned int slot, Hash_Of hash_of);
+    void make_entries();
+    template<class Hash_Of>
+    unsigned int far_free(unsigned int home, Hash_Of hash_of);
+    bool rename(unsigned int hash, int from, int to);
+
+    int next_free(int home) const;
+    void mark_taken(int cell);
+    void mark_free(int cell);
+
+    Head* block_ = nullptr;
+};
+
+// 2^32 over the golden ratio, to the next prime: each bit of the hash reaches
+// the high bits of the product.
+inline std::uint8_t Hash_Index::tag(unsigned int hash) {
+    const unsigned int high = (hash * 0x9E3779B1u) >> 24;
+    return static_cast<std::uint8_t>(high + (high == 0));
+}
+
+// Which of the cells from `home` on have this tag. No branches: how far a key
+// lies from home is anybody's guess.
+template<unsigned int cells>
+inline std::uint64_t Hash_Index::equal_from(unsigned int home, std::uint8_t tag) const {
+    std::uint64_t bits = 0;
+    for (unsigned int i = 0; i < cells; i += group_) {
+        bits |= static_cast<std::uint64_t>(Hash_Tag_Group(tags() + home + i).equal(tag)) << i;
+    }
+    return bits;
+}
+
+template<class Is_It>
+inline int Hash_Index::find(unsigned int hash, Is_It is_it) const {
+    const unsigned int home = hash & block_->mask;
+    std::uint64_t like = block_->reach < group_ ? equal_from<group_>(home, tag(hash))
+                                                : equal_from<far_>(home, tag(hash));
+    for (; like != 0; like &= like - 1) {
+        const auto i = static_cast<unsigned int>(std::countr_zero(like));
+        const int cell = static_cast<int>((home + i) & block_->mask);
+        if (is_it(cell)) return cell;
+    }
+    return block_->entries && near_free(home) == far_ ? find_far(hash, is_it) : absent;
+}
+
+// The tags behind the last cell repeat the first ones, which are too late.
+inline int Hash_Index::next_taken(int from) const {
+    auto cell = static_cast<unsigned int>(from);
+    for (; cell < modulus(); cell += group_) {
+        const unsigned int taken = Hash_Tag_Group(tags() + cell).equal(0) ^ 0xFFFF;
+        if (taken == 0) continue;
+        cell += static_cast<unsigned int>(std::countr_zero(taken));
+        break;
+    }
+    return static_cast<int>(std::min(cell, modulus()));
+}
+
+template<class Is_It>
+int Hash_Index::find_far(unsigned int hash, Is_It is_it) const {
+    const std::uint32_t mixed = mix(hash);
+    const std::uint32_t upper = upper_bits(mixed);
+    const unsigned int all_cells = modulus();
+    for (unsigned int slot = first_slot(mixed);; slot = next(slot)) {
+        const std::uint32_t entry = block_->entries[slot];
+        if (entry == 0) return absent;
+        const std::uint32_t cell = (entry ^ upper) - 1;
+        if (cell >= all_cells || tags()[cell] == 0) continue;
+        if (is_it(static_cast<int>(cell))) return static_cast<int>(cell);
+    }
+}
+
+// The distance to the first free cell, or far_ if it is at least that.
+inline unsigned int Hash_Index::near_free(unsigned int home) const {
+    for (unsigned int distance = 0; distance < far_; distance += group_) {
+        const unsigned int free = Hash_Tag_Group(tags() + home + distance).equal(0);
+        if (free != 0) return distance + static_cast<unsigned int>(std::countr_zero(free));
+    }
+    return far_;
+}
+
+inline void Hash_Index::set_tag(int cell, std::uint8_t tag) {
+    const auto at = static_cast<unsigned int>(cell);
+    tags()[at] = tag;
+    tags()[((at - far_) & block_->mask) + far_] = tag; // the same cell, but for the first 64
+}
+
+inline bool Hash_Index::is_far(unsigned int hash, int cell) const {
+    return ((static_cast<unsigned int>(cell) - hash) & block_->mask) >= far_;
+}
+
+template<class Hash_Of>
+inline int Hash_Index::take(unsigned int hash, Hash_Of hash_of) {
+    const unsigned int home = hash & block_->mask;
+    unsigned int distance = near_free(home);
+    if (distance == far_) distance = far_free(home, hash_of);
+    const auto cell = static_cast<int>((home + distance) & block_->mask);
+    if (distance > block_->reach) block_->reach = distance;
+    set_tag(cell, tag(hash));
+    if (block_->entries) mark_taken(cell);
+    if (distance >= far_) enter(hash, cell);
+    return cell;
+}
+
+template<class Hash_Of>
+unsigned int Hash_Index::far_free(unsigned int home, Hash_Of hash_of) {
+    if (!block_->entries) {
+        make_entries();
+        enter_all(hash_of);
+    }
+    return (static_cast<unsigned int>(next_free(static_cast<int>(home))) - home) & block_->mask;
+}
+
+template<class Hash_Of>
+bool Hash_Index::forget(unsigned int hash, int cell, Hash_Of hash_of) {
+    if (!block_->entries) return true;
+    if (tags()[cell] != tag(hash)) return false;
+    if (!is_far(hash, cell)) return true;
+    const unsigned int slot = slot_of(hash, cell);
+    if (block_->entries[slot] == 0) return false;
+    erase(slot, hash_of);
+    return true;
+}
+
+template<class Hash_Of>
+bool Hash_Index::move(unsigned int hash, int from, int to, Hash_Of hash_of) {
+    set_tag(to, tags()[from]);
+    return is_far(hash, to) ? rename(hash, from, to) : forget(hash, from, hash_of);
+}
+
+// Closes the run of entries behind the erased one, as a table does with its
+// cells.
+template<class Hash_Of>
+void Hash_Index::erase(unsigned int slot, Hash_Of hash_of) {
+    std::uint32_t* const all = block_->entries;
+    unsigned int hole = slot;
+    for (unsigned int s = next(hole); all[s] != 0; s = next(s)) {
+        const unsigned int first = first_slot(mix(hash_of(cell_of(all[s]))));
+        if (((s - first) & block_->mask) < ((s - hole) & block_->mask)) continue;
+        all[hole] = all[s];
+        hole = s;
+    }
+    all[hole] = 0;
+}
+
+// From a free cell on, so that keys of one hash are entered in probe order.
+template<class Hash_Of>
+void Hash_Index::enter_all(Hash_Of hash_of) {
+    if (!block_->entries) return;
+    for (unsigned int slot = 0; slot < modulus(); ++slot) block_->entries[slot] = 0;
+    const auto start = static_cast<unsigned int>(next_free(0));
+    for (unsigned int i = 1; i < modulus(); ++i) {
+        const auto cell = static_cast<int>((start + i) & block_->mask);
+        if (tags()[cell] == 0) continue;
+        const unsigned int hash = hash_of(cell);
+        set_tag(cell, tag(hash));
+        if (is_far(hash, cell)) enter(hash, cell);
+    }
+}
+
+#endif

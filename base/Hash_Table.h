@@ -1,0 +1,398 @@
+// Map from one-word keys to one-word items: pointers, integers, bool, float.
+//
+//     Hash_Table<const char*, WDB_Node*> nodes(charptr_hash, charptr_equal);
+//     nodes.put(node, "Sphere");                       // the item comes first
+//     if (nodes.find("Sphere")) use(*nodes.found_item());
+//     for (Hash_Table_Key_Iter<const char*, WDB_Node*> it(nodes); !it.off(); it.forth())
+//         puts(*it());
+//
+// The order of a walk is part of what a table promises: it is that of the cells
+// under linear probing. A key lies in the first cell, from hash mod m on, that
+// was free when it came; m is a power of two from 8 on, doubles when a key comes
+// that would fill more than half, and then all keys move over in cell order.
+// Removal closes the run behind the hole and leaves no marks. With keys that are
+// addresses the order depends on addresses.
+//
+// Keys that are equal must hash alike, and a key keeps its hash while it is in
+// the table. Then all operations on one key cost the same whatever the table
+// holds and however its hashes cluster, except that remove moves a part of the
+// run behind the key, and that keys of one and the same 32-bit hash are compared
+// one after the other.
+//
+// Memory: cells are collected and scanned, so a table keeps its keys and items
+// alive; no memory until the first put, and size never shrinks.
+#ifndef BASE_HASH_TABLE_H
+#define BASE_HASH_TABLE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <ostream>
+#include <type_traits>
+
+#include "base/Hash_Index.h"
+#include "std/Std_Assert.h"
+#include "std/Std_Obj.h"
+#include "std/Std_Univ.h"
+
+template<class K, class V>
+struct HT_Pair {
+    int state; // 1: taken, 0: free, with key and item zero
+    K key;
+    V item;
+};
+
+template<class K, class V>
+class Hash_Table : public Std_Obj {
+    STD_OBJ_CLASS_NAMED(Hash_Table, Std_Obj, "STD_TCLASS_2(Hash_Table,TKEY,TITEM)")
+
+    using Hash = unsigned int (*)(const K&);
+    using Key_Equal = bool (*)(const K&, const K&);
+    using Item_Equal = bool (*)(const V&, const V&);
+
+    // Null takes the default.
+    explicit Hash_Table(Hash hash = nullptr, Key_Equal key_equal = nullptr,
+                        Item_Equal item_equal = nullptr);
+
+    // A copy has cells of its own, filled in the order of the other's cells: where
+    // keys collide or sizes differ, its order may be another.
+    Hash_Table(const Hash_Table& other);
+    Hash_Table& operator=(const Hash_Table& other);
+
+    // Enters `key`, or overwrites an equal key and its item. The arguments may
+    // lie in this table.
+    void put(const V& item, const K& key);
+
+    // True if `key` is in the table; found_item is then its item. On failure
+    // found_item stays as it was.
+    bool find(const K& key);
+
+    // The item of the last successful find or the last put.
+    // Lifetime: to the next put, remove or wipe_out.
+    V* found_item() const { return &found_pair_->item; }
+
+    bool has(const K& key) const { return count_ != 0 && cell_of(key) >= 0; }
+
+    // Does nothing if `key` is not in the table.
+    // Cost: up to 64 cells, or the run behind the key where hashes cluster.
+    void remove(const K& key);
+
+    int count() const { return count_; }
+
+    // Removes all and keeps the cells.
+    // Cost: the number of cells.
+    void wipe_out();
+
+    // Null takes the default. Requires: an empty table.
+    void set_hash(Hash hash) { hash_ = hash ? hash : &default_hash; }
+    void set_key_equal(Key_Equal equal) { key_equal_ = equal ? equal : &default_key_equal; }
+    // Kept for users; the table itself does not compare items.
+    void set_item_equal(Item_Equal equal) { item_equal_ = equal ? equal : &default_item_equal; }
+
+    // The word shifted right by 2, which suits addresses. A text hashes by its
+    // address: give charptr_hash and charptr_equal where its letters count.
+    static unsigned int default_hash(const K& key);
+    // Equality of the words.
+    static bool default_key_equal(const K& a, const K& b) { return word(a) == word(b); }
+    static bool default_item_equal(const V& a, const V& b) { return word(a) == word(b); }
+
+private:
+    template<class, class>
+    friend class Hash_Table_Key_Iter;
+    template<class>
+    friend class Hash_Set;
+    template<class A, class B>
+    friend std::ostream& operator<<(std::ostream& out, const Hash_Table<A, B>& table);
+
+    using Pair = HT_Pair<K, V>;
+    static constexpr int first_size_ = 9;
+
+    template<class T>
+    static std::uintptr_t word(const T& value) {
+        return reinterpret_cast<std::uintptr_t>(Conv<T>::to_univ(value));
+    }
+
+    int modulus() const { return size_ - 1; }
+    int next(int cell) const { return (cell + 1) & (modulus() - 1); }
+    int home(unsigned int hash) const {
+        return static_cast<int>(hash & static_cast<unsigned int>(modulus() - 1));
+    }
+    unsigned int hash_of(const K& key) const {
+        return hash_ == &default_hash ? default_hash(key) : hash_(key);
+    }
+    auto hash_in() const {
+        return [this](int cell) { return hash_of(pairs_[cell].key); };
+    }
+    bool has_default_equal() const { return key_equal_ == &default_key_equal; }
+    bool is_equal(const K& a, const K& b) const {
+        return has_default_equal() ? default_key_equal(a, b) : key_equal_(a, b);
+    }
+
+    bool is_found_again(const K& key) const;
+    int index_of(const K& key) const;
+    int cell_of(const K& key) const { return cell_of(key, hash_of(key)); }
+    int cell_of(const K& key, unsigned int hash) const;
+    int cell_to_put(const K& key);
+    int new_cell(unsigned int hash);
+    int next_taken(int from) const { return next_taken(pairs_, size_, index_, from); }
+    static int next_taken(const Pair* pairs, int size, const Hash_Index& index, int from);
+
+    void fill(int cell, const V& item, const K& key);
+    void clear_found();
+    bool close_run(int hole);
+    [[gnu::noinline]] void double_size();
+    void make_cells(int size);
+
+    Pair* pairs_ = nullptr;
+    int size_ = 0; // 0, or m + 1: the last cell stays free for ever
+    Pair* found_pair_ = nullptr;
+    int found_index_ = 0;
+    int count_ = 0;
+    Hash hash_;
+    Key_Equal key_equal_;
+    Item_Equal item_equal_;
+    Hash_Index index_; // unused in small tables, where runs are short
+};
+
+// Stands on one key after the other, in the order of the cells.
+// Requires: no change of the table while walking.
+template<class K, class V>
+class Hash_Table_Key_Iter {
+public:
+    explicit Hash_Table_Key_Iter(const Hash_Table<K, V>& table)
+        : table_(&table), index_(table.next_taken(0)) {}
+
+    bool off() const { return index_ < 0 || index_ > table_->size_ - 1; }
+    void forth() { index_ = table_->next_taken(index_ + 1); }
+
+    // Requires: !off().
+    const K* operator()() const { return &table_->pairs_[index_].key; }
+
+private:
+    const Hash_Table<K, V>* table_;
+    int index_;
+};
+
+// "( < key, item> < key, item> )", in the order of the cells.
+template<class K, class V>
+std::ostream& operator<<(std::ostream& out, const Hash_Table<K, V>& table) {
+    out << "( ";
+    for (int i = table.next_taken(0); i < table.size_; i = table.next_taken(i + 1)) {
+        out << "< " << table.pairs_[i].key << ", " << table.pairs_[i].item << "> ";
+    }
+    return out << ")";
+}
+
+template<class K, class V>
+Hash_Table<K, V>::Hash_Table(Hash hash, Key_Equal key_equal, Item_Equal item_equal) {
+    set_hash(hash);
+    set_key_equal(key_equal);
+    set_item_equal(item_equal);
+}
+
+template<class K, class V>
+Hash_Table<K, V>::Hash_Table(const Hash_Table& other) : Std_Obj(other) {
+    *this = other;
+}
+
+template<class K, class V>
+Hash_Table<K, V>& Hash_Table<K, V>::operator=(const Hash_Table& other) {
+    if (pairs_ && pairs_ == other.pairs_) return *this;
+    wipe_out();
+    hash_ = other.hash_;
+    key_equal_ = other.key_equal_;
+    item_equal_ = other.item_equal_;
+    for (int i = other.next_taken(0); i < other.size_; i = other.next_taken(i + 1)) {
+        put(other.pairs_[i].item, other.pairs_[i].key);
+    }
+    return *this;
+}
+
+template<class K, class V>
+unsigned int Hash_Table<K, V>::default_hash(const K& key) {
+    return static_cast<unsigned int>(word(key) >> 2);
+}
+
+template<class K, class V>
+void Hash_Table<K, V>::put(const V& item, const K& key) {
+    const V new_item = item; // growing frees the cells in which these may lie
+    const K new_key = key;
+    if (size_ < 2 * (count_ + 1)) double_size();
+    fill(cell_to_put(new_key), new_item, new_key);
+}
+
+template<class K, class V>
+bool Hash_Table<K, V>::find(const K& key) {
+    const int cell = count_ != 0 ? cell_of(key) : Hash_Index::absent;
+    if (cell < 0) return false;
+    found_index_ = cell;
+    found_pair_ = pairs_ + cell;
+    return true;
+}
+
+// Only an equality that is none, such as one with a tolerance, can tell whether
+// the pair found last is tried before the rest of the run; it is, so that a
+// key met again means the same pair again.
+template<class K, class V>
+bool Hash_Table<K, V>::is_found_again(const K& key) const {
+    return found_pair_ && is_equal(found_pair_->key, key);
+}
+
+// The cell where the key is or should be put. Requires: cells, without an index.
+template<class K, class V>
+int Hash_Table<K, V>::index_of(const K& key) const {
+    int cell = home(hash_of(key));
+    if (!pairs_[cell].state || is_equal(pairs_[cell].key, key)) return cell;
+    if (is_found_again(key)) return found_index_;
+    do cell = next(cell);
+    while (pairs_[cell].state && !is_equal(pairs_[cell].key, key));
+    return cell;
+}
+
+// Requires: cells.
+template<class K, class V>
+inline int Hash_Table<K, V>::cell_of(const K& key, unsigned int hash) const {
+    if (!index_.is_used()) {
+        const int cell = index_of(key);
+        return pairs_[cell].state ? cell : Hash_Index::absent;
+    }
+    if (has_default_equal()) {
+        const std::uintptr_t wanted = word(key);
+        return index_.find(hash, [&](int i) { return word(pairs_[i].key) == wanted; });
+    }
+    if (is_found_again(key)) {
+        const Pair& first = pairs_[home(hash)];
+        if (!first.state) return Hash_Index::absent;
+        return key_equal_(first.key, key) ? home(hash) : found_index_;
+    }
+    return index_.find(hash, [&](int i) { return key_equal_(pairs_[i].key, key); });
+}
+
+// Counts without a look at the cell, which is far from any cache.
+template<class K, class V>
+inline int Hash_Table<K, V>::new_cell(unsigned int hash) {
+    ++count_;
+    return index_.take(hash, hash_in());
+}
+
+// Where to fill in the key, which is counted if it is new. Requires: cells.
+template<class K, class V>
+inline int Hash_Table<K, V>::cell_to_put(const K& key) {
+    if (!index_.is_used()) {
+        const int cell = index_of(key);
+        count_ += 1 - pairs_[cell].state;
+        return cell;
+    }
+    const unsigned int hash = hash_of(key);
+    const int cell = cell_of(key, hash);
+    return cell >= 0 ? cell : new_cell(hash);
+}
+
+// The first taken cell from `from` on; the size if there is none.
+template<class K, class V>
+inline int Hash_Table<K, V>::next_taken(const Pair* pairs, int size, const Hash_Index& index,
+                                        int from) {
+    if (!index.is_used()) {
+        while (from < size && !pairs[from].state) ++from;
+        return from;
+    }
+    const int cell = index.next_taken(from);
+    return cell < size - 1 ? cell : size;
+}
+
+template<class K, class V>
+inline void Hash_Table<K, V>::fill(int cell, const V& item, const K& key) {
+    found_index_ = cell;
+    found_pair_ = pairs_ + cell;
+    *found_pair_ = {1, key, item};
+}
+
+template<class K, class V>
+void Hash_Table<K, V>::clear_found() {
+    found_pair_ = nullptr;
+    found_index_ = 0;
+}
+
+template<class K, class V>
+void Hash_Table<K, V>::remove(const K& key) {
+    if (!find(key)) return;
+    const int cell = found_index_;
+    --count_;
+    clear_found();
+    const bool was_known = !index_.is_used() || index_.forget(hash_of(key), cell, hash_in());
+    // Keys that broke the rules and changed their hash may be lost; but an entry
+    // must never name a free cell.
+    if (!close_run(cell) || !was_known) index_.enter_all(hash_in());
+}
+
+// Fills the hole with the next key of the run that may lie there, and so on
+// until the hole is at the end of the run. False if the index does not know a key
+// that moved.
+template<class K, class V>
+bool Hash_Table<K, V>::close_run(int hole) {
+    const int mask = modulus() - 1;
+    const int reach = index_.is_used() ? index_.reach() : mask;
+    bool were_known = true;
+    for (int cell = next(hole); pairs_[cell].state; cell = next(cell)) {
+        const int from_hole = (cell - hole) & mask;
+        if (from_hole > reach) break;
+        const unsigned int hash = hash_of(pairs_[cell].key);
+        if (((cell - home(hash)) & mask) < from_hole) continue;
+        if (index_.is_used()) were_known &= index_.move(hash, cell, hole, hash_in());
+        pairs_[hole] = pairs_[cell];
+        hole = cell;
+    }
+    std::memset(static_cast<void*>(pairs_ + hole), 0, sizeof(Pair));
+    if (index_.is_used()) index_.free_cell(hole);
+    return were_known;
+}
+
+template<class K, class V>
+void Hash_Table<K, V>::wipe_out() {
+    if (size_ == 0) return;
+    std::memset(static_cast<void*>(pairs_), 0, static_cast<std::size_t>(size_) * sizeof(Pair));
+    if (index_.is_used()) index_.clear();
+    count_ = 0;
+    clear_found();
+}
+
+template<class K, class V>
+void Hash_Table<K, V>::make_cells(int size) {
+    static_assert(std::is_trivially_copyable_v<Pair>, "keys and items are words");
+    pairs_ = static_cast<Pair*>(
+        ::operator new[](static_cast<std::size_t>(size) * sizeof(Pair), GC)); // reads as zero
+    size_ = size;
+    if (modulus() >= Hash_Index::least_modulus) index_.make(modulus());
+    count_ = 0;
+    clear_found();
+}
+
+template<class K, class V>
+void Hash_Table<K, V>::double_size() {
+    if (size_ == 0) {
+        make_cells(first_size_);
+        return;
+    }
+    if (modulus() > Hash_Index::greatest_modulus / 2) {
+        std_assert(-1, "Hash_Table: more keys than cells can be counted", __FILE__, __LINE__);
+    }
+    const int old_size = size_;
+    Pair* const old_pairs = pairs_;
+    Hash_Index old_index = index_;
+    make_cells(2 * modulus() + 1);
+    // Keys that are equal as words have become one long ago; others, such as
+    // those within a tolerance, may do so only now.
+    const bool are_distinct = index_.is_used() && has_default_equal();
+    const auto next_old = [&](int from) {
+        return next_taken(old_pairs, old_size, old_index, from);
+    };
+    for (int i = next_old(0); i < old_size; i = next_old(i + 1)) {
+        const Pair& pair = old_pairs[i];
+        const int cell = are_distinct ? new_cell(hash_of(pair.key)) : cell_to_put(pair.key);
+        fill(cell, pair.item, pair.key);
+    }
+    Std_GC::operator delete(old_pairs);
+    if (old_index.is_used()) old_index.release();
+}
+
+#endif

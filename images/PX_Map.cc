@@ -1,0 +1,331 @@
+#include "images/PX_Map.h"
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <unistd.h>
+#include <vector>
+
+#include "images/pix_support.h"
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+#include "std/Std_Shell.h"
+#include "std/Std_URL.h"
+
+// -1 for a size that is negative or does not fit an int.
+static long long byte_count(int width, int height, int component) {
+    if (width < 0 || height < 0 || component < 0) return -1;
+    const long long pixels = static_cast<long long>(width) * height;
+    if (pixels > INT_MAX || pixels * component > INT_MAX) return -1;
+    return pixels * component;
+}
+
+static unsigned char* new_pixels(int width, int height, int component) {
+    const long long count = byte_count(width, height, component);
+    if (count < 0)
+        std_assert(-1,
+                   str_format("An image of %d x %d x %d cannot be made", width, height, component),
+                   __FILE__, __LINE__);
+    return new (GCAtomic) unsigned char[static_cast<std::size_t>(count)];
+}
+
+PX_Map::PX_Map(int width, int height, int component)
+    : width_(width), height_(height), component_(component),
+      pixels_(new_pixels(width, height, component)) {}
+
+PX_Map::PX_Map(Std_URL* url, int component) : PX_Map(0, 0, 0) {
+    load(url, component);
+}
+
+PX_Map::PX_Map(const char* url, int component) : PX_Map(0, 0, 0) {
+    Std_URL* const document = new Std_URL(url);
+    load(document, component);
+    delete document;
+}
+
+void PX_Map::load_error(const char* message, int component) {
+    const int dummy_size = 4;
+    const unsigned char grey = 0x80;
+    std::fprintf(stderr, "PX_Map: LOAD ERROR - %s\nPX_Map: CREATING DUMMY IMAGE\n", message);
+    width_ = height_ = dummy_size;
+    component_ = component < 1 || byte_count(dummy_size, dummy_size, component) < 0 ? 1 : component;
+    pixels_ = new_pixels(width_, height_, component_);
+    std::memset(pixels_, grey, static_cast<std::size_t>(width_) * height_ * component_);
+}
+
+static bool copy_stream(std::FILE* from, std::FILE* to) {
+    char block[4096];
+    for (;;) {
+        const std::size_t got = std::fread(block, 1, sizeof block, from);
+        if (got == 0) return true;
+        if (std::fwrite(block, 1, got, to) < got) return false;
+    }
+}
+
+// The image files are read by name and in any order, so the document, which is a pipe, is stored
+// first.
+void PX_Map::load(Std_URL* url, int component) {
+    url->open();
+    if (!url->is_open()) {
+        load_error("Unable to get url", component);
+        return;
+    }
+    const char* name;
+    const int descriptor = std_open_tmp_file(&name);
+    std::FILE* const store = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
+    const char* error = "Unable to open local tmpfile";
+    if (store) {
+        const bool is_stored = copy_stream(url->get_file(), store);
+        error = std::fclose(store) == 0 && is_stored ? nullptr : "Problem writing to tmpfile";
+    } else if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+    url->close();
+    if (!error) error = load_file(name, component);
+    if (name) unlink(name);
+    if (error) load_error(error, component);
+}
+
+// Null, or what went wrong; the map is then as it was.
+const char* PX_Map::load_file(const char* name, int component) {
+    const char* const error = "Image not found";
+    const int most_channels = 4;
+    if (!pixmap_open_read(name)) return error;
+    const int width = pixmap_xsize(), height = pixmap_ysize();
+    if (component == 0) component = std::min(pixmap_zsize(), most_channels);
+    bool is_loaded = byte_count(width, height, component) >= 0;
+    unsigned char* pixels = nullptr;
+    if (is_loaded) {
+        pixels = new_pixels(width, height, component);
+        is_loaded = pixmap_load(pixels, component, width * component);
+    }
+    pixmap_close();
+    if (!is_loaded) return error;
+    width_ = width;
+    height_ = height;
+    component_ = component;
+    pixels_ = pixels;
+    return nullptr;
+}
+
+void PX_Map::save(const char* file_name) {
+    const int most_channels = 4;
+    bool is_saved = component_ >= 1 && component_ <= most_channels;
+    if (is_saved) {
+        pixmap_open_write(file_name, width_, height_, component_);
+        is_saved = pixmap_is_open();
+    }
+    if (is_saved) {
+        is_saved = pixmap_save(pixels_, width_ * component_);
+        is_saved = pixmap_close() && is_saved;
+    }
+    if (!is_saved)
+        std_assert(2, str_format("Unable to save image %s", file_name), __FILE__, __LINE__);
+}
+
+void PX_Map::get_row_in(unsigned char* out, int y) const {
+    std::memcpy(out, pixels_ + at(0, y), static_cast<std::size_t>(width_) * component_);
+}
+
+void PX_Map::get_column_in(unsigned char* out, int x) const {
+    for (int y = 0; y < height_; ++y, out += component_)
+        std::memcpy(out, pixels_ + at(x, y), static_cast<std::size_t>(component_));
+}
+
+// The filters. Which steps run in double precision decides the last bit of a pixel.
+
+static float box_filter(float t) {
+    return t > -0.5f && t <= 0.5f ? 1.0f : 0.0f;
+}
+
+static float triangle_filter(float t) {
+    const float distance = std::fabs(t);
+    return distance < 1.0f ? static_cast<float>(1.0 - static_cast<double>(distance)) : 0.0f;
+}
+
+static float bell_filter(float t) {
+    if (t < -1.5f) return 0.0f;
+    if (t < -0.5f) {
+        const double d = static_cast<double>(t) + 1.5;
+        return static_cast<float>(0.5 * d * d);
+    }
+    if (t < 0.5f) return static_cast<float>(0.75 - static_cast<double>(t * t));
+    if (t < 1.5f) {
+        const double d = static_cast<double>(t) - 1.5;
+        return static_cast<float>(d * 0.5 * d);
+    }
+    return 0.0f;
+}
+
+static float bspline_filter(float t) {
+    const float distance = std::fabs(t);
+    const float square = distance * distance;
+    const double tt = static_cast<double>(square);
+    if (distance < 1.0f)
+        return static_cast<float>(0.5 * tt * static_cast<double>(distance) - tt + 2.0 / 3.0);
+    if (distance < 2.0f) {
+        const float u = static_cast<float>(2.0 - static_cast<double>(distance));
+        return static_cast<float>(static_cast<double>(u * u * u) * (1.0 / 6.0));
+    }
+    return 0.0f;
+}
+
+PX_Map::Filter PX_Map::get_box_filter() const {
+    return box_filter;
+}
+PX_Map::Filter PX_Map::get_triangle_filter() const {
+    return triangle_filter;
+}
+PX_Map::Filter PX_Map::get_bell_filter() const {
+    return bell_filter;
+}
+PX_Map::Filter PX_Map::get_bspline_filter() const {
+    return bspline_filter;
+}
+
+namespace {
+// What source pixel goes into a target pixel, and by how much.
+struct Contribution {
+    int source;
+    float weight;
+};
+
+// The contributions of all target pixels of one row or column: those of pixel i stand from
+// starts[i] to starts[i + 1].
+struct Contributions {
+    std::vector<Contribution> all;
+    std::vector<std::size_t> starts;
+};
+} // namespace
+
+// Mirrored at both ends, as often as it takes.
+static int mirrored(long long j, int size) {
+    while (j < 0 || j >= size) {
+        if (j < 0) j = -j;
+        if (j >= size) j = (size - j) + size - 1;
+        if (size == 1) return 0;
+    }
+    return static_cast<int>(j);
+}
+
+static Contributions contributions(int size, int new_size, PX_Map::Filter filter,
+                                   int filter_width) {
+    const float scale = static_cast<float>(new_size) / static_cast<float>(size);
+    float w = static_cast<float>(filter_width);
+    float fscale = 1.0f;
+    if (scale < 1.0f) {
+        w = w / scale;
+        fscale = static_cast<float>(1.0 / static_cast<double>(scale));
+    }
+    Contributions result;
+    result.starts.push_back(0);
+    for (int i = 0; i < new_size; ++i) {
+        const float centre =
+            static_cast<float>(static_cast<double>(i) / static_cast<double>(scale));
+        const auto left = static_cast<long long>(std::ceil(static_cast<double>(centre - w)));
+        const auto right = static_cast<long long>(std::floor(static_cast<double>(centre + w)));
+        for (long long j = left; j <= right; ++j) {
+            const double distance = static_cast<double>(centre) - static_cast<double>(j);
+            const float weight = filter(static_cast<float>(distance) / fscale) / fscale;
+            result.all.push_back({mirrored(j, size), weight});
+        }
+        result.starts.push_back(result.all.size());
+    }
+    return result;
+}
+
+static unsigned char clamped(float sum) {
+    if (!(sum < 255.0f)) return 255;
+    return sum < 0.0f ? 0 : static_cast<unsigned char>(sum);
+}
+
+// sums[k] = the weighted sum over the contributions of target i, added in their order, for `count`
+// neighbouring values k of the lines. The inner loop runs over neighbours, so each sum is formed as
+// if alone, and many at a time.
+template<class Value>
+static void add_lines(const Contributions& c, int i, const Value* lines, std::size_t count,
+                      float* sums) {
+    std::fill(sums, sums + count, 0.0f);
+    const std::size_t end = c.starts[static_cast<std::size_t>(i) + 1];
+    for (std::size_t n = c.starts[static_cast<std::size_t>(i)]; n < end; ++n) {
+        const float weight = c.all[n].weight;
+        const Value* const line = lines + static_cast<std::size_t>(c.all[n].source) * count;
+        for (std::size_t k = 0; k < count; ++k) sums[k] += static_cast<float>(line[k]) * weight;
+    }
+}
+
+// Target columns come out of source columns. Some rows at a time are turned on their side, so that
+// the same columns of them are neighbours.
+static void scale_rows(const unsigned char* in, int width, int height, int component,
+                       unsigned char* out, int new_width, const Contributions& c) {
+    const int rows_at_once = 32;
+    const auto size = static_cast<std::size_t>(component);
+    std::vector<float> columns(static_cast<std::size_t>(width) * rows_at_once * size);
+    std::vector<float> sums(rows_at_once * size);
+    for (int y = 0; y < height; y += rows_at_once) {
+        const auto rows = static_cast<std::size_t>(std::min(rows_at_once, height - y));
+        const std::size_t count = rows * size;
+        for (std::size_t r = 0; r < rows; ++r) {
+            const unsigned char* pixel = in + (static_cast<std::size_t>(y) + r) * width * size;
+            for (int x = 0; x < width; ++x)
+                for (std::size_t k = 0; k < size; ++k)
+                    columns[static_cast<std::size_t>(x) * count + r * size + k] = *pixel++;
+        }
+        for (int i = 0; i < new_width; ++i) {
+            add_lines(c, i, columns.data(), count, sums.data());
+            for (std::size_t r = 0; r < rows; ++r) {
+                unsigned char* const target =
+                    out + ((static_cast<std::size_t>(y) + r) * new_width + i) * size;
+                for (std::size_t k = 0; k < size; ++k) target[k] = clamped(sums[r * size + k]);
+            }
+        }
+    }
+}
+
+// Target rows come out of source rows, of `count` bytes each.
+static void scale_columns(const unsigned char* in, std::size_t count, unsigned char* out,
+                          int new_height, const Contributions& c) {
+    std::vector<float> sums(count);
+    for (int i = 0; i < new_height; ++i, out += count) {
+        add_lines(c, i, in, count, sums.data());
+        for (std::size_t k = 0; k < count; ++k) out[k] = clamped(sums[k]);
+    }
+}
+
+void PX_Map::resize(int new_width, int new_height) {
+    resize(new_width, new_height, get_default_filter(), get_default_filter_width());
+}
+
+void PX_Map::resize(int new_width, int new_height, Filter filter, int filter_width) {
+    if (new_width < 1 || new_height < 1 || width_ < 1 || height_ < 1)
+        std_assert(-1,
+                   str_format("An image of %d x %d cannot be resized to %d x %d", width_, height_,
+                              new_width, new_height),
+                   __FILE__, __LINE__);
+    unsigned char* const between = new_pixels(new_width, height_, component_);
+    unsigned char* const result = new_pixels(new_width, new_height, component_);
+    scale_rows(pixels_, width_, height_, component_, between, new_width,
+               contributions(width_, new_width, filter, filter_width));
+    scale_columns(between, static_cast<std::size_t>(new_width) * component_, result, new_height,
+                  contributions(height_, new_height, filter, filter_width));
+    delete[] between;
+    delete[] pixels_;
+    pixels_ = result;
+    width_ = new_width;
+    height_ = new_height;
+}
+
+void PX_Map::texture_align() {
+    const float aligned = 0.0001f;
+    const auto log2_of = [](int size) { return logf(static_cast<float>(size)) / logf(2.0f); };
+    const auto rounded = [](float value) {
+        return static_cast<float>(std::floor(static_cast<double>(value) + 0.5));
+    };
+    const float lw = log2_of(width_), lh = log2_of(height_);
+    const float rw = rounded(lw), rh = rounded(lh);
+    if (std::fabs(lw - rw) > aligned || std::fabs(lh - rh) > aligned)
+        resize(static_cast<int>(powf(2.0f, rw)), static_cast<int>(powf(2.0f, rh)),
+               get_bell_filter(), get_default_filter_width());
+}

@@ -1,0 +1,90 @@
+// Raster image of 8-bit components: loaded from any URL, saved as an SGI image file, resampled.
+//
+//     PX_Map* map = new PX_Map("http://host/roof.rgb.gz", 3);      // RGB, whatever the file holds
+//     map->texture_align();                                        // sizes become powers of two
+//     map->save("roof.rgb");
+//
+// Component c of pixel (x, y) stands at (y * width + x) * component + c: red, green, blue, alpha
+// for 3 and 4 components, grey, alpha for 1 and 2. Row 0 is the first row of the file, the bottom
+// of the picture.
+//
+// Loading never fails for the caller: what cannot be loaded becomes a grey image of 4 by 4 pixels,
+// with a message on the standard error stream. The pixels are collected, pointer-free memory.
+#ifndef IMAGES_PX_MAP_H
+#define IMAGES_PX_MAP_H
+
+#include <cstddef>
+
+#include "std/Std_Obj.h"
+
+class Std_URL;
+
+class PX_Map : public Std_Obj {
+    STD_OBJ_CLASS(PX_Map, Std_Obj)
+
+    // Weight at a distance in source pixels.
+    using Filter = float (*)(float);
+
+    // All zero.
+    // On failure: a fatal report, for sizes that are negative or whose product does not fit an int.
+    PX_Map(int width, int height, int component);
+    PX_Map(Std_URL* url, int component);
+    PX_Map(const char* url, int component);
+
+    // `component` 0 means as many as the file has, but at most 4; 1 to 4 converts; for more the
+    // pixels stay zero. The URL is closed afterwards.
+    void load(Std_URL* url, int component);
+
+    // Run-length encoded. On failure: a warning, and a file that may be incomplete; so also for
+    // more than 4096 pixels a row, or 4 components.
+    void save(const char* file_name);
+
+    int get_width() const { return width_; }
+    int get_height() const { return height_; }
+    int get_component() const { return component_; }
+    // Lifetime: until load or resize.
+    unsigned char* get_pixels() const { return pixels_; }
+
+    // Requires: x, y and c inside the image.
+    unsigned char get_pixel_component(int x, int y, int c) const { return pixels_[at(x, y) + c]; }
+    void put_pixel_component(unsigned char value, int x, int y, int c) {
+        pixels_[at(x, y) + c] = value;
+    }
+
+    // Copy row y, or column x from row 0 up.
+    // Requires: room for width * component bytes, or height * component.
+    void get_row_in(unsigned char* out, int y) const;
+    void get_column_in(unsigned char* out, int x) const;
+
+    // Filters with supports of 0.5, 1, 1.5 and 2 pixels. The default is the triangle, with width 3.
+    int get_default_filter_width() const { return 3; }
+    Filter get_default_filter() const { return get_triangle_filter(); }
+    Filter get_box_filter() const;
+    Filter get_triangle_filter() const;
+    Filter get_bell_filter() const;
+    Filter get_bspline_filter() const;
+
+    // Scales to the new size. `filter_width` is the reach of the filter on either side, in pixels of
+    // the source, or of the target where the image shrinks; the image is mirrored at its ends.
+    // Weights are not normalised; what leaves 0 to 255 is clamped.
+    // On failure: a fatal report, for sizes below 1 or whose product does not fit an int.
+    void resize(int new_width, int new_height);
+    void resize(int new_width, int new_height, Filter filter, int filter_width);
+
+    // Brings each size to the nearest power of two, in the logarithm, with the bell filter.
+    void texture_align();
+
+private:
+    std::ptrdiff_t at(int x, int y) const {
+        return (static_cast<std::ptrdiff_t>(y) * width_ + x) * component_;
+    }
+    void load_error(const char* message, int component);
+    const char* load_file(const char* name, int component);
+
+    int width_;
+    int height_;
+    int component_;
+    unsigned char* pixels_;
+};
+
+#endif

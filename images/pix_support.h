@@ -1,0 +1,49 @@
+// Between interleaved 8-bit pixels and the planar rows of an image file. One image is open at a
+// time; opening another loses the first.
+//
+//     if (pixmap_open_read("a.rgb")) {
+//         pixels = new (GCAtomic) unsigned char[3 * pixmap_xsize() * pixmap_ysize()];
+//         pixmap_load(pixels, 3, 3 * pixmap_xsize());
+//         pixmap_close();
+//     }
+//
+// Errors of the image files go to the standard error stream and do not end the program.
+#ifndef IMAGES_PIX_SUPPORT_H
+#define IMAGES_PIX_SUPPORT_H
+
+// Most pixels of a row; wider images are refused.
+inline constexpr int PIXMAP_MAX_XSIZE = 4096;
+
+// False, with no image open, for a file that is none, that is too wide, or that does not hold all
+// the rows it claims to have.
+bool pixmap_open_read(const char* name);
+
+// Opens a run-length encoded file with one byte per channel. Whether it worked, pixmap_is_open
+// tells.
+void pixmap_open_write(const char* name, int xsize, int ysize, int zsize);
+bool pixmap_is_open();
+
+// Completes a file that was written. Requires: an open image.
+// On failure: false, if the file could not be completed.
+bool pixmap_close();
+
+// Of the open image.
+int pixmap_xsize();
+int pixmap_ysize();
+int pixmap_zsize();
+
+// Reads all rows as pixels of `component` bytes: 1 grey, 2 grey and alpha, 3 RGB, 4 RGBA; other
+// numbers do nothing. Rows start `row_stride` bytes apart. Of two-byte channels the low byte is kept.
+// Grey is (79 r + 156 g + 21 b) / 256 of the values in the file; an alpha that the file does not have is 255.
+// On failure: false; rows that cannot be read come out as they may.
+bool pixmap_load(unsigned char* pixels, int component, int row_stride);
+
+// Writes all rows from pixels of zsize bytes; a zsize above 4 writes nothing. Without an open image
+// the program ends, with a line on the standard error stream and status 0.
+// On failure: false.
+bool pixmap_save(const unsigned char* pixels, int row_stride);
+
+// Writes an error to the standard error stream: what pixmap_open_ sets as the hook.
+void i_printerror(const char* message);
+
+#endif

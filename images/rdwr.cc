@@ -1,0 +1,115 @@
+#include <cstdint>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "images/image_internal.h"
+
+bool img_badrow(const IMAGE* image, unsigned y, unsigned z) {
+    return y >= image->ysize || z >= image->zsize;
+}
+
+// Of the tables. False for a weird dimension.
+static bool find_entry(const IMAGE* image, unsigned y, unsigned z, std::size_t& entry) {
+    switch (image->dim) {
+    case 1:
+        entry = 0;
+        return true;
+    case 2:
+        entry = y;
+        return true;
+    case 3:
+        entry = y + static_cast<std::size_t>(z) * image->ysize;
+        return true;
+    default:
+        return false;
+    }
+}
+
+int img_seek(IMAGE* image, unsigned y, unsigned z) {
+    if (img_badrow(image, y, z)) {
+        i_errhdlr("img_seek: row number out of range\n");
+        return -1;
+    }
+    image->x = 0;
+    image->y = static_cast<unsigned short>(y);
+    image->z = static_cast<unsigned short>(z);
+    if (!is_verbatim(image) && !is_rle(image)) {
+        i_errhdlr("img_seek: weird image type\n");
+        return -1;
+    }
+    std::size_t entry;
+    if (!find_entry(image, y, z, entry)) {
+        i_errhdlr("img_seek: weird dim\n");
+        return -1;
+    }
+    // Verbatim rows lie in the order of the tables.
+    const std::size_t row = static_cast<std::size_t>(image->xsize) * bytes_per_channel(image);
+    const off_t offset = is_rle(image) ? static_cast<off_t>(image->rowstart[entry])
+                                       : image_data_start + static_cast<off_t>(entry * row);
+    return img_optseek(image, offset) ? 0 : -1;
+}
+
+int img_getrowsize(const IMAGE* image, unsigned y, unsigned z) {
+    std::size_t entry;
+    if (img_badrow(image, y, z) || !find_entry(image, y, z, entry)) return -1;
+    return static_cast<int>(image->rowsize[entry]);
+}
+
+void img_setrowsize(IMAGE* image, unsigned count, unsigned y, unsigned z) {
+    std::size_t entry;
+    if (img_badrow(image, y, z) || !find_entry(image, y, z, entry)) return;
+    unsigned int& size = image->rowsize[entry];
+    image->rowstart[entry] = image->rleend;
+    if (size != UINT32_MAX) image->wastebytes += size;
+    size = count;
+    image->rleend += count;
+}
+
+// Transfers name their place themselves, so that a seek costs nothing.
+bool img_optseek(IMAGE* image, off_t offset) {
+    image->offset = offset;
+    return offset >= 0;
+}
+
+static bool moved_on(IMAGE* image, ssize_t done, std::size_t count) {
+    const bool is_full = done >= 0 && static_cast<std::size_t>(done) == count;
+    image->offset = is_full ? image->offset + static_cast<off_t>(count) : -1;
+    return is_full;
+}
+
+bool img_read(IMAGE* image, void* buffer, std::size_t count) {
+    return moved_on(image, pread(image->file, buffer, count, image->offset), count);
+}
+
+bool img_write(IMAGE* image, const void* buffer, std::size_t count) {
+    return moved_on(image, pwrite(image->file, buffer, count, image->offset), count);
+}
+
+// An encoded row of xsize values has at least a count and a value for each 127 of them.
+static bool is_row_sound(const IMAGE* image, std::size_t entry, std::size_t file_size) {
+    const std::size_t longest_packet = 127;
+    const std::size_t start = image->rowstart[entry], size = image->rowsize[entry];
+    const std::size_t packets = (image->xsize + longest_packet - 1) / longest_packet;
+    return size >= 2 * packets * bytes_per_channel(image) && size <= img_work_row_size(image) &&
+           start <= file_size && size <= file_size - start;
+}
+
+bool img_is_sound(const IMAGE* image) {
+    struct stat status;
+    if (fstat(image->file, &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    const auto file_size = static_cast<std::size_t>(status.st_size);
+    const std::size_t rows = table_entries(image);
+    const unsigned bpp = bytes_per_channel(image);
+    if (image->xsize == 0 || rows == 0 || (bpp != 1 && bpp != 2)) return false;
+    if (image->dim < 1 || image->dim > 3) return false;
+    const std::size_t planes = image->dim < 3 ? 1 : image->zsize;
+    if (is_verbatim(image))
+        return image_data_start + planes * image->ysize * image->xsize * bpp <= file_size;
+    if (!is_rle(image)) return false;
+    std::size_t all = 0; // rows that share their bytes could claim any size
+    for (std::size_t entry = 0; entry < rows; ++entry) {
+        if (!is_row_sound(image, entry, file_size)) return false;
+        all += image->rowsize[entry];
+    }
+    return all <= file_size;
+}

@@ -1,0 +1,117 @@
+#include <algorithm>
+
+#include "images/image_internal.h"
+
+// Packets: a count word with the top bit set and that many values, or a count word without it and
+// one value to repeat. A count of 0 ends the row.
+static const int literal_bit = 0x80;
+static const int count_mask = 0x7F;
+
+// The format could hold 127, but files have always been written with 126.
+static const int longest_packet = 126;
+
+static int packet_length(long left) {
+    return left <= longest_packet ? static_cast<int>(left) : longest_packet;
+}
+
+// Where the literal values that start at `s` end: at three equal values, or two before the end.
+template<class In>
+static const In* literal_end(const In* s, const In* end) {
+    const In* p = s + 2;
+    while (p < end) {
+        if (p[-1] != *p) {
+            p += 2; // no three that hold both are equal
+        } else if (p[-2] != p[-1]) {
+            ++p;
+        } else {
+            return p - 2;
+        }
+    }
+    return std::max(s, end - 2);
+}
+
+template<class In, class Out>
+static int compact(const In* s, Out* rle, int count) {
+    const In* const end = s + count;
+    Out* out = rle;
+    while (s < end) {
+        for (const In* const p = literal_end(s, end); s < p;) {
+            const int n = packet_length(p - s);
+            *out++ = static_cast<Out>(n | literal_bit);
+            for (int i = 0; i < n; ++i) out[i] = static_cast<Out>(s[i]);
+            out += n;
+            s += n;
+        }
+        const In value = *s;
+        const In* const run = s;
+        while (s < end && *s == value) ++s;
+        for (long left = s - run; left > 0;) {
+            const int n = packet_length(left);
+            *out++ = static_cast<Out>(n);
+            *out++ = static_cast<Out>(value);
+            left -= n;
+        }
+    }
+    *out++ = 0;
+    return static_cast<int>(out - rle);
+}
+
+int img_rle_compact(const void* expanded, int ibpp, void* rle, int obpp, int count) {
+    using Byte = unsigned char;
+    using Short = unsigned short;
+    if (ibpp == 1 && obpp == 1)
+        return compact(static_cast<const Byte*>(expanded), static_cast<Byte*>(rle), count);
+    if (ibpp == 1 && obpp == 2)
+        return compact(static_cast<const Byte*>(expanded), static_cast<Short*>(rle), count);
+    if (ibpp == 2 && obpp == 1)
+        return compact(static_cast<const Short*>(expanded), static_cast<Byte*>(rle), count);
+    if (ibpp == 2 && obpp == 2)
+        return compact(static_cast<const Short*>(expanded), static_cast<Short*>(rle), count);
+    i_errhdlr("rle_compact: bad bpp: %d %d\n", ibpp, obpp);
+    return 0;
+}
+
+// Stops at the end of the input and of the room, whatever the packets say, and fills up with zeros.
+// A row that is too long counts as one value more than there is room for.
+template<class In, class Out>
+static int expand(const In* in, int count, Out* expanded, int room) {
+    const In* const end = in + count;
+    Out* out = expanded;
+    Out* const out_end = expanded + room;
+    while (in < end) {
+        const int word = *in++;
+        int n = word & count_mask;
+        if (n == 0) break;
+        if (n > out_end - out) {
+            std::fill(out, out_end, Out(0));
+            return room + 1;
+        }
+        if (word & literal_bit) {
+            n = static_cast<int>(std::min<long>(n, end - in));
+            for (int i = 0; i < n; ++i) out[i] = static_cast<Out>(in[i]);
+            in += n;
+        } else {
+            if (in == end) break;
+            std::fill(out, out + n, static_cast<Out>(*in++));
+        }
+        out += n;
+    }
+    const int got = static_cast<int>(out - expanded);
+    std::fill(out, out_end, Out(0));
+    return got;
+}
+
+int img_rle_expand(const void* rle, int ibpp, int count, void* expanded, int obpp, int room) {
+    using Byte = unsigned char;
+    using Short = unsigned short;
+    if (ibpp == 1 && obpp == 1)
+        return expand(static_cast<const Byte*>(rle), count, static_cast<Byte*>(expanded), room);
+    if (ibpp == 1 && obpp == 2)
+        return expand(static_cast<const Byte*>(rle), count, static_cast<Short*>(expanded), room);
+    if (ibpp == 2 && obpp == 1)
+        return expand(static_cast<const Short*>(rle), count, static_cast<Byte*>(expanded), room);
+    if (ibpp == 2 && obpp == 2)
+        return expand(static_cast<const Short*>(rle), count, static_cast<Short*>(expanded), room);
+    i_errhdlr("rle_expand: bad bpp: %d %d\n", ibpp, obpp);
+    return -1;
+}

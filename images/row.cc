@@ -1,0 +1,119 @@
+#include <algorithm>
+#include <cstdint>
+
+#include "images/image_internal.h"
+
+static bool is_damaged(const char* what, unsigned y, unsigned z) {
+    i_errhdlr("getrow: %s in row %u of channel %u\n", what, y, z);
+    return true;
+}
+
+static bool get_verbatim(IMAGE* image, unsigned short* buffer) {
+    const std::size_t xsize = image->xsize;
+    if (bytes_per_channel(image) == 1) {
+        auto* const bytes = reinterpret_cast<unsigned char*>(image->tmpbuf);
+        if (!img_read(image, bytes, xsize)) return false;
+        std::copy(bytes, bytes + xsize, buffer);
+        return true;
+    }
+    if (!img_read(image, buffer, xsize * sizeof *buffer)) return false;
+    if (image->dorev) cvtshorts(buffer, xsize * sizeof *buffer);
+    return true;
+}
+
+static bool get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
+    const unsigned bpp = bytes_per_channel(image);
+    const int cnt = img_getrowsize(image, y, z);
+    if (cnt == -1) return false;
+    const auto bytes = static_cast<std::size_t>(static_cast<unsigned int>(cnt));
+    if (bytes > img_work_row_size(image)) return !is_damaged("too many bytes", y, z);
+    if (!img_read(image, image->tmpbuf, bytes)) return false;
+    if (bpp == 2 && image->dorev) cvtshorts(image->tmpbuf, bytes);
+    const int got = img_rle_expand(image->tmpbuf, static_cast<int>(bpp),
+                                   static_cast<int>(bytes / bpp), buffer, 2, image->xsize);
+    if (got != image->xsize) return !is_damaged("wrong number of values", y, z);
+    return true;
+}
+
+// The row of a file with less than two or three dimensions.
+static void fold(const IMAGE* image, unsigned& y, unsigned& z) {
+    if (image->dim < 2) y = 0;
+    if (image->dim < 3) z = 0;
+}
+
+static bool is_bpp_known(const IMAGE* image, const char* error) {
+    const unsigned bpp = bytes_per_channel(image);
+    if (bpp == 1 || bpp == 2) return true;
+    i_errhdlr("%s", error);
+    return false;
+}
+
+int getrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
+    const unsigned short may_read = 1 | 128;
+    if (!(image->flags & may_read)) return -1;
+    fold(image, y, z);
+    if (img_seek(image, y, z) < 0) return -1;
+    if (!is_bpp_known(image, "getrow: weird bpp\n")) return -1;
+    const bool is_read =
+        is_verbatim(image) ? get_verbatim(image, buffer) : get_encoded(image, buffer, y, z);
+    return is_read ? image->xsize : -1;
+}
+
+static void track_range(IMAGE* image, const unsigned short* buffer) {
+    const unsigned short mask =
+        is_verbatim(image) && bytes_per_channel(image) == 1 ? 0x00FF : 0xFFFF;
+    unsigned short least = UINT16_MAX, greatest = 0;
+    for (unsigned x = 0; x < image->xsize; ++x) {
+        const auto value = static_cast<unsigned short>(buffer[x] & mask);
+        least = std::min(least, value);
+        greatest = std::max(greatest, value);
+    }
+    if (image->xsize == 0) return;
+    image->min = std::min<unsigned int>(image->min, least);
+    image->max = std::max<unsigned int>(image->max, greatest);
+}
+
+static bool put_verbatim(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
+    const std::size_t xsize = image->xsize;
+    if (bytes_per_channel(image) == 1) {
+        auto* const bytes = reinterpret_cast<unsigned char*>(image->tmpbuf);
+        for (std::size_t x = 0; x < xsize; ++x) bytes[x] = static_cast<unsigned char>(buffer[x]);
+        return img_seek(image, y, z) == 0 && img_write(image, bytes, xsize);
+    }
+    if (img_seek(image, y, z) < 0) return false;
+    const std::size_t size = xsize * sizeof *buffer;
+    if (image->dorev) cvtshorts(buffer, size);
+    const bool is_written = img_write(image, buffer, size);
+    if (image->dorev) cvtshorts(buffer, size);
+    return is_written;
+}
+
+static bool put_encoded(IMAGE* image, const unsigned short* buffer, unsigned y, unsigned z) {
+    const unsigned bpp = bytes_per_channel(image);
+    const int values =
+        img_rle_compact(buffer, 2, image->tmpbuf, static_cast<int>(bpp), image->xsize);
+    const unsigned cnt = static_cast<unsigned>(values) * bpp;
+    if (cnt > UINT32_MAX - image->rleend) {
+        i_errhdlr("putrow: file too large for its tables\n");
+        return false;
+    }
+    img_setrowsize(image, cnt, y, z);
+    if (img_seek(image, y, z) < 0) return false;
+    if (bpp == 2 && image->dorev) cvtshorts(image->tmpbuf, cnt);
+    return img_write(image, image->tmpbuf, cnt);
+}
+
+int putrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
+    const unsigned short may_write = 2 | 128;
+    if (!(image->flags & may_write)) return -1;
+    fold(image, y, z);
+    if (!is_verbatim(image) && !is_rle(image)) {
+        i_errhdlr("putrow: weird image type\n");
+        return -1;
+    }
+    if (!is_bpp_known(image, "putrow: weird bpp\n")) return -1;
+    track_range(image, buffer);
+    const bool is_written =
+        is_verbatim(image) ? put_verbatim(image, buffer, y, z) : put_encoded(image, buffer, y, z);
+    return is_written ? image->xsize : -1;
+}

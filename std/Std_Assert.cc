@@ -1,0 +1,81 @@
+#include "std/Std_Assert.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <unistd.h>
+
+#include "std/Std_Env.h"
+#include "std/Std_Messager.h"
+
+void std_write_line(const char* prefix, const char* text) {
+    // The standard error stream is unbuffered: each call on it is a write.
+    char line[2048];
+    const int length = std::snprintf(line, sizeof line, "%s%s\n", prefix, text);
+    if (length >= 0 && static_cast<std::size_t>(length) < sizeof line) {
+        std::fwrite(line, 1, static_cast<std::size_t>(length), stderr);
+    } else {
+        std::fprintf(stderr, "%s%s\n", prefix, text);
+    }
+}
+
+// Of a report, its terminating zero included.
+static const int report_size = 1024;
+
+static int assert_level() {
+    static bool is_read = false;
+    static int level = 0;
+    if (!is_read) {
+        is_read = true;
+        level = Std_Env::getenv_value("STD_ASSERT_LEVEL");
+    }
+    return level;
+}
+
+static void report_possible_error(int error) {
+    if (error == 0) return;
+    errno = error;
+    std::perror("possible error");
+}
+
+[[noreturn]] static void dump_core(int error) {
+    report_possible_error(error);
+    std::fputs("Dumping core...\n", stderr);
+    std::abort();
+}
+
+void std_assert(int level, const char* message, const char* file, int line) {
+    // What the report itself does to errno must not blame the caller.
+    const int error = errno;
+    if (!message) message = "?";
+    if (level == 0) {
+        char text[report_size];
+        std::snprintf(text, sizeof text, "%s", message);
+        std_get_current_messager()->refresh(text);
+        return;
+    }
+    if (level == 1) {
+        char text[report_size];
+        std::snprintf(text, sizeof text, "DEBUG  : %s", message);
+        std_write_line("", text);
+        return;
+    }
+    if (level != 2 && level != -1) {
+        std::fputs("Wrong warncode. Dumping core...\n", stderr);
+        std::abort();
+    }
+    char text[report_size];
+    std::snprintf(text, sizeof text, "%s%s in line %d of file %s",
+                  level == 2 ? "WARNING: " : "FATAL  : ", message, line, file ? file : "?");
+    std_write_line("", text);
+    if (level == 2) {
+        if (assert_level() >= 2) dump_core(error);
+        errno = error;
+        return;
+    }
+    if (assert_level() >= 1) dump_core(error);
+    report_possible_error(error);
+    std::fputs("Exiting...\n", stderr);
+    _exit(1);
+}

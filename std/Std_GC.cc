@@ -1,0 +1,229 @@
+#include "std/Std_GC.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#define GC_THREADS // declares GC_set_markers_count; we start no threads
+#define GC_NO_THREAD_REDIRECTS
+#include <gc.h>
+
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+#include "std/Std_Tmp_Alloc.h"
+
+int Std_GC::is_debugging = 0;
+
+static void say_nothing(char*, GC_word) {}
+
+// True while a nothrow form of new asks.
+static bool is_null_welcome = false;
+
+static void* report_out_of_memory(std::size_t size) {
+    if (is_null_welcome) return nullptr;
+    std_assert(-1, str_format("Out of memory: %zu bytes are not to be had", size), __FILE__,
+               __LINE__);
+    return nullptr;
+}
+
+// Other files' static objects may allocate before ours are built: the first
+// allocation starts the collector, whoever asks for it.
+static bool is_started = false;
+
+static void start() {
+    is_started = true;
+    // The process stays single-threaded: a forked child then finds a collector
+    // that waits for nobody.
+    GC_set_markers_count(1);
+    GC_INIT();
+    GC_set_warn_proc(say_nothing);
+    GC_set_oom_fn(report_out_of_memory);
+    // Worlds mostly grow: collect half as often as the collector would by itself.
+    GC_set_free_space_divisor(1);
+}
+
+static const bool started_with_the_program = [] {
+    if (!is_started) start();
+    return true;
+}();
+
+#ifdef NOLT_PLAIN_HEAP
+// For the fuzzers, who watch the blocks of malloc: an overrun inside the collector's heap would go
+// unseen. Nothing is collected and no cleanup is called.
+static void* allocate(std::size_t size, STD_TMP_ALLOC_POOL_T*, void (*)(void*, void*), void*) {
+    void* const block = std::calloc(1, size ? size : 1);
+    return block ? block : report_out_of_memory(size);
+}
+
+static void release(void* p) {
+    std::free(p);
+}
+
+void* std_try_uncollectable(std::size_t size) {
+    return std::calloc(1, size);
+}
+#else
+static void release(void* p) {
+    GC_free(p);
+}
+
+static void* answer_null(std::size_t) {
+    return nullptr;
+}
+
+void* std_try_uncollectable(std::size_t size) {
+    if (!is_started) start();
+    GC_set_oom_fn(answer_null);
+    void* const block = GC_malloc_uncollectable(size);
+    GC_set_oom_fn(report_out_of_memory);
+    return block;
+}
+
+// Null counts as GC.
+static bool is_pool(STD_TMP_ALLOC_POOL_T* placement) {
+    return placement > NoGCAtomic;
+}
+
+static void* allocate(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
+                      void (*cleanup)(void*, void*), void* client_data) {
+    if (is_pool(placement)) return std_tmp_alloc(placement, size);
+    if (!is_started) start();
+    if (placement == NoGC || placement == NoGCAtomic) return GC_malloc_uncollectable(size);
+    void* block;
+    if (placement == GCAtomic) {
+        block = GC_malloc_atomic(size);
+        if (size != 0) std::memset(block, 0, size);
+    } else {
+        block = GC_malloc(size);
+    }
+    if (cleanup) GC_register_finalizer(block, cleanup, client_data, nullptr, nullptr);
+    return block;
+}
+#endif
+
+void* operator new(std::size_t size, STD_TMP_ALLOC_POOL_T* placement, void (*cleanup)(void*, void*),
+                   void* client_data) {
+    return allocate(size, placement, cleanup, client_data);
+}
+
+void* operator new[](std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
+                     void (*cleanup)(void*, void*), void* client_data) {
+    return allocate(size, placement, cleanup, client_data);
+}
+
+void operator delete(void* p, STD_TMP_ALLOC_POOL_T*, void (*)(void*, void*), void*) noexcept {
+    Std_GC::operator delete(p);
+}
+
+void operator delete[](void* p, STD_TMP_ALLOC_POOL_T*, void (*)(void*, void*), void*) noexcept {
+    Std_GC::operator delete(p);
+}
+
+void* Std_GC::operator new(std::size_t size) {
+    return allocate(size, GC, nullptr, nullptr);
+}
+void* Std_GC::operator new[](std::size_t size) {
+    return allocate(size, GC, nullptr, nullptr);
+}
+void* Std_GC::operator new(std::size_t size, STD_TMP_ALLOC_POOL_T* placement) {
+    return allocate(size, placement, nullptr, nullptr);
+}
+void* Std_GC::operator new[](std::size_t size, STD_TMP_ALLOC_POOL_T* placement) {
+    return allocate(size, placement, nullptr, nullptr);
+}
+
+void Std_GC::operator delete(void* p) noexcept {
+    if (p && !std_tmp_pool_of(p)) release(p);
+}
+
+// The default operators of the whole process.
+void* operator new(std::size_t size) {
+    return allocate(size, NoGC, nullptr, nullptr);
+}
+void* operator new[](std::size_t size) {
+    return allocate(size, NoGC, nullptr, nullptr);
+}
+
+// Not left to the standard library: a sanitizer would put its own in their place.
+static void* allocate_politely(std::size_t size) {
+    is_null_welcome = true;
+    void* const block = allocate(size, NoGC, nullptr, nullptr);
+    is_null_welcome = false;
+    return block;
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate_politely(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate_politely(size);
+}
+
+void operator delete(void* p) noexcept {
+    Std_GC::operator delete(p);
+}
+void operator delete[](void* p) noexcept {
+    Std_GC::operator delete(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    Std_GC::operator delete(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+    Std_GC::operator delete(p);
+}
+
+// Over-aligned blocks are cut out of larger ones, so that pointers in them are
+// scanned too; the collector finds the block from any address inside it.
+static void* allocate_aligned(std::size_t size, std::align_val_t alignment) {
+    const std::size_t unit = static_cast<std::size_t>(alignment);
+    if (size > SIZE_MAX - unit) return report_out_of_memory(size);
+    const auto block =
+        reinterpret_cast<std::uintptr_t>(allocate(size + unit, NoGC, nullptr, nullptr));
+    return reinterpret_cast<void*>((block + unit - 1) & ~(unit - 1));
+}
+
+static void release_aligned(void* p) {
+    if (p && !std_tmp_pool_of(p)) GC_free(GC_base(p));
+}
+
+void* operator new(std::size_t size, std::align_val_t a) {
+    return allocate_aligned(size, a);
+}
+void* operator new[](std::size_t size, std::align_val_t a) {
+    return allocate_aligned(size, a);
+}
+void operator delete(void* p, std::align_val_t) noexcept {
+    release_aligned(p);
+}
+void operator delete[](void* p, std::align_val_t) noexcept {
+    release_aligned(p);
+}
+void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
+    release_aligned(p);
+}
+void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
+    release_aligned(p);
+}
+
+Std_Heap_Watch::Std_Heap_Watch() {
+    if (!is_started) start();
+    const std::size_t free_share = 8;
+    const std::size_t heap = GC_get_heap_size();
+    // Growing by little at a time would mean a collection at almost every step.
+    if (GC_get_free_bytes() < heap / free_share) GC_expand_hp(heap / 2);
+    size_ = GC_get_heap_size();
+}
+
+void Std_Heap_Watch::collect_if_grown() const {
+    if (GC_get_heap_size() != size_) GC_gcollect();
+}
+
+STD_TMP_ALLOC_POOL_T* std_get_placement(const void* p) {
+    if (STD_TMP_ALLOC_POOL_T* const pool = std_tmp_pool_of(p)) return pool;
+    if (!is_started) start();
+    return GC_base(const_cast<void*>(p)) ? GC : nullptr;
+}
+
+STD_TMP_ALLOC_POOL_T* std_get_subobject_placement(const void* p) {
+    STD_TMP_ALLOC_POOL_T* const pool = std_tmp_pool_of(p);
+    return pool ? pool : GC;
+}

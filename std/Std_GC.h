@@ -1,0 +1,85 @@
+// Memory: every block of this library comes from the conservative collector.
+//
+//     int*   counts = new (GCAtomic) int[n];     // no pointers inside: never scanned
+//     Node** nodes  = new (GC) Node*[n];         // collected and scanned
+//     auto*  node   = new WDB_Node(...);         // the Std_Obj family: GC by default
+//
+// Nobody owns collected memory: drop the last pointer and the block goes. delete
+// is an early release and always optional. Plain new of classes outside the
+// family is NoGC: scanned, so pointers in it keep their targets, but freed only
+// by delete. Memory of malloc is invisible to the collector; never keep the only
+// pointer to an object there.
+//
+// A placement other than these four is a pool (std/Std_Tmp_Alloc.h), whose memory goes only with the
+// whole pool: delete does nothing for it.
+//
+// All blocks read as zero. Running out of memory ends the process with a fatal
+// report, so no operation here answers null. Usable at any time, also while
+// static objects of other files are being built. Single-threaded.
+#ifndef STD_STD_GC_H
+#define STD_STD_GC_H
+
+#include <cstddef>
+#include <new>
+
+struct STD_TMP_ALLOC_POOL_T;
+
+// The kinds of memory. These are reserved values: nothing stands behind them.
+inline STD_TMP_ALLOC_POOL_T* const GC = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(1);
+inline STD_TMP_ALLOC_POOL_T* const NoGC = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(2);
+inline STD_TMP_ALLOC_POOL_T* const GCAtomic = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(3);
+inline STD_TMP_ALLOC_POOL_T* const NoGCAtomic = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(4);
+
+// Memory of the kind `placement`, or of that pool. A `cleanup` is called with
+// the block and `client_data` before the block is collected; kinds that are not
+// collected, and pools, ignore it.
+void* operator new(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
+                   void (*cleanup)(void*, void*) = nullptr, void* client_data = nullptr);
+void* operator new[](std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
+                     void (*cleanup)(void*, void*) = nullptr, void* client_data = nullptr);
+void operator delete(void* p, STD_TMP_ALLOC_POOL_T* placement, void (*cleanup)(void*, void*),
+                     void* client_data) noexcept;
+void operator delete[](void* p, STD_TMP_ALLOC_POOL_T* placement, void (*cleanup)(void*, void*),
+                       void* client_data) noexcept;
+
+// Base of all classes that plain new puts into collected memory.
+class Std_GC {
+public:
+    // Offered to programs; nothing in the library reads it.
+    static int is_debugging;
+
+    static void* operator new(std::size_t size);
+    static void* operator new[](std::size_t size);
+    static void* operator new(std::size_t size, STD_TMP_ALLOC_POOL_T* placement);
+    static void* operator new[](std::size_t size, STD_TMP_ALLOC_POOL_T* placement);
+
+    // Releases `p` at once. Null is allowed.
+    static void operator delete(void* p) noexcept;
+    static void operator delete[](void* p) noexcept { Std_GC::operator delete(p); }
+};
+
+// The pool that holds `p`; else GC for any address inside a block of the collector, null for other
+// memory.
+STD_TMP_ALLOC_POOL_T* std_get_placement(const void* p);
+
+// For long work in steps, each of which may leave much behind: notes the size of the heap, which is
+// grown ahead by half whenever little of it is free, so that steps rarely need it to grow.
+class Std_Heap_Watch {
+public:
+    Std_Heap_Watch();
+
+    // A full collection, if the heap has grown since.
+    void collect_if_grown() const;
+
+private:
+    std::size_t size_;
+};
+
+// The placement in which the object at `p` allocates its parts: the pool that holds it, else GC.
+STD_TMP_ALLOC_POOL_T* std_get_subobject_placement(const void* p);
+
+// NoGC memory, for those who report its lack themselves.
+// On failure: null.
+void* std_try_uncollectable(std::size_t size);
+
+#endif

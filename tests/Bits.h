@@ -1,0 +1,46 @@
+// Plain values of floats, compared bit by bit: a failure prints each float as a number and in
+// hexadecimal. And the text that a value prints.
+//
+//     EXPECT_EQ(bits_of(p * f), bits_of(Point(3, 2, 2)));
+//     EXPECT_EQ(printed(p), "Point(3,2,2)\n");
+#ifndef TESTS_BITS_H
+#define TESTS_BITS_H
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+struct Bits {
+    std::vector<std::uint32_t> words;
+    bool operator==(const Bits& other) const = default;
+};
+
+template<class T>
+Bits bits_of(const T& value) {
+    Bits bits{std::vector<std::uint32_t>(sizeof(T) / sizeof(float))};
+    std::memcpy(bits.words.data(), &value, sizeof(T));
+    return bits;
+}
+
+inline void PrintTo(const Bits& bits, std::ostream* os) {
+    for (const std::uint32_t word : bits.words) {
+        float f;
+        char text[64];
+        std::memcpy(&f, &word, sizeof f);
+        std::snprintf(text, sizeof text, " %.9g (%08x)", static_cast<double>(f), word);
+        *os << text;
+    }
+}
+
+template<class T>
+std::string printed(const T& value) {
+    std::ostringstream os;
+    os << value;
+    return os.str();
+}
+
+#endif

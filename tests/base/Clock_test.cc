@@ -1,0 +1,88 @@
+#include "base/Clock.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <sys/times.h>
+#include <unistd.h>
+
+// Takes the place of the system's: time goes on only when the test says so.
+static std::clock_t real_now = 1000, user_now = 70, system_now = 5;
+extern "C" std::clock_t times(tms* spent) noexcept {
+    *spent = {user_now, system_now, 0, 0};
+    return real_now;
+}
+
+static void pass(int real, int user, int system) {
+    real_now += real;
+    user_now += user;
+    system_now += system;
+}
+
+// What the clock shows, in ticks.
+static std::string shown(Clock& clock) {
+    const float ticks_per_ms = static_cast<float>(sysconf(_SC_CLK_TCK)) / 1000;
+    std::ostringstream out;
+    out << (clock.is_started() ? "running " : "stopped ")
+        << clock.get_real_elapsed_ms() * ticks_per_ms << ' '
+        << clock.get_user_elapsed_ms() * ticks_per_ms;
+    return out.str();
+}
+
+TEST(Clock, adds_up_the_periods_in_which_it_runs) {
+    Clock clock, assigned;
+    EXPECT_EQ(shown(clock), "stopped 0 0");
+    pass(3, 2, 1);
+    EXPECT_EQ(shown(clock), "stopped 0 0");
+    clock.start();
+    EXPECT_EQ(shown(clock), "running 0 0");
+    pass(50, 20, 10);
+    EXPECT_EQ(shown(clock), "running 50 30");
+    clock.stop();
+    pass(100, 100, 100);
+    EXPECT_EQ(shown(clock), "stopped 50 30");
+    clock.start();
+    pass(5, 1, 0);
+    clock.start(); // the period of 5 is lost, the one of 50 is not
+    pass(7, 3, 1);
+    EXPECT_EQ(shown(clock), "running 57 34");
+    pass(1, 1, 0);
+    Clock copy(clock);
+    assigned = clock;
+    EXPECT_EQ(shown(copy), "stopped 57 34") << "as when last asked";
+    EXPECT_EQ(shown(assigned), "running 58 35");
+    clock.restart();
+    pass(2, 1, 1);
+    clock.stop();
+    EXPECT_EQ(shown(clock), "stopped 2 2");
+    clock.restart();
+    EXPECT_EQ(shown(clock), "running 0 0");
+    clock.terminate();
+    pass(1, 1, 1);
+    EXPECT_EQ(shown(clock), "stopped 0 0");
+}
+
+TEST(Clock, prints_a_line) {
+    Clock clock;
+    clock.start();
+    pass(120, 70, 10);
+    std::ostringstream out;
+    out << clock;
+    clock.stop();
+    out << clock;
+    // A tick is 10 ms.
+    ASSERT_EQ(sysconf(_SC_CLK_TCK), 100);
+    EXPECT_EQ(out.str(), "Clock (running) real 1200 ms user 800 ms\n"
+                         "Clock (stopped) real 1200 ms user 800 ms\n");
+}
+
+TEST(Clock_death, without_the_time) {
+    Clock clock;
+    real_now = -1;
+    EXPECT_DEATH(clock.start(), "Clock reset error: ");
+    real_now = 0;
+    clock.start();
+    real_now = -1;
+    EXPECT_DEATH(clock.get_real_elapsed_ms(), "Clock update error: ");
+    real_now = 1000;
+}

@@ -1,0 +1,288 @@
+#include "images/PX_Map.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "images/image.h"
+#include "images/pix_support.h"
+
+namespace fs = std::filesystem;
+using Bytes = std::vector<unsigned char>;
+
+// An empty folder that is the current one and TMPDIR while it lives.
+class PX_Map_test : public ::testing::Test {
+protected:
+    PX_Map_test() {
+        char name[] = "/tmp/nolt_testXXXXXX";
+        home = fs::path(mkdtemp(name));
+        fs::create_directory(home / "tmp");
+        fs::current_path(home);
+        setenv("TMPDIR", (home / "tmp").c_str(), 1);
+    }
+    ~PX_Map_test() override {
+        EXPECT_TRUE(fs::is_empty(home / "tmp")) << "temporary files are left";
+        fs::current_path("/");
+        fs::remove_all(home);
+    }
+    fs::path home;
+};
+
+static Bytes pixels_of(const PX_Map& map) {
+    const unsigned char* const p = map.get_pixels();
+    return Bytes(p, p + map.get_width() * map.get_height() * map.get_component());
+}
+
+static PX_Map* random_map(int width, int height, int component) {
+    static std::mt19937 random(9);
+    auto* const map = new PX_Map(width, height, component);
+    for (int i = 0; i < width * height * component; ++i)
+        map->get_pixels()[i] = static_cast<unsigned char>(random());
+    return map;
+}
+
+TEST_F(PX_Map_test, conversions) {
+    // One pixel of each file, and what it becomes with 1 to 4 components.
+    const struct {
+        Bytes file;
+        Bytes as[4];
+    } rows[] = {
+        {{100}, {{100}, {100, 255}, {100, 100, 100}, {100, 100, 100, 255}}},
+        {{100, 7}, {{100}, {100, 7}, {100, 100, 100}, {100, 100, 100, 7}}},
+        {{255, 0, 0}, {{78}, {78, 255}, {255, 0, 0}, {255, 0, 0, 255}}},
+        {{0, 255, 0}, {{155}, {155, 255}, {0, 255, 0}, {0, 255, 0, 255}}},
+        {{0, 0, 255, 9}, {{20}, {20, 9}, {0, 0, 255}, {0, 0, 255, 9}}},
+    };
+    for (const auto& r : rows) {
+        PX_Map map(1, 1, static_cast<int>(r.file.size()));
+        std::memcpy(map.get_pixels(), r.file.data(), r.file.size());
+        map.save("f.rgb");
+        EXPECT_EQ(pixels_of(PX_Map("f.rgb", 0)), r.file);
+        for (int component = 1; component <= 4; ++component)
+            EXPECT_EQ(pixels_of(PX_Map("f.rgb", component)), r.as[component - 1]) << component;
+        const PX_Map five("f.rgb", 5);
+        EXPECT_EQ(five.get_component(), 5);
+        EXPECT_EQ(pixels_of(five), Bytes(5, 0));
+    }
+}
+
+TEST_F(PX_Map_test, save_and_load) {
+    for (int component : {1, 2, 3, 4}) {
+        const PX_Map* const map = random_map(37, 11, component);
+        const_cast<PX_Map*>(map)->save("f.rgb");
+        ASSERT_EQ(std::system("gzip -f f.rgb"), 0);
+        const PX_Map loaded("f.rgb.gz", 0);
+        EXPECT_EQ(loaded.get_width() * 100 + loaded.get_height(), 3711);
+        EXPECT_EQ(pixels_of(loaded), pixels_of(*map));
+    }
+    // The channels of a row lie in the file from blue to red.
+    PX_Map map(1, 1, 3);
+    for (int c = 0; c < 3; ++c)
+        map.put_pixel_component(static_cast<unsigned char>('r' + c), 0, 0, c);
+    map.save("f.rgb");
+    std::ifstream file("f.rgb", std::ios::binary);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}).substr(512 + 24),
+              std::string("\1t\0\1s\0\1r\0", 9));
+}
+
+TEST_F(PX_Map_test, rows_and_columns) {
+    PX_Map map(3, 2, 2);
+    for (int i = 0; i < 12; ++i) map.get_pixels()[i] = static_cast<unsigned char>(i);
+    Bytes row(6), column(4);
+    map.get_row_in(row.data(), 1);
+    map.get_column_in(column.data(), 2);
+    EXPECT_EQ(row, Bytes({6, 7, 8, 9, 10, 11}));
+    EXPECT_EQ(column, Bytes({4, 5, 10, 11}));
+    EXPECT_EQ(map.get_pixel_component(1, 1, 1), 9);
+}
+
+TEST_F(PX_Map_test, what_cannot_be_loaded_becomes_a_dummy) {
+    std::ofstream("text.rgb") << "not an image";
+    const auto expect_dummy = [](const char* name, const char* message) {
+        for (int component : {0, 3}) {
+            ::testing::internal::CaptureStderr();
+            const PX_Map map(name, component);
+            const std::string reports = ::testing::internal::GetCapturedStderr();
+            const std::string last =
+                std::string("PX_Map: LOAD ERROR - ") + message + "\nPX_Map: CREATING DUMMY IMAGE\n";
+            EXPECT_EQ(reports.find(last), reports.size() - last.size()) << name << reports;
+            EXPECT_EQ(map.get_width() * 10 + map.get_height(), 44);
+            EXPECT_EQ(map.get_component(), component == 0 ? 1 : 3);
+        }
+    };
+    expect_dummy("missing.rgb", "Unable to get url");
+    expect_dummy("text.rgb", "Image not found");
+    setenv("TMPDIR", "/no/such/folder", 1);
+    expect_dummy("text.rgb", "Unable to open local tmpfile");
+}
+
+// Headers and tables that claim what the file does not hold, and files cut at every byte.
+TEST_F(PX_Map_test, hostile_files) {
+    random_map(5, 3, 3)->save("good.rgb");
+    std::ifstream file("good.rgb", std::ios::binary);
+    const std::string good(std::istreambuf_iterator<char>(file), {});
+    const auto load = [&](std::string text) {
+        std::ofstream("bad.rgb", std::ios::binary) << text;
+        ::testing::internal::CaptureStderr();
+        const PX_Map map("bad.rgb", 0);
+        ::testing::internal::GetCapturedStderr();
+        return map.get_width();
+    };
+    ASSERT_EQ(load(good), 5);
+    for (std::size_t cut = 0; cut + 3 < good.size(); ++cut)
+        ASSERT_EQ(load(good.substr(0, cut)), 4) << cut;
+    const auto with = [&](std::size_t at, std::uint16_t value) {
+        std::string text = good;
+        std::memcpy(text.data() + at, &value, 2);
+        return text;
+    };
+    for (std::size_t field : {6u, 8u, 10u}) // xsize, ysize, zsize
+        for (std::uint16_t value : {0, 4, 4097, 65535}) {
+            if (field == 6 && value == 4) continue;
+            EXPECT_EQ(load(with(field, value)), 4) << field << ' ' << value;
+        }
+    for (std::uint16_t type : {0x0102, 0x0103, 0x0000, 0x0300})
+        EXPECT_EQ(load(with(2, type)), 4) << type;
+    EXPECT_EQ(load(with(4, 0)), 4) << "dim";
+    for (std::size_t entry = 0; entry < 18; ++entry) // row starts, then row sizes
+        for (std::uint32_t value : {0xFFFFFFFFu, 0x7FFFFFFFu, 0u}) {
+            std::string text = good;
+            std::memcpy(text.data() + 512 + 4 * entry, &value, 4);
+            if (entry < 9 && value == 0) continue; // the header is somebody's row
+            EXPECT_EQ(load(text), 4) << entry << ' ' << value;
+        }
+    std::mt19937 random(4);
+    for (int round = 0; round < 300; ++round) {
+        std::string text = good;
+        for (int i = 0; i < 3; ++i) text[random() % text.size()] = static_cast<char>(random());
+        load(text);
+    }
+}
+
+TEST_F(PX_Map_test, what_cannot_be_saved_is_reported) {
+    const struct {
+        const char* name;
+        int width, component;
+    } rows[] = {{"/no/such/folder/f.rgb", 2, 3},
+                {"/dev/full", 2, 3},
+                {"wide.rgb", 4097, 1},
+                {"five.rgb", 2, 5}};
+    for (const auto& r : rows) {
+        ::testing::internal::CaptureStderr();
+        PX_Map(r.width, 2, r.component).save(r.name);
+        EXPECT_NE(::testing::internal::GetCapturedStderr().find(
+                      std::string("WARNING: Unable to save image ") + r.name),
+                  std::string::npos);
+    }
+    unsigned char pixel = 0;
+    EXPECT_EXIT(pixmap_save(&pixel, 1), ::testing::ExitedWithCode(0),
+                "^can't open image in write mode\n$");
+}
+
+TEST(PX_Map_filters, values) {
+    const PX_Map map(1, 1, 1);
+    const struct {
+        PX_Map::Filter filter;
+        float t, value;
+    } rows[] = {
+        {map.get_box_filter(), -.5f, 0},          {map.get_box_filter(), .5f, 1},
+        {map.get_triangle_filter(), -.25f, .75f}, {map.get_triangle_filter(), 1, 0},
+        {map.get_bell_filter(), 0, .75f},         {map.get_bell_filter(), -.5f, .5f},
+        {map.get_bell_filter(), 1, .125f},        {map.get_bell_filter(), -1.6f, 0},
+        {map.get_bspline_filter(), 0, 2 / 3.0f},  {map.get_bspline_filter(), -1, 1 / 6.0f},
+        {map.get_bspline_filter(), 2, 0},
+    };
+    for (const auto& r : rows) EXPECT_EQ(r.filter(r.t), r.value) << r.t;
+}
+
+// Pixel by pixel, calling the filter for each contribution: the sums in list order.
+static Bytes plain_resize(const Bytes& in, int w, int h, int n, int nw, int nh,
+                          PX_Map::Filter filter, int fw) {
+    const auto pass = [&](const Bytes& from, int size, int other, int new_size, int step,
+                          int stride, int to_step, int to_stride) {
+        Bytes to(static_cast<std::size_t>(new_size) * other * n);
+        const float scale = static_cast<float>(new_size) / static_cast<float>(size);
+        const float reach = scale < 1 ? static_cast<float>(fw) / scale : static_cast<float>(fw);
+        const float fscale = scale < 1 ? static_cast<float>(1.0 / static_cast<double>(scale)) : 1;
+        for (int o = 0; o < other; ++o)
+            for (int i = 0; i < new_size; ++i)
+                for (int c = 0; c < n; ++c) {
+                    const float centre =
+                        static_cast<float>(static_cast<double>(i) / static_cast<double>(scale));
+                    float sum = 0;
+                    for (int j = static_cast<int>(std::ceil(static_cast<double>(centre - reach)));
+                         j <= static_cast<int>(std::floor(static_cast<double>(centre + reach)));
+                         ++j) {
+                        int k = j;
+                        while (k < 0 || k >= size) k = k < 0 ? -k : 2 * size - 1 - k;
+                        const float weight =
+                            filter(static_cast<float>(static_cast<double>(centre) - j) / fscale) /
+                            fscale;
+                        sum += static_cast<float>(
+                                   from[static_cast<std::size_t>(k * step + o * stride + c)]) *
+                               weight;
+                    }
+                    to[static_cast<std::size_t>(i * to_step + o * to_stride + c)] =
+                        static_cast<unsigned char>(sum < 255 ? sum < 0 ? 0 : sum : 255);
+                }
+        return to;
+    };
+    const Bytes between = pass(in, w, h, nw, n, w * n, n, nw * n);
+    return pass(between, h, nw, nh, nw * n, n, nw * n, n);
+}
+
+static float overshooting(float t) {
+    return std::fabs(t) < .5f ? 1.5f : std::fabs(t) < 1.5f ? -.2f : 0;
+}
+
+TEST(PX_Map_resize, same_bytes_as_the_plain_way) {
+    const struct {
+        int w, h, n, nw, nh;
+    } rows[] = {{7, 5, 3, 6, 9}, {40, 33, 4, 20, 17}, {16, 16, 1, 16, 16}, {1, 1, 2, 5, 3},
+                {2, 3, 3, 1, 1}, {100, 3, 3, 128, 2}, {33, 70, 2, 90, 8}};
+    for (const auto& r : rows) {
+        const PX_Map* const map = random_map(r.w, r.h, r.n);
+        for (PX_Map::Filter filter :
+             {map->get_box_filter(), map->get_triangle_filter(), map->get_bell_filter(),
+              map->get_bspline_filter(), PX_Map::Filter(overshooting)}) {
+            PX_Map copy(r.w, r.h, r.n);
+            std::memcpy(copy.get_pixels(), map->get_pixels(), pixels_of(*map).size());
+            copy.resize(r.nw, r.nh, filter, 3);
+            EXPECT_EQ(pixels_of(copy),
+                      plain_resize(pixels_of(*map), r.w, r.h, r.n, r.nw, r.nh, filter, 3))
+                << r.w << " to " << r.nw;
+        }
+    }
+}
+
+TEST(PX_Map_resize, to_the_same_size_copies) {
+    const PX_Map* const map = random_map(19, 8, 3);
+    for (PX_Map::Filter filter : {map->get_box_filter(), map->get_triangle_filter()}) {
+        PX_Map copy(19, 8, 3);
+        std::memcpy(copy.get_pixels(), map->get_pixels(), 19 * 8 * 3);
+        copy.resize(19, 8, filter, 3);
+        EXPECT_EQ(pixels_of(copy), pixels_of(*map));
+    }
+    EXPECT_EXIT(PX_Map(2, 2, 1).resize(0, 2), ::testing::ExitedWithCode(1),
+                "cannot be resized to 0 x 2");
+    EXPECT_EXIT(PX_Map(65536, 65536, 1), ::testing::ExitedWithCode(1),
+                "65536 x 65536 x 1 cannot be made");
+}
+
+TEST(PX_Map_resize, texture_align) {
+    const int rows[][4] = {
+        {100, 100, 128, 128}, {64, 256, 64, 256}, {1, 1, 1, 1}, {96, 90, 128, 64}, {91, 3, 128, 4}};
+    for (const auto& r : rows) {
+        PX_Map map(r[0], r[1], 1);
+        map.texture_align();
+        EXPECT_EQ(map.get_width(), r[2]);
+        EXPECT_EQ(map.get_height(), r[3]);
+    }
+}

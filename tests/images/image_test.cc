@@ -1,0 +1,212 @@
+#include "images/image.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <random>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "images/image_internal.h"
+
+using std::string_literals::operator""s;
+using Row = std::vector<unsigned short>;
+
+static std::string errors; // what the hook was told
+
+// A file of its own, and a hook that collects errors.
+class Image_test : public ::testing::Test {
+protected:
+    Image_test() {
+        errors.clear();
+        i_seterror([](char* message) { errors += message; });
+        char name[] = "/tmp/nolt_imageXXXXXX";
+        close(mkstemp(name));
+        path = name;
+    }
+    ~Image_test() override {
+        i_setbyteorder(IMAGE_NATIVE_ORDER);
+        i_seterror(nullptr);
+        unlink(path.c_str());
+    }
+    std::string bytes() const {
+        std::ifstream file(path, std::ios::binary);
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    }
+    void put_bytes(const std::string& text) const { std::ofstream(path, std::ios::binary) << text; }
+    IMAGE* open_new(unsigned type, unsigned dim, unsigned x, unsigned y, unsigned z) const {
+        return iopen(path.c_str(), "w", type, dim, x, y, z);
+    }
+    std::string path;
+};
+
+// The row on its way through the encoder and back.
+static std::string packets(const std::vector<unsigned char>& values) {
+    std::string out(2 * values.size() + 1, '\0');
+    out.resize(static_cast<std::size_t>(
+        img_rle_compact(values.data(), 1, out.data(), 1, static_cast<int>(values.size()))));
+    return out;
+}
+
+TEST(Image_rle, packets) {
+    const std::vector<unsigned char> run(300, 'x');
+    EXPECT_EQ(packets(run), "\x7Ex\x7Ex\x30x\0"s);
+    EXPECT_EQ(packets({'a', 'b', 'c', 'd'}), "\x82"s
+                                             "ab\1c\1d\0"s);
+    EXPECT_EQ(packets({'a', 'a', 'b', 'c', 'd', 'd', 'd', 'e'}), "\x84"s
+                                                                 "aabc\3d\1e\0"s);
+    EXPECT_EQ(packets({'a'}), "\1a\0"s);
+    EXPECT_EQ(packets({}), "\0"s);
+    std::vector<unsigned char> counting(130);
+    for (std::size_t i = 0; i < counting.size(); ++i) counting[i] = static_cast<unsigned char>(i);
+    const std::string long_literal = packets(counting);
+    // 128 values in literal packets of at most 126, then the last two one by one.
+    EXPECT_EQ(long_literal.substr(0, 2), "\xFE\0"s);
+    EXPECT_EQ(long_literal.substr(127), "\x82\x7E\x7F\1\x80\1\x81\0"s);
+    // 127 left are a packet of 126 and one more.
+    EXPECT_EQ(packets(std::vector<unsigned char>(127, 'y')), "\x7Ey\1y\0"s);
+}
+
+TEST(Image_rle, every_pair_of_sizes_comes_back) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 500; ++round) {
+        const int count = static_cast<int>(random() % 700);
+        std::vector<unsigned short> in(static_cast<std::size_t>(count)), out(in.size() + 8, 0xAAAA);
+        for (std::size_t i = 0; i < in.size(); ++i)
+            in[i] = i > 0 && random() % 3 ? in[i - 1] : static_cast<unsigned short>(random() % 256);
+        for (int size : {1, 2}) {
+            std::vector<unsigned short> rle(2 * in.size() + 1);
+            const int length = img_rle_compact(in.data(), 2, rle.data(), size, count);
+            ASSERT_LE(length, 2 * count + 1);
+            EXPECT_EQ(img_rle_expand(rle.data(), size, length, out.data(), 2, count), count);
+            ASSERT_TRUE(std::equal(in.begin(), in.end(), out.begin()));
+            EXPECT_EQ(out[in.size()], 0xAAAA);
+            // Whatever is cut off, nothing is written past the room.
+            const int cut = static_cast<int>(random() % static_cast<unsigned>(length + 1));
+            img_rle_expand(rle.data(), size, cut, out.data(), 2, count / 2);
+            EXPECT_EQ(out[in.size()], 0xAAAA);
+        }
+    }
+}
+
+TEST_F(Image_test, all_kinds_in_both_orders_come_back) {
+    std::mt19937 random(6);
+    for (Image_Byte_Order order : {IMAGE_NATIVE_ORDER, IMAGE_BIG_ENDIAN})
+        for (unsigned type : {VERBATIM(1), VERBATIM(2), RLE(1), RLE(2)})
+            for (unsigned dim : {1u, 2u, 3u})
+                for (unsigned xsize : {1u, 2u, 3u, 300u}) {
+                    SCOPED_TRACE(std::to_string(type) + " dim " + std::to_string(dim) + " x " +
+                                 std::to_string(xsize));
+                    const unsigned ysize = dim < 2 ? 1 : 5, zsize = dim < 3 ? 1 : 3;
+                    std::vector<Row> rows(ysize * zsize, Row(xsize));
+                    i_setbyteorder(order);
+                    IMAGE* image = open_new(type, dim, xsize, 5, 3);
+                    for (std::size_t i = rows.size(); i-- > 0;) {
+                        for (auto& v : rows[i])
+                            v = static_cast<unsigned short>(random() % ((type & 2) ? 65536 : 256) &
+                                                            (random() % 2 ? 0xFFFF : 0));
+                        ASSERT_EQ(putrow(image, rows[i].data(), static_cast<unsigned>(i % ysize),
+                                         static_cast<unsigned>(i / ysize)),
+                                  static_cast<int>(xsize));
+                    }
+                    ASSERT_EQ(iclose(image), 0);
+                    image = iopen(path.c_str(), "r");
+                    ASSERT_NE(image, nullptr);
+                    EXPECT_EQ(image->dim, dim);
+                    EXPECT_TRUE(img_is_sound(image));
+                    for (std::size_t i = 0; i < rows.size(); ++i) {
+                        Row row(xsize);
+                        EXPECT_EQ(getrow(image, row.data(), static_cast<unsigned>(i % ysize),
+                                         static_cast<unsigned>(i / ysize)),
+                                  static_cast<int>(xsize));
+                        EXPECT_EQ(row, rows[i]);
+                    }
+                    iclose(image);
+                }
+    EXPECT_EQ(errors, "");
+}
+
+TEST_F(Image_test, bytes_of_a_file) {
+    const auto number = [](unsigned value, int size, bool is_big) {
+        std::string text;
+        for (int i = 0; i < size; ++i)
+            text += static_cast<char>(value >> 8 * (is_big ? size - 1 - i : i));
+        return text;
+    };
+    for (bool is_big : {false, true}) {
+        if (!is_big && std::endian::native == std::endian::big) continue;
+        i_setbyteorder(is_big ? IMAGE_BIG_ENDIAN : IMAGE_NATIVE_ORDER);
+        IMAGE* image = open_new(RLE(1), 2, 4, 2, 7);
+        Row row = {5, 5, 5, 9};
+        putrow(image, row.data(), 1, 0);
+        putrow(image, row.data(), 1, 0); // again: the first is waste
+        iclose(image);
+        std::string should;
+        for (unsigned value : {474u, 0x0101u, 2u, 4u, 2u, 1u}) should += number(value, 2, is_big);
+        for (unsigned value : {5u, 9u, 5u}) should += number(value, 4, is_big); // min, max, waste
+        should += "no name" + std::string(73, '\0') + std::string(512 - 104, '\0');
+        for (unsigned value : {0u, 533u, ~0u, 5u}) should += number(value, 4, is_big);
+        should += "\3\5\1\t\0\3\5\1\t\0"s;
+        EXPECT_EQ(bytes(), should) << is_big;
+    }
+}
+
+TEST_F(Image_test, refusals) {
+    EXPECT_EQ(iopen("/no/such/file", "r"), nullptr);
+    EXPECT_EQ(errors, "");
+    IMAGE* image = open_new(RLE(1), 3, 10, 4, 2);
+    Row row(10, 7);
+    EXPECT_EQ(getrow(image, row.data(), 0, 0), -1);
+    EXPECT_EQ(putrow(image, row.data(), 4, 0), -1);
+    putrow(image, row.data(), 1, 1);
+    iclose(image);
+    image = iopen(path.c_str(), "r");
+    EXPECT_EQ(putrow(image, row.data(), 0, 0), -1);
+    EXPECT_EQ(getrow(image, row.data(), 0, 0), -1) << "never written";
+    EXPECT_EQ(getrow(image, row.data(), 1, 1), 10);
+    EXPECT_EQ(getrow(image, row.data(), 1, 2), -1);
+    EXPECT_FALSE(img_is_sound(image));
+    iclose(image);
+    const std::string good = bytes();
+    EXPECT_EQ(errors, "img_seek: row number out of range\nimg_seek: row number out of range\n");
+
+    const struct {
+        const char* row;
+        std::string text;
+        const char *mode, *error;
+    } rows[] = {
+        {"r+", good, "r+", "iopen: read/write mode not supported\n"},
+        {"short header", good.substr(0, 151), "r", "iopen: error on read of image header\n"},
+        {"no tables", good.substr(0, 520), "r", "iopen: error on read of rowstart\n"},
+        {"not an image", std::string(512, 'x'), "r", "iopen: bad magic in image file 7878\n"},
+    };
+    for (const auto& r : rows) {
+        errors.clear();
+        put_bytes(r.text);
+        EXPECT_EQ(iopen(path.c_str(), r.mode), nullptr) << r.row;
+        EXPECT_EQ(errors, r.error) << r.row;
+    }
+    errors.clear();
+    EXPECT_EQ(iopen("/no/such/folder/x", "w", RLE(1), 1, 1), nullptr);
+    EXPECT_EQ(errors, "iopen: can't open output file /no/such/folder/x\n");
+    EXPECT_EQ(open_new(RLE(1), 3, 1, 65535, 65535), nullptr);
+    i_seterror(nullptr);
+    EXPECT_EXIT(iopen(path.c_str(), "w+"), ::testing::ExitedWithCode(1), "^iopen: read/write");
+}
+
+TEST_F(Image_test, weird_types) {
+    for (unsigned type : {VERBATIM(3), RLE(0), 0x0201u}) {
+        errors.clear();
+        IMAGE* const image = open_new(type, 1, 4, 1, 1);
+        Row row(4);
+        EXPECT_EQ(putrow(image, row.data(), 0, 0), -1);
+        EXPECT_EQ(errors, type == 0x0201 ? "putrow: weird image type\n" : "putrow: weird bpp\n");
+        iclose(image);
+    }
+}

@@ -1,0 +1,45 @@
+#include "math/Homogeneous.h"
+
+#include <cmath>
+#include <tuple>
+
+#include <gtest/gtest.h>
+
+#include "tests/Bits.h"
+
+TEST(Homogeneous, points_and_vectors_convert) {
+    const Point p(1, 2, 3);
+    const Vector v(1, 2, 3);
+    const std::tuple<const char*, Homogeneous, Homogeneous> rows[] = {
+        {"nothing", Homogeneous(), {0, 0, 0, 0}},
+        {"point + point", p + p, {2, 4, 6, 2}},
+        {"point + vector", Homogeneous(p) += v, {2, 4, 6, 1}},
+        {"vector - point", Homogeneous(v) - p, {0, 0, 0, -1}},
+        {"number * point", 0.5f * p, {0.5f, 1, 1.5f, 0.5f}},
+        {"mean", normalize(p * 2 + Point(6, 2, -2) * 3), {4, 2, 0, 1}},
+        {"endless", normalize(Homogeneous(1, 1, -1, 0)), {INFINITY, INFINITY, -INFINITY, NAN}},
+    };
+    for (const auto& [row, does, should] : rows) {
+        EXPECT_EQ(bits_of(toPoint(does)), bits_of(toPoint(should))) << row;
+        EXPECT_TRUE(does.w == should.w || std::isnan(should.w)) << row << does;
+    }
+    EXPECT_TRUE(Homogeneous(0, 0, -0.0f, 0).iszero());
+    EXPECT_FALSE(Homogeneous(Point(0, 0, 0)).iszero());
+    EXPECT_LT(Homogeneous(41, 1, 0, 41).normalize().w, 1) << "41 * (1 / 41), not set to 1";
+}
+
+TEST(HFrame, stands_for_frames_and_matrices) {
+    const Frame f({1, 2, 3}, {4, 5, 6}, {7, 8, 9}, {10, 11, -0.0f});
+    const HFrame h = f;
+    const Point p(1, 10, 100);
+    EXPECT_TRUE(h.is_affine());
+    EXPECT_EQ(bits_of(toFrame(h)), bits_of(f));
+    EXPECT_EQ(bits_of(Homogeneous(p) * h), bits_of(Homogeneous(p * f)));
+    EXPECT_EQ(bits_of(Homogeneous(toVector(p)) * h), bits_of(Homogeneous(toVector(p) * f)));
+}
+
+TEST(Homogeneous, text) {
+    EXPECT_EQ(printed(Homogeneous(1, 2.5f, -3, 0)), "Homogeneous(1,2.5,-3,0)\n");
+    EXPECT_EQ(printed(HFrame::identity()), "HFrame {\n  Vector4(1,0,0,0)\n  Vector4(0,1,0,0)\n"
+                                           "  Vector4(0,0,1,0)\n  Vector4(0,0,0,1)\n}\n");
+}

@@ -1,0 +1,100 @@
+#include "std/Std_Scan.h"
+
+#include <bit>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <random>
+#include <string>
+
+// What std_scan_f takes must come out, and move on, as with sscanf.
+static ::testing::AssertionResult agrees(const std::string& text, bool* is_taken = nullptr) {
+    char buffer[200] = {};
+    std::memcpy(buffer, text.c_str(), text.size());
+    const char* end = buffer;
+    float ours, plain = 0;
+    int length = 0;
+    const bool taken = std_scan_f(&end, &ours);
+    if (is_taken) *is_taken = taken;
+    if (!taken) {
+        if (end == buffer) return ::testing::AssertionSuccess();
+        return ::testing::AssertionFailure() << "moved by " << text;
+    }
+    const int found = std::sscanf(buffer, "%f%n", &plain, &length);
+    if (found == 1 && end == buffer + length &&
+        std::bit_cast<std::uint32_t>(ours) == std::bit_cast<std::uint32_t>(plain))
+        return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << text << ": does " << ours << ", should " << plain;
+}
+
+TEST(Std_Scan, what_is_plain) {
+    const struct {
+        const char* text;
+        bool is_plain;
+    } rows[] = {{"1", true},
+                {" \t-1.5 x", true},
+                {"+.5", true},
+                {"5.", true},
+                {"0.000000n", true},
+                {"1.25c", true},
+                {"-0", true},
+                {"00000000000001.5", true},
+                {"123456789012345678901234567890", true},
+                {"", false},
+                {".", false},
+                {"-", false},
+                {"1e5", false},
+                {"1.5e", false},
+                {"0x10", false},
+                {"inf", false},
+                {"nan", false},
+                {"1.2.3", false},
+                {"1,5", false},
+                {"--1", false},
+                {"1-", false},
+                {"1p", false}};
+    for (const auto& r : rows) {
+        bool is_taken;
+        EXPECT_TRUE(agrees(r.text, &is_taken));
+        EXPECT_EQ(is_taken, r.is_plain) << r.text;
+    }
+}
+
+TEST(Std_Scan, millions_of_numbers_as_sscanf_reads_them) {
+    std::mt19937_64 random(11);
+#if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__)
+    const int rounds = 2000000;
+#else
+    const int rounds = 20000;
+#endif
+    const char alphabet[] = "0123456789012345678901234567890123456789+-. .eExnctip";
+    int taken = 0;
+    for (int i = 0; i < rounds; ++i) {
+        char text[80];
+        bool is_taken;
+        const float value = std::bit_cast<float>(static_cast<std::uint32_t>(random()));
+        const auto bits = random();
+        switch (i % 4) {
+        case 0: // as our writer puts it
+            std::snprintf(text, sizeof text, "%f", static_cast<double>(value));
+            break;
+        case 1: // between two floats, where rounding twice would show
+            std::snprintf(text, sizeof text, "%.*f", static_cast<int>(bits % 18),
+                          static_cast<double>(static_cast<float>(bits >> 40)) / 1024 + 0.5 / 1024);
+            break;
+        case 2:
+            std::snprintf(text, sizeof text, "%llu.%llu ", bits % 100000ull,
+                          (bits >> 20) % 1000000000ull);
+            break;
+        default: // anything
+            for (std::size_t c = 0; c < 20; ++c)
+                text[c] = alphabet[random() % (sizeof alphabet - 1)];
+            text[random() % 20] = '\0';
+            text[20] = '\0';
+        }
+        ASSERT_TRUE(agrees(text, &is_taken));
+        taken += is_taken;
+    }
+    EXPECT_GT(taken, rounds / 2);
+}

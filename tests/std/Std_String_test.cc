@@ -1,0 +1,282 @@
+#include "std/Std_String.h"
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <gtest/gtest.h>
+#include <random>
+#include <sstream>
+#include <string>
+
+static std::string plain(const Std_String& s) {
+    EXPECT_TRUE(s.OK());
+    return std::string(s.chars(), static_cast<std::size_t>(s.length()));
+}
+static std::string plain(const Std_Sub_String& s) {
+    return std::string(s.chars(), static_cast<std::size_t>(s.length()));
+}
+
+TEST(Std_String, capacities) {
+    const struct {
+        int length, capacity;
+    } rows[] = {{0, 6},   {6, 6},     {7, 22},    {22, 22},
+                {23, 54}, {118, 118}, {119, 246}, {32758, 32758}};
+    for (const auto& r : rows) {
+        const std::string text(static_cast<std::size_t>(r.length), 'x');
+        EXPECT_EQ(Std_String(text.c_str()).allocation(), r.capacity) << r.length;
+    }
+    Std_String s;
+    EXPECT_EQ(s.chars(), _nil_Std_Str_Rep.text);
+    EXPECT_EQ(Std_String(static_cast<const char*>(nullptr)).allocation(), 6);
+    s = "seven..";
+    const char* const buffer = s.chars();
+    s = "";
+    s = Std_String();
+    s += "twenty-two characters.";
+    EXPECT_EQ(s.chars(), buffer);
+    s.alloc(23);
+    EXPECT_EQ(s.allocation(), 54);
+    EXPECT_EQ(s, "twenty-two characters.");
+    // An empty text from the string's own buffer, also at its very end, makes a new buffer.
+    const auto roomy = [] {
+        Std_String x = "abc";
+        x.alloc(100);
+        return x;
+    };
+    Std_String a = roomy(), b = roomy(), c = roomy();
+    a += a.from(3);
+    b.prepend(b.from(3));
+    c.at(0, 1) = c.from(3);
+    EXPECT_EQ(a.allocation() + b.allocation() + c.allocation(), 3 * 6);
+}
+
+TEST(Std_String_death, longest_text) {
+    const std::string text(32758, 'x');
+    Std_String s = text.c_str();
+    EXPECT_EXIT(s += "x", ::testing::ExitedWithCode(1),
+                "FATAL  : Std_String: Requested length out of range");
+    EXPECT_EXIT(replicate('x', INT_MAX), ::testing::ExitedWithCode(1), "out of range");
+    EXPECT_EXIT(Std_Sub_String(Std_String("ab"), 1, 3).OK(), ::testing::ExitedWithCode(1),
+                "Std_Sub_String invariant failure");
+}
+
+// Each operation beside what std::string does, with operands that are often part of the string.
+TEST(Std_String, random_operations_against_a_model) {
+    std::mt19937 random(7);
+    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+    for (int round = 0; round < 300; ++round) {
+        Std_String s;
+        std::string m;
+        for (int step = 0; step < 100; ++step) {
+            const int size = static_cast<int>(m.size());
+            const int pos = below(size + 1), len = below(std::min(size - pos, 9) + 1);
+            const std::string part =
+                m.substr(static_cast<std::size_t>(pos), static_cast<std::size_t>(len));
+            const std::string other(static_cast<std::size_t>(below(12)),
+                                    static_cast<char>('a' + below(3)));
+            const auto upos = static_cast<std::size_t>(pos), ulen = static_cast<std::size_t>(len);
+            switch (size > 2000 ? 5 : below(14)) {
+            case 0:
+                s += s.at(pos, len);
+                m += part;
+                break;
+            case 1:
+                s.prepend(s.at(pos, len));
+                m = part + m;
+                break;
+            case 2:
+                s += other.c_str();
+                m += other;
+                break;
+            case 3:
+                s.prepend('c');
+                m = 'c' + m;
+                break;
+            case 4:
+                s += s;
+                m += m;
+                break;
+            case 5:
+                s = s.at(pos, len);
+                m = part;
+                break;
+            case 6:
+                s.del(pos, len);
+                m.erase(upos, ulen);
+                break;
+            case 7:
+                s.at(pos, len) = other.c_str();
+                m.replace(upos, ulen, other);
+                break;
+            case 8: { // a view replaced by another view of the same string
+                const int from = below(size + 1);
+                s.at(pos, len) = s.from(from);
+                m.replace(upos, ulen, m.substr(static_cast<std::size_t>(from)));
+                break;
+            }
+            case 9:
+                s.reverse();
+                std::reverse(m.begin(), m.end());
+                break;
+            case 10: {
+                int count = 0;
+                std::string result;
+                for (std::size_t i = 0; i < m.size();) {
+                    if (!part.empty() && m.compare(i, part.size(), part) == 0) {
+                        result += other, i += part.size(), ++count;
+                    } else {
+                        result += m[i++];
+                    }
+                }
+                const Std_String pattern = part.c_str();
+                EXPECT_EQ(s.gsub(pattern, other.c_str()), count);
+                m = result;
+                break;
+            }
+            case 11:
+                cat(s, s.at(pos, len), 'b', s);
+                m += part + 'b';
+                break;
+            case 12:
+                s = s.chars() + pos;
+                m = m.substr(upos);
+                break;
+            default: {
+                const Std_String x = other.c_str();
+                const auto at = other.empty() ? std::string::npos : m.find(other, upos);
+                EXPECT_EQ(s.index(x, pos), at == std::string::npos ? -1 : static_cast<int>(at));
+                const auto back = m.size() < other.size() || pos >= size || other.empty() ||
+                                          size - pos < static_cast<int>(other.size())
+                                      ? std::string::npos
+                                      : m.rfind(other, m.size() - upos - other.size());
+                EXPECT_EQ(s.index(x, -1 - pos),
+                          back == std::string::npos ? -1 : static_cast<int>(back));
+                s.del(other.c_str(), pos);
+                if (at != std::string::npos) m.erase(at, other.size());
+            }
+            }
+            ASSERT_EQ(plain(s), m) << "round " << round << " step " << step;
+        }
+    }
+}
+
+TEST(Std_String, views) {
+    Std_String x = "abcabc";
+    const struct {
+        const char* row;
+        Std_Sub_String does;
+        const char* should; // null: the nil view
+    } rows[] = {
+        {"at", x.at(1, 2), "bc"},
+        {"()", x(4, 2), "bc"},
+        {"before 0", x.before(0), ""},
+        {"through -1", x.through(-1), ""},
+        {"through", x.through(1), "ab"},
+        {"after last", x.after(5), ""},
+        {"from end", x.from(6), ""},
+        {"before text", x.before("c", 3), "abcab"},
+        {"through char", x.through('b'), "ab"},
+        {"after text", x.after("bc"), "abc"},
+        {"after at the end", x.after("bc", -1), ""},
+        {"from char", x.from('c'), "cabc"},
+        {"at text backward", x.at("ab", -1), "ab"},
+        {"missing", x.before("d"), nullptr},
+        {"empty pattern", x.at(""), nullptr},
+        {"too long", x.at(5, 2), nullptr},
+        {"negative", x.at(-1, 2), nullptr},
+        {"behind the end", x.from(7), nullptr},
+        {"after the end", x.after(6), nullptr},
+        {"huge", x.at(INT_MAX, INT_MAX), nullptr},
+        {"through huge", x.through(INT_MAX), nullptr},
+    };
+    for (const auto& r : rows) {
+        EXPECT_EQ(plain(r.does), r.should ? r.should : "") << r.row;
+        EXPECT_EQ(r.does.chars() == _nil_Std_String.chars(), !r.should) << r.row;
+    }
+    Std_Sub_String nil = x.before("d");
+    nil = "changes nothing";
+    EXPECT_TRUE(_nil_Std_String.empty());
+    Std_Sub_String view = x.at(1, 2);
+    view = "longer text";
+    EXPECT_EQ(x, "alonger textabc");
+    EXPECT_EQ(view.length(), 2);
+    x = "";
+    view = "the range is gone";
+    EXPECT_EQ(plain(x) + plain(Std_String(view)), "");
+    Std_String fresh;
+    fresh.at(0, 0) = "filled";
+    EXPECT_EQ(fresh, "filled");
+    EXPECT_TRUE(fresh.at(1, 3).contains("ill") && !fresh.at(1, 3).contains('f'));
+}
+
+TEST(Std_String, matching) {
+    const Std_String x = "abab";
+    EXPECT_EQ(x.freq("ab"), 2);
+    EXPECT_EQ(Std_String("aaa").freq('a') + Std_String("aaa").freq("aa"), 5);
+    EXPECT_TRUE(x.contains("ba") && x.contains("ba", 1) && !x.contains("ba", 0));
+    EXPECT_TRUE(x.contains("ab", -1) && x.contains("ba", -2) && !x.contains("ababa", -1));
+    EXPECT_TRUE(x.matches("ab", 2) && !x.matches("ab", 0) && x.matches("abab", -1));
+    EXPECT_TRUE(!x.matches("ab", -1) && x.matches("ab", -3) && !x.contains("", 0));
+    EXPECT_FALSE(x.contains("a", 4) || x.contains("a", INT_MAX) || x.contains("a", INT_MIN));
+    EXPECT_EQ(x.index("a", INT_MIN), -1);
+}
+
+TEST(Std_String, order) {
+    EXPECT_LT(compare(Std_String("\xFF"), "\x01"), 0);
+    EXPECT_TRUE(Std_String("ab") < "abc" && Std_String("b") > Std_String("abc"));
+    EXPECT_EQ(compare(Std_String(), static_cast<const char*>(nullptr)), 0);
+    EXPECT_EQ(compare(Std_String("a"), static_cast<const char*>(nullptr)), 1);
+    const Std_String x = "abcd";
+    EXPECT_EQ(compare(x.at(0, 2), "abc"), -1);
+    EXPECT_EQ(compare(x.at(0, 2), "ab"), 0);
+    EXPECT_EQ(compare(x.at(0, 2), static_cast<const char*>(nullptr)), 2);
+    EXPECT_EQ(compare(x, x.at(0, 1)), 3);
+    EXPECT_TRUE(x.before(2) < x && x.at(1, 1) != "a" && x.at(1, 1) == x.at('b'));
+    EXPECT_EQ(compare(Std_String("a\0b", 3), "a"), 0);
+    EXPECT_GT(compare(Std_String("a\0b", 3).at(0, 3), "a"), 0);
+    EXPECT_EQ(fcompare("HeLLo", Std_String("hEllO")), 0);
+    EXPECT_EQ(fcompare("a", "abc"), -2);
+}
+
+TEST(Std_String, words_and_lists) {
+    EXPECT_EQ(capitalize("the dOG's 3RD bone-meal x"), "The Dog's 3rd Bone-Meal X");
+    EXPECT_EQ(upcase("a\xE4z1"), "A\xE4Z1");
+    EXPECT_EQ(downcase(Std_String("ABC")) + reverse("abc") + 'd', "abccbad");
+    Std_String parts[5];
+    EXPECT_EQ(split("a:b:", parts, 5, ":"), 2);
+    EXPECT_EQ(split("a::b", parts, 5, ":"), 3);
+    EXPECT_EQ(join(parts, 3, "--"), "a----b");
+    EXPECT_EQ(split("a:b:c", parts, 2, ":"), 2);
+    EXPECT_EQ(split("abc", parts, 5, ""), 1);
+    EXPECT_EQ("<" + replicate("ab", 3) + replicate('c', -1) + ">", "<ababab>");
+    EXPECT_EQ(common_prefix("xabc", "yabd", 1), "ab");
+    EXPECT_EQ(common_suffix("abc.h", "bbc.c", -2), "bc.");
+    EXPECT_EQ(common_suffix("abc", "c"), "c");
+    EXPECT_EQ(common_prefix("a", "b", 9), "");
+}
+
+TEST(Std_String, streams) {
+    std::istringstream in("  one two\n  line\nlast");
+    Std_String s = "old";
+    in >> s;
+    EXPECT_EQ(s, "one");
+    EXPECT_EQ(s.allocation(), 22);
+    EXPECT_EQ(in.get(), 't') << "the white space is consumed";
+    EXPECT_EQ(readline(in, s, '\n', 0), 3);
+    EXPECT_EQ(s, "wo\n");
+    EXPECT_EQ(readline(in, s), 4);
+    EXPECT_EQ(s, "line");
+    EXPECT_EQ(readline(in, s), 4);
+    EXPECT_TRUE(in.eof() && !in.fail());
+    EXPECT_EQ(readline(in, s), 0);
+    EXPECT_EQ(s, "last");
+    std::istringstream blank("   ");
+    blank >> s;
+    EXPECT_TRUE(blank.fail() && blank.eof());
+    std::istringstream long_word(std::string(5000, 'w'));
+    long_word >> s;
+    EXPECT_EQ(s.length(), 5000);
+    std::ostringstream out;
+    out << s.before(2) << Std_String("!");
+    EXPECT_EQ(out.str(), "ww!");
+}

@@ -1,0 +1,226 @@
+#include "wdb/WDB_Camera.h"
+
+#include <cmath>
+#include <functional>
+#include <gtest/gtest.h>
+
+#include "support.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Light.h"
+#include "wdb/WDB_Line_List.h"
+#include "wdb/WDB_Material.h"
+
+static const float right_angle = 1.57079633f;
+static const Matrix4 perspective = Matrix4::perspective(right_angle, 1, 1000);
+
+static WDB_Camera* camera_at(const Frame& frame, const Matrix4& projection = perspective) {
+    return new WDB_Camera("eye", HFrame(frame), projection, nullptr, nullptr);
+}
+
+static WDB_Node* box_at(const Point& lo, const Point& hi, const Frame& frame = Frame::identity()) {
+    return new WDB_Node("box", HFrame(frame), list_in(lo, hi), nullptr, nullptr);
+}
+
+TEST(WDB_Camera, fitted_planes) {
+    const struct {
+        const char* row;
+        float nearest_z, farthest_z, near_plane, far_plane;
+    } rows[] = {
+        {"behind the camera", 100, 10, .0001f * .95f, .0002f * 1.05f},
+        {"in front", -10, -100, 9.5f, 105},
+        {"around the camera", 50, -100000, 100000 / 10020.0f * .95f, 105000},
+        {"up to the camera", 0, -100000, 100000 / 10020.0f * .95f, 105000},
+        {"no depth", -5, -5, 4.75f, 5.25f},
+    };
+    for (const auto& r : rows) {
+        WDB_Database world(Bbox(Point(-1e6f, -1e6f, -1e6f), Point(1e6f, 1e6f, 1e6f)));
+        WDB_Camera* const camera = camera_at(Frame::identity());
+        world.put(camera);
+        world.put(box_at({-1, -1, r.farthest_z}, {1, 1, r.nearest_z}));
+        const Matrix4& render = camera->get_render_projection();
+        // The planes come back out of the matrix with the roundings of m22 -+ 1.
+        EXPECT_NEAR(render.near_from_std_perspective() / r.near_plane, 1, 1e-3) << r.row;
+        EXPECT_NEAR(render.far_from_std_perspective() / r.far_plane, 1, 1e-2) << r.row;
+        EXPECT_NEAR(render.fov_from_std_perspective(), right_angle, 1e-6) << r.row;
+        EXPECT_EQ(bits_of(camera->get_projection()), bits_of(perspective)) << r.row;
+    }
+}
+
+TEST(WDB_Camera, without_fit) {
+    const Matrix4 skewed = Matrix4::window(-1, 2, -1, 1, 1, 10);
+    WDB_Database world;
+    world.put(box_at({-1, -1, -9}, {1, 1, -4}));
+    WDB_Camera* const lonely = camera_at(Frame::identity());
+    WDB_Camera* const odd = camera_at(Frame::identity(), skewed);
+    world.put(odd);
+    EXPECT_EQ(bits_of(lonely->get_render_projection()), bits_of(perspective));
+    EXPECT_EQ(bits_of(odd->get_render_projection()), bits_of(skewed));
+    EXPECT_EQ(odd->get_projection(2)[0][0], skewed[0][0] / 2);
+}
+
+// Each event either leaves both caches alone or makes the next use compute them afresh.
+TEST(WDB_Camera, events_and_caches) {
+    WDB_Database world;
+    WDB_Node* const box = box_at({-1, -1, -9}, {1, 1, -4});
+    world.put(box);
+    WDB_Camera* const camera = camera_at(Frame::identity());
+    world.put(camera);
+    const struct {
+        const char* row;
+        std::function<void()> event;
+        bool changes_projection, changes_product;
+        int stamps;
+    } rows[] = {
+        {"set_transform", [&] { camera->set_transform(HFrame(Frame::translation(0, 0, 1))); }, true,
+         true, 1},
+        {"set_projection", [&] { camera->set_projection(Matrix4::perspective(1, 1, 9)); }, true,
+         true, 1},
+        {"set_ipd", [&] { camera->set_ipd(.5f); }, false, false, 1},
+        {"a shape moves", [&] { box->set_transform(HFrame(Frame::translation(0, 0, -50))); }, true,
+         true, 0},
+        {"a shape comes",
+         [&] {
+             world.put(box_at({0, 0, -700}, {1, 1, -600}));
+         },
+         true, true, 0},
+        {"a node comes",
+         [&] { world.put(new WDB_Node("n", HFrame::identity(), nullptr, nullptr, nullptr)); },
+         false, false, 0},
+        {"a shape goes", [&] { world.remove(box); }, false, false, 0},
+        {"invalidate", [&] { camera->invalidate_render_projection(); }, true, true, 0},
+        // Twice: the world tells the node on its way out.
+        {"set_world", [&] { camera->set_world(nullptr); }, true, true, 2},
+    };
+    for (const auto& r : rows) {
+        const Bits projection = bits_of(camera->get_render_projection());
+        const Bits product = bits_of(camera->get_viewing_x_render_projection());
+        const int stamp = camera->get_stamp();
+        r.event();
+        EXPECT_EQ(camera->get_stamp() - stamp, r.stamps) << r.row;
+        EXPECT_EQ(bits_of(camera->get_render_projection()) != projection, r.changes_projection)
+            << r.row;
+        EXPECT_EQ(bits_of(camera->get_viewing_x_render_projection()) != product, r.changes_product)
+            << r.row;
+    }
+}
+
+TEST(WDB_Camera, aspect_and_stereo) {
+    WDB_Database world;
+    world.put(box_at({-1, -1, -9}, {1, 1, -4}));
+    WDB_Camera* const camera = camera_at(Frame::rotation(1, .3f) * Frame::translation(1, 2, 3));
+    world.put(camera);
+    EXPECT_EQ(bits_of(camera->get_left_render_projection(1.5f)),
+              bits_of(camera->get_right_render_projection(1.5f)));
+    camera->set_ipd(.25f);
+    const Matrix4 render = camera->get_render_projection();
+    EXPECT_EQ(bits_of(camera->get_left_render_projection(1.5f)),
+              bits_of(Matrix4::stereo_perspective(render, 1.5f, -.125f)));
+    EXPECT_EQ(bits_of(camera->get_right_render_projection(1.5f)),
+              bits_of(Matrix4::stereo_perspective(render, 1.5f, .125f)));
+    EXPECT_EQ(camera->get_render_projection(4)[0][0], render[0][0] / 4);
+    const Matrix4 product = camera->get_viewing_x_render_projection();
+    const Matrix4 narrow = camera->get_viewing_x_render_projection(3);
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j)
+            EXPECT_EQ(narrow[i][j], j == 0 ? product[i][j] / 3 : product[i][j]) << i << j;
+}
+
+TEST(WDB_Camera, visibility_and_coverage) {
+    WDB_Database world;
+    WDB_Camera* const camera = camera_at(Frame::identity());
+    WDB_Node* const ahead = box_at({-1, -1, -5}, {1, 1, -4}, Frame::scaling(2));
+    WDB_Node* const behind = box_at({-1, -1, 4}, {1, 1, 5});
+    for (WDB_Node* node : {static_cast<WDB_Node*>(camera), ahead, behind}) world.put(node);
+    EXPECT_TRUE(camera->is_visible(ahead));
+    EXPECT_FALSE(camera->is_visible(behind));
+    // At distance 8 the picture spans 16 units, the box 4.
+    EXPECT_NEAR(camera->coverage(ahead), 1 / 16.0f, 1e-6);
+    const WDB_Node bare("n", HFrame::identity(), nullptr, nullptr, nullptr);
+    for (const WDB_Node* none :
+         {static_cast<const WDB_Node*>(camera), &bare, static_cast<const WDB_Node*>(nullptr)}) {
+        EXPECT_FALSE(camera->is_visible(none));
+        EXPECT_EQ(camera->coverage(none), 0);
+    }
+}
+
+TEST(WDB_Camera, twist) {
+    const auto with_up = [](float x, float y, float z) {
+        HFrame h = HFrame::identity();
+        h[1] = Vector4(x, y, z, 0);
+        return h;
+    };
+    EXPECT_EQ(compute_twist(HFrame::identity()), 0);
+    EXPECT_NEAR(compute_twist(with_up(1, 0, 0)), right_angle, 1e-6);
+    EXPECT_NEAR(compute_twist(with_up(-1, 0, 0)), -right_angle, 1e-6);
+    EXPECT_NEAR(compute_twist(with_up(0, 0, 1)), right_angle, 1e-6);
+    for (float y = .9999f; y < 1.0001f; y = std::nextafter(y, 2.0f))
+        ASSERT_FALSE(std::isnan(compute_twist(with_up(1e-9f, y, 0)))) << y;
+}
+
+TEST(WDB_Camera, aiming) {
+    WDB_Database world;
+    WDB_Node* const box = box_at({-1, -1, -1}, {1, 1, 1}, Frame::translation(7, 8, 9));
+    world.put(box);
+    const Frame start = Frame::rotation(2, .5f) * Frame::translation(100, 50, -30);
+    const struct {
+        const char* row;
+        std::function<void(WDB_Camera&, bool)> aim;
+        bool stays;
+    } rows[] = {
+        {"lookat node", [&](WDB_Camera& c, bool keep) { c.lookat(*box, keep); }, false},
+        {"lookat world", [&](WDB_Camera& c, bool keep) { c.lookat(world, keep); }, false},
+        {"pointat node", [&](WDB_Camera& c, bool keep) { c.pointat(*box, keep); }, true},
+        {"pointat world", [&](WDB_Camera& c, bool keep) { c.pointat(world, keep); }, true},
+    };
+    for (const auto& r : rows)
+        for (bool keep : {false, true}) {
+            SCOPED_TRACE(r.row);
+            WDB_Camera* const camera = camera_at(start);
+            const float twist = keep ? compute_twist(camera->get_viewing()) : 0;
+            r.aim(*camera, keep);
+            const Point centre = Point(7, 8, 9) * toFrame(camera->get_viewing());
+            EXPECT_NEAR(centre.x, 0, 1e-3);
+            EXPECT_NEAR(centre.y, 0, 1e-3);
+            EXPECT_LT(centre.z, -1);
+            const Point eye = toPoint(camera->get_transform()[3]);
+            if (r.stays) {
+                EXPECT_NEAR(dist(eye, Point(100, 50, -30)), 0, 1e-4);
+            } else {
+                EXPECT_NEAR(compute_twist(camera->get_viewing()), twist, 1e-5);
+                EXPECT_GT(eye.z, 10);
+            }
+            EXPECT_EQ(camera->get_stamp(), 5);
+        }
+}
+
+TEST(WDB_Camera, print) {
+    WDB_Camera* const camera = camera_at(Frame::identity());
+    camera->set_ipd(.5f);
+    EXPECT_NE(printed(*camera).find("}\n\n  Fov : 90\n  Near: 1\n  Far : 1000\n  IPD : 0.5\n}\n"),
+              std::string::npos)
+        << *camera;
+    camera->set_projection(Matrix4::identity());
+    const std::string text = printed(*camera);
+    EXPECT_NE(text.find("  Projection: Matrix4 {\n"), std::string::npos);
+    EXPECT_EQ(text.substr(text.size() - 5), "}\n\n}\n");
+}
+
+TEST(WDB_Light, state) {
+    WDB_Light* const light = new WDB_Light("lamp", HFrame::identity(), .5f, nullptr, nullptr);
+    EXPECT_EQ(light->get_stamp(), 4);
+    EXPECT_STREQ(light->get_name(), "lamp");
+    light->set_on(false);
+    EXPECT_FALSE(light->is_on());
+    EXPECT_EQ(light->get_stamp(), 4);
+    light->set_angle(.5f);
+    EXPECT_EQ(light->get_stamp(), 5);
+    EXPECT_TRUE(light->get_color() == Color(0, 0, 0));
+    auto* const glow = new WDB_Material;
+    glow->set_emission(Color(1, 0, 0));
+    light->set_material(glow);
+    EXPECT_EQ(&light->get_color(), &glow->get_emission());
+    const WDB_Light shaped("s", HFrame::identity(), 0, list_in({0, 0, 0}, {1, 1, 1}), nullptr);
+    EXPECT_EQ(shaped.get_stamp(), 5);
+    EXPECT_TRUE(WDB_Node::is_instance(&shaped));
+    EXPECT_FALSE(WDB_Camera::is_instance(&shaped));
+}

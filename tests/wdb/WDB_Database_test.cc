@@ -1,0 +1,220 @@
+#include "wdb/WDB_Database.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "support.h"
+#include "wdb/WDB_Material.h"
+
+static WDB_Node* node_at(float x, float y, float z, const WDB_Geometry* geometry) {
+    return new WDB_Node("Ball", HFrame(Frame::translation(x, y, z)), geometry, nullptr, nullptr);
+}
+
+TEST(WDB_Node, stamps_and_boxes) {
+    WDB_Tri_List* const small = list_in({0, 0, 0}, {1, 1, 1});
+    WDB_Tri_List* const large = list_in({-1, 0, 0}, {3, 1, 1});
+    const Bbox origin(Point(0, 0, 0), Point(0, 0, 0));
+    WDB_Node* const bare = node_at(5, 0, 0, nullptr);
+    EXPECT_EQ(bare->get_stamp(), 2);
+    EXPECT_EQ(bare->get_bbox(), origin);
+    EXPECT_EQ(bare->get_geometry(), nullptr);
+
+    WDB_Node* const node = node_at(5, 0, 0, small);
+    EXPECT_STREQ(node->get_name(), "Ball");
+    EXPECT_EQ(node->get_stamp(), 3);
+    EXPECT_EQ(node->get_bbox(), small->get_bbox()) << "the transform does not enter";
+    const std::pair<std::function<void()>, std::string> rows[] = {
+        {[&] { node->insert_lod(large, 1); }, "sl"},
+        {[&] { node->insert_lod(small, 0); }, "ssl"},
+        {[&] { node->replace_lod(small, 2); }, "sss"},
+        {[&] { node->replace_lod(large, 1); }, "sls"},
+        {[&] { node->remove_lod(0); }, "ls"},
+        {[&] { node->set_geometry(small); }, "s"},
+        {[&] { node->wipe_out_lods(); }, ""},
+        {[&] { node->set_material(nullptr); }, ""},
+        {[&] { node->set_texture(nullptr); }, ""},
+        {[&] { node->set_url(nullptr); }, ""},
+        {[&] { node->set_transform(HFrame::identity()); }, ""},
+    };
+    for (const auto& [change, should] : rows) {
+        const int stamp = node->get_stamp();
+        change();
+        EXPECT_EQ(node->get_stamp(), stamp + 1) << should;
+        std::string levels;
+        for (int i = 0; i < node->lod_count(); ++i)
+            levels += node->lod_item(i) == small ? 's' : 'l';
+        EXPECT_EQ(levels, should);
+        const bool any_large = levels.find('l') != std::string::npos;
+        EXPECT_EQ(node->get_bbox(),
+                  levels.empty() ? origin : (any_large ? large : small)->get_bbox());
+    }
+}
+
+TEST(WDB_Node, moves_between_worlds) {
+    WDB_Database a, b;
+    WDB_Node* const n = node_at(0, 0, 0, list_in({0, 0, 0}, {1, 1, 1}));
+    const struct {
+        std::function<void()> act;
+        int held_by; // bit 0: a, bit 1: b
+        WDB_Database* world;
+        bool stamps;
+    } rows[] = {
+        {[&] { n->set_world(&a); }, 1, &a, true},
+        {[&] { n->set_world(&a); }, 1, &a, false},
+        {[&] { a.put(n); }, 1, &a, false},
+        {[&] { n->set_world(&b); }, 2, &b, true},
+        {[&] { a.put(n); }, 1, &a, true},
+        {[&] { b.remove(n); }, 1, &a, false},
+        {[&] { a.remove(n); }, 0, nullptr, true},
+        {[&] { b.put(n); }, 2, &b, true},
+        {[&] { b.wipe_out(); }, 0, &b, false},
+        {[&] { n->update_after_transform_change(); }, 2, &b, true}, // files itself again
+    };
+    for (const auto& r : rows) {
+        const int stamp = n->get_stamp();
+        r.act();
+        EXPECT_EQ(a.has(n) + 2 * b.has(n), r.held_by) << &r - rows;
+        EXPECT_EQ(n->get_world(), r.world) << &r - rows;
+        EXPECT_EQ(n->get_stamp() > stamp, r.stamps) << &r - rows;
+    }
+}
+
+TEST(WDB_Database, bounds_and_editing) {
+    WDB_Database world;
+    world.begin_editing();
+    EXPECT_TRUE(world.is_editing());
+    world.end_editing();
+    EXPECT_FALSE(world.is_editing());
+    EXPECT_EQ(world.get_stamp(), 2);
+    EXPECT_EQ(world.get_bbox(), Bbox(Point(-1e4f, -1e4f, -1e4f), Point(1e4f, 1e4f, 1e4f)));
+    const Bbox bounds(Point(0, 0, 0), Point(4, 4, 4));
+    WDB_Database small(bounds);
+    EXPECT_EQ(small.get_bbox(), bounds);
+    Report_Catcher reports;
+    small.put(node_at(3, 3, 3, list_in({0, 0, 0}, {2, .5f, .5f})));
+    EXPECT_EQ(small.get_bbox(), Bbox(Point(3, 3, 3), Point(4, 3.5f, 3.5f))) << "cut to the bounds";
+    EXPECT_EQ(reports.text, "BSplit_box_tree put: element out of bounds\n");
+}
+
+struct Walk {
+    std::multiset<const WDB_Node*> seen;
+    std::vector<Bbox> boxes;
+    std::size_t stop_at = SIZE_MAX;
+};
+
+static bool note(SUniv* user, const WDB_Node* node, const Bbox& box) {
+    Walk& walk = *Conv<Walk*>::from_univ(user);
+    walk.seen.insert(node);
+    walk.boxes.push_back(box);
+    return walk.seen.size() >= walk.stop_at;
+}
+
+static SUniv* into(Walk& walk) {
+    return Conv<Walk*>::to_univ(&walk);
+}
+
+TEST(WDB_Database, boxes_handed_to_callbacks) {
+    WDB_Database world;
+    WDB_Node* const bare = node_at(1, 2, 3, nullptr);
+    bare->set_transform(HFrame({2, 0, 0, 0}, {0, 2, 0, 0}, {0, 0, 2, 0}, {1, 2, 3, 2}));
+    Walk walk, stopped;
+    stopped.stop_at = 1;
+    EXPECT_FALSE(world.apply(into(stopped), note));
+    world.put(node_at(1, 2, 3, list_in({0, 0, 0}, {1, 1, 1})));
+    world.put(bare);
+    EXPECT_FALSE(world.apply(into(walk), note));
+    ASSERT_EQ(walk.boxes.size(), 2u);
+    EXPECT_EQ(walk.boxes[0], Bbox(Point(1, 2, 3), Point(1, 2, 3))) << "not divided by w";
+    EXPECT_EQ(walk.boxes[1], Bbox(Point(1, 2, 3), Point(2, 3, 4)));
+    EXPECT_TRUE(world.apply(into(stopped), note));
+    EXPECT_TRUE(stopped.boxes.size() == 1 && stopped.seen.count(bare) == 1) << "nodes come first";
+}
+
+// Random changes to nodes, against a plain list of all nodes: every query must give what a loop
+// over the list gives.
+TEST(WDB_Database, agrees_with_a_plain_list) {
+    const Bbox query(Point(-30, -30, -30), Point(10, 20, 30));
+    const HFrame view(Frame::scaling(.03f)), other(Frame::scaling(-.02f, .04f, .01f));
+    const Point p(-50, -40, -60), q(40, 50, 60);
+    WDB_Tri_List* const cube = list_in({0, 0, 0}, {2, 3, 4});
+    for (unsigned seed = 1; seed <= 4; ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const auto place = [&] { return static_cast<float>(random() % 100) - 50; };
+        WDB_Database world(Bbox(Point(-60, -60, -60), Point(60, 60, 60)));
+        std::vector<WDB_Node*> nodes;
+        for (int i = 0; i < 120; ++i) nodes.push_back(node_at(0, 0, 0, i % 3 ? cube : nullptr));
+        for (int step = 0; step < 400; ++step) {
+            WDB_Node* const n = nodes[random() % nodes.size()];
+            const Frame anywhere = Frame::translation(place(), place(), place());
+            switch (random() % 6) {
+            case 0:
+                n->set_world(&world);
+                break;
+            case 1:
+                world.remove(n);
+                break;
+            case 2:
+                n->wipe_out_lods();
+                break;
+            case 3:
+                n->set_geometry(cube);
+                break;
+            default:
+                n->set_transform(HFrame(anywhere));
+            }
+            Walk does[7], should[7];
+            world.apply(into(does[0]), note);
+            world.apply_to_nodes(into(does[1]), note);
+            world.apply_to_shapes(into(does[2]), note);
+            world.apply_to_shapes(into(does[3]), query, note);
+            world.apply_to_shapes(into(does[4]), view, note);
+            world.apply_to_shapes(into(does[5]), view, other, note);
+            world.apply_to_shapes(into(does[6]), p, q, note);
+            for (WDB_Node* m : nodes) {
+                EXPECT_EQ(world.has(m), m->get_world() == &world);
+                const bool shape = m->get_geometry();
+                const Bbox box = m->get_bbox().transformed_by(m->get_transform());
+                const bool fits[7] = {true,
+                                      !shape,
+                                      shape,
+                                      shape && box.is_overlapping(query),
+                                      shape && box.is_visible(view),
+                                      shape && (box.is_visible(view) || box.is_visible(other)),
+                                      shape && box.bounds_line_intersection(p, q) <= 1};
+                for (int i = 0; i < 7; ++i)
+                    if (m->get_world() && fits[i]) should[i].seen.insert(m);
+            }
+            for (int i = 0; i < 7; ++i) EXPECT_EQ(does[i].seen, should[i].seen) << "query " << i;
+            EXPECT_EQ(world.visible_shape_count(view), static_cast<int>(should[4].seen.size()));
+            EXPECT_EQ(world.node_count(), static_cast<int>(should[1].seen.size()));
+            EXPECT_EQ(world.shape_count(), static_cast<int>(should[2].seen.size()));
+        }
+    }
+}
+
+TEST(WDB_Database, print) {
+    WDB_Database world;
+    WDB_Tri_List* const list = list_in({0, 0, 0}, {1, 1, 1});
+    WDB_Node* const shape = node_at(1, 2, 3, list);
+    shape->insert_lod(list, 0);
+    shape->set_material(new WDB_Material);
+    world.put(shape);
+    world.put(node_at(1, 2, 3, nullptr));
+    const std::string text = printed(world), rule = "//" + std::string(44, '-') + "\n",
+                      frame = "WDB_Node Ball{\n  Transform HFrame {\n  Vector4(1,0,0,0)\n"
+                              "  Vector4(0,1,0,0)\n  Vector4(0,0,1,0)\n  Vector4(1,2,3,1)\n}\n\n";
+    EXPECT_EQ(text.rfind("WDB_Database Anonymous world{\n" + rule, 0), 0u);
+    EXPECT_EQ(text.substr(text.find(rule + "//SHAPES")),
+              rule + "//SHAPES\n" + rule + frame +
+                  "  Material WDB_Obj\n  Bbox BBox {\n  Point(0,0,0)\n  Point(1,1,1)\n}\n\n"
+                  "  Geometry  [ WDB_Obj WDB_Obj ]\n}\nGlobal bbox of previous node "
+                  "BBox {\n  Point(1,2,3)\n  Point(2,3,4)\n}\n" +
+                  rule + "//NODES\n" + rule + frame +
+                  "}\nGlobal bbox of previous node "
+                  "BBox {\n  Point(1,2,3)\n  Point(1,2,3)\n}\n}\n");
+}

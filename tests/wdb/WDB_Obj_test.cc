@@ -1,0 +1,63 @@
+#include "wdb/WDB_Obj.h"
+
+#include <gtest/gtest.h>
+
+#include "support.h"
+#include "wdb/WDB_Material.h"
+
+TEST(WDB_Obj, names_and_stamps) {
+    WDB_Tri_List* const list = new WDB_Tri_List(0);
+    EXPECT_STREQ(list->get_name(), "WDB_Obj");
+    EXPECT_EQ(list->get_stamp(), 0);
+    const char* const before = list->get_name();
+    char text[] = "face";
+    list->set_name(text);
+    text[0] = 'l';
+    EXPECT_STREQ(list->get_name(), "face");
+    EXPECT_STREQ(before, "WDB_Obj");
+    list->set_name("face");
+    EXPECT_EQ(list->get_stamp(), 2);
+    list->touch();
+    EXPECT_EQ(list->get_stamp(), 3);
+}
+
+TEST(WDB_Obj, dump) {
+    WDB_Tri_List* const list = new WDB_Tri_List(0);
+    EXPECT_EQ(printed(*list), "WDB_Tri_List WDB_Obj{\n}\n");
+    EXPECT_EQ(printed(static_cast<const WDB_Obj*>(list)), "WDB_Tri_List WDB_Obj{\n}\n");
+    EXPECT_EQ(printed(static_cast<const WDB_Obj*>(nullptr)), "Void");
+}
+
+TEST(WDB_Material, values_and_stamps) {
+    WDB_Material* const standard = new WDB_Material;
+    EXPECT_EQ(standard->get_stamp(), 6);
+    EXPECT_EQ(bits_of(standard->get_diffuse().b).words[0], 0x3F4CCCCDu);
+    standard->set_diffuse(standard->get_diffuse());
+    EXPECT_EQ(standard->get_stamp(), 7);
+    Color a(1, 0, 0), d(2, -1, 0), e(0, 0, 3), s(0, 4, 0);
+    WDB_Material* const given = new WDB_Material(a, d, e, s, 0.25f, 0.5f);
+    EXPECT_EQ(given->get_stamp(), 6);
+    EXPECT_EQ(printed(*given), "WDB_Material WDB_Obj{\n"
+                               "  Ambient  : Color(1,0,0)\n\n  Diffuse  : Color(2,-1,0)\n\n"
+                               "  Emission : Color(0,0,3)\n\n  Specular : Color(0,4,0)\n\n"
+                               "  Shininess: 0.25\n  Alpha    : 0.5\n}\n");
+}
+
+TEST(WDB_Material, purity) {
+    // Bits of `lit`: ambient, diffuse, emission, specular; `pure` in the same order.
+    const struct {
+        int lit, pure;
+    } rows[] = {{0, 15}, {1, 1}, {2, 2}, {4, 4}, {8, 8}, {3, 0}, {12, 0}, {15, 0}};
+    for (const auto& row : rows) {
+        WDB_Material* const m = new WDB_Material;
+        const Color black(0, 0, 0), dim(0, 0, 1e-30f);
+        m->set_ambient(row.lit & 1 ? dim : black);
+        m->set_diffuse(row.lit & 2 ? dim : black);
+        m->set_emission(row.lit & 4 ? dim : black);
+        m->set_specular(row.lit & 8 ? dim : black);
+        EXPECT_EQ(m->is_pure_ambient() + 2 * m->is_pure_diffuse() + 4 * m->is_pure_emission() +
+                      8 * m->is_pure_specular(),
+                  row.pure)
+            << "lit " << row.lit;
+    }
+}

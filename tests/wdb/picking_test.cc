@@ -1,0 +1,218 @@
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <random>
+#include <vector>
+
+#include "support.h"
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Light.h"
+#include "wdb/WDB_Line_List.h"
+
+static WDB_Tri_List* tetrahedron() {
+    const Point a(1, 1, 1), b(-1, -1, 1), c(-1, 1, -1), d(1, -1, -1);
+    auto* const list = new WDB_Tri_List(4);
+    list->put(WDB_Triangle(a, b, c), 0);
+    list->put(WDB_Triangle(a, d, b), 1);
+    list->put(WDB_Triangle(a, c, d), 2);
+    list->put(WDB_Triangle(b, d, c), 3);
+    list->end_editing();
+    return list;
+}
+
+static WDB_Node* node_with(const WDB_Geometry* geometry, const Frame& frame) {
+    return new WDB_Node("n", HFrame(frame), geometry, nullptr, nullptr);
+}
+
+static WDB_Camera* eye_at(const Frame& frame, float fov = 1) {
+    return new WDB_Camera("eye", HFrame(frame), Matrix4::perspective(fov, 1, 1000), nullptr,
+                          nullptr);
+}
+
+// Random worlds and picture positions: the camera names the node that a loop over all nodes and
+// triangles finds nearest, and the picked point lies on that node.
+TEST(Picking, agrees_with_a_loop_over_all_triangles) {
+    std::mt19937 random(3);
+    const auto between = [&](float low, float high) {
+        return std::uniform_real_distribution<float>(low, high)(random);
+    };
+    const WDB_Tri_List* const shape = tetrahedron();
+    int hits = 0;
+    for (int round = 0; round < 6; ++round) {
+        WDB_Database world;
+        std::vector<WDB_Node*> nodes;
+        for (int i = 0; i < 250; ++i) {
+            const Frame turn = Frame::scaling(between(.3f, 3), between(.3f, 3), between(.3f, 3)) *
+                               Frame::rotation(i % 3, between(0, 6)) *
+                               Frame::rotation(1, between(0, 6));
+            nodes.push_back(
+                node_with(shape, turn * Frame::translation(between(-20, 20), between(-20, 20),
+                                                           between(-60, -5))));
+            world.put(nodes.back());
+        }
+        WDB_Camera* const camera = eye_at(Frame::rotation(2, .2f) * Frame::translation(1, 2, 3));
+        camera->set_ipd(.3f);
+        world.put(camera);
+        for (int shot = 0; shot < 500; ++shot) {
+            const float x = between(-1, 1), y = between(-1, 1), aspect = 1.5f;
+            const bool stereo = shot % 2 == 0;
+            const Matrix4 projection = stereo ? camera->get_right_render_projection(aspect)
+                                              : camera->get_render_projection(aspect);
+            const Matrix4 back = inverse(camera->get_viewing() * projection);
+            const auto at = [&](float z) {
+                return toPoint(normalize(Homogeneous(Vector4(x, y, z, 1) * back)));
+            };
+            const Point p = at(-1), q = at(1);
+            WDB_Node* nearest = nullptr;
+            float closest = FLT_MAX, second = FLT_MAX;
+            for (WDB_Node* node : nodes) {
+                const Frame in = inverse(toFrame(node->get_transform()));
+                float t = FLT_MAX;
+                for (int i = 0; i < shape->count(); ++i)
+                    t = std::min(t, (*shape)[i].line_intersection(p * in, q * in, 0));
+                if (t < closest)
+                    second = closest, closest = t, nearest = node;
+                else
+                    second = std::min(second, t);
+            }
+            WDB_Node* const picked = camera->pick_at_x_y(x, y, aspect, .01f, stereo);
+            // Two nodes at nearly one distance may come out either way.
+            const bool is_clear = second - closest > 1e-5f || !nearest;
+            ASSERT_TRUE(!is_clear || picked == nearest) << round << ' ' << shot;
+            if (!picked) {
+                EXPECT_TRUE(camera->get_last_picked_point() == Point(0, 0, 0));
+                continue;
+            }
+            ++hits;
+            EXPECT_LT(dist(camera->get_last_picked_point(), p + (q - p) * closest), .01f);
+        }
+    }
+    EXPECT_GT(hits, 500);
+}
+
+TEST(Picking, lines_within_a_tolerance) {
+    auto* const line = new WDB_Line_List(2);
+    line->put(WDB_Line(Point(-1, 0, 0), Point(1, 0, 0)), 0);
+    line->put(WDB_Line(Point(-1, 5, 1), Point(1, 5, 1)), 1); // gives the box some room
+    line->end_editing();
+    WDB_Database world;
+    WDB_Camera* const camera = eye_at(Frame::translation(0, 0, 10));
+    world.put(camera);
+    WDB_Node* const node = node_with(line, Frame::identity());
+    world.put(node);
+    // At distance 10 the picture reaches up to 10 * tan(0.5) = 5.46; y is 0.273 beside the line.
+    EXPECT_EQ(camera->pick_at_x_y(0, .05f, 1, .06f, false), node);
+    EXPECT_NEAR(camera->get_last_picked_point().z, 0, .05f);
+    EXPECT_EQ(camera->pick_at_x_y(0, .05f, 1, .04f, false), nullptr);
+}
+
+TEST(Picking, who_can_be_picked) {
+    WDB_Database world;
+    const Point p(0, 0, 5), q(0, 0, -5);
+    const auto closest = [&] { return world.closest_object_on_line(p, q, 0, -1, 0, -10); };
+    world.put(node_with(nullptr, Frame::identity()));
+    world.put(new WDB_Light("l", HFrame::identity(), 0, nullptr, nullptr));
+    world.put(eye_at(Frame::identity()));
+    EXPECT_EQ(closest(), nullptr);
+    WDB_Node* const far_away = node_with(tetrahedron(), Frame::translation(.1f, .2f, -3));
+    world.put(far_away);
+    EXPECT_EQ(closest(), far_away);
+    WDB_Light* const lamp =
+        new WDB_Light("l", HFrame(Frame::translation(.1f, .2f, 0)), 0, tetrahedron(), nullptr);
+    world.put(lamp);
+    EXPECT_EQ(closest(), lamp);
+    lamp->set_transform(HFrame(Frame::scaling(0)));
+    EXPECT_EQ(closest(), far_away) << "a singular transform hits nothing";
+
+    WDB_Camera* const lonely = eye_at(Frame::identity());
+    EXPECT_EQ(lonely->pick_at_x_y(0, 0, 1, 0, false), nullptr);
+    EXPECT_EQ(node_with(nullptr, Frame::identity())->line_intersection(p, q, 0, -1, 0, -10),
+              FLT_MAX);
+}
+
+TEST(Default_camera, of_an_empty_world) {
+    WDB_Database world;
+    const int stamp = world.get_stamp();
+    WDB_Camera* const camera = world.default_camera();
+    EXPECT_EQ(world.default_camera(), camera);
+    EXPECT_EQ(world.camera_count(), 1);
+    EXPECT_EQ(world.node_count(), 1);
+    EXPECT_EQ(world.get_stamp(), stamp + 2);
+    EXPECT_FALSE(world.is_editing());
+    EXPECT_NEAR(camera->get_projection().far_from_std_perspective() / 173205.08f, 1, 1e-3);
+    EXPECT_NEAR(camera->get_projection().near_from_std_perspective() / 17.32f, 1, 1e-3);
+    EXPECT_NEAR(camera->get_projection().fov_from_std_perspective(), .61086524f, 1e-6);
+    EXPECT_GT(camera->get_transform()[3][2], 10000);
+
+    WDB_Database small(Bbox(Point(0, 0, 0), Point(.001f, .001f, .001f)));
+    small.begin_editing();
+    const Matrix4 projection = small.default_camera()->get_projection();
+    EXPECT_TRUE(small.is_editing());
+    EXPECT_EQ(bits_of(projection), bits_of(Matrix4::perspective(.61086524f, .001f, 10)));
+}
+
+TEST(Default_camera, copies_another) {
+    for (bool suggested : {false, true}) {
+        WDB_Database world;
+        WDB_Camera* const eye = eye_at(Frame::translation(1, 2, 3), .7f);
+        eye->set_ipd(.5f);
+        world.put(eye);
+        WDB_Camera* const camera =
+            suggested ? world.default_camera(Matrix4::identity(), HFrame::identity())
+                      : world.default_camera();
+        EXPECT_EQ(world.camera_count(), 2);
+        EXPECT_STREQ(camera->get_name(), "default_camera");
+        EXPECT_EQ(bits_of(camera->get_projection()), bits_of(eye->get_projection()));
+        EXPECT_EQ(bits_of(camera->get_transform()), bits_of(eye->get_transform()));
+        EXPECT_EQ(camera->get_ipd(), .5f);
+    }
+}
+
+TEST(Default_camera, takes_a_view_that_shows_enough) {
+    const Matrix4 projection = Matrix4::perspective(1, 1, 100);
+    const struct {
+        const char* row;
+        Frame frame;
+        bool is_taken;
+    } rows[] = {
+        {"fills the picture", Frame::translation(0, 0, 5), true},
+        {"a speck", Frame::translation(0, 0, 90), false},
+        {"behind", Frame::translation(0, 0, -5), false},
+        {"singular", Frame::scaling(0), false},
+    };
+    for (const auto& r : rows) {
+        WDB_Database world;
+        world.put(node_with(tetrahedron(), Frame::identity()));
+        WDB_Camera* const camera = world.default_camera(projection, HFrame(r.frame));
+        EXPECT_EQ(bits_of(camera->get_projection()) == bits_of(projection), r.is_taken) << r.row;
+        EXPECT_EQ(bits_of(camera->get_transform()) == bits_of(HFrame(r.frame)), r.is_taken)
+            << r.row;
+        EXPECT_EQ(world.default_camera(), camera) << r.row;
+    }
+}
+
+TEST(WDB_Database, lists_cameras_and_lights_besides) {
+    WDB_Database world;
+    WDB_Light* const lamp = new WDB_Light("lamp", HFrame::identity(), 0, nullptr, nullptr);
+    WDB_Camera* const eye = eye_at(Frame::identity());
+    world.put(lamp);
+    eye->set_world(&world);
+    EXPECT_EQ(world.node_count(), 2);
+    eye->set_geometry(tetrahedron());
+    lamp->set_geometry(tetrahedron());
+    EXPECT_EQ(world.node_count(), 0);
+    EXPECT_EQ(world.shape_count(), 2);
+    EXPECT_EQ(world.light_count() * 10 + world.camera_count(), 11);
+    const std::string text = printed(world);
+    const std::size_t cameras = text.find("//CAMERAS"), lights = text.find("//LIGHTS");
+    EXPECT_LT(cameras, text.find("WDB_Camera eye{"));
+    EXPECT_LT(text.find("WDB_Camera eye{"), lights);
+    EXPECT_LT(lights, text.find("WDB_Light lamp{"));
+    world.remove(lamp);
+    EXPECT_EQ(world.light_count(), 0);
+    world.wipe_out();
+    EXPECT_EQ(world.camera_count(), 0);
+    EXPECT_FALSE(
+        world.apply_to_cameras(nullptr, [](SUniv*, const WDB_Node*, const Bbox&) { return true; }));
+}

@@ -1,0 +1,63 @@
+// What several tests of the world layer need.
+#ifndef TESTS_WDB_SUPPORT_H
+#define TESTS_WDB_SUPPORT_H
+
+#include <cfloat>
+#include <string>
+
+#include "std/Std_Messager.h"
+#include "tests/Bits.h"
+#include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Tri_List.h"
+
+inline bool operator==(const Bbox& a, const Bbox& b) {
+    return a.min == b.min && a.max == b.max;
+}
+
+// One triangle across the box lo..hi, which becomes the box of the list.
+inline WDB_Tri_List* list_in(const Point& lo, const Point& hi) {
+    WDB_Tri_List* const list = new WDB_Tri_List(1);
+    list->put(WDB_Triangle(lo, Point(hi.x, lo.y, lo.z), hi), 0);
+    list->end_editing();
+    return list;
+}
+
+// A geometry of no known kind, hit everywhere behind its box.
+class Odd_Geometry : public WDB_Geometry {
+    STD_OBJ_CLASS(Odd_Geometry, WDB_Geometry)
+
+    bool get_with_colors() const override { return false; }
+    bool get_with_normals() const override { return false; }
+    bool get_with_textures() const override { return false; }
+    float detailed_line_intersection(const Point&, const Point&, float tolerance) const override {
+        return tolerance;
+    }
+    void update_bbox() override {
+        set_bbox(Bbox(Point(0, 0, 0), Point(1, 1, 1)));
+        ++updates;
+    }
+    int updates = 0;
+};
+
+// Takes the place of the default messager while it lives, and keeps what it is told.
+class Report_Catcher {
+public:
+    Report_Catcher() { std_set_current_messager(&messager_); }
+    ~Report_Catcher() { std_set_current_messager(nullptr); }
+    std::string text;
+
+private:
+    class Messager : public Std_Messager {
+        STD_OBJ_CLASS(Messager, Std_Messager)
+        explicit Messager(std::string* into) : Std_Messager(1, 600), into_(into) {}
+        void refresh_after_updating_history() override {
+            *into_ += std::string(message_history_item(0)) + "\n";
+        }
+
+    private:
+        std::string* into_;
+    };
+    Messager messager_{&text};
+};
+
+#endif

@@ -1,0 +1,440 @@
+#include "wdb/wdb_load.h"
+
+#include <cstdio>
+#include <random>
+#include <unistd.h>
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include "images/PX_Map.h"
+#include "scene_support.h"
+#include "std/Std_Common.h"
+#include "wdb/WDB_Light.h"
+
+using Wdb_Load = Scene_Test;
+
+static const std::string triangle = " triangle p 0 0 0 1 0 0 0 1 0\n";
+static const std::string mesh = "trianglelist g {\n" + triangle + "}\n";
+
+TEST_F(Wdb_Load, whole_reports) {
+    load_text("# nothing\nnode a {\n colour\n}\n");
+    EXPECT_EQ(reports, "[t-2]: Error - unknown node field\n[t-2]:         |colour|\n"
+                       "End of parsing\nLoaded scene with 1 nodes, 0 materials, 0 textures\n");
+    load_text("node a {\n geometry g\n}\n");
+    EXPECT_EQ(reports.substr(0, 43), "[t-2]: Error near `g' - unknown geometry\nEn");
+    EXPECT_EQ(load("absent"), nullptr);
+    EXPECT_EQ(reports, "Cannot open URL absent\n");
+}
+
+TEST_F(Wdb_Load, errors_and_what_survives) {
+    const struct {
+        const char *row, *text, *errors, *nodes;
+    } rows[] = {
+        {"top level", "node a {\n}\nrubbish\nnode b {\n}\nnode c {\n}\n",
+         "2 confused by earlier errors, skipping until brace |rubbish|\n", "a:-,- c:-,- "},
+        {"header without a name", "node {\n url \"u\"\n}\nnode b {\n}",
+         "0 name expected |node {|\n", "b:-,- "},
+        {"bad fields, brace of its own line", "node a {\n frame q 1\n url \"\"\n}\nnode b\n{\n}\n",
+         "1 frame m ... or frame s ... sh ... r ... t ...  expected |frame q 1|\n2 string expected "
+         "|url \"\"|\n5 unknown node field |{|\n",
+         "a:-,- b:-,- "},
+        {"fields out of order",
+         "node a {\n url \"u\"\n frame t 1 2 3\n url \"v\"\n}\nNODES b {\n} rest\nnode c {\n}",
+         "2 unknown node field |frame t 1 2 3|\n", "a:-,-@u b:-,- c:-,- "},
+        {"unknown references", "node a {\n material m\n texture x y\n geometry g\n}",
+         "2 `m' unknown material\n3 `texture' too many textures, using first one\n3 `x' unknown "
+         "texture\n4 `g' unknown geometry\n",
+         "a:-,- "},
+        {"too many references", "material m {\n}\nmaterial n {\n}\nnode a {\n material m n\n}",
+         "6 `material' too many materials, using first one\n", "a:m,- "},
+        {"bad material fields",
+         "material m {\n ambient 1 2\n diffuse 1 2 x\n shininess\n alpha a\n}\nnode a {\n material "
+         "m\n}",
+         "1 color r,g,b expected |ambient 1 2|\n2 color r,g,b expected |diffuse 1 2 x|\n3 number "
+         "expected |shininess|\n4 number expected |alpha a|\n",
+         "a:m,- "},
+        {"material fields out of order",
+         "material m {\n diffuse 1 0 0\n ambient 1 0 0\n specular 1 1 1\n}\nnode a {\n material "
+         "m\n}",
+         "2 unknown material field |ambient 1 0 0|\n", "a:m,- "},
+        {"duplicates", "material m {\n}\nmaterial m {\n}\nnode a {\n}\nnode a {\n material m\n}",
+         "Ignoring duplicate material: m\nIgnoring duplicate node: a\n", "a:-,- "},
+        {"bad world, second world",
+         "world w {\n bbox 1 2 3\n unit x\n}\nworld v {\n extra\n}\nnode a {\n}",
+         "1 bbox x0,y0,z0,x1,y1,z1 expected |bbox 1 2 3|\n2 number expected |unit x|\n5 unknown "
+         "world field |extra|\nDuplicate database: ignoring new one\n",
+         "a:-,- "},
+        {"triangles after a bad one",
+         "trianglelist g {\n triangle p 0 0 0 1 0 0 0 1 0\n triangle q\n triangle p 0 0 0 1 0 0 0 "
+         "1 0\n}\ntrianglelist g {\n triangle p 0 0 0 1 0 0 0 1 0\n}\nnode a {\n geometry g\n}",
+         "2 triangle p ... n ... c ... t ... expected |triangle q|\n3 Unknown trilist field "
+         "|triangle p 0 0 0 1 0 0 0 1 0|\nIgnoring duplicate geometry: g\n",
+         "a:-,-,g "},
+        {"no triangle left",
+         "trianglelist g {\n triangle p 0 0 0 1 0 0 2 0 0\n}\ntrianglelist h {\n}\nnode a {\n "
+         "geometry g h\n}",
+         "2 empty triangle list or all triangles skipped |}|\n4 empty triangle list or all "
+         "triangles skipped |}|\n7 `g' unknown geometry\n7 `h' unknown geometry\n",
+         "a:-,- "},
+        {"lines",
+         "linelist l {\n line p 0 0 0 1 0 0 n 0 0 0 0 0 1\n line p 0 0 0 1 0 0 n 0 0 .5 0 0 1\n "
+         "line p 1\n}\nlinelist k {\n line p 0 0 0 1 0 0 n 0 0 0 0 0 1\n}\nnode a {\n geometry l "
+         "k\n}",
+         "2 `last line' skipping because of zero-length normal\n3 `last line' non-unit normal "
+         "renormalized\n3 line p ... n ... c ... t ... expected |line p 1|\n7 `last line' skipping "
+         "because of zero-length normal\n7 empty line list or skipped all lines |}|\n10 `k' "
+         "unknown geometry\n",
+         "a:-,-,l "},
+        {"textures",
+         "texture x {\n}\ntexture y {\n image \"\"\n}\ntexture z {\n tmpimage \"http://\"\n}\nnode "
+         "a {\n texture x\n}",
+         "3 string expected |image \"\"|\n7 Non Local or invalid tmpimage: http:// |}|\n10 `x' "
+         "unknown texture\n",
+         "a:-,- "},
+        {"cameras and lights",
+         "camera c {\n perspective 1 2\n angle 5\n}\nlight l {\n angle x\n perspective 1 2 3 "
+         "4\n}\n",
+         "1 perspective fovy,ratio,near,far,eye_sep expected |perspective 1 2|\n2 unknown camera "
+         "field |angle 5|\n5 number expected |angle x|\n6 unknown light field |perspective 1 2 3 "
+         "4|\n",
+         "c:-,- l:-,- "},
+        {"bad url, open block", "node a {\n url \"news://h/x\"\n}\nnode b {\n material m",
+         "2 `news://h/x' invalid url\n5 `m' unknown material\n5 unknown node field ||\n",
+         "a:-,- b:-,- "},
+        {"loading context",
+         "loading other {\n base \"x\"\n}\nloading context {\n base \"news://x/\"\n}\nloading "
+         "context {\n base \"d/\"\n more\n}\nloading Context {\n}\nnode a {\n url \"u\"\n}",
+         "1 `context' expected |base \"x\"|\n5 Invalid base url |}|\n8 unknown loading context "
+         "field |more|\n",
+         "a:-,-@d/u "},
+        {"imports",
+         "import it {\n file \"x\"\n}\nimport file {\n url \"news://x/\"\n file \"absent\"\n file "
+         "\"\"\n other\n}\nimport file {\n}\nnode a {\n}",
+         "1 `file' expected |file \"x\"|\n5 `news://x/' invalid url\nImporting file: absent\n6 "
+         "`absent' cannot open file\n6 string expected |file \"\"|\n7 unknown import field "
+         "|other|\n",
+         "a:-,- "},
+        {"imports that may not be",
+         "import file {\n file \"t\"\n file \"./t\"\n file \"-\"\n file \"/dev/zero\"\n file "
+         "\"tmp\"\n}",
+         "2 `t' file imports itself\n3 `./t' file imports itself\n4 `-' not a plain file\n5 "
+         "`/dev/zero' not a plain file\n6 `tmp' not a plain file\n",
+         ""},
+        {"context without base", "loading context {\nnode a {\n url \"u\"\n}", "", "a:-,-@u "},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.row);
+        ::testing::internal::CaptureStderr(); // of URLs and images
+        ASSERT_TRUE(load_text(r.text));
+        ::testing::internal::GetCapturedStderr();
+        EXPECT_EQ(errors(), r.errors);
+        EXPECT_EQ(nodes(), r.nodes);
+    }
+}
+
+TEST_F(Wdb_Load, normals_of_triangles_and_lines) {
+    const float r = 0.98995f; // squared a little less than 0.99, and below as a little more
+    const struct {
+        float n0, n1, does; // lengths
+    } rows[] = {{1, r, 1}, {1, .995f, .995f}, {1, 1.5f, 1.5f}, {r, .001f, 1}, {1, 9e-5f, 0}};
+    for (const auto& row : rows) {
+        char text[200];
+        std::snprintf(text, sizeof text,
+                      "trianglelist g {\n triangle p 0 0 0 1 0 0 0 1 0 n 0 0 %.9g"
+                      " 0 0 %.9g 0 0 1\n}\nnode a {\n geometry g\n}",
+                      row.n0, row.n1);
+        load_text(text);
+        const float does = triangles("a") ? (*triangles("a"))[0].n1.z : 0;
+        EXPECT_NEAR(does, row.does, 2e-7f) << row.n1;
+    }
+    load_text(
+        "linelist g {\n line p 0 0 0 1 0 0\n line p 0 0 0 2 0 0 n 0 0 .004 0 0 1 t 0 0 0 0 0 0\n"
+        " line p 0 0 0 2 0 0 n 0 0 .003 0 0 1 c 1 0 0\n}\nnode a {\n geometry g\n}");
+    const auto* lines = WDB_Line_List::castdown(node("a")->get_geometry());
+    ASSERT_EQ(lines->count(), 2);
+    EXPECT_EQ((*lines)[1].n0.z, 1);
+    EXPECT_TRUE(lines->get_with_colors() && lines->get_with_normals() &&
+                lines->get_with_textures());
+}
+
+static std::string shown(const Bbox& box) {
+    char text[200];
+    std::snprintf(text, sizeof text, "%.5g %.5g %.5g %.5g %.5g %.5g", box.min.x, box.min.y,
+                  box.min.z, box.max.x, box.max.y, box.max.z);
+    return text;
+}
+
+TEST_F(Wdb_Load, units_and_bounds) {
+    load_text(mesh + "world w {\n unit 2\n}\ntrianglelist h {\n" + triangle +
+              "}\nnode a {\n"
+              " frame t 1 2 3\n geometry g\n}\nnode b {\n geometry h\n}\ncamera c {\n"
+              " perspective 90 7 1 10 .5\n}\ncamera d {\n perspective 60 1 1 10\n}\ncamera e {\n}\n"
+              "light l {\n angle 90\n}\nworld v {\n unit 3\n}\nnode f {\n frame t 1 0 0\n}");
+    EXPECT_EQ(errors(), "Duplicate database: ignoring new one\n");
+    EXPECT_STREQ(world->get_name(), "w");
+    EXPECT_EQ(triangles("a")->get_bbox().max.x, 1);
+    EXPECT_EQ(triangles("b")->get_bbox().max.x, 2);
+    EXPECT_EQ(node("a")->get_transform()[3].z, 6);
+    EXPECT_EQ(node("f")->get_transform()[3].x, 3);
+    const auto camera = [&](const char* name) { return WDB_Camera::castdown(node(name)); };
+    const Matrix4 wide = Matrix4::perspective(deg_to_rad(90), 2, 20);
+    EXPECT_EQ(bits_of(camera("c")->get_projection()), bits_of(wide));
+    EXPECT_EQ(camera("c")->get_ipd(), 1);
+    EXPECT_EQ(camera("d")->get_ipd(), 0);
+    const Matrix4 standard = Matrix4::perspective(0.7853982f, 2, 20000);
+    EXPECT_EQ(bits_of(camera("e")->get_projection()), bits_of(standard));
+    EXPECT_EQ(WDB_Light::castdown(node("l"))->get_angle(), deg_to_rad(90));
+    const struct {
+        std::string text, bounds;
+    } rows[] = {
+        {"", "-10000 -10000 -10000 10000 10000 10000"},
+        {"node a {\n frame t 1 2 3\n}", "-10000 -10000 -10000 10000 10000 10000"},
+        {"world w {\n bbox -1 -2 -3 1 2 3\n}", "-1 -2 -3 1 2 3"},
+        {"world w {\n}", "-10000 -10000 -10000 10000 10000 10000"},
+    };
+    for (const auto& r : rows) EXPECT_EQ(shown(load_text(r.text)->get_bbox()), r.bounds);
+    load_text(mesh + "node a {\n frame s 100 10 1 t 50 0 0\n geometry g\n}");
+    world->remove(node("a")); // an empty world answers its bounds
+    EXPECT_EQ(shown(world->get_bbox()), "49 -0.1 0 151 10.1 0");
+}
+
+TEST_F(Wdb_Load, progress_after_each_thirtieth_object) {
+    std::string text;
+    for (int i = 0; i < 60; ++i)
+        text += (i % 2 ? "node n" : "material m") + std::to_string(i) + "\n}\n";
+    load_text(text);
+    EXPECT_EQ(reports, "15 nodes, 0 geometries, 15 materials, 0 textures loaded so far...\n"
+                       "30 nodes, 0 geometries, 30 materials, 0 textures loaded so far...\n"
+                       "End of parsing\nLoaded scene with 30 nodes, 30 materials, 0 textures\n");
+}
+
+TEST_F(Wdb_Load, imports) {
+    for (const char* folder : {"d", "d/e", "f"}) std::filesystem::create_directory(folder);
+    put_file("t", "world w {\n unit 2\n}\nimport file {\n frame t 1 0 0\n url \"doc.html\"\n"
+                  " file \"d/one\"\n file \"d/one\"\n}\nnode last {\n frame t 1 0 0\n}\n");
+    put_file("d/one",
+             "loading context {\n base \"d/e/x\"\n}\nnode own {\n frame t 0 1 0\n url \"u\"\n}\n"
+             "import file {\n frame s 10 10 10\n file \"two.gz\"\n}\nnode plain {\n}\n");
+    put_file("d/e/two", "world v {\n unit 4\n}\nnode deep {\n frame t 1 1 1\n}\n" + mesh);
+    ASSERT_EQ(std::system("gzip d/e/two"), 0);
+    load("t");
+    EXPECT_EQ(
+        errors(),
+        "Importing file: d/one\nImporting file: d/e/two.gz\n"
+        "Duplicate database: ignoring new one\nReturning to main file\nReturning to main file\n"
+        "Importing file: d/one\nIgnoring duplicate node: own\nImporting file: d/e/two.gz\n"
+        "Duplicate database: ignoring new one\nIgnoring duplicate node: deep\n"
+        "Ignoring duplicate geometry: g\nReturning to main file\n"
+        "Ignoring duplicate node: plain\nReturning to main file\n");
+    EXPECT_EQ(nodes(), "deep:-,-@doc.html last:-,- own:-,-@d/e/u plain:-,-@doc.html ");
+    const struct {
+        const char* name;
+        Vector4 origin;
+    } rows[] = {{"own", {1, 2, 0, 1}},
+                {"deep", {41, 40, 40, 1}},
+                {"plain", {1, 0, 0, 1}},
+                {"last", {2, 0, 0, 1}}};
+    for (const auto& r : rows)
+        EXPECT_EQ(bits_of(node(r.name)->get_transform()[3]), bits_of(r.origin)) << r.name;
+    // What a wrong header sets stays in force.
+    put_file("f/x", "node x {\n}");
+    load_text("import it {\n frame t 5 0 0\n url \"q\"\n}\nimport file {\n frame t 1 0 0\n}\n"
+              "import file {\n file \"f/x\"\n}\n");
+    EXPECT_EQ(nodes(), "x:-,-@q ");
+    EXPECT_EQ(node("x")->get_transform()[3].x, 5);
+    ASSERT_TRUE(load("f/x", "d/"));
+}
+
+TEST_F(Wdb_Load, imports_that_do_not_end) {
+    put_file("a", "import file {\n file \"b\"\n}\nnode a {\n}");
+    put_file("b", "import file {\n file \"././a\"\n}\nnode b {\n}");
+    load("a");
+    EXPECT_EQ(nodes(), "a:-,- b:-,- ");
+    EXPECT_EQ(errors(), "Importing file: b\n[b-2]: Error near `././a' - file imports itself\n"
+                        "Returning to main file\n");
+    for (int i = 0; i < 70; ++i)
+        put_file(str_format("c%d", i), str_format("import file {\n file \"c%d\"\n}", i + 1));
+    load("c0");
+    EXPECT_NE(errors().find("[c63-2]: Error near `c64' - imports nested too deeply\n"),
+              std::string::npos);
+}
+
+// Answers the requests in this order, each on a connection of its own.
+static int serve(const std::vector<std::pair<std::string, std::string>>& answers, pid_t* child) {
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in name = {};
+    socklen_t size = sizeof name;
+    name.sin_family = AF_INET;
+    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    bind(listener, reinterpret_cast<sockaddr*>(&name), size);
+    listen(listener, 5);
+    getsockname(listener, reinterpret_cast<sockaddr*>(&name), &size);
+    *child = fork();
+    if (*child == 0) {
+        alarm(30);
+        for (const auto& [request, answer] : answers) {
+            const int peer = accept(listener, nullptr, nullptr);
+            std::string got(request.size(), '\0');
+            if (recv(peer, got.data(), got.size(), MSG_WAITALL) > 0 && got == request)
+                send(peer, answer.data(), answer.size(), MSG_NOSIGNAL);
+            close(peer);
+        }
+        _exit(0);
+    }
+    close(listener);
+    return ntohs(name.sin_port);
+}
+
+TEST_F(Wdb_Load, imports_over_http) {
+    pid_t child;
+    const int port = serve({{"GET /d/top\n", "import file {\n file \"e/part\"\n}\nnode a {\n}"},
+                            {"GET /d/e/part\n", "node b {\n url \"u\"\n}"}},
+                           &child);
+    const std::string host = "http://127.0.0.1:" + std::to_string(port);
+    ASSERT_TRUE(load(host + "/d/top"));
+    waitpid(child, nullptr, 0);
+    EXPECT_EQ(nodes(), "a:-,- b:-,-@" + host + "/d/e/u ");
+}
+
+static WDB_Texture* checker(const char* name) {
+    auto* const map = new PX_Map(2, 2, 3);
+    map->put_pixel_component(255, 1, 0, 1);
+    auto* const texture = new WDB_Texture(map);
+    texture->set_name(name);
+    return texture;
+}
+
+static std::vector<std::string> blocks(const std::string& text) {
+    std::vector<std::string> all;
+    for (std::size_t at = 0, end; at < text.size(); at = end + 2) {
+        end = std::min(text.find("\n\n", at), text.size());
+        all.push_back(text.substr(at, end - at));
+    }
+    std::sort(all.begin(), all.end());
+    return all;
+}
+
+// A world of all that the writer writes, with names that clash.
+static WDB_Database* rich_world() {
+    auto* const world = new WDB_Database;
+    auto* const red = new WDB_Material;
+    red->set_diffuse(Color(1, .1f, 1 / 3.0f));
+    auto* const colored = new WDB_Tri_List(2);
+    for (int i = 0; i < 2; ++i)
+        colored->put(
+            WDB_Triangle({0, 0, 0}, {1.0f / 3, 0, 0}, {0, 1e4f, i * .7f}, Color(.2f, .3f, 1)), i);
+    colored->set_with_colors(true);
+    colored->end_editing();
+    WDB_Tri_List* const plain = list_in({-1, -2, 0}, {1, 2, .1f});
+    for (int i = 0; i < 20; ++i) {
+        const HFrame place(Frame::rotation(i % 3, .3f * i) * Frame::translation(i * 7.7f, 0, -i));
+        auto* const n = new WDB_Node("ball", place, i % 2 ? plain : colored, i % 3 ? red : nullptr,
+                                     i % 5 ? nullptr : checker("ball"));
+        n->insert_lod(plain, 1);
+        if (i == 4) n->set_url(new Std_URL("http://h:80/doc x.html"));
+        world->put(n);
+    }
+    auto* const eye = new WDB_Camera("eye", HFrame(Frame::translation(0, 0, 1 / 7.0f)),
+                                     Matrix4::perspective(.6f, 2, 20000), nullptr, nullptr);
+    eye->set_ipd(.065f);
+    world->put(eye);
+    world->put(new WDB_Light("eye", HFrame::identity(), .5f, plain, red));
+    return world;
+}
+
+TEST_F(Wdb_Load, what_was_saved_loads_and_saves_again) {
+    const std::string first = saved(rich_world());
+    EXPECT_TRUE(std::filesystem::exists("ball.rgb"));
+    load("saved");
+    EXPECT_EQ(errors(), "");
+    const std::string second = saved(world);
+    EXPECT_EQ(blocks(second), blocks(first));
+    load("saved");
+    EXPECT_EQ(errors(), "");
+    EXPECT_EQ(saved(world), second) << "from then on nothing changes";
+}
+
+TEST_F(Wdb_Load, what_does_not_come_back) {
+    auto* const odd = new WDB_Tri_List(2);
+    odd->put(WDB_Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, Vector(0, 0, 9e-5f), Vector(0, 0, 1),
+                          Vector(0, 0, 1)),
+             0);
+    odd->put(WDB_Triangle({0, 0, 0}, {1e-7f, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 1}, {0, 0, 1},
+                          Color(1, 0, 0)),
+             1);
+    odd->end_editing();
+    HFrame projective = HFrame::identity();
+    projective[0][3] = .5f;
+    WDB_Database before(Bbox(Point(-5, -5, -5), Point(5, 5, 5)));
+    before.set_name("before");
+    auto* const n = new WDB_Node("n", projective, odd, nullptr, checker("x"));
+    for (int i = 0; i < 12; ++i) n->insert_lod(odd, 1);
+    before.put(n);
+    before.put(new WDB_Camera("c", HFrame::identity(), Matrix4::identity(), nullptr, nullptr));
+    std::filesystem::create_directory("elsewhere");
+    put_file("elsewhere/scene", saved(&before));
+    ::testing::internal::CaptureStderr();
+    load("elsewhere/scene");
+    EXPECT_NE(::testing::internal::GetCapturedStderr().find("DUMMY"), std::string::npos);
+    EXPECT_EQ(errors(), "");
+    EXPECT_EQ(node("n")->get_texture()->get_image()->get_width(), 4)
+        << "the image stands elsewhere";
+    ASSERT_EQ(triangles("n")->count(), 1) << "the normal near zero is gone";
+    EXPECT_EQ((*triangles("n"))[0].p1.x, 0);
+    EXPECT_EQ((*triangles("n"))[0].c0.r, .5f);
+    EXPECT_EQ(node("n")->get_transform()[0].w, 0);
+    EXPECT_EQ(node("n")->lod_count(), 12);
+    EXPECT_STREQ(world->get_name(), "Anonymous world");
+    const Matrix4 standard = Matrix4::perspective(0.7853982f, 2, 20000);
+    EXPECT_EQ(bits_of(WDB_Camera::castdown(node("c"))->get_projection()), bits_of(standard));
+    // The line in place of a line list costs the block behind it.
+    WDB_Database lines;
+    auto* const list = new WDB_Line_List(1);
+    list->put(WDB_Line({0, 0, 0}, {1, 1, 1}), 0);
+    list->set_name("l");
+    list->end_editing();
+    lines.put(new WDB_Node("m", HFrame::identity(), list, nullptr, nullptr));
+    lines.put(new WDB_Node("n", HFrame::identity(), list, nullptr, nullptr));
+    load_text(saved(&lines));
+    EXPECT_EQ(errors(), "2 confused by earlier errors, skipping until brace |!!! Unable to save "
+                        "geometry l of class WDB_Line_List|\n18 `l' unknown geometry\n");
+    EXPECT_EQ(nodes(), "n:-,- ");
+}
+
+TEST_F(Wdb_Load, textures) {
+    checker("x")->get_image()->save("c.rgb");
+    std::filesystem::copy_file("c.rgb", "tmp.rgb");
+    load_text("texture a {\n image \"c.rgb\"\n}\ntexture b {\n tmpimage \"tmp.rgb\"\n}\n"
+              "node a {\n texture a\n}\nnode b {\n texture b\n}");
+    EXPECT_EQ(errors(), "");
+    for (const char* name : {"a", "b"})
+        EXPECT_EQ(node(name)->get_texture()->get_image()->get_pixel_component(1, 0, 1), 255)
+            << name;
+    EXPECT_TRUE(std::filesystem::exists("c.rgb"));
+    EXPECT_FALSE(std::filesystem::exists("tmp.rgb"));
+}
+
+// A good file cut behind every byte, or with one byte changed: no crash, and a report wherever the
+// file ends inside a block.
+TEST_F(Wdb_Load, cut_and_changed_files) {
+    put_file("part", "node p {\n}\n");
+    const std::string text = "#x\nworld w {\n unit 2\n}\nmaterial m {\n alpha .5\n}\n" + mesh +
+                             "linelist l {\n line p 0 0 0 1 0 0 c 1 0 0\n}\ncamera c {\n frame s 1 "
+                             "2 3 t 1 2 3\n perspective"
+                             " 45 1 \\\n 2 3\n}\nimport file {\n file \"part\"\n}\nnode a {\n "
+                             "material m\n geometry g l\n}\n";
+    std::mt19937 random(1);
+    ::testing::internal::CaptureStderr();
+    for (std::size_t size = 0; size <= text.size(); ++size) {
+        const std::string cut = text.substr(0, size);
+        ASSERT_TRUE(load_text(cut));
+        const bool is_open = cut.rfind('}') + 1 < cut.rfind('{') + 1;
+        EXPECT_TRUE(!is_open || !errors().empty()) << cut;
+        std::string changed = text;
+        if (size < text.size()) changed[size] = static_cast<char>(random());
+        ASSERT_TRUE(load_text(changed));
+    }
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(nodes(), "a:m,-,g,l c:-,- p:-,- ");
+}

@@ -1,0 +1,254 @@
+#include "wdb/wdb_topology_split.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "plain_split.h"
+#include "std/Std_URL.h"
+#include "support.h"
+#include "wdb/Corner_Groups.h"
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Light.h"
+#include "wdb/WDB_Line_List.h"
+
+using Triangles = std::vector<WDB_Triangle>;
+
+static WDB_Tri_List* list_of(const Triangles& triangles, const char* name = "L") {
+    auto* const list = new WDB_Tri_List(static_cast<int>(triangles.size()));
+    for (int i = 0; i < list->count(); ++i) list->put(triangles[static_cast<std::size_t>(i)], i);
+    list->set_name(name);
+    list->end_editing();
+    return list;
+}
+
+static WDB_Node* node_with(const WDB_Geometry* geometry, const char* name = "n") {
+    return new WDB_Node(name, HFrame::identity(), geometry, nullptr, nullptr);
+}
+
+// Keeps the nodes that are put in their order. Parts of odd lists have boxes in which no walk would
+// find them.
+class Recording_World : public WDB_Database {
+    STD_OBJ_CLASS(Recording_World, WDB_Database)
+    void put(WDB_Node* node) override {
+        nodes.push_back(node);
+        if (is_filing) WDB_Database::put(node);
+    }
+    bool is_filing = true;
+    std::vector<WDB_Node*> nodes;
+};
+
+static std::string split(WDB_Database& world) {
+    const Report_Catcher reports;
+    wdb_topology_split(world);
+    return reports.text;
+}
+
+static const char* const end_of_reports = "TOPOLOGY_SPLITTER: Removing old splitted nodes...\n"
+                                          "TOPOLOGY_SPLITTER: Inserting new splitted nodes...\n";
+
+static const WDB_Tri_List& tri_list(const WDB_Node* node) {
+    return *WDB_Tri_List::const_castdown(node->get_geometry());
+}
+
+// Parts, the order of their triangles and all reports must be those of the plain way.
+static void check_against_plain_way(const Triangles& triangles) {
+    WDB_Tri_List* const list =
+        list_of(Triangles(triangles.size(), WDB_Triangle({0, 0, 0}, {1, 1, 1}, {1, 0, 0})));
+    Recording_World world;
+    world.put(node_with(list));
+    // After the list has got a box that is walked.
+    for (int i = 0; i < list->count(); ++i) list->put(triangles[static_cast<std::size_t>(i)], i);
+    world.is_filing = false;
+    Plain_Split should(*list);
+    if (should.parts.size() < 2)
+        should.parts.clear();
+    else
+        should.reports += "TOPOLOGY_SPLITTER: Splitting node n into " +
+                          std::to_string(should.parts.size()) + " parts\n";
+    ASSERT_EQ(split(world), should.reports + end_of_reports);
+    ASSERT_EQ(world.nodes.size(), should.parts.size() + 1);
+    for (std::size_t part = 0; part < should.parts.size(); ++part) {
+        const WDB_Tri_List& does = tri_list(world.nodes[part + 1]);
+        ASSERT_EQ(static_cast<std::size_t>(does.count()), should.parts[part].size());
+        for (int i = 0; i < does.count(); ++i)
+            ASSERT_EQ(bits_of(does[i]), bits_of(*should.parts[part][static_cast<std::size_t>(i)]));
+    }
+}
+
+// Corners from a small pool, so that triangles meet by chance. Each value of a coordinate may be
+// off by a few last bits.
+static Triangles random_triangles(std::mt19937& random, float size, int most_ulps) {
+    const auto below = [&](unsigned int n) { return random() % n; };
+    const auto coordinate = [&] {
+        const float odd[] = {0.0f, -0.0f, 1, 2, 16, 256, NAN, INFINITY, -INFINITY, 3e38f};
+        const float even = size * static_cast<float>(static_cast<int>(below(9)) - 4);
+        return below(50) == 0 ? odd[below(std::size(odd))] : even;
+    };
+    std::vector<Point> pool(5 + below(100));
+    for (Point& p : pool) p = Point(coordinate(), coordinate(), coordinate());
+    const auto corner = [&] {
+        Point p = pool[below(static_cast<unsigned int>(pool.size()))];
+        for (int axis = 0; axis < 3 && most_ulps != 0; ++axis)
+            for (unsigned int i = below(static_cast<unsigned int>(most_ulps) + 1); i > 0; --i)
+                p[axis] = std::nextafter(p[axis], 4.0f);
+        return p;
+    };
+    Triangles triangles(below(120));
+    for (WDB_Triangle& t : triangles) {
+        const Point a = corner(), b = corner(), c = corner();
+        t = WDB_Triangle(a, b, c);
+    }
+    return triangles;
+}
+
+TEST(wdb_topology_split, random_lists_come_out_as_the_plain_way_has_them) {
+    const struct {
+        const char* row;
+        float size;
+        int most_ulps;
+        bool may_be_tangled;
+    } rows[] = {
+        {"exact", 1, 0, false},
+        {"far apart", 100, 1, false},
+        {"near one another", .2f, 1, false},
+        {"chains", .2f, 6, true},
+        {"around 2", .5f, 4, true},
+        {"clouds", 1e-7f, 3, true},
+        {"all as good as one", 1e-9f, 0, false},
+    };
+    for (const auto& r : rows) {
+        int tangled = 0, in_parts = 0;
+        for (unsigned int seed = 0; seed < 150 && !HasFatalFailure(); ++seed) {
+            SCOPED_TRACE(std::string(r.row) + ", seed " + std::to_string(seed));
+            std::mt19937 random(seed);
+            const Triangles triangles = random_triangles(random, r.size, r.most_ulps);
+            check_against_plain_way(triangles);
+            const WDB_Tri_List* const list = list_of(triangles);
+            tangled += Corner_Groups(*list).has_tangled();
+            in_parts += Plain_Split(*list).parts.size() > 1;
+        }
+        EXPECT_EQ(tangled > 0, r.may_be_tangled) << r.row;
+        EXPECT_GT(in_parts, 10) << r.row;
+    }
+}
+
+TEST(wdb_topology_split, what_counts_as_connected) {
+    const float ulp = std::numeric_limits<float>::epsilon();
+    const WDB_Triangle t({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
+    const struct {
+        const char* row;
+        WDB_Triangle other;
+        int parts;
+    } rows[] = {
+        {"an edge", {{1, 0, 0}, {0, 1, 0}, {1, 1, 0}}, 1},
+        {"a corner", {{1, 0, 0}, {2, 1, 0}, {2, 0, 0}}, 2},
+        {"two corners of no edge to share", {{0, 1, 0}, {9, 9, 9}, {0, 0, 0}}, 1},
+        {"one corner twice", {{1, 0, 0}, {1, 0, 0}, {2, 2, 2}}, 1},
+        {"off by 1e-7", {{1, 1e-7f, 0}, {0, 1, -1e-7f}, {1, 1, 0}}, 1},
+        {"off by 1e-6", {{1, 1e-6f, 0}, {0, 1, 0}, {1, 1, 0}}, 2},
+        {"off by one ulp of 1", {{1 + ulp, 0, 0}, {0, 1, 0}, {1, 1, 0}}, 1},
+        {"off by two", {{1 + 2 * ulp, 0, 0}, {0, 1, 0}, {1, 1, 0}}, 2},
+        {"mirrored", {{-1, 0, 0}, {0, -1, 0}, {1, 1, 0}}, 2},
+        {"nothing", {{NAN, 0, 0}, {1, NAN, 0}, {0, 1, 0}}, 2},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.row);
+        EXPECT_EQ(Plain_Split(*list_of({t, r.other})).parts.size(),
+                  static_cast<std::size_t>(r.parts));
+        check_against_plain_way({t, r.other});
+    }
+}
+
+static WDB_Tri_List* two_pieces(const char* name) {
+    WDB_Tri_List* const list = list_of({WDB_Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}),
+                                        WDB_Triangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5})},
+                                       name);
+    list->set_with_colors(true);
+    return list;
+}
+
+TEST(wdb_topology_split, nodes_are_replaced_by_copies_of_their_class) {
+    Recording_World world;
+    auto* const lamp =
+        new WDB_Light("lamp", HFrame(Frame::translation(1, 2, 3)), .5f, two_pieces("l"), nullptr);
+    lamp->set_on(false);
+    auto* const eye = new WDB_Camera("eye", HFrame(Frame::scaling(2)),
+                                     Matrix4::perspective(.3f, 4, 50), two_pieces("e"), nullptr);
+    eye->set_ipd(.7f);
+    auto* const plain =
+        new WDB_Node("plain", HFrame::identity(), two_pieces("p"), nullptr, nullptr);
+    plain->set_url(new Std_URL("http://host/p.3d"));
+    for (WDB_Node* node : std::initializer_list<WDB_Node*>{lamp, eye, plain}) world.put(node);
+    world.nodes.clear();
+    split(world);
+    EXPECT_EQ(world.shape_count(), 6);
+    EXPECT_EQ(world.light_count(), 2);
+    EXPECT_EQ(world.camera_count(), 2);
+    EXPECT_FALSE(world.is_editing());
+    ASSERT_EQ(world.nodes.size(), 6u);
+    for (const WDB_Node* node : world.nodes) {
+        const std::string name = node->get_name();
+        const WDB_Node* const old = name == "lamp"  ? static_cast<WDB_Node*>(lamp)
+                                    : name == "eye" ? static_cast<WDB_Node*>(eye)
+                                                    : plain;
+        EXPECT_EQ(old->get_world(), nullptr);
+        EXPECT_EQ(node->get_dynamic_class_id(), old->get_dynamic_class_id());
+        EXPECT_EQ(bits_of(node->get_transform()), bits_of(old->get_transform()));
+        EXPECT_EQ(tri_list(node).count(), 1);
+        EXPECT_STREQ(tri_list(node).get_name(), tri_list(old).get_name());
+        EXPECT_TRUE(tri_list(node).get_with_colors());
+        if (const WDB_Light* light = WDB_Light::const_castdown(node)) {
+            EXPECT_EQ(light->get_angle(), .5f);
+            EXPECT_TRUE(light->is_on());
+        } else if (const WDB_Camera* camera = WDB_Camera::const_castdown(node)) {
+            EXPECT_EQ(bits_of(camera->get_projection()), bits_of(eye->get_projection()));
+            EXPECT_EQ(camera->get_ipd(), 0);
+        } else {
+            EXPECT_STREQ(node->get_url()->get_url_string(), "http://host/p.3d");
+            EXPECT_NE(node->get_url(), plain->get_url());
+        }
+    }
+}
+
+TEST(wdb_topology_split, a_shared_list_is_cut_once_and_others_stay) {
+    Recording_World world;
+    WDB_Tri_List* const shared = two_pieces("S");
+    for (int i = 0; i < 3; ++i) world.put(node_with(shared));
+    WDB_Node* const levels = node_with(two_pieces("A"));
+    levels->insert_lod(two_pieces("B"), 1);
+    auto* const lines = new WDB_Line_List(1);
+    lines->put(WDB_Line(Point(0, 0, 0), Point(1, 1, 1)), 0);
+    lines->end_editing();
+    auto* const empty = new WDB_Tri_List(0);
+    empty->set_name("E");
+    empty->end_editing();
+    WDB_Node* const others[] = {levels, node_with(lines), node_with(empty),
+                                node_with(list_in(Point(0, 0, 0), Point(1, 1, 1))),
+                                node_with(nullptr)};
+    for (WDB_Node* node : others) world.put(node);
+    world.nodes.clear();
+    const std::string reports = split(world);
+    const auto count = [&](const std::string& text) {
+        int n = 0;
+        for (auto at = reports.find(text); at != std::string::npos; at = reports.find(text, at + 1))
+            ++n;
+        return n;
+    };
+    EXPECT_EQ(count("Handling geometry S with 2 triangles"), 1);
+    EXPECT_EQ(count("Handling geometry E with 0 triangles"), 1);
+    EXPECT_EQ(count("Geometry E splitted into 0 components"), 1);
+    EXPECT_EQ(count("Geometry WDB_Obj splitted into 1 components"), 1);
+    EXPECT_EQ(count("Handling"), 3);
+    EXPECT_EQ(count("Splitting node n into 2 parts"), 3);
+    for (WDB_Node* node : others) EXPECT_EQ(node->get_world(), &world);
+    ASSERT_EQ(world.nodes.size(), 6u);
+    for (std::size_t i = 2; i < 6; ++i)
+        EXPECT_EQ(world.nodes[i]->get_geometry(), world.nodes[i % 2]->get_geometry());
+    EXPECT_EQ(split(world).find("Splitting"), std::string::npos) << "parts are connected";
+}

@@ -1,0 +1,221 @@
+#include "wdb/WDB_Camera.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "math/Bbox.h"
+#include "wdb/WDB_Database.h"
+
+WDB_Camera::WDB_Camera(const char* name, const HFrame& transform, const Matrix4& projection,
+                       const WDB_Geometry* geometry, const WDB_Material* material)
+    : WDB_Node("Anonymous_node", HFrame::identity(), nullptr, nullptr, nullptr),
+      projection_(projection), viewing_(HFrame::identity()), render_projection_valid_(false),
+      viewing_x_render_projection_valid_(false), ipd_(0), last_picked_point_(0, 0, 0) {
+    set_name(name);
+    store_transform(transform);
+    WDB_Camera::update_after_transform_change();
+    store_material(material);
+    if (geometry) set_geometry(geometry);
+}
+
+void WDB_Camera::set_projection(const Matrix4& m) {
+    projection_ = m;
+    update_after_projection_change();
+}
+
+static Matrix4 with_aspect(Matrix4 projection, float aspect) {
+    projection[0][0] /= aspect;
+    return projection;
+}
+
+Matrix4 WDB_Camera::get_projection(float aspect) const {
+    return with_aspect(projection_, aspect);
+}
+
+void WDB_Camera::set_ipd(float ipd) {
+    ipd_ = ipd;
+    update_after_ipd_change();
+}
+
+Matrix4 WDB_Camera::get_render_projection(float aspect) {
+    return with_aspect(get_render_projection(), aspect);
+}
+
+Matrix4 WDB_Camera::eye_projection(float aspect, float ipd) {
+    const float offset = static_cast<float>(static_cast<double>(ipd) / 2.0);
+    return Matrix4::stereo_perspective(get_render_projection(), aspect, offset);
+}
+
+Matrix4 WDB_Camera::get_left_render_projection(float aspect) {
+    return eye_projection(aspect, -ipd_);
+}
+
+Matrix4 WDB_Camera::get_right_render_projection(float aspect) {
+    return eye_projection(aspect, ipd_);
+}
+
+Matrix4 WDB_Camera::get_viewing_x_render_projection(float aspect) {
+    Matrix4 product = get_viewing_x_render_projection();
+    for (int i = 0; i < 4; ++i) product[i][0] /= aspect;
+    return product;
+}
+
+bool WDB_Camera::is_visible(const WDB_Node* node) {
+    if (!node || node == this || !node->get_geometry()) return false;
+    return node->get_bbox().is_visible(node->get_transform() * get_viewing_x_render_projection());
+}
+
+float WDB_Camera::coverage(const WDB_Node* node) {
+    if (!node || node == this || !node->get_geometry()) return 0;
+    return node->get_bbox().coverage(node->get_transform() * get_viewing_x_render_projection());
+}
+
+float compute_twist(const HFrame& h) {
+    Vector up(h[1][0], h[1][1], 0);
+    up.normalize();
+    const float side = up.x - up.y * 0;
+    // Rounding may leave a unit vector a little too long.
+    const float cosine = std::clamp(up.y, -1.0f, 1.0f);
+    return static_cast<float>(
+        std::copysign(static_cast<double>(acosf(cosine)), static_cast<double>(side)));
+}
+
+float WDB_Camera::twist(bool keep_twist) const {
+    return keep_twist ? compute_twist(viewing_) : 0;
+}
+
+void WDB_Camera::place(const Frame& world_to_viewer) {
+    Matrix4 transform = toMatrix4(world_to_viewer);
+    invert(transform, transform);
+    store_transform(transform);
+    update_after_transform_change();
+}
+
+static Bbox world_box(const WDB_Node& node) {
+    return node.get_bbox().transformed_by(node.get_transform());
+}
+
+void WDB_Camera::lookat(const WDB_Node& node, bool keep_twist) {
+    place(Frame::lookat(world_box(node), twist(keep_twist)));
+}
+
+void WDB_Camera::lookat(const WDB_Database& world, bool keep_twist) {
+    place(Frame::lookat(world.get_bbox(), twist(keep_twist)));
+}
+
+void WDB_Camera::pointat(const Bbox& box, bool keep_twist) {
+    const Point eye = toPoint(get_transform()[3]);
+    place(Frame::lookat(eye, box.center(), twist(keep_twist)));
+}
+
+void WDB_Camera::pointat(const WDB_Node& node, bool keep_twist) {
+    pointat(world_box(node), keep_twist);
+}
+
+void WDB_Camera::pointat(const WDB_Database& world, bool keep_twist) {
+    pointat(world.get_bbox(), keep_twist);
+}
+
+static Point unprojected(float x, float y, float z, const Matrix4& inverse_projection) {
+    return toPoint(normalize(Homogeneous(Vector4(x, y, z, 1) * inverse_projection)));
+}
+
+WDB_Node* WDB_Camera::pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo) {
+    WDB_Database* const world = get_world();
+    if (!world) return nullptr;
+    const Matrix4 projection =
+        stereo ? get_right_render_projection(aspect) : get_render_projection(aspect);
+
+    // The segment from the near to the far plane, in world space.
+    const Matrix4 to_world = inverse(viewing_ * projection);
+    const Point p = unprojected(x, y, -1, to_world);
+    const Point q = unprojected(x, y, 1, to_world);
+
+    // The tolerance on both planes, in camera space.
+    const Matrix4 to_camera = inverse(projection);
+    const Point a = unprojected(tolerance, 0, -1, to_camera);
+    const Point b = unprojected(tolerance, 0, 1, to_camera);
+    const float near_tolerance = std::fabs(a.x), far_tolerance = std::fabs(b.x);
+
+    WDB_Node* const node =
+        world->closest_object_on_line(p, q, near_tolerance, a.z, far_tolerance, b.z);
+    if (!node) {
+        last_picked_point_ = Point(0, 0, 0);
+        return nullptr;
+    }
+    const float t = node->line_intersection(p, q, near_tolerance, a.z, far_tolerance, b.z);
+    last_picked_point_ = interp(p, q, static_cast<float>(1.0 - static_cast<double>(t)));
+    return node;
+}
+
+void WDB_Camera::invalidate_render_projection() {
+    render_projection_valid_ = false;
+    viewing_x_render_projection_valid_ = false;
+}
+
+void WDB_Camera::print_contents(std::ostream& os) const {
+    WDB_Node::print_contents(os);
+    if (projection_.is_std_perspective()) {
+        const double fov = static_cast<double>(projection_.fov_from_std_perspective());
+        os << "  Fov : " << static_cast<float>(fov / 3.14159265358979 * 180.0) << "\n";
+        os << "  Near: " << projection_.near_from_std_perspective() << "\n";
+        os << "  Far : " << projection_.far_from_std_perspective() << "\n";
+        os << "  IPD : " << ipd_;
+    } else {
+        os << "  Projection: " << projection_;
+    }
+    os << "\n";
+}
+
+void WDB_Camera::update_after_transform_change() {
+    invert(get_transform(), viewing_);
+    invalidate_render_projection();
+    WDB_Node::update_after_transform_change();
+}
+
+void WDB_Camera::update_after_world_change() {
+    WDB_Node::update_after_world_change();
+    invalidate_render_projection();
+}
+
+Matrix4 WDB_Camera::fitted_projection() const {
+    const float closest_plane = 0.0001f;
+    const float largest_depth_ratio = 10020.0f;
+    const Bbox box = get_world()->get_bbox().transformed_by(viewing_);
+    // The nearest corner has the largest z.
+    float far_plane = -box.min.z > 0 ? -box.min.z : 0;
+    float near_plane = far_plane / largest_depth_ratio;
+    if (near_plane < -box.max.z) near_plane = -box.max.z;
+    if (!(near_plane > closest_plane)) near_plane = closest_plane;
+    if (!(near_plane + closest_plane < far_plane)) far_plane = near_plane + closest_plane;
+    near_plane = static_cast<float>(static_cast<double>(near_plane) * 0.95);
+    far_plane = static_cast<float>(static_cast<double>(far_plane) * 1.05);
+    return Matrix4::perspective(projection_.fov_from_std_perspective(), near_plane, far_plane);
+}
+
+const Matrix4& WDB_Camera::get_render_projection() {
+    if (!render_projection_valid_) {
+        const bool fits = get_world() && projection_.is_std_perspective();
+        render_projection_ = fits ? fitted_projection() : projection_;
+        render_projection_valid_ = true;
+        viewing_x_render_projection_valid_ = false;
+    }
+    return render_projection_;
+}
+
+const Matrix4& WDB_Camera::get_viewing_x_render_projection() {
+    if (!viewing_x_render_projection_valid_) {
+        viewing_x_render_projection_ = viewing_ * get_render_projection();
+        viewing_x_render_projection_valid_ = true;
+    }
+    return viewing_x_render_projection_;
+}
+
+void WDB_Camera::update_after_projection_change() {
+    invalidate_render_projection();
+    touch();
+}
+
+void WDB_Camera::update_after_ipd_change() {
+    touch();
+}

@@ -1,0 +1,115 @@
+// A node that can be looked through.
+//
+//     WDB_Camera* eye = new WDB_Camera("eye", HFrame::identity(),
+//                                      Matrix4::perspective(deg_to_rad(45), 1, 1000),
+//                                      nullptr, nullptr);
+//     world.put(eye);
+//     eye->lookat(world, false);                // step back until the world is in view
+//     draw(eye->get_viewing(), eye->get_render_projection(width / height));
+//     WDB_Node* node = eye->pick_at_x_y(0, 0, width / height, 0.01f, false);
+//
+// The camera looks along its -z with +y up. Beside the projection that was set it keeps a render
+// projection whose near and far planes follow the extent of its world, and the product of viewing
+// and render projection. Both are caches: they are computed at the next use after something
+// changed, so asking is cheap and the world's put and update are too.
+//
+// aspect is width over height of the picture. Positions in the picture run from -1 to 1.
+#ifndef WDB_WDB_CAMERA_H
+#define WDB_WDB_CAMERA_H
+
+#include <ostream>
+
+#include "math/Geometry.h"
+#include "math/Homogeneous.h"
+#include "math/Matrix4.h"
+#include "wdb/WDB_Node.h"
+
+class WDB_Camera : public WDB_Node {
+    STD_OBJ_CLASS(WDB_Camera, WDB_Node)
+
+    // Outside any world. Geometry and material may be null.
+    // Stamp 5 with a geometry, 4 without.
+    WDB_Camera(const char* name, const HFrame& transform, const Matrix4& projection,
+               const WDB_Geometry* geometry, const WDB_Material* material);
+
+    void set_projection(const Matrix4& m);
+    const Matrix4& get_projection() const { return projection_; }
+    Matrix4 get_projection(float aspect) const;
+
+    // Distance between the eyes, in world units; 0 at first.
+    void set_ipd(float ipd);
+    float get_ipd() const { return ipd_; }
+
+    // World to camera space: the inverse of the transform. A singular transform leaves it as it
+    // was, at first the identity.
+    const HFrame& get_viewing() const { return viewing_; }
+
+    Matrix4 get_render_projection(float aspect);
+    Matrix4 get_left_render_projection(float aspect);
+    Matrix4 get_right_render_projection(float aspect);
+    Matrix4 get_viewing_x_render_projection(float aspect);
+
+    // Whether the node's box may be seen, and the fraction of the picture that it covers (which is
+    // not clipped to the picture). False and 0 for null, this camera, and nodes without geometry.
+    bool is_visible(const WDB_Node* node);
+    float coverage(const WDB_Node* node);
+
+    // Place the camera in front of the box of the node or world, on its +z side, so that it is in
+    // view. The twist about the view axis becomes 0 unless it is kept.
+    void lookat(const WDB_Node& node, bool keep_twist);
+    void lookat(const WDB_Database& world, bool keep_twist);
+
+    // Turn the camera where it stands, towards the centre of that box.
+    void pointat(const WDB_Node& node, bool keep_twist);
+    void pointat(const WDB_Database& world, bool keep_twist);
+
+    // The nearest shape under a position of the picture, or null. Shapes within `tolerance` of the
+    // position, a length in the picture, are found if their geometry heeds a tolerance. `stereo`
+    // picks in the right eye's picture.
+    // Afterwards get_last_picked_point tells where, in world space; (0, 0, 0) for no hit. A camera
+    // without a world answers null and leaves that point. May add a default camera to the world.
+    WDB_Node* pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo);
+    const Point& get_last_picked_point() const { return last_picked_point_; }
+
+    // The world calls it when a shape came or changed.
+    void invalidate_render_projection();
+
+    void print_contents(std::ostream& os) const override;
+    void update_after_transform_change() override;
+    void update_after_world_change() override;
+
+    // The projection with near and far planes fitted to the box of the world, with 5 percent to
+    // spare; the near plane never comes closer than 1/10020 of the far one, nor than 0.0001. A
+    // camera without a world, or with a projection that is no standard perspective, answers the
+    // projection as it is.
+    // Lifetime: valid until the camera or its world changes.
+    virtual const Matrix4& get_render_projection();
+    virtual const Matrix4& get_viewing_x_render_projection();
+
+    // Notifications: each touches.
+    virtual void update_after_projection_change();
+    virtual void update_after_ipd_change();
+
+private:
+    Matrix4 fitted_projection() const;
+    Matrix4 eye_projection(float aspect, float ipd);
+    float twist(bool keep_twist) const;
+    void place(const Frame& world_to_viewer);
+    void pointat(const Bbox& box, bool keep_twist);
+
+    Matrix4 projection_;
+    Matrix4 render_projection_;
+    HFrame viewing_;
+    Matrix4 viewing_x_render_projection_;
+    bool render_projection_valid_;
+    bool viewing_x_render_projection_valid_;
+    float ipd_;
+    Point last_picked_point_;
+};
+
+// Angle in radians by which the frame's up row is turned from +y about the view axis, from -pi to
+// pi; pi/2 for a frame whose up row lies along the view axis. Never NaN for finite rows: a unit
+// vector that rounding left a little too long counts as one.
+float compute_twist(const HFrame& h);
+
+#endif

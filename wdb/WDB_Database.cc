@@ -1,0 +1,334 @@
+#include "wdb/WDB_Database.h"
+
+#include <bit>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Light.h"
+
+// What default_camera looks for, and what it found.
+struct Named_Search_Environment {
+    const char* name;
+    WDB_Node* node;
+};
+
+// A query along a segment, and the nearest node so far.
+struct RT_Environment {
+    Point start, end;
+    float closest;
+    float near_tolerance, far_tolerance;
+    float near_depth, far_depth;
+    WDB_Node* node;
+};
+
+// A client's callback on its way through the walks of tree and set.
+struct WDB_Database_Wrapped_Env {
+    SUniv* user;
+    WDB_Apply_Callback callback;
+};
+
+static Bbox world_box(const WDB_Node* node) {
+    return node->get_bbox().transformed_by(node->get_transform());
+}
+
+static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node* node) {
+    if (node->get_geometry()) return env.callback(env.user, node, world_box(node));
+    const Point origin = toPoint(node->get_transform()[3]);
+    return env.callback(env.user, node, Bbox(origin, origin));
+}
+
+static bool apply_to_set(const Hash_Set<WDB_Node*>& set, SUniv* user, WDB_Apply_Callback callback) {
+    const WDB_Database_Wrapped_Env env = {user, callback};
+    for (Hash_Set_Iter<WDB_Node*> i(set); !i.off(); i.forth())
+        if (wrapped_apply_cb(env, *i())) return true;
+    return false;
+}
+
+// The tree's entries are nodes, its box is the one they were filed under.
+static bool shape_cb(SUniv* user, SUniv* item, const Bbox& box) {
+    const auto* env = Conv<const WDB_Database_Wrapped_Env*>::from_univ(user);
+    return env->callback(env->user, Conv<WDB_Node*>::from_univ(item), box);
+}
+
+// Cells are halved, down to at most 2^16 of them.
+static const int split_count = 2;
+static const int max_level = 16;
+static const int default_items_limit = 4;
+static const int bounded_items_limit = 8;
+static constexpr Bbox default_bounds(Point(-10000, -10000, -10000), Point(10000, 10000, 10000));
+
+WDB_Database::WDB_Database()
+    : editing_(false), shapes_(split_count, max_level, default_items_limit, default_bounds),
+      nodes_(nullptr, nullptr) {
+    set_name("Anonymous world");
+}
+
+WDB_Database::WDB_Database(const Bbox& bounds)
+    : editing_(false), shapes_(split_count, max_level, bounded_items_limit, bounds),
+      nodes_(nullptr, nullptr) {
+    set_name("Anonymous world");
+}
+
+void WDB_Database::begin_editing() {
+    editing_ = true;
+    touch();
+}
+
+bool WDB_Database::has(const WDB_Node* node) const {
+    WDB_Node* const key = const_cast<WDB_Node*>(node);
+    return nodes_.has(key) || shapes_.has(key);
+}
+
+Bbox WDB_Database::get_bbox() const {
+    return shape_count() < 1 ? shapes_.get_bbox() : shapes_.get_contents_bbox();
+}
+
+bool WDB_Database::apply(SUniv* user, WDB_Apply_Callback callback) const {
+    return apply_to_nodes(user, callback) || apply_to_shapes(user, callback);
+}
+
+bool WDB_Database::apply_to_nodes(SUniv* user, WDB_Apply_Callback callback) const {
+    return apply_to_set(nodes_, user, callback);
+}
+
+bool WDB_Database::apply_to_lights(SUniv* user, WDB_Apply_Callback callback) const {
+    return apply_to_set(lights_, user, callback);
+}
+
+bool WDB_Database::apply_to_cameras(SUniv* user, WDB_Apply_Callback callback) const {
+    return apply_to_set(cameras_, user, callback);
+}
+
+bool WDB_Database::apply_to_shapes(SUniv* user, WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), shape_cb);
+}
+
+bool WDB_Database::apply_to_shapes(SUniv* user, const Bbox& box,
+                                   WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), box, shape_cb);
+}
+
+bool WDB_Database::apply_to_shapes(SUniv* user, const Matrix4& m,
+                                   WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m, shape_cb);
+}
+
+bool WDB_Database::apply_to_shapes(SUniv* user, const Matrix4& m1, const Matrix4& m2,
+                                   WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m1, m2, shape_cb);
+}
+
+bool WDB_Database::apply_to_shapes(SUniv* user, const Point& p, const Point& q,
+                                   WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), p, q, shape_cb);
+}
+
+// Counts the walk of visible_shape_count, which starts it at 0.
+static int visible_shape_cb_count = 0;
+
+static bool visible_shape_cb(SUniv*, SUniv*, const Bbox&) {
+    ++visible_shape_cb_count;
+    return false;
+}
+
+int WDB_Database::visible_shape_count(const Matrix4& m) const {
+    visible_shape_cb_count = 0;
+    shapes_.apply(nullptr, m, visible_shape_cb);
+    return visible_shape_cb_count;
+}
+
+static const float default_near = 2.0f;
+static const float default_far = 20000.0f;
+static const float eighth_turn = 0.7853982f;
+static constexpr float default_fov = 0.61086524f; // 35 degrees
+static_assert(std::bit_cast<unsigned int>(default_fov) == 0x3F1C61AA);
+
+static WDB_Camera* new_default_camera() {
+    return new WDB_Camera("default_camera", HFrame::identity(),
+                          Matrix4::perspective(eighth_turn, default_near, default_far), nullptr,
+                          nullptr);
+}
+
+static bool named_search_callback(SUniv* user, const WDB_Node* node, const Bbox&) {
+    auto* const env = Conv<Named_Search_Environment*>::from_univ(user);
+    if (node->get_name() && std::strcmp(node->get_name(), env->name) == 0)
+        env->node = const_cast<WDB_Node*>(node);
+    return env->node != nullptr;
+}
+
+WDB_Camera* WDB_Database::named_camera(const char* name) const {
+    Named_Search_Environment env = {name, nullptr};
+    apply_to_cameras(Conv<Named_Search_Environment*>::to_univ(&env), named_search_callback);
+    return WDB_Camera::castdown(env.node);
+}
+
+// Planes that hold the whole world from wherever lookat places the camera.
+void WDB_Database::show_all(WDB_Camera* camera) {
+    const float diagonals = 5.0f, smallest_far = 10.0f;
+    const float depth_ratio = 10000.0f, smallest_near = 0.001f;
+    float far_plane = mag(get_bbox().size()) * diagonals;
+    if (far_plane < smallest_far) far_plane = smallest_far;
+    float near_plane = far_plane / depth_ratio;
+    if (near_plane < smallest_near) near_plane = smallest_near;
+    camera->set_projection(Matrix4::perspective(default_fov, near_plane, far_plane));
+    camera->lookat(*this, true);
+}
+
+// Requires: a camera.
+void WDB_Database::copy_first_camera(WDB_Camera* camera) const {
+    const WDB_Camera* const first = WDB_Camera::castdown(*cameras_.get_one_item());
+    camera->set_projection(first->get_projection());
+    camera->set_transform(first->get_transform());
+    camera->set_ipd(first->get_ipd());
+}
+
+WDB_Camera* WDB_Database::default_camera() {
+    const bool was_editing = editing_;
+    if (!was_editing) begin_editing();
+    WDB_Camera* camera = named_camera("default_camera");
+    if (!camera) {
+        camera = new_default_camera();
+        if (cameras_.count() == 0) {
+            show_all(camera);
+        } else {
+            copy_first_camera(camera);
+        }
+        put(camera);
+    }
+    if (!was_editing) end_editing();
+    return camera;
+}
+
+bool WDB_Database::shows_enough(const Matrix4& projection, const HFrame& frame) const {
+    const double least_coverage = 0.1;
+    Matrix4 viewing;
+    if (!invert(frame, viewing)) return false;
+    const Matrix4 m = viewing * projection;
+    return visible_shape_count(m) > 0 &&
+           static_cast<double>(get_bbox().coverage(m)) > least_coverage;
+}
+
+WDB_Camera* WDB_Database::default_camera(const Matrix4& projection, const HFrame& frame) {
+    const bool was_editing = editing_;
+    if (!was_editing) begin_editing();
+    WDB_Camera* camera = named_camera("default_camera");
+    if (!camera) {
+        camera = new_default_camera();
+        if (cameras_.count() > 0) {
+            copy_first_camera(camera);
+        } else if (shows_enough(projection, frame)) {
+            camera->set_projection(projection);
+            camera->set_transform(frame);
+        } else {
+            show_all(camera);
+        }
+        put(camera);
+    }
+    if (!was_editing) end_editing();
+    return camera;
+}
+
+static bool rt_callback(SUniv* user, SUniv* item, const Bbox&) {
+    auto* const env = Conv<RT_Environment*>::from_univ(user);
+    WDB_Node* const node = Conv<WDB_Node*>::from_univ(item);
+    const float t = node->line_intersection(env->start, env->end, env->near_tolerance,
+                                            env->near_depth, env->far_tolerance, env->far_depth);
+    if (t < env->closest) {
+        env->closest = t;
+        env->node = node;
+    }
+    return false;
+}
+
+WDB_Node* WDB_Database::closest_object_on_line(const Point& p, const Point& q, float near_tolerance,
+                                               float near_depth, float far_tolerance,
+                                               float far_depth) const {
+    RT_Environment env = {p,          q,         FLT_MAX, near_tolerance, far_tolerance,
+                          near_depth, far_depth, nullptr};
+    shapes_.apply(Conv<RT_Environment*>::to_univ(&env), p, q, rt_callback);
+    return env.node;
+}
+
+static bool print_callback(SUniv* user, const WDB_Node* node, const Bbox& box) {
+    std::ostream& os = *Conv<std::ostream*>::from_univ(user);
+    os << static_cast<const WDB_Obj*>(node) << "Global bbox of previous node " << box;
+    return false;
+}
+
+static SUniv* print_section(std::ostream& os, const char* title) {
+    const char* const rule = "//--------------------------------------------\n";
+    os << rule << "//" << title << "\n" << rule;
+    return Conv<std::ostream*>::to_univ(&os);
+}
+
+void WDB_Database::print_contents(std::ostream& os) const {
+    WDB_Obj::print_contents(os);
+    apply_to_cameras(print_section(os, "CAMERAS"), print_callback);
+    apply_to_lights(print_section(os, "LIGHTS"), print_callback);
+    apply_to_shapes(print_section(os, "SHAPES"), print_callback);
+    apply_to_nodes(print_section(os, "NODES"), print_callback);
+}
+
+static bool invalidate_render_projection_callback(SUniv*, const WDB_Node* node, const Bbox&) {
+    WDB_Camera::castdown(const_cast<WDB_Node*>(node))->invalidate_render_projection();
+    return false;
+}
+
+void WDB_Database::invalidate_render_projections() const {
+    apply_to_cameras(nullptr, invalidate_render_projection_callback);
+}
+
+void WDB_Database::list_by_class(WDB_Node* node) {
+    if (WDB_Camera::is_instance(node))
+        cameras_.put(node);
+    else if (WDB_Light::is_instance(node))
+        lights_.put(node);
+}
+
+void WDB_Database::put(WDB_Node* node) {
+    if (!node) return;
+    if (node->get_geometry()) {
+        shapes_.put(node, world_box(node));
+        invalidate_render_projections();
+    } else {
+        nodes_.put(node);
+    }
+    list_by_class(node);
+    node->set_world(this);
+}
+
+void WDB_Database::update(WDB_Node* node) {
+    if (!node) return;
+    if (node->get_geometry()) {
+        nodes_.remove(node);
+        shapes_.put(node, world_box(node));
+    } else {
+        nodes_.put(node);
+        shapes_.remove(node);
+    }
+    list_by_class(node);
+    invalidate_render_projections();
+}
+
+void WDB_Database::remove(WDB_Node* node) {
+    if (!has(node)) return;
+    nodes_.remove(node);
+    shapes_.remove(node);
+    cameras_.remove(node);
+    lights_.remove(node);
+    node->set_world(nullptr);
+}
+
+void WDB_Database::wipe_out() {
+    nodes_.wipe_out();
+    shapes_.wipe_out();
+    cameras_.wipe_out();
+    lights_.wipe_out();
+}

@@ -1,0 +1,130 @@
+// The world: all placed nodes, filed so that spatial queries are fast.
+//
+//     static bool name_it(SUniv*, const WDB_Node* node, const Bbox&) {
+//         puts(node->get_name());
+//         return false;                        // go on
+//     }
+//     WDB_Database world;                      // -10000..10000 on each axis
+//     world.put(node);
+//     world.apply_to_shapes(nullptr, Bbox(lo, hi), name_it);
+//
+// Nodes with a geometry are shapes and stand in a box tree under their world-space box; the others
+// stand in a plain set. A node moves between the two by itself as its levels come and go. Lights
+// and cameras are listed in sets of their own besides.
+// The world owns nothing: it keeps nodes alive by holding them. It must not change during a walk.
+#ifndef WDB_WDB_DATABASE_H
+#define WDB_WDB_DATABASE_H
+
+#include <ostream>
+
+#include "base/Hash_Set.h"
+#include "math/Bbox.h"
+#include "math/Geometry.h"
+#include "math/Matrix4.h"
+#include "math/Split_Box_Tree.h"
+#include "std/Std_Univ.h"
+#include "wdb/WDB_Node.h"
+#include "wdb/WDB_Obj.h"
+
+// `box` is the node's box in world space. A true result stops the walk, which then returns true.
+using WDB_Apply_Callback = bool (*)(SUniv* user, const WDB_Node* node, const Bbox& box);
+
+class WDB_Camera;
+
+class WDB_Database : public WDB_Obj {
+    STD_OBJ_CLASS(WDB_Database, WDB_Obj)
+
+    // Named "Anonymous world". The default world holds up to 4 shapes in a leaf of its tree, one
+    // with given bounds up to 8. A shape outside the bounds is held, but no walk over shapes
+    // reaches it.
+    WDB_Database();
+    explicit WDB_Database(const Bbox& bounds);
+
+    // Touches. The bracket is a flag only and filters nothing.
+    void begin_editing();
+    void end_editing() { editing_ = false; }
+    bool is_editing() const { return editing_; }
+
+    bool has(const WDB_Node* node) const;
+    int shape_count() const { return shapes_.count(); }
+
+    // Only nodes without geometry.
+    int node_count() const { return nodes_.count(); }
+
+    int light_count() const { return lights_.count(); }
+    int camera_count() const { return cameras_.count(); }
+
+    // The box of all shapes, cut to the bounds; the bounds, if there is no shape.
+    Bbox get_bbox() const;
+
+    // Nodes first, then shapes, each once.
+    bool apply(SUniv* user, WDB_Apply_Callback callback) const;
+
+    // Order: that of the set's table, so addresses decide it.
+    bool apply_to_nodes(SUniv* user, WDB_Apply_Callback callback) const;
+    bool apply_to_lights(SUniv* user, WDB_Apply_Callback callback) const;
+    bool apply_to_cameras(SUniv* user, WDB_Apply_Callback callback) const;
+
+    // All shapes; those whose box overlaps `box`; those visible through `m`, or through `m1` or
+    // `m2`; those whose box meets the segment p..q. The callback gets the box under which the shape
+    // was filed. Order: that of the tree.
+    bool apply_to_shapes(SUniv* user, WDB_Apply_Callback callback) const;
+    bool apply_to_shapes(SUniv* user, const Bbox& box, WDB_Apply_Callback callback) const;
+    bool apply_to_shapes(SUniv* user, const Matrix4& m, WDB_Apply_Callback callback) const;
+    bool apply_to_shapes(SUniv* user, const Matrix4& m1, const Matrix4& m2,
+                         WDB_Apply_Callback callback) const;
+    bool apply_to_shapes(SUniv* user, const Point& p, const Point& q,
+                         WDB_Apply_Callback callback) const;
+
+    // Not reentrant: counts in one static.
+    int visible_shape_count(const Matrix4& m) const;
+
+    // The camera named "default_camera". Where there is none, one is made and put: with the view of
+    // the first camera that the world has, or else looking at the whole world. The second form
+    // takes `projection` and `frame` (the camera's transform) instead of looking at the whole
+    // world, if that view shows at least one shape and more than a tenth of the picture; a singular
+    // frame shows nothing.
+    // Outside editing each call adds one to the world's stamp. The second form is not reentrant.
+    WDB_Camera* default_camera();
+    WDB_Camera* default_camera(const Matrix4& projection, const HFrame& frame);
+
+    // The shape that the segment p..q meets first; of several at one fraction the first of the
+    // walk. Null for none. Tolerances and depths: see WDB_Node::line_intersection. May add a
+    // default camera to the world.
+    WDB_Node* closest_object_on_line(const Point& p, const Point& q, float near_tolerance,
+                                     float near_depth, float far_tolerance, float far_depth) const;
+
+    void print_contents(std::ostream& os) const override;
+
+    // Files `node` and makes this its world. A node held already is filed anew. A shape makes the
+    // render projections of all cameras follow. Null is ignored, here and below.
+    virtual void put(WDB_Node* node);
+
+    // Files `node` by its present geometry and transform, and makes the render projections of all
+    // cameras follow. Nodes call it after each change.
+    // A node that is not held is filed as well, but its world is not set.
+    virtual void update(WDB_Node* node);
+
+    // Lets go of `node`; nothing happens if it is not held.
+    virtual void remove(WDB_Node* node);
+
+    // Lets go of all nodes without telling them: get_world of each still names this world, and a
+    // later change of a node files it here again. Detach those that are to be used on.
+    virtual void wipe_out();
+
+private:
+    WDB_Camera* named_camera(const char* name) const;
+    void show_all(WDB_Camera* camera);
+    void copy_first_camera(WDB_Camera* camera) const;
+    bool shows_enough(const Matrix4& projection, const HFrame& frame) const;
+    void list_by_class(WDB_Node* node);
+    void invalidate_render_projections() const;
+
+    bool editing_;
+    Split_Box_Tree<WDB_Node*> shapes_;
+    Hash_Set<WDB_Node*> nodes_;
+    Hash_Set<WDB_Node*> lights_;
+    Hash_Set<WDB_Node*> cameras_;
+};
+
+#endif

@@ -1,0 +1,35 @@
+#include "wdb/WDB_Geometry.h"
+
+#include <cfloat>
+
+WDB_Geometry::WDB_Geometry() : bbox_stamp_(0), editing_(false) {
+    bbox_.clear();
+}
+
+void WDB_Geometry::end_editing() {
+    if (!is_bbox_up_to_date()) {
+        update_bbox();
+        bbox_stamp_ = get_stamp();
+    }
+    editing_ = false;
+}
+
+const Bbox& WDB_Geometry::get_bbox() const {
+    return bbox_;
+}
+
+float WDB_Geometry::line_intersection(const Point& p, const Point& q, float tolerance) const {
+    if (get_bbox().bounds_line_intersection(p, q) > 1) return FLT_MAX;
+    return detailed_line_intersection(p, q, tolerance);
+}
+
+void WDB_Geometry::set_bbox(const Bbox& box) {
+    bbox_ = box;
+    bbox_stamp_ = get_stamp();
+}
+
+void WDB_Geometry::touch_beside_bbox() {
+    const bool fresh = is_bbox_up_to_date();
+    touch();
+    if (fresh) bbox_stamp_ = get_stamp();
+}

@@ -1,0 +1,686 @@
+#include "wdb/WDB_Lex_Context.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <strings.h>
+#include <unistd.h>
+
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+#include "std/Std_Shell.h"
+#include "std/Std_URL.h"
+
+static void tell(const char* message) {
+    std_assert(0, message, __FILE__, __LINE__);
+}
+
+static bool is_space(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// The bytes of the file, in blocks. The stream's own buffer stays unused: each physical line would
+// be copied once more on its way through it.
+struct WDB_Lex_Context::Input {
+    static constexpr std::size_t block_size = 256 * 1024;
+
+    explicit Input(std::FILE* f) : file(f) {
+#ifdef F_SETPIPE_SZ
+        // Fewer turns between the processes at both ends. No matter if it is refused.
+        fcntl(fileno(file), F_SETPIPE_SZ, 1 << 20);
+#endif
+    }
+
+    std::size_t left() const {
+        return end - start;
+    }
+
+    // Moves what is left to the front and reads behind it. False at the end of the file.
+    bool refill() {
+        std::memmove(block, block + start, left());
+        end -= start;
+        start = 0;
+        ssize_t got;
+        do got = ::read(fileno(file), block + end, block_size - end);
+        while (got < 0 && errno == EINTR);
+        if (got > 0) end += static_cast<std::size_t>(got);
+        return got > 0;
+    }
+
+    // One physical line as fgets reads it: at most LONGEST_LINE characters, with its line feed if
+    // that is among them. False at the end of the file.
+    // Lifetime: until the next call.
+    bool get(const char** line, std::size_t* length) {
+        const char* feed;
+        std::size_t seen = 0;
+        for (;;) {
+            const std::size_t window = std::min<std::size_t>(left(), LONGEST_LINE);
+            feed = static_cast<const char*>(std::memchr(block + start + seen, '\n', window - seen));
+            seen = window;
+            if (feed || window == LONGEST_LINE || !refill()) break;
+        }
+        *line = block + start;
+        *length = feed ? static_cast<std::size_t>(feed + 1 - *line) : seen;
+        start += *length;
+        return *length > 0;
+    }
+
+    std::FILE* file;
+    std::size_t start = 0, end = 0;
+    char block[block_size];
+};
+
+WDB_Lex_Context::WDB_Lex_Context(Std_URL* url, Std_URL* base)
+    : last_reference_count_(0), last_float_(0), last_frame_(HFrame::identity()),
+      last_projection_(Matrix4::identity()), last_triangle_is_colored_(false),
+      last_line_is_colored_(false), last_line_is_lighted_(false), last_line_is_textured_(false) {
+    last_header_[0] = last_string_[0] = '\0';
+    for (auto& reference : last_references_) reference[0] = '\0';
+    last_bbox_.zero();
+    last_color_ = Color(0, 0, 0);
+    std::memset(current_line_, 0, sizeof current_line_);
+    open(url, base);
+}
+
+void WDB_Lex_Context::open(Std_URL* url, Std_URL* base) {
+    url_ = url;
+    base_url_ = base && base->is_valid() ? base : url;
+    line_number_ = 0;
+    file_ = nullptr;
+    input_ = nullptr;
+    temporary_file_ = nullptr;
+    line_length_ = 0;
+    current_line_[0] = '\0';
+    if (!url->is_valid() || url->is_open()) {
+        tell("Invalid URL");
+        return;
+    }
+    url->open();
+    if (url->is_open()) first_line();
+}
+
+bool WDB_Lex_Context::is_open() const {
+    return url_ && (url_->is_open() || file_);
+}
+
+void WDB_Lex_Context::close() {
+    line_number_ = 0;
+    line_length_ = 0;
+    current_line_[0] = '\0';
+    if (url_) {
+        if (file_ && file_ != url_->get_file()) pclose(file_);
+        if (url_->is_open()) url_->close();
+    }
+    drop_input();
+    if (temporary_file_ && unlink(temporary_file_) != 0)
+        tell("Problems unlinking temporary VRML file");
+    temporary_file_ = nullptr;
+    url_ = nullptr;
+}
+
+// A physical line: up to its last line feed or a zero byte, without leading white space.
+static void trim(const char** line, std::size_t* length) {
+    const char* end = *line + *length;
+    if (const void* zero = std::memchr(*line, '\0', *length)) end = static_cast<const char*>(zero);
+    if (end > *line && end[-1] == '\n') --end;
+    while (*line < end && is_space(**line)) ++*line;
+    *length = static_cast<std::size_t>(end - *line);
+}
+
+// False if the text does not fit; the line then stays as it was. A backslash at the end may stand
+// one past the limit: it does not stay.
+bool WDB_Lex_Context::append(const char* text, std::size_t length) {
+    const bool continues = length > 0 && text[length - 1] == '\\';
+    if (length - continues > LONGEST_LINE - line_length_) return false;
+    std::memcpy(current_line_ + line_length_, text, length);
+    line_length_ += length;
+    current_line_[line_length_] = '\0';
+    return true;
+}
+
+void WDB_Lex_Context::next_line() {
+    bool fits = true;
+    line_length_ = 0;
+    current_line_[0] = '\0';
+    for (;;) {
+        const char* piece;
+        std::size_t length;
+        if (line_number_ < INT_MAX) ++line_number_;
+        if (!input_ || !input_->get(&piece, &length)) break;
+        trim(&piece, &length);
+        if (fits) fits = append(piece, length);
+        // Of a line that is too long only its end counts, to find the one behind it.
+        const bool continues = fits ? line_length_ > 0 && current_line_[line_length_ - 1] == '\\'
+                                    : length > 0 && piece[length - 1] == '\\';
+        if (continues) {
+            if (fits) current_line_[--line_length_] = '\0';
+            continue;
+        }
+        if (!fits && current_line_[0] != '#') show_error("line too long, skipping it");
+        if (fits && line_length_ > 0 && current_line_[0] != '#') return;
+        fits = true;
+        line_length_ = 0;
+        current_line_[0] = '\0';
+    }
+    if (!fits) show_error("line too long, skipping it");
+    if (!fits || current_line_[0] == '#') {
+        line_length_ = 0;
+        current_line_[0] = '\0';
+    }
+}
+
+void WDB_Lex_Context::first_line() {
+    static const char vrml_mark[] = "#VRML";
+    const std::size_t mark_length = sizeof vrml_mark - 1;
+    line_number_ = 0;
+    line_length_ = 0;
+    current_line_[0] = '\0';
+    temporary_file_ = nullptr;
+    file_ = url_->get_file();
+    input_ = new (GCAtomic) Input(file_);
+    const char* piece;
+    std::size_t length;
+    if (!input_->get(&piece, &length)) return;
+    if (length >= mark_length && std::memcmp(piece, vrml_mark, mark_length) == 0) {
+        convert_vrml(piece, length);
+        return;
+    }
+    trim(&piece, &length);
+    append(piece, length);
+    if (line_length_ > 0 && current_line_[line_length_ - 1] == '\\') {
+        // Unlike later lines, this one is joined with the next logical line, and not tested for a
+        // comment any more.
+        char start[LONGEST_LINE + 1];
+        const std::size_t start_length = line_length_ - 1;
+        std::memcpy(start, current_line_, start_length);
+        next_line();
+        if (start_length + line_length_ > LONGEST_LINE) {
+            show_error("line too long, skipping it");
+            next_line();
+            return;
+        }
+        std::memmove(current_line_ + start_length, current_line_, line_length_ + 1);
+        std::memcpy(current_line_, start, start_length);
+        line_length_ += start_length;
+    } else if (line_length_ == 0 || current_line_[0] == '#') {
+        next_line();
+    }
+}
+
+void WDB_Lex_Context::skip_until_brace() {
+    while (!is_eof() && !is_at_brace()) next_line();
+}
+
+bool WDB_Lex_Context::current_line_starts_with(const char* keyword) const {
+    return strncasecmp(current_line_, keyword, std::strlen(keyword)) == 0;
+}
+
+const char* WDB_Lex_Context::current_line_after_keyword(const char* keyword) const {
+    return current_line_ + std::strlen(keyword);
+}
+
+void WDB_Lex_Context::show_error(const char* message) const {
+    const char* const name = url_->get_url_string();
+    tell(str_format("[%s-%d]: Error - %s", name, line_number_, message));
+    tell(str_format("[%s-%d]:         |%s|", name, line_number_, current_line_));
+}
+
+void WDB_Lex_Context::show_error_near(const char* near, const char* message) const {
+    tell(str_format("[%s-%d]: Error near `%s' - %s", url_->get_url_string().chars(), line_number_,
+                    near, message));
+}
+
+// Ends a line that began with its keyword.
+bool WDB_Lex_Context::accept(bool is_scanned, const char* error) {
+    if (!is_scanned) show_error(error);
+    next_line();
+    return is_scanned;
+}
+
+static const char name_set[] = "-_./+*0123456789abcdefghijklmnopqrstuvwxyz"
+                               "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+
+// Behind the keyword, as the file spells it, and the white space that follows. A keyword that is
+// followed by other letters is swallowed with them.
+static const char* behind_word(const char* line) {
+    line += std::strspn(line, name_set);
+    while (is_space(*line)) ++line;
+    return line;
+}
+
+bool WDB_Lex_Context::try_get_header(const char* keyword) {
+    if (!current_line_starts_with(keyword)) return false;
+    const char* const name = behind_word(current_line_);
+    const std::size_t length = std::strspn(name, name_set);
+    if (length == 0 || length > LONGEST_NAME) {
+        show_error(length == 0 ? "name expected" : "name too long");
+        skip_until_brace();
+        return false;
+    }
+    std::memcpy(last_header_, name, length);
+    last_header_[length] = '\0';
+    next_line();
+    return true;
+}
+
+bool WDB_Lex_Context::try_get_string(const char* keyword) {
+    if (!current_line_starts_with(keyword)) return false;
+    const char* text = behind_word(current_line_);
+    const bool is_quoted = *text == '"';
+    if (is_quoted) ++text;
+    const std::size_t length = is_quoted ? std::strcspn(text, "\"") : 0;
+    if (length > LONGEST_NAME) return accept(false, "string too long");
+    if (length > 0) {
+        std::memcpy(last_string_, text, length);
+        last_string_[length] = '\0';
+    }
+    return accept(length > 0, "string expected");
+}
+
+// Numbers. The sscanf forms decide what a line means; most lines are plain numbers, for which
+// std_scan_f gives the same at once.
+
+static bool scan_plain(const char** text, float* numbers, int count) {
+    for (int i = 0; i < count; ++i)
+        if (!std_scan_f(text, numbers + i)) return false;
+    return true;
+}
+
+// How many of up to six numbers, separated by white space, stand at `text`.
+static int scan_numbers(const char* text, float* n, int count) {
+    const char* plain = text;
+    if (scan_plain(&plain, n, count)) return count;
+    static const char format[] = "%f %f %f %f %f %f";
+    const std::size_t characters_each = 3;
+    char cut[sizeof format];
+    std::memcpy(cut, format, sizeof format);
+    cut[characters_each * static_cast<std::size_t>(count) - 1] = '\0';
+    const int found = std::sscanf(text, cut, n, n + 1, n + 2, n + 3, n + 4, n + 5);
+    return found < 0 ? 0 : found;
+}
+
+bool WDB_Lex_Context::try_get_float(const char* keyword) {
+    if (!current_line_starts_with(keyword)) return false;
+    float n[6];
+    const bool is_scanned = scan_numbers(behind_word(current_line_), n, 1) == 1;
+    if (is_scanned) last_float_ = n[0];
+    return accept(is_scanned, "number expected");
+}
+
+bool WDB_Lex_Context::try_get_color(const char* keyword) {
+    if (!current_line_starts_with(keyword)) return false;
+    float n[6];
+    const bool is_scanned = scan_numbers(behind_word(current_line_), n, 3) == 3;
+    if (is_scanned) last_color_ = Color(n[0], n[1], n[2]);
+    return accept(is_scanned, "color r,g,b expected");
+}
+
+bool WDB_Lex_Context::try_get_bbox(const char* keyword) {
+    if (!current_line_starts_with(keyword)) return false;
+    float n[6];
+    const bool is_scanned = scan_numbers(behind_word(current_line_), n, 6) == 6;
+    if (is_scanned) last_bbox_ = Bbox(Point(n[0], n[1], n[2]), Point(n[3], n[4], n[5]));
+    return accept(is_scanned, "bbox x0,y0,z0,x1,y1,z1 expected");
+}
+
+bool WDB_Lex_Context::try_get_projection(const char* keyword, float scale) {
+    if (!current_line_starts_with(keyword)) return false;
+    float n[6];
+    const int found = scan_numbers(behind_word(current_line_), n, 5);
+    if (found >= 4) {
+        // The second number, a ratio, is not used.
+        last_projection_ = Matrix4::perspective(deg_to_rad(n[0]), n[2] * scale, n[3] * scale);
+        last_float_ = found == 5 ? n[4] * scale : 0;
+    }
+    return accept(found >= 4, "perspective fovy,ratio,near,far,eye_sep expected");
+}
+
+// The ten forms of a frame. `parts` are letters of the format below; the numbers of the parts
+// follow each other.
+static const struct Frame_Form {
+    const char* format;
+    const char* parts;
+} frame_forms[] = {
+    {"s %f %f %f sh %f %f %f r %f %f %f t %f %f %f", "shrt"},
+    {"s %f %f %f r %f %f %f t %f %f %f", "srt"},
+    {"r %f %f %f t %f %f %f", "rt"},
+    {"s %f %f %f t %f %f %f", "st"},
+    {"s %f %f %f r %f %f %f", "sr"},
+    {"t %f %f %f", "t"},
+    {"r %f %f %f", "r"},
+    {"s %f %f %f", "s"},
+    {"sh %f %f %f", "h"},
+};
+
+static int scan_frame(const char* text, const char* format, float* n) {
+    return std::sscanf(text, format, n, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8,
+                       n + 9, n + 10, n + 11);
+}
+
+static bool scan_matrix(const char* text, float* n) {
+    const int count = 12;
+    if (*text != 'm') return false;
+    const char* plain = text + 1;
+    if (scan_plain(&plain, n, count)) return true;
+    return scan_frame(text, "m %f %f %f %f %f %f %f %f %f %f %f %f", n) == count;
+}
+
+static Frame rotation_of(const float* degrees) {
+    return Frame::rotation(2, deg_to_rad(degrees[2])) * Frame::rotation(1, deg_to_rad(degrees[1])) *
+           Frame::rotation(0, deg_to_rad(degrees[0]));
+}
+
+// The factors are taken one by one from the left; a rotation is three of them.
+static Frame frame_of(const char* parts, const float* n) {
+    Frame frame;
+    for (const char* part = parts; *part; ++part, n += 3) {
+        if (*part == 'r' && part == parts) {
+            frame = rotation_of(n);
+        } else if (*part == 'r') {
+            frame = frame * Frame::rotation(2, deg_to_rad(n[2]));
+            frame = frame * Frame::rotation(1, deg_to_rad(n[1]));
+            frame = frame * Frame::rotation(0, deg_to_rad(n[0]));
+        } else {
+            const Frame factor = *part == 's'   ? Frame::scaling(n[0], n[1], n[2])
+                                 : *part == 'h' ? Frame::shear(n[0], n[1], n[2])
+                                                : Frame::translation(n[0], n[1], n[2]);
+            frame = part == parts ? factor : frame * factor;
+        }
+    }
+    return frame;
+}
+
+static bool scan_frame(const char* text, HFrame* frame) {
+    float n[12];
+    if (scan_matrix(text, n)) {
+        *frame = HFrame(Homogeneous(n[0], n[1], n[2], 0), Homogeneous(n[3], n[4], n[5], 0),
+                        Homogeneous(n[6], n[7], n[8], 0), Homogeneous(n[9], n[10], n[11], 1));
+        return true;
+    }
+    for (const Frame_Form& form : frame_forms) {
+        if (scan_frame(text, form.format, n) != 3 * static_cast<int>(std::strlen(form.parts)))
+            continue;
+        *frame = HFrame(frame_of(form.parts, n));
+        return true;
+    }
+    return false;
+}
+
+bool WDB_Lex_Context::try_get_frame(const char* keyword) {
+    if (!current_line_starts_with(keyword)) return false;
+    return accept(scan_frame(behind_word(current_line_), &last_frame_),
+                  "frame m ... or frame s ... sh ... r ... t ...  expected");
+}
+
+// Triangles and lines: up to four sections, each a letter and its numbers. Sections of points,
+// normals and texture points have the full length, colours that or three.
+namespace {
+struct Sections {
+    float p[9], n[9], c[9], t[9];
+    bool has_n = false, has_t = false;
+    int colors = 0; // numbers in c: 0, 3 or all
+};
+} // namespace
+
+static bool scan_letter(const char** text, char letter) {
+    const char* p = *text;
+    while (is_space(*p)) ++p;
+    if (*p != letter) return false;
+    *text = p + 1;
+    return true;
+}
+
+// A line of nothing but plain sections. What is different in any way is left to sscanf.
+static bool scan_plain_sections(const char* text, int length, Sections* s) {
+    if (!scan_letter(&text, 'p') || !scan_plain(&text, s->p, length)) return false;
+    s->has_n = scan_letter(&text, 'n');
+    if (s->has_n && !scan_plain(&text, s->n, length)) return false;
+    s->colors = 0;
+    if (scan_letter(&text, 'c')) {
+        const int single_color = 3;
+        if (!scan_plain(&text, s->c, single_color)) return false;
+        const char* rest = text;
+        const bool is_full = scan_plain(&rest, s->c + single_color, length - single_color);
+        s->colors = is_full ? length : single_color;
+        if (is_full) text = rest;
+    }
+    s->has_t = scan_letter(&text, 't');
+    if (s->has_t && !scan_plain(&text, s->t, length)) return false;
+    while (is_space(*text)) ++text;
+    return *text == '\0';
+}
+
+// " p %f ..." with `count` numbers, appended to `format`.
+static char* put_section(char* format, char letter, int count) {
+    *format++ = ' ';
+    *format++ = letter;
+    for (int i = 0; i < count; ++i) {
+        std::memcpy(format, " %f", 3);
+        format += 3;
+    }
+    *format = '\0';
+    return format;
+}
+
+// Whether the text has the sections that `s` names, in full, in the sense of sscanf.
+static bool scan_form(const char* text, int length, Sections* s) {
+    char format[200];
+    float f[36];
+    char* end = put_section(format, 'p', length);
+    if (s->has_n) end = put_section(end, 'n', length);
+    if (s->colors) end = put_section(end, 'c', s->colors);
+    if (s->has_t) put_section(end, 't', length);
+    const int count = length * (1 + s->has_n + s->has_t) + s->colors;
+    const int found =
+        std::sscanf(text, format, f, f + 1, f + 2, f + 3, f + 4, f + 5, f + 6, f + 7, f + 8, f + 9,
+                    f + 10, f + 11, f + 12, f + 13, f + 14, f + 15, f + 16, f + 17, f + 18, f + 19,
+                    f + 20, f + 21, f + 22, f + 23, f + 24, f + 25, f + 26, f + 27, f + 28, f + 29,
+                    f + 30, f + 31, f + 32, f + 33, f + 34, f + 35);
+    if (found != count) return false;
+    const float* from = f;
+    const auto take = [&from](float* to, int n) {
+        std::copy(from, from + n, to);
+        from += n;
+    };
+    take(s->p, length);
+    if (s->has_n) take(s->n, length);
+    take(s->c, s->colors);
+    if (s->has_t) take(s->t, length);
+    return true;
+}
+
+static bool scan_sections(const char* text, int length, Sections* s) {
+    if (scan_plain_sections(text, length, s)) return true;
+    // The letters that stand anywhere in the line choose the form.
+    const auto has = [text](char letter) { return std::strchr(text, letter) != nullptr; };
+    if (!has('p')) return false;
+    s->has_n = has('n');
+    s->has_t = has('t');
+    s->colors = has('c') ? length : 0;
+    if (scan_form(text, length, s)) return true;
+    if (s->colors == 0) return false;
+    s->colors = 3;
+    return scan_form(text, length, s);
+}
+
+static Point point_at(const float* f) {
+    return Point(f[0], f[1], f[2]);
+}
+static Vector vector_at(const float* f) {
+    return Vector(f[0], f[1], f[2]);
+}
+static Color color_at(const float* f) {
+    return Color(f[0], f[1], f[2]);
+}
+
+static Point scaled_point_at(const float* f, float scale) {
+    return Point(f[0] * scale, f[1] * scale, f[2] * scale);
+}
+
+// Behind the corners come normals, colours and texture points, or what the constructor without
+// them puts in their place.
+static WDB_Triangle triangle_of(const Sections& s, float scale) {
+    const Point p0 = scaled_point_at(s.p, scale), p1 = scaled_point_at(s.p + 3, scale),
+                p2 = scaled_point_at(s.p + 6, scale);
+    WDB_Triangle t =
+        s.has_n ? WDB_Triangle(p0, p1, p2, vector_at(s.n), vector_at(s.n + 3), vector_at(s.n + 6))
+                : WDB_Triangle(p0, p1, p2);
+    if (s.colors) {
+        const bool is_single = s.colors == 3;
+        t.c0 = color_at(s.c);
+        t.c1 = is_single ? t.c0 : color_at(s.c + 3);
+        t.c2 = is_single ? t.c0 : color_at(s.c + 6);
+    }
+    if (s.has_t) {
+        t.t0 = point_at(s.t);
+        t.t1 = point_at(s.t + 3);
+        t.t2 = point_at(s.t + 6);
+    }
+    return t;
+}
+
+static WDB_Line line_of(const Sections& s, float scale) {
+    const Point p0 = scaled_point_at(s.p, scale), p1 = scaled_point_at(s.p + 3, scale);
+    WDB_Line l = s.has_n ? WDB_Line(p0, p1, vector_at(s.n), vector_at(s.n + 3)) : WDB_Line(p0, p1);
+    if (s.colors) {
+        l.c0 = color_at(s.c);
+        l.c1 = s.colors == 3 ? l.c0 : color_at(s.c + 3);
+    }
+    if (s.has_t) {
+        l.t0 = point_at(s.t);
+        l.t1 = point_at(s.t + 3);
+    }
+    return l;
+}
+
+bool WDB_Lex_Context::try_get_triangle(const char* keyword, float scale) {
+    if (!current_line_starts_with(keyword)) return false;
+    const int numbers = 9;
+    Sections s;
+    const bool is_scanned = scan_sections(current_line_after_keyword(keyword), numbers, &s);
+    if (is_scanned) {
+        last_triangle_ = triangle_of(s, scale);
+        last_triangle_is_colored_ = s.colors != 0;
+    }
+    return accept(is_scanned, "triangle p ... n ... c ... t ... expected");
+}
+
+bool WDB_Lex_Context::try_get_line(const char* keyword, float scale) {
+    if (!current_line_starts_with(keyword)) return false;
+    const int numbers = 6;
+    Sections s;
+    const bool is_scanned = scan_sections(current_line_after_keyword(keyword), numbers, &s);
+    if (is_scanned) {
+        last_line_ = line_of(s, scale);
+        last_line_is_colored_ = s.colors != 0;
+        last_line_is_lighted_ = s.has_n;
+        last_line_is_textured_ = s.has_t;
+    }
+    return accept(is_scanned, "line p ... n ... c ... t ... expected");
+}
+
+bool WDB_Lex_Context::try_get_references(const char* keyword) {
+    if (!current_line_starts_with(keyword)) return false;
+    const char* name = behind_word(current_line_);
+    int count = 0;
+    while (count < MOST_REFERENCES) {
+        const std::size_t length = std::strspn(name, name_set);
+        if (length == 0) break;
+        if (length > LONGEST_NAME) {
+            show_error("reference name too long");
+        } else {
+            std::memcpy(last_references_[count], name, length);
+            last_references_[count++][length] = '\0';
+        }
+        name = behind_word(name);
+    }
+    if (count > 0) last_reference_count_ = count;
+    return accept(count > 0, "reference names expected");
+}
+
+Std_URL* WDB_Lex_Context::new_relative_url(const Std_URL* url) const {
+    return base_url_ && base_url_->is_valid() ? base_url_->composed_with(url)
+                                              : new Std_URL(url->get_url_string());
+}
+
+// VRML.
+
+const char* WDB_Lex_Context::vrml_prefix(const char* name) const {
+    static char prefix[128]; // overwritten by every call
+    static int counter = 0;
+    std::snprintf(prefix, sizeof prefix, "%64.96s_vrml_%d", name, ++counter);
+    return prefix;
+}
+
+// Nothing can be read, and nothing is left to be closed.
+void WDB_Lex_Context::abandon() {
+    url_->close();
+    drop_input();
+}
+
+// Without waiting for the collector: a scene may import thousands of files.
+void WDB_Lex_Context::drop_input() {
+    file_ = nullptr;
+    delete input_;
+    input_ = nullptr;
+}
+
+static bool write_all(int descriptor, const char* bytes, std::size_t count) {
+    while (count > 0) {
+        const ssize_t put = ::write(descriptor, bytes, count);
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) return false;
+        bytes += put;
+        count -= static_cast<std::size_t>(put);
+    }
+    return true;
+}
+
+bool WDB_Lex_Context::store_for_conversion(const char* first_piece, std::size_t length,
+                                           int descriptor) {
+    bool is_stored = write_all(descriptor, first_piece, length);
+    while (is_stored && (input_->left() > 0 || input_->refill())) {
+        is_stored = write_all(descriptor, input_->block + input_->start, input_->left());
+        input_->start = input_->end;
+    }
+    return ::close(descriptor) == 0 && is_stored;
+}
+
+void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) {
+    tell("Converting from VRML");
+    const char* name;
+    const int descriptor = std_open_tmp_file(&name);
+    if (descriptor < 0) {
+        tell("Unable to open local tmp file");
+        abandon();
+        return;
+    }
+    // The piece lies in the block that is read into next.
+    char first[LONGEST_LINE];
+    std::memcpy(first, first_piece, length);
+    if (!store_for_conversion(first, length, descriptor)) {
+        tell("Problem writing to tmpfile");
+        unlink(name);
+        abandon();
+        return;
+    }
+    abandon();
+    const char* prefix = vrml_prefix(base_url_->get_name());
+    while (*prefix == ' ') ++prefix;
+    const char* const quoted_prefix = std_shell_argument(prefix);
+    const char* const quoted_name = std_shell_word(name);
+    static const char format[] = "nolt_fromvrml -tmp %s < %s";
+    const std::size_t size = sizeof format + std::strlen(quoted_prefix) + std::strlen(quoted_name);
+    char* const command = new (GCAtomic) char[size];
+    std::snprintf(command, size, format, quoted_prefix, quoted_name);
+    file_ = popen(command, "r");
+    if (!file_) {
+        unlink(name);
+        return;
+    }
+    temporary_file_ = name;
+    input_ = new (GCAtomic) Input(file_);
+    next_line();
+}

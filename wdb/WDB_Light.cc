@@ -1,0 +1,25 @@
+#include "wdb/WDB_Light.h"
+
+#include "wdb/WDB_Material.h"
+
+constinit Color WDB_Light::default_color(0, 0, 0);
+
+WDB_Light::WDB_Light(const char* name, const HFrame& transform, float angle,
+                     const WDB_Geometry* geometry, const WDB_Material* material)
+    : WDB_Node("Anonymous_node", HFrame::identity(), nullptr, nullptr, nullptr), on_(true),
+      angle_(angle) {
+    set_name(name);
+    store_transform(transform);
+    WDB_Node::update_after_transform_change();
+    store_material(material);
+    if (geometry) set_geometry(geometry);
+}
+
+void WDB_Light::set_angle(float angle) {
+    angle_ = angle;
+    touch();
+}
+
+const Color& WDB_Light::get_color() const {
+    return get_material() ? get_material()->get_emission() : default_color;
+}

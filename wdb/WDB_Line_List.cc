@@ -1,0 +1,152 @@
+#include "wdb/WDB_Line_List.h"
+
+#include <cfloat>
+#include <cmath>
+
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+
+static constexpr Color grey(0.5f, 0.5f, 0.5f);
+static constexpr Vector down(0, 0, -1);
+
+// The form that all others end in.
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb,
+                   const Color& ca, const Color& cb, const Point& ta, const Point& tb)
+    : p0(a), p1(b), n0(na), n1(nb), c0(ca), c1(cb), t0(ta), t1(tb) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb,
+                   const Color& color, const Point& ta, const Point& tb)
+    : WDB_Line(a, b, na, nb, color, color, ta, tb) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb,
+                   const Point& ta, const Point& tb)
+    : WDB_Line(a, b, na, nb, grey, grey, ta, tb) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb,
+                   const Color& ca, const Color& cb)
+    : WDB_Line(a, b, na, nb, ca, cb, toPoint(na), toPoint(nb)) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb,
+                   const Color& color)
+    : WDB_Line(a, b, na, nb, color, color) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb)
+    : WDB_Line(a, b, na, nb, grey) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Color& ca, const Color& cb,
+                   const Point& ta, const Point& tb)
+    : WDB_Line(a, b, down, down, ca, cb, ta, tb) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Color& color, const Point& ta,
+                   const Point& tb)
+    : WDB_Line(a, b, down, down, color, ta, tb) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Point& ta, const Point& tb)
+    : WDB_Line(a, b, down, down, ta, tb) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Color& ca, const Color& cb)
+    : WDB_Line(a, b, down, down, ca, cb) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b, const Color& color)
+    : WDB_Line(a, b, down, down, color) {}
+
+WDB_Line::WDB_Line(const Point& a, const Point& b) : WDB_Line(a, b, down, down) {}
+
+static bool is_fraction(float value) {
+    return 0 <= value && value <= 1;
+}
+
+float WDB_Line::line_intersection(const Point& p, const Point& q, float tolerance) const {
+    const Vector d = q - p, e = p1 - p0, w = p - p0;
+    const Vector c = cross(d, e);
+    const float length = mag(c);
+    if (length == 0) return FLT_MAX;
+    const Vector u = oknormalize(c);
+    if (std::fabs(dot(w, u)) > tolerance) return FLT_MAX;
+    const float s = -dot(cross(w, e), u) / length;
+    const float r = -dot(cross(w, d), u) / length;
+    return is_fraction(s) && is_fraction(r) ? s : FLT_MAX;
+}
+
+bool operator==(const WDB_Line& a, const WDB_Line& b) {
+    return a.p0 == b.p0 && a.p1 == b.p1 && a.n0 == b.n0 && a.n1 == b.n1 && a.c0 == b.c0 &&
+           a.c1 == b.c1 && a.t0 == b.t0 && a.t1 == b.t1;
+}
+
+std::ostream& operator<<(std::ostream& os, const WDB_Line& l) {
+    os << "Line{\n";
+    os << "  p0 = " << l.p0 << "  p1 = " << l.p1;
+    os << "  n0 = " << l.n0 << "  n1 = " << l.n1;
+    os << "  c0 = " << l.c0 << "  c1 = " << l.c1;
+    return os << "}\n";
+}
+
+static int checked_length(int n) {
+    if (n < 0)
+        std_assert(-1, str_format("A list of %d lines cannot be made", n), __FILE__, __LINE__);
+    return n;
+}
+
+WDB_Line_List::WDB_Line_List(int n)
+    : lines_(new (GCAtomic) WDB_Line[static_cast<std::size_t>(checked_length(n))]), count_(n),
+      with_colors_(false), with_normals_(false), with_textures_(false) {}
+
+void WDB_Line_List::put(const WDB_Line& line, int index) {
+    lines_[index] = line;
+    touch();
+}
+
+bool WDB_Line_List::get_with_colors() const {
+    return with_colors_;
+}
+
+bool WDB_Line_List::get_with_normals() const {
+    return with_normals_;
+}
+
+bool WDB_Line_List::get_with_textures() const {
+    return with_textures_;
+}
+
+float WDB_Line_List::detailed_line_intersection(const Point& p, const Point& q,
+                                                float tolerance) const {
+    float nearest = FLT_MAX;
+    for (int i = 0; i < count_; ++i) {
+        const float s = lines_[i].line_intersection(p, q, tolerance);
+        if (s < nearest) nearest = s;
+    }
+    return nearest;
+}
+
+void WDB_Line_List::update_bbox() {
+    Bbox box;
+    box.clear();
+    if (count_ == 0) box.merge(Point(0, 0, 0));
+    for (int i = 0; i < count_; ++i) {
+        box.merge(lines_[i].p0);
+        box.merge(lines_[i].p1);
+    }
+    set_bbox(box);
+}
+
+WDB_Line_List::~WDB_Line_List() {
+    delete[] lines_;
+}
+
+void WDB_Line_List::set_flag(bool& flag, bool value) {
+    if (value == flag) return;
+    flag = value;
+    touch_beside_bbox();
+}
+
+void WDB_Line_List::set_with_normals(bool value) {
+    set_flag(with_normals_, value);
+}
+
+void WDB_Line_List::set_with_colors(bool value) {
+    set_flag(with_colors_, value);
+}
+
+void WDB_Line_List::set_with_textures(bool value) {
+    set_flag(with_textures_, value);
+}

@@ -1,0 +1,139 @@
+#include "wdb/WDB_Node.h"
+
+#include <cfloat>
+#include <cmath>
+
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Material.h"
+#include "wdb/WDB_Texture.h"
+
+WDB_Node::WDB_Node(const char* name, const HFrame& transform, const WDB_Geometry* geometry,
+                   const WDB_Material* material, const WDB_Texture* texture)
+    : world_(nullptr), transform_(transform), material_(material), texture_(texture),
+      url_(nullptr) {
+    set_name(name);
+    WDB_Node::update_after_transform_change();
+    if (geometry)
+        set_geometry(geometry);
+    else
+        recompute_bbox();
+}
+
+void WDB_Node::set_transform(const HFrame& transform) {
+    transform_ = transform;
+    update_after_transform_change();
+}
+
+void WDB_Node::set_geometry(const WDB_Geometry* geometry) {
+    if (!geometry) {
+        wipe_out_lods();
+        return;
+    }
+    lods_.wipe_out();
+    insert_lod(geometry, 0);
+}
+
+void WDB_Node::set_material(const WDB_Material* material) {
+    material_ = material;
+    update_after_material_change();
+}
+
+void WDB_Node::set_texture(const WDB_Texture* texture) {
+    texture_ = texture;
+    update_after_texture_change();
+}
+
+void WDB_Node::set_url(Std_URL* url) {
+    url_ = url;
+    touch();
+}
+
+float WDB_Node::line_intersection(const Point& p, const Point& q, float near_tolerance,
+                                  float near_depth, float far_tolerance, float far_depth) const {
+    const WDB_Geometry* const geometry = get_geometry();
+    Matrix4 to_object;
+    if (!geometry || !world_ || !invert(transform_, to_object)) return FLT_MAX;
+    const Frame object_frame = toFrame(to_object);
+    const Frame view = toFrame(world_->default_camera()->get_viewing());
+    const float depth = (Point(0, 0, 0) * toFrame(transform_) * view).z;
+    const float tolerance = std::fabs((depth - near_depth) * (far_tolerance - near_tolerance) /
+                                          (far_depth - near_depth) +
+                                      near_tolerance);
+    return geometry->line_intersection(p * object_frame, q * object_frame, tolerance);
+}
+
+void WDB_Node::print_contents(std::ostream& os) const {
+    WDB_Obj::print_contents(os);
+    os << "  Transform " << transform_ << "\n";
+    if (material_) os << "  Material " << material_->get_printable_name() << "\n";
+    if (texture_) os << "  Texture " << texture_->get_printable_name() << "\n";
+    if (lods_.is_empty()) return;
+    os << "  Bbox " << bbox_ << "\n";
+    os << "  Geometry  [ ";
+    for (int i = 0; i < lods_.count(); ++i) os << lods_[i]->get_printable_name() << " ";
+    os << "]\n";
+}
+
+void WDB_Node::set_world(WDB_Database* world) {
+    // put and remove of a world call back here. Each side looks before it acts, which ends the
+    // recursion.
+    if (world == world_) return;
+    if (world_) {
+        if (world_->has(this)) world_->remove(this);
+        world_ = nullptr;
+    }
+    world_ = world;
+    if (world && !world->has(this)) world->put(this);
+    update_after_world_change();
+}
+
+void WDB_Node::insert_lod(const WDB_Geometry* geometry, int index) {
+    lods_.insert(const_cast<WDB_Geometry*>(geometry), index);
+    update_after_geometry_change();
+}
+
+void WDB_Node::remove_lod(int index) {
+    lods_.remove(index);
+    update_after_geometry_change();
+}
+
+void WDB_Node::replace_lod(const WDB_Geometry* geometry, int index) {
+    lods_[index] = const_cast<WDB_Geometry*>(geometry);
+    update_after_geometry_change();
+}
+
+void WDB_Node::wipe_out_lods() {
+    lods_.wipe_out();
+    update_after_geometry_change();
+}
+
+void WDB_Node::update_after_geometry_change() {
+    touch();
+    recompute_bbox();
+    if (world_) world_->update(this);
+}
+
+void WDB_Node::update_after_transform_change() {
+    touch();
+    if (world_) world_->update(this);
+}
+
+void WDB_Node::update_after_material_change() {
+    touch();
+}
+
+void WDB_Node::update_after_texture_change() {
+    touch();
+}
+
+void WDB_Node::update_after_world_change() {
+    touch();
+}
+
+void WDB_Node::recompute_bbox() {
+    bbox_.clear();
+    if (lods_.is_empty()) bbox_.merge(Point(0, 0, 0));
+    for (int i = 0; i < lods_.count(); ++i) bbox_.merge(lods_[i]->get_bbox());
+}

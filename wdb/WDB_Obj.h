@@ -1,0 +1,53 @@
+// Root of everything that lives in a world: a name, a change stamp, a text dump.
+//
+//     WDB_Tri_List* face = new WDB_Tri_List(12);
+//     face->set_name("face");          // stamp + 1
+//     std::cout << *face;              // "WDB_Tri_List face{\n}\n"
+//
+// The name is the object's own copy, collected and pointer-free; a replaced name stays readable
+// for those who still hold it. The stamp is a version, not a clock: it grows by one per change and
+// is never reset, so derived data remembers the stamp for which it is valid.
+// World objects are collected. Nobody frees them, and any number of owners may share one.
+#ifndef WDB_WDB_OBJ_H
+#define WDB_WDB_OBJ_H
+
+#include <ostream>
+
+#include "std/Std_Obj.h"
+
+class WDB_Obj : public Std_Obj {
+    STD_OBJ_CLASS(WDB_Obj, Std_Obj)
+
+    // Named "WDB_Obj" whatever the derived class; stamp 0.
+    WDB_Obj();
+
+    // Copies `text` and touches, also when the object bears that name already. Null takes the name
+    // away: reports and dumps then say "(null)", and the writer goes by the class.
+    void set_name(const char* text);
+
+    // Lifetime: the stored text itself; a later set_name leaves it as it is.
+    const char* get_name() const { return name_; }
+    // "(null)" for an object without a name.
+    const char* get_printable_name() const { return name_ ? name_ : "(null)"; }
+
+    int get_stamp() const { return stamp_; }
+    void touch();
+
+    // The dump: header, contents, footer, each through the virtual table. A derived class overrides
+    // print_contents, calls its base's form first and adds its lines.
+    virtual void print(std::ostream& os) const;
+    virtual void print_header(std::ostream& os) const;
+    virtual void print_contents(std::ostream& os) const;
+    virtual void print_footer(std::ostream& os) const;
+
+private:
+    const char* name_;
+    int stamp_;
+};
+
+std::ostream& operator<<(std::ostream& os, const WDB_Obj& obj);
+
+// As above; "Void", without a line feed, for a null pointer.
+std::ostream& operator<<(std::ostream& os, const WDB_Obj* obj);
+
+#endif

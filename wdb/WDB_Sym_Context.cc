@@ -1,0 +1,218 @@
+#include "wdb/WDB_Sym_Context.h"
+
+#include <cstring>
+#include <sys/stat.h>
+
+#include "math/Bbox.h"
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+#include "std/Std_Messager.h"
+#include "std/Std_URL.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Material.h"
+#include "wdb/WDB_Node.h"
+#include "wdb/WDB_Texture.h"
+
+static void tell(const char* message) {
+    std_assert(0, message, __FILE__, __LINE__);
+}
+
+// Decides the order of a walk over the tables.
+static unsigned int strhash(const char* const& key) {
+    const unsigned int modulus = 0x7FFFF1;
+    unsigned int h = 0;
+    for (const char* c = key; *c; ++c) h = (h % modulus) << 8 | static_cast<unsigned char>(*c);
+    return h & 0x7FFFFFF;
+}
+
+static bool streq(const char* const& a, const char* const& b) {
+    return std::strcmp(a, b) == 0;
+}
+
+WDB_Sym_Context::WDB_Sym_Context()
+    : database_(nullptr), current_default_url_(nullptr), current_transform_(HFrame::identity()),
+      unit_factor_(1.0f), materials_(strhash, streq), textures_(strhash, streq),
+      geometries_(strhash, streq), nodes_(strhash, streq), file_count_(0) {}
+
+void WDB_Sym_Context::put_database(WDB_Database* database) {
+    if (database_) {
+        tell("Duplicate database: ignoring new one");
+        return;
+    }
+    database_ = database;
+}
+
+// True if the object has been entered.
+template<class T>
+static bool put_new(Hash_Table<const char*, T*>& table, T* object, const char* kind) {
+    if (table.has(object->get_name())) {
+        tell(str_format("Ignoring duplicate %s: %s", kind, object->get_name()));
+        return false;
+    }
+    table.put(object, object->get_name());
+    return true;
+}
+
+void WDB_Sym_Context::put_material(WDB_Material* material) {
+    if (put_new(materials_, material, "material")) give_load_info();
+}
+
+void WDB_Sym_Context::put_texture(WDB_Texture* texture) {
+    if (put_new(textures_, texture, "texture")) give_load_info();
+}
+
+void WDB_Sym_Context::put_geometry(WDB_Geometry* geometry) {
+    if (put_new(geometries_, geometry, "geometry")) give_load_info();
+}
+
+void WDB_Sym_Context::put_node(WDB_Node* node) {
+    if (nodes_.has(node->get_name())) {
+        tell(str_format("Ignoring duplicate node: %s", node->get_name()));
+        return;
+    }
+    if (!node->get_url() && current_default_url_) node->set_url(current_default_url_);
+    HFrame transform = node->get_transform();
+    for (int i = 0; i < 3; ++i) transform[3][i] *= unit_factor_;
+    node->set_transform(HFrame(transform * current_transform_));
+    nodes_.put(node, node->get_name());
+    node_list_.insert_last(node);
+    give_load_info();
+}
+
+template<class T>
+static T* found(Hash_Table<const char*, T*>& table, const char* name) {
+    return table.find(name) ? *table.found_item() : nullptr;
+}
+
+WDB_Material* WDB_Sym_Context::get_material(const char* name) {
+    return found(materials_, name);
+}
+
+WDB_Texture* WDB_Sym_Context::get_texture(const char* name) {
+    return found(textures_, name);
+}
+
+WDB_Geometry* WDB_Sym_Context::get_geometry(const char* name) {
+    return found(geometries_, name);
+}
+
+void WDB_Sym_Context::give_load_info() {
+    const int interval = 30;
+    const int total = nodes_.count() + geometries_.count() + materials_.count() + textures_.count();
+    if (total % interval == 0) {
+        tell(str_format("%d nodes, %d geometries, %d materials, %d textures loaded so far...",
+                        nodes_.count(), geometries_.count(), materials_.count(),
+                        textures_.count()));
+    } else {
+        std_refresh_current_messager();
+    }
+}
+
+static void merge_shape(const WDB_Node* node, Bbox& extent) {
+    Homogeneous corners[8];
+    node->get_bbox().transform_to(node->get_transform(), corners);
+    for (const Homogeneous& corner : corners) extent.merge(toPoint(normalize(corner)));
+}
+
+// 1.02 times as wide as the extent on each axis.
+static Bbox widened(const Bbox& extent) {
+    Bbox box;
+    for (int axis = 0; axis < 3; ++axis) {
+        const float low = extent.min[axis], high = extent.max[axis];
+        const float centre = low * 0.5f + high * 0.5f;
+        const float half = (high - low) * 0.51f;
+        box.min[axis] = centre - half;
+        box.max[axis] = centre + half;
+    }
+    return box;
+}
+
+static WDB_Database* new_database_around(const Gap_List<WDB_Node*>& nodes) {
+    Bbox extent;
+    extent.clear();
+    bool has_shape = false;
+    for (int i = 0; i < nodes.count(); ++i) {
+        if (!nodes[i] || nodes[i]->lod_count() == 0) continue;
+        has_shape = true;
+        merge_shape(nodes[i], extent);
+    }
+    return has_shape ? new WDB_Database(widened(extent)) : new WDB_Database;
+}
+
+static void take_from(WDB_Database* other, WDB_Node* node) {
+    const bool was_editing = other->is_editing();
+    if (!was_editing) other->begin_editing();
+    other->remove(node);
+    if (!was_editing) other->end_editing();
+}
+
+static void put_once(WDB_Database* database, WDB_Node* node) {
+    if (!node) {
+        tell("NULL Node - should not happen");
+        return;
+    }
+    WDB_Database* const other = node->get_world();
+    if (other == database) {
+        tell(str_format("Duplicate node %s in list - should not happen", node->get_name()));
+        return;
+    }
+    if (other) {
+        tell(str_format("Node %s in another database - should not happen", node->get_name()));
+        take_from(other, node);
+    }
+    database->put(node);
+}
+
+WDB_Database* WDB_Sym_Context::build_database() {
+    if (!database_) database_ = new_database_around(node_list_);
+    database_->begin_editing();
+    for (int i = 0; i < node_list_.count(); ++i) put_once(database_, node_list_[i]);
+    database_->end_editing();
+    tell(str_format("Loaded scene with %d nodes, %d materials, %d textures", nodes_.count(),
+                    materials_.count(), textures_.count()));
+    return database_;
+}
+
+void WDB_Sym_Context::wipe_out() {
+    current_transform_ = HFrame::identity();
+    unit_factor_ = 1.0f;
+    database_ = nullptr;
+    current_default_url_ = nullptr;
+    materials_.wipe_out();
+    textures_.wipe_out();
+    geometries_.wipe_out();
+    nodes_.wipe_out();
+    node_list_.wipe_out();
+    open_files_.wipe_out();
+    file_count_ = 0;
+}
+
+const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
+    // Each open file holds a process and a pipe. The second number bounds what a few files that
+    // import each other over and over can cost.
+    const int most_open = 64, most_files = 10000;
+    Document document = {str_new(url->get_url_string().chars()), 0, 0};
+    struct stat status;
+    const bool is_local = url->get_host().empty();
+    if (is_local && stat(url->get_path(), &status) == 0) {
+        document.device = status.st_dev;
+        document.inode = status.st_ino;
+    }
+    for (int i = 0; i < open_files_.count(); ++i) {
+        const Document& other = open_files_[i];
+        const bool is_same = document.inode != 0
+                                 ? document.inode == other.inode && document.device == other.device
+                                 : std::strcmp(document.text, other.text) == 0;
+        if (is_same) return "file imports itself";
+    }
+    if (open_files_.count() >= most_open) return "imports nested too deeply";
+    if (file_count_ >= most_files) return "too many imports";
+    ++file_count_;
+    open_files_.insert_last(document);
+    return nullptr;
+}
+
+void WDB_Sym_Context::end_file() {
+    open_files_.remove(open_files_.count() - 1);
+}

@@ -1,0 +1,115 @@
+// Fixed number of self-contained triangles: the main geometry of a world.
+//
+//     WDB_Tri_List* list = new WDB_Tri_List(1);
+//     list->begin_editing();
+//     list->put(WDB_Triangle(a, b, c), 0);     // face normal, grey
+//     list->end_editing();
+//
+// Each triangle holds its own corners, normals, colours and texture points: nothing is shared and
+// there is no index buffer. The array is one pointer-free block of the collected heap.
+#ifndef WDB_WDB_TRI_LIST_H
+#define WDB_WDB_TRI_LIST_H
+
+#include <ostream>
+
+#include "math/Color.h"
+#include "math/Geometry.h"
+#include "wdb/WDB_Geometry.h"
+
+// Plain value. Corners given counter-clockwise have their face normal towards the viewer.
+// What a constructor is not given: normals are the face normal, the unit vector of
+// (p1 - p0) x (p2 - p0), or zero where that has no length; colours are grey (0.5, 0.5, 0.5);
+// texture points are the three components of their corner's normal.
+struct WDB_Triangle {
+    Point p0, p1, p2;
+    Vector n0, n1, n2;
+    Color c0, c1, c2;
+    Point t0, t1, t2;
+
+    // Sets nothing.
+    WDB_Triangle() = default;
+
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Vector& n0,
+                 const Vector& n1, const Vector& n2, const Color& c0, const Color& c1,
+                 const Color& c2, const Point& t0, const Point& t1, const Point& t2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Vector& n0,
+                 const Vector& n1, const Vector& n2, const Color& c, const Point& t0,
+                 const Point& t1, const Point& t2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Vector& n0,
+                 const Vector& n1, const Vector& n2, const Point& t0, const Point& t1,
+                 const Point& t2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Vector& n0,
+                 const Vector& n1, const Vector& n2, const Color& c0, const Color& c1,
+                 const Color& c2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Vector& n0,
+                 const Vector& n1, const Vector& n2, const Color& c);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Vector& n0,
+                 const Vector& n1, const Vector& n2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Color& c0,
+                 const Color& c1, const Color& c2, const Point& t0, const Point& t1,
+                 const Point& t2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Color& c, const Point& t0,
+                 const Point& t1, const Point& t2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Point& t0,
+                 const Point& t1, const Point& t2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Color& c0,
+                 const Color& c1, const Color& c2);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2, const Color& c);
+    WDB_Triangle(const Point& p0, const Point& p1, const Point& p2);
+
+    // Fraction of the segment p..q where it meets the triangle, from either side: 0 at p, 1 at q;
+    // edges and corners belong to it. `tolerance` is not consulted.
+    // On failure: FLT_MAX; so also where the segment is nearly parallel, that is, where the
+    // unnormalised normal times q - p is below 0.0001.
+    float line_intersection(const Point& p, const Point& q, float tolerance) const;
+};
+
+// Exact equality of all 36 floats.
+bool operator==(const WDB_Triangle& a, const WDB_Triangle& b);
+
+// Corners, normals and colours; texture points are not written.
+std::ostream& operator<<(std::ostream& os, const WDB_Triangle& triangle);
+
+class WDB_Tri_List : public WDB_Geometry {
+    STD_OBJ_CLASS(WDB_Tri_List, WDB_Geometry)
+
+    // On failure: a fatal report, if `n` is negative.
+    explicit WDB_Tri_List(int n);
+    WDB_Tri_List(const WDB_Tri_List&) = delete;
+    WDB_Tri_List& operator=(const WDB_Tri_List&) = delete;
+
+    // Copies into slot `index` and touches; the box goes stale.
+    // Requires: 0 <= index < count().
+    void put(const WDB_Triangle& triangle, int index);
+
+    // Requires: 0 <= index < count(), and that the slot was put.
+    const WDB_Triangle& operator[](int index) const { return triangles_[index]; }
+
+    // The length given at construction, whether or not the slots were put.
+    int count() const { return count_; }
+
+    // Whether the colours of the triangles mean anything; false at first.
+    bool get_with_colors() const override;
+    bool get_with_normals() const override;
+    bool get_with_textures() const override;
+
+    // The smallest fraction of all triangles. Cost: linear in count().
+    float detailed_line_intersection(const Point& p, const Point& q,
+                                     float tolerance) const override;
+
+    // The box of all corners; of an empty list, the point (0, 0, 0).
+    void update_bbox() override;
+
+    // Gives the array back at once.
+    virtual ~WDB_Tri_List();
+
+    // Touches if the value changes. Never makes the box stale.
+    virtual void set_with_colors(bool value);
+
+private:
+    WDB_Triangle* triangles_;
+    int count_;
+    bool with_colors_;
+};
+
+#endif

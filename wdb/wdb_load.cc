@@ -1,0 +1,458 @@
+#include "wdb/wdb_load.h"
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "images/PX_Map.h"
+#include "math/Bbox.h"
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+#include "std/Std_GC.h"
+#include "std/Std_URL.h"
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Lex_Context.h"
+#include "wdb/WDB_Light.h"
+#include "wdb/WDB_Line_List.h"
+#include "wdb/WDB_Material.h"
+#include "wdb/WDB_Node.h"
+#include "wdb/WDB_Sym_Context.h"
+#include "wdb/WDB_Texture.h"
+#include "wdb/WDB_Tri_List.h"
+
+static void tell(const char* message) {
+    std_assert(0, message, __FILE__, __LINE__);
+}
+
+// The close of a block is current, or what stands before it is skipped.
+static void check_close(WDB_Lex_Context& lex, const char* error) {
+    if (lex.is_at_brace()) return;
+    lex.show_error(error);
+    lex.skip_until_brace();
+}
+
+static Std_URL* url_of_last_string(const WDB_Lex_Context& lex) {
+    return new Std_URL(lex.get_last_string());
+}
+
+static Std_URL* relative_url_of_last_string(const WDB_Lex_Context& lex) {
+    return lex.new_relative_url(url_of_last_string(lex));
+}
+
+void try_get_load_context(WDB_Lex_Context& lex, WDB_Sym_Context&) {
+    if (!lex.try_get_header("loading")) return;
+    if (strcasecmp(lex.get_last_header(), "context") != 0) {
+        lex.show_error("`context' expected");
+        lex.skip_until_brace();
+        return;
+    }
+    if (!lex.try_get_string("base")) return;
+    Std_URL* const url = url_of_last_string(lex);
+    if (url->is_valid()) {
+        lex.set_base_url(url);
+    } else {
+        lex.show_error("Invalid base url");
+    }
+    check_close(lex, "unknown loading context field");
+}
+
+// What a scene names must not be without an end, such as a device, the standard input or a pipe that
+// nobody writes. Documents that do not exist fail where they are opened.
+static bool may_be_endless(const Std_URL* url) {
+    struct stat status;
+    if (!url->get_host().empty()) return false;
+    if (url->get_path() == "-") return true;
+    return stat(url->get_path(), &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    Std_URL* const url = relative_url_of_last_string(lex);
+    if (may_be_endless(url)) {
+        lex.show_error_near(lex.get_last_string(), "not a plain file");
+        return;
+    }
+    if (const char* const reason = sym.begin_file(url)) {
+        lex.show_error_near(lex.get_last_string(), reason);
+        return;
+    }
+    tell(str_format("Importing file: %s", url->get_url_string().chars()));
+    WDB_Lex_Context imported(url, url);
+    if (imported.is_open()) {
+        try_get_file(imported, sym);
+        imported.close();
+        tell("Returning to main file");
+    } else {
+        imported.close();
+        lex.show_error_near(lex.get_last_string(), "cannot open file");
+    }
+    sym.end_file();
+}
+
+void try_get_import(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("import")) return;
+    const HFrame transform = sym.get_current_transform();
+    const float unit_factor = sym.get_unit_factor();
+    Std_URL* const default_url = sym.get_current_default_url();
+    if (lex.try_get_frame("frame"))
+        sym.set_current_transform(HFrame(lex.get_last_frame() * transform)); // the inner one first
+    if (lex.try_get_string("url")) {
+        Std_URL* const url = url_of_last_string(lex);
+        if (url->is_valid()) {
+            sym.set_current_default_url(lex.new_relative_url(url));
+        } else {
+            lex.show_error_near(url->get_url_string(), "invalid url");
+        }
+    }
+    if (strcasecmp(lex.get_last_header(), "file") != 0) {
+        lex.show_error("`file' expected");
+        lex.skip_until_brace();
+        return;
+    }
+    while (lex.try_get_string("file")) import_file(lex, sym);
+    check_close(lex, "unknown import field");
+    sym.set_unit_factor(unit_factor);
+    sym.set_current_transform(transform);
+    sym.set_current_default_url(default_url);
+}
+
+void try_get_world(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("world")) return;
+    Bbox box(Point(-10000, -10000, -10000), Point(10000, 10000, 10000));
+    if (lex.try_get_bbox("bbox")) box = lex.get_last_bbox();
+    auto* const database = new WDB_Database(box);
+    database->set_name(lex.get_last_header());
+    if (lex.try_get_float("unit")) sym.set_unit_factor(lex.get_last_float());
+    check_close(lex, "unknown world field");
+    sym.put_database(database);
+}
+
+void try_get_material(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("material")) return;
+    auto* const material = new WDB_Material;
+    material->set_name(lex.get_last_header());
+    if (lex.try_get_color("ambient")) material->set_ambient(lex.get_last_color());
+    if (lex.try_get_color("diffuse")) material->set_diffuse(lex.get_last_color());
+    if (lex.try_get_color("emission")) material->set_emission(lex.get_last_color());
+    if (lex.try_get_color("specular")) material->set_specular(lex.get_last_color());
+    if (lex.try_get_float("shininess")) material->set_shininess(lex.get_last_float());
+    if (lex.try_get_float("alpha")) material->set_alpha(lex.get_last_float());
+    check_close(lex, "unknown material field");
+    sym.put_material(material);
+}
+
+static WDB_Texture* new_texture(const WDB_Lex_Context& lex, Std_URL* url) {
+    if (may_be_endless(url)) {
+        lex.show_error_near(lex.get_last_string(), "not a plain file");
+        url = new Std_URL(""); // nothing to be read: the map makes its dummy
+    }
+    auto* const texture = new WDB_Texture(new PX_Map(url, 0));
+    texture->set_name(lex.get_last_header());
+    return texture;
+}
+
+static void delete_source(const WDB_Lex_Context& lex, const Std_URL* url) {
+    if (!url->is_valid() || url->get_protocol() != URL_LOCAL_PROTOCOL) {
+        lex.show_error(
+            str_format("Non Local or invalid tmpimage: %s", url->get_url_string().chars()));
+    } else if (unlink(url->get_path()) != 0) {
+        lex.show_error("Problems unlinking temporary image file");
+    }
+}
+
+void try_get_texture(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("texture")) return;
+    WDB_Texture* texture = nullptr;
+    if (lex.try_get_string("image")) {
+        texture = new_texture(lex, relative_url_of_last_string(lex));
+    } else if (lex.try_get_string("tmpimage")) {
+        Std_URL* const url = url_of_last_string(lex);
+        texture = new_texture(lex, url);
+        delete_source(lex, url);
+    }
+    check_close(lex, "unknown texture field");
+    if (texture) sym.put_texture(texture);
+}
+
+namespace {
+// Records of the block that is being read, whose number is known only at its end. Pointer-free
+// memory, which one large block does not leave behind for all that follow.
+template<class T>
+class Scratch {
+public:
+    int count() const { return count_; }
+    const T& operator[](int i) const { return records_[i]; }
+
+    void append(const T& record) {
+        if (count_ == capacity_) grow();
+        records_[count_++] = record;
+    }
+
+    void wipe_out() {
+        const int most_kept = 4096;
+        count_ = 0;
+        if (capacity_ <= most_kept) return;
+        delete[] records_;
+        records_ = nullptr;
+        capacity_ = 0;
+    }
+
+private:
+    void grow() {
+        const int first_capacity = 64;
+        if (capacity_ > INT_MAX / 2)
+            std_assert(-1, "A list of so many records cannot be read", __FILE__, __LINE__);
+        capacity_ = capacity_ ? 2 * capacity_ : first_capacity;
+        T* const larger = new (GCAtomic) T[static_cast<std::size_t>(capacity_)];
+        if (count_)
+            std::memcpy(static_cast<void*>(larger), records_,
+                        static_cast<std::size_t>(count_) * sizeof(T));
+        delete[] records_;
+        records_ = larger;
+    }
+
+    T* records_ = nullptr;
+    int count_ = 0, capacity_ = 0;
+};
+
+Scratch<WDB_Triangle> triangle_scratch;
+Scratch<WDB_Line> line_scratch;
+
+enum Normals { AS_THEY_ARE, TOO_SHORT, SCALED };
+} // namespace
+
+static const float nearly_unit = 0.99f; // squared length; longer ones are not touched
+
+// Brings normals to unit length if any of them is shorter; too short for that is a squared length
+// below `floor`.
+template<int Count>
+static Normals mend_normals(Vector* const (&normals)[Count], float floor) {
+    bool all_unit = true, any_zero = false;
+    for (const Vector* n : normals) {
+        const float square = mag2(*n);
+        if (square < nearly_unit) all_unit = false;
+        if (square < floor) any_zero = true;
+    }
+    if (all_unit) return AS_THEY_ARE;
+    if (any_zero) return TOO_SHORT;
+    for (Vector* n : normals) n->normalize();
+    return SCALED;
+}
+
+static WDB_Tri_List* new_tri_list(const char* name, bool with_colors) {
+    auto* const list = new WDB_Tri_List(triangle_scratch.count());
+    list->begin_editing();
+    list->set_name(name);
+    for (int i = 0; i < triangle_scratch.count(); ++i) list->put(triangle_scratch[i], i);
+    list->set_with_colors(with_colors);
+    list->end_editing();
+    return list;
+}
+
+void try_get_trilist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("trianglelist")) return;
+    const float floor = 1e-8f;
+    bool any_colored = false;
+    triangle_scratch.wipe_out();
+    while (lex.try_get_triangle("triangle", sym.get_unit_factor())) {
+        WDB_Triangle triangle = lex.get_last_triangle();
+        if (mend_normals<3>({&triangle.n0, &triangle.n1, &triangle.n2}, floor) == TOO_SHORT)
+            continue;
+        triangle_scratch.append(triangle);
+        any_colored |= lex.get_last_triangle_is_colored();
+    }
+    check_close(lex, "Unknown trilist field");
+    if (triangle_scratch.count() == 0) {
+        lex.show_error("empty triangle list or all triangles skipped");
+    } else {
+        sym.put_geometry(new_tri_list(lex.get_last_header(), any_colored));
+    }
+    triangle_scratch.wipe_out();
+}
+
+static WDB_Line_List* new_line_list(const char* name, bool with_colors, bool with_normals,
+                                    bool with_textures) {
+    auto* const list = new WDB_Line_List(line_scratch.count());
+    list->begin_editing();
+    list->set_name(name);
+    for (int i = 0; i < line_scratch.count(); ++i) list->put(line_scratch[i], i);
+    list->set_with_colors(with_colors);
+    list->set_with_normals(with_normals);
+    list->set_with_textures(with_textures);
+    list->end_editing();
+    return list;
+}
+
+// Appends the last line, with normals that are good.
+static void append_line(const WDB_Lex_Context& lex) {
+    const float floor = 1e-5f;
+    WDB_Line line = lex.get_last_line();
+    switch (mend_normals<2>({&line.n0, &line.n1}, floor)) {
+    case TOO_SHORT:
+        lex.show_error_near("last line", "skipping because of zero-length normal");
+        return;
+    case SCALED:
+        lex.show_error_near("last line", "non-unit normal renormalized");
+        break;
+    case AS_THEY_ARE:
+        break;
+    }
+    line_scratch.append(line);
+}
+
+void try_get_linelist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("linelist")) return;
+    bool any_colored = false, any_lighted = false, any_textured = false;
+    line_scratch.wipe_out();
+    while (lex.try_get_line("line", sym.get_unit_factor())) {
+        any_colored |= lex.get_last_line_is_colored();
+        any_lighted |= lex.get_last_line_is_lighted();
+        any_textured |= lex.get_last_line_is_textured();
+        append_line(lex);
+    }
+    check_close(lex, "Unknown linelist field");
+    if (line_scratch.count() == 0) {
+        lex.show_error("empty line list or skipped all lines");
+    } else {
+        sym.put_geometry(
+            new_line_list(lex.get_last_header(), any_colored, any_lighted, any_textured));
+    }
+    line_scratch.wipe_out();
+}
+
+// The first name of a reference list, of which only one counts.
+static const char* single_reference(const WDB_Lex_Context& lex, const char* keyword,
+                                    const char* too_many) {
+    if (lex.get_last_reference_count() > 1) lex.show_error_near(keyword, too_many);
+    return lex.get_last_reference(0);
+}
+
+static void get_node_material(WDB_Node* node, const WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    const char* const name =
+        single_reference(lex, "material", "too many materials, using first one");
+    if (const WDB_Material* material = sym.get_material(name)) {
+        node->set_material(material);
+    } else {
+        lex.show_error_near(name, "unknown material");
+    }
+}
+
+static void get_node_texture(WDB_Node* node, const WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    const char* const name = single_reference(lex, "texture", "too many textures, using first one");
+    if (const WDB_Texture* texture = sym.get_texture(name)) {
+        node->set_texture(texture);
+    } else {
+        lex.show_error_near(name, "unknown texture");
+    }
+}
+
+static void get_node_geometries(WDB_Node* node, const WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    for (int i = 0; i < lex.get_last_reference_count(); ++i) {
+        const char* const name = lex.get_last_reference(i);
+        if (const WDB_Geometry* geometry = sym.get_geometry(name)) {
+            node->insert_lod(geometry, node->lod_count());
+        } else {
+            lex.show_error_near(name, "unknown geometry");
+        }
+    }
+}
+
+static void get_node_url(WDB_Node* node, const WDB_Lex_Context& lex) {
+    Std_URL* const url = url_of_last_string(lex);
+    if (url->is_valid()) {
+        node->set_url(lex.new_relative_url(url));
+    } else {
+        lex.show_error_near(url->get_url_string(), "invalid url");
+    }
+}
+
+// The fields that nodes, cameras and lights share.
+static void get_node_common(WDB_Node* node, WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (lex.try_get_frame("frame")) node->set_transform(lex.get_last_frame());
+    if (lex.try_get_references("material")) get_node_material(node, lex, sym);
+    if (lex.try_get_references("texture")) get_node_texture(node, lex, sym);
+    if (lex.try_get_references("geometry")) get_node_geometries(node, lex, sym);
+    if (lex.try_get_string("url")) get_node_url(node, lex);
+}
+
+void try_get_node(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("node")) return;
+    auto* const node =
+        new WDB_Node("Anonymous_node", HFrame::identity(), nullptr, nullptr, nullptr);
+    node->set_name(lex.get_last_header());
+    get_node_common(node, lex, sym);
+    check_close(lex, "unknown node field");
+    sym.put_node(node);
+}
+
+void try_get_camera(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("camera")) return;
+    const float eighth_turn = 0.7853982f;
+    auto* const camera =
+        new WDB_Camera("Anonymous_camera", HFrame::identity(),
+                       Matrix4::perspective(eighth_turn, 2.0f, 20000.0f), nullptr, nullptr);
+    camera->set_name(lex.get_last_header());
+    get_node_common(camera, lex, sym);
+    if (lex.try_get_projection("perspective", sym.get_unit_factor())) {
+        camera->set_projection(lex.get_last_projection());
+        camera->set_ipd(lex.get_last_float());
+    }
+    check_close(lex, "unknown camera field");
+    sym.put_node(camera);
+}
+
+void try_get_light(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    if (!lex.try_get_header("light")) return;
+    auto* const light = new WDB_Light("Anonymous_light", HFrame::identity(), 0, nullptr, nullptr);
+    light->set_name(lex.get_last_header());
+    get_node_common(light, lex, sym);
+    if (lex.try_get_float("angle")) light->set_angle(deg_to_rad(lex.get_last_float()));
+    check_close(lex, "unknown light field");
+    sym.put_node(light);
+}
+
+void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    using Block_Reader = void (*)(WDB_Lex_Context&, WDB_Sym_Context&);
+    static const Block_Reader readers[] = {
+        try_get_load_context, try_get_import,   try_get_world, try_get_material, try_get_texture,
+        try_get_trilist,      try_get_linelist, try_get_node,  try_get_camera,   try_get_light,
+    };
+    while (!lex.is_eof()) {
+        const Std_Heap_Watch heap;
+        for (Block_Reader reader : readers) reader(lex, sym);
+        if (!lex.is_eof()) {
+            check_close(lex, "confused by earlier errors, skipping until brace");
+            lex.next_line();
+        }
+        heap.collect_if_grown();
+    }
+}
+
+WDB_Database* wdb_load(Std_URL* url, Std_URL* base) {
+    WDB_Lex_Context lex(url, base);
+    if (!lex.is_open()) {
+        tell(str_format("Cannot open URL %s", url->get_url_string().chars()));
+        lex.close();
+        return nullptr;
+    }
+    WDB_Sym_Context sym;
+    sym.begin_file(url);
+    try_get_file(lex, sym);
+    lex.close();
+    tell("End of parsing");
+    WDB_Database* const result = sym.build_database();
+    sym.wipe_out();
+    return result;
+}
+
+WDB_Database* wdb_load(const char* url, const char* base) {
+    Std_URL* const document = new Std_URL(url);
+    Std_URL* const base_url = base ? new Std_URL(base) : nullptr;
+    WDB_Database* const result = wdb_load(document, base_url);
+    delete document;
+    delete base_url;
+    return result;
+}

@@ -1,0 +1,266 @@
+#include "wdb/wdb_topology_split.h"
+
+#include <climits>
+#include <functional>
+#include <queue>
+#include <vector>
+
+#include "base/Gap_List.h"
+#include "base/Hash_Set.h"
+#include "base/Hash_Table.h"
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+#include "std/Std_URL.h"
+#include "wdb/Corner_Groups.h"
+#include "wdb/Point_Key.h"
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Light.h"
+#include "wdb/WDB_Tri_List.h"
+
+// Of the run that is under way; empty and null between runs.
+static WDB_Database* current_db = nullptr;
+static Hash_Table<WDB_Tri_List*, Gap_List<WDB_Tri_List*>*> splitted_trilists;
+static Gap_List<WDB_Node*> nodes_to_remove;
+static Gap_List<WDB_Node*> nodes_to_insert;
+
+static void report(const char* text) {
+    std_assert(0, text, __FILE__, __LINE__);
+}
+
+namespace {
+
+// Grows one component after the other. Going through all triangles that are left would find the
+// same ones: here, those that became connected stand in two heaps, `now_` for those that are still
+// to come this time through, `later_` for those that were passed.
+//
+// That a corner of an ordinary group is among the component's is told by a mark of the group. With
+// tangled corners it depends on which of several near-equal points were entered first, and on the
+// order of a table's cells: such triangles are tested each time they come by, against a table into
+// which then all corners go.
+class Component_Grower {
+public:
+    explicit Component_Grower(const WDB_Tri_List& list);
+
+    // A new component of the first triangle that is left. False if none is left.
+    bool begin();
+    // Once through all that are left. True if the component has grown.
+    bool sweep();
+    // The triangles in the order of joining.
+    const std::vector<int>& component() const { return component_; }
+
+private:
+    using Heap = std::priority_queue<int, std::vector<int>, std::greater<int>>;
+
+    static std::size_t index(int i) { return static_cast<std::size_t>(i); }
+    const Point& point(int corner) const { return corner_point(list_, corner); }
+    void clear();
+    void add_connected_triangle(int triangle);
+    void add_group(int group);
+    bool has(int corner) const;
+    bool shares_one_edge(int triangle) const;
+
+    const WDB_Tri_List& list_;
+    const Corner_Groups groups_;
+    Hash_Set<const Point*> points_;        // used only if there are tangled groups
+    std::vector<std::uint8_t> is_joined_;  // each triangle, to any component
+    std::vector<std::uint8_t> is_tangled_; // each triangle with a tangled corner
+    std::vector<std::uint8_t> is_in_;      // each ordinary group: in the component
+    std::vector<std::uint8_t> corners_in_; // of each triangle, of such groups
+    std::vector<int> component_, groups_in_;
+    Heap now_, later_;
+    int first_left_ = 0;
+    int at_ = INT_MAX; // the triangle that has come by last, or the end
+};
+
+Component_Grower::Component_Grower(const WDB_Tri_List& list)
+    : list_(list), groups_(list), points_(pnt_hash, pnt_equal), is_joined_(index(list.count())),
+      is_tangled_(index(list.count())), is_in_(index(groups_.count())),
+      corners_in_(index(list.count())) {
+    if (!groups_.has_tangled()) return;
+    for (int i = 0; i < list.count(); ++i) {
+        for (int corner = 3 * i; corner < 3 * i + 3; ++corner) {
+            const int group = groups_.group_of(corner);
+            if (group != Corner_Groups::none && groups_.is_tangled(group))
+                is_tangled_[index(i)] = 1;
+        }
+        if (is_tangled_[index(i)]) later_.push(i);
+    }
+}
+
+void Component_Grower::clear() {
+    component_.clear();
+    points_.wipe_out();
+    for (const int group : groups_in_) {
+        is_in_[index(group)] = 0;
+        for (const int corner : groups_.corners_of(group)) corners_in_[index(corner / 3)] = 0;
+    }
+    groups_in_.clear();
+}
+
+bool Component_Grower::begin() {
+    clear();
+    while (first_left_ < list_.count() && is_joined_[index(first_left_)]) ++first_left_;
+    if (first_left_ == list_.count()) return false;
+    add_connected_triangle(first_left_);
+    return true;
+}
+
+bool Component_Grower::sweep() {
+    const std::size_t before = component_.size();
+    now_.swap(later_);
+    while (!now_.empty()) {
+        at_ = now_.top();
+        now_.pop();
+        if (is_joined_[index(at_)]) continue;
+        if (is_tangled_[index(at_)] && !shares_one_edge(at_)) {
+            later_.push(at_);
+        } else {
+            add_connected_triangle(at_);
+        }
+    }
+    at_ = INT_MAX;
+    return component_.size() != before;
+}
+
+void Component_Grower::add_connected_triangle(int triangle) {
+    component_.push_back(triangle);
+    is_joined_[index(triangle)] = 1;
+    for (int corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
+        if (groups_.has_tangled()) points_.put(&point(corner));
+        const int group = groups_.group_of(corner);
+        if (group != Corner_Groups::none && !groups_.is_tangled(group) && !is_in_[index(group)])
+            add_group(group);
+    }
+}
+
+void Component_Grower::add_group(int group) {
+    is_in_[index(group)] = 1;
+    groups_in_.push_back(group);
+    for (const int corner : groups_.corners_of(group)) {
+        const int triangle = corner / 3;
+        if (++corners_in_[index(triangle)] != 2 || is_joined_[index(triangle)] ||
+            is_tangled_[index(triangle)])
+            continue;
+        (triangle > at_ ? now_ : later_).push(triangle);
+    }
+}
+
+bool Component_Grower::has(int corner) const {
+    const int group = groups_.group_of(corner);
+    if (group == Corner_Groups::none) return false;
+    return groups_.is_tangled(group) ? points_.has(&point(corner)) : is_in_[index(group)] != 0;
+}
+
+bool Component_Grower::shares_one_edge(int triangle) const {
+    const int p0 = 3 * triangle, p1 = p0 + 1, p2 = p0 + 2;
+    return has(p0) ? has(p1) || has(p2) : has(p1) && has(p2);
+}
+
+} // namespace
+
+static WDB_Tri_List* part_of(const WDB_Tri_List& list, const std::vector<int>& component) {
+    auto* const part = new WDB_Tri_List(static_cast<int>(component.size()));
+    part->begin_editing();
+    part->set_with_colors(list.get_with_colors());
+    part->set_name(list.get_name());
+    int slot = 0;
+    for (const int triangle : component) part->put(list[triangle], slot++);
+    part->end_editing();
+    return part;
+}
+
+static Gap_List<WDB_Tri_List*>* splitted_parts(const WDB_Tri_List* list) {
+    const char* const name = list->get_name();
+    report(str_format("TOPOLOGY_SPLITTER: Handling geometry %s with %d triangles", name,
+                      list->count()));
+    auto* const parts = new Gap_List<WDB_Tri_List*>;
+    Component_Grower grower(*list);
+    while (grower.begin()) {
+        while (grower.sweep()) {
+            report(str_format("TOPOLOGY_SPLITTER: Connected component #%d of geometry %s has grown "
+                              "to %d triangles - reiterating\n",
+                              parts->count() + 1, name,
+                              static_cast<int>(grower.component().size())));
+        }
+        WDB_Tri_List* const part = part_of(*list, grower.component());
+        parts->insert_last(part);
+        report(str_format("TOPOLOGY_SPLITTER: Connected component #%d of geometry %s has %d "
+                          "triangles\n",
+                          parts->count(), name, part->count()));
+    }
+    report(str_format("TOPOLOGY_SPLITTER: Geometry %s splitted into %d components", name,
+                      parts->count()));
+    return parts;
+}
+
+// Of the same class, without anything that the node has.
+static WDB_Node* blank_node(const WDB_Node* node) {
+    const HFrame identity = HFrame::identity();
+    if (WDB_Camera::is_instance(node)) {
+        return new WDB_Camera("Anonymous_camera", identity,
+                              Matrix4::perspective(0.7853982f, 2.0f, 20000.0f), nullptr, nullptr);
+    }
+    if (WDB_Light::is_instance(node))
+        return new WDB_Light("Anonymous_light", identity, 0, nullptr, nullptr);
+    return new WDB_Node("Anonymous_node", identity, nullptr, nullptr, nullptr);
+}
+
+static WDB_Node* node_copy(const WDB_Node* node) {
+    if (!node) return nullptr;
+    WDB_Node* const copy = blank_node(node);
+    Std_URL* const url = node->get_url() ? new Std_URL(node->get_url()->get_url_string()) : nullptr;
+    copy->set_name(node->get_name());
+    copy->set_transform(node->get_transform());
+    copy->set_material(node->get_material());
+    copy->set_texture(node->get_texture());
+    copy->set_url(url);
+    if (const WDB_Camera* const camera = WDB_Camera::const_castdown(node))
+        WDB_Camera::castdown(copy)->set_projection(camera->get_projection());
+    if (const WDB_Light* const light = WDB_Light::const_castdown(node))
+        WDB_Light::castdown(copy)->set_angle(light->get_angle());
+    return copy;
+}
+
+static bool split_node(SUniv*, const WDB_Node* node, const Bbox&) {
+    if (node->lod_count() != 1) return false;
+    WDB_Tri_List* const list = WDB_Tri_List::castdown(node->lod_item(0));
+    if (!list) return false;
+    if (!splitted_trilists.find(list)) splitted_trilists.put(splitted_parts(list), list);
+    const Gap_List<WDB_Tri_List*>& parts = **splitted_trilists.found_item();
+    if (parts.count() < 2) return false;
+    report(str_format("TOPOLOGY_SPLITTER: Splitting node %s into %d parts", node->get_name(),
+                      parts.count()));
+    for (int i = 0; i < parts.count(); ++i) {
+        WDB_Node* const copy = node_copy(node);
+        copy->set_geometry(parts[i]);
+        nodes_to_insert.insert_last(copy);
+    }
+    nodes_to_remove.insert_last(const_cast<WDB_Node*>(node));
+    return false;
+}
+
+static void forget_run() {
+    splitted_trilists.wipe_out();
+    nodes_to_remove.wipe_out();
+    nodes_to_insert.wipe_out();
+}
+
+// All nodes leave before the first copy enters.
+static void topology_split_finalize() {
+    current_db->begin_editing();
+    report("TOPOLOGY_SPLITTER: Removing old splitted nodes...");
+    for (int i = 0; i < nodes_to_remove.count(); ++i) current_db->remove(nodes_to_remove[i]);
+    report("TOPOLOGY_SPLITTER: Inserting new splitted nodes...");
+    for (int i = 0; i < nodes_to_insert.count(); ++i) current_db->put(nodes_to_insert[i]);
+    current_db->end_editing();
+    forget_run();
+    current_db = nullptr;
+}
+
+void wdb_topology_split(WDB_Database& world) {
+    current_db = &world;
+    forget_run();
+    world.apply_to_shapes(nullptr, split_node);
+    topology_split_finalize();
+}

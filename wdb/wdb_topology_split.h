@@ -1,0 +1,30 @@
+// Cuts triangle lists of a world into their connected pieces.
+//
+//     wdb_topology_split(world);       // each piece is now a shape with a place of its own
+//
+// Each shape whose only level of detail is a triangle list of several pieces is replaced by one
+// copy of its node for each piece, of the same class, name, transform, material and texture, with
+// an equal URL of its own. Copies of lights are on; copies of cameras have no eye distance. Lists
+// that several nodes show are cut once, and the parts are shared as the list was. The lists
+// themselves stay as they are; parts bear their names.
+//
+// Two triangles are connected if at least two corners of one are corners of the piece that the
+// other belongs to, where corners are equal in the sense of pnt_equal. In a part the triangles
+// stand in the order of joining: a piece begins with the first triangle that is left, and then
+// the triangles that are left are gone through from first to last, each joining if it is
+// connected to those that have joined so far, and once more from the first until none joins.
+// Progress is reported as information (std/Std_Assert.h) for each list, each time through, each
+// part and each node.
+//
+// Cost: in proportion to the triangles times their logarithm. A corner where many pieces meet is
+// looked at with all its triangles once for each piece. Triangles with tangled corners (see
+// wdb/Corner_Groups.h) are tested each time through.
+// Not reentrant. Requires: no traversal of the world is under way.
+#ifndef WDB_WDB_TOPOLOGY_SPLIT_H
+#define WDB_WDB_TOPOLOGY_SPLIT_H
+
+class WDB_Database;
+
+void wdb_topology_split(WDB_Database& world);
+
+#endif
