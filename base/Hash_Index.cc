@@ -19,25 +19,28 @@ static std::size_t words_of_levels(std::size_t bits) {
     return all;
 }
 
+// Of the block without entries.
+static std::size_t bytes_for(std::size_t modulus, std::size_t far) {
+    return modulus + far + words_of_levels(modulus) * sizeof(std::uint64_t);
+}
+
 void Hash_Index::make(int modulus) {
     const auto m = static_cast<unsigned int>(modulus);
-    block_ = reinterpret_cast<Head*>(new (GCAtomic) char[sizeof(Head) + m + far_]);
-    block_->mask = m - 1;
-    block_->bits = std::countr_zero(m);
+    *this = Hash_Index();
+    tags_ = new (GCAtomic) std::uint8_t[bytes_for(m, far_)];
+    mask_ = m - 1;
+    bits_ = std::countr_zero(m);
 }
 
 void Hash_Index::release() {
-    Std_GC::operator delete(block_);
-    block_ = nullptr;
+    Std_GC::operator delete(tags_);
+    *this = Hash_Index();
 }
 
 void Hash_Index::clear() {
-    std::memset(tags(), 0, modulus() + far_);
-    if (block_->entries) {
-        std::memset(block_->entries, 0, modulus() * sizeof(std::uint32_t));
-        std::memset(taken(), 0, words_of_levels(modulus()) * sizeof(std::uint64_t));
-    }
-    block_->reach = 0;
+    std::memset(tags_, 0, bytes_for(modulus(), far_));
+    if (entries_) std::memset(entries_, 0, modulus() * sizeof(std::uint32_t));
+    reach_ = 0;
 }
 
 // One to one, so that equal mixes mean equal hashes.
@@ -56,18 +59,17 @@ unsigned int Hash_Index::slot_of(unsigned int hash, int cell) const {
     const std::uint32_t mixed = mix(hash);
     const std::uint32_t entry = upper_bits(mixed) | (static_cast<std::uint32_t>(cell) + 1);
     unsigned int slot = first_slot(mixed);
-    while (block_->entries[slot] != 0 && block_->entries[slot] != entry) slot = next(slot);
+    while (entries_[slot] != 0 && entries_[slot] != entry) slot = next(slot);
     return slot;
 }
 
 void Hash_Index::enter(unsigned int hash, int cell) {
-    block_->entries[slot_of(hash, cell)] =
-        upper_bits(mix(hash)) | (static_cast<std::uint32_t>(cell) + 1);
+    entries_[slot_of(hash, cell)] = upper_bits(mix(hash)) | (static_cast<std::uint32_t>(cell) + 1);
 }
 
 bool Hash_Index::rename(unsigned int hash, int from, int to) {
-    if (!block_->entries) return false;
-    std::uint32_t& entry = block_->entries[slot_of(hash, from)];
+    if (!entries_) return false;
+    std::uint32_t& entry = entries_[slot_of(hash, from)];
     if (entry == 0) return false;
     entry += static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from);
     return true;
@@ -75,21 +77,17 @@ bool Hash_Index::rename(unsigned int hash, int from, int to) {
 
 void Hash_Index::free_cell(int cell) {
     set_tag(cell, 0);
-    if (block_->entries) mark_free(cell);
+    mark_free(cell);
 }
 
-// Goes over to a longer block, still without entries.
+// Goes over to a longer block. The entries are still empty.
 void Hash_Index::make_entries() {
-    const unsigned int m = modulus();
-    const std::size_t old_bytes = sizeof(Head) + m + far_;
-    const std::size_t entries_at = old_bytes + words_of_levels(m) * sizeof(std::uint64_t);
-    char* const longer = new (GCAtomic) char[entries_at + m * sizeof(std::uint32_t)];
-    std::memcpy(longer, block_, old_bytes);
-    release();
-    block_ = reinterpret_cast<Head*>(longer);
-    block_->entries = reinterpret_cast<std::uint32_t*>(longer + entries_at);
-    const int all_cells = static_cast<int>(m);
-    for (int cell = next_taken(0); cell < all_cells; cell = next_taken(cell + 1)) mark_taken(cell);
+    const std::size_t old_bytes = bytes_for(modulus(), far_);
+    auto* const longer = new (GCAtomic) std::uint8_t[old_bytes + modulus() * sizeof(std::uint32_t)];
+    std::memcpy(longer, tags_, old_bytes);
+    Std_GC::operator delete(tags_);
+    tags_ = longer;
+    entries_ = reinterpret_cast<std::uint32_t*>(longer + old_bytes);
 }
 
 // Climbs while the rest of a word is full, then comes down along the first zero
@@ -120,15 +118,14 @@ int Hash_Index::next_free(int home) const {
     }
 }
 
-void Hash_Index::mark_taken(int cell) {
-    auto at = static_cast<std::size_t>(cell);
+void Hash_Index::mark_full_word(std::size_t word) {
     std::uint64_t* level = taken();
-    for (std::size_t count = words_for(modulus());; count = words_for(count)) {
-        std::uint64_t& word = level[at / word_bits_];
-        word |= std::uint64_t{1} << (at % word_bits_);
-        if (word != UINT64_MAX || count == 1) return;
-        at /= word_bits_;
+    for (std::size_t count = words_for(modulus()); count > 1; count = words_for(count)) {
         level += count;
+        std::uint64_t& above = level[word / word_bits_];
+        above |= std::uint64_t{1} << (word % word_bits_);
+        if (above != UINT64_MAX) return;
+        word /= word_bits_;
     }
 }
 

@@ -3,18 +3,17 @@
 // The cells of a table are ordered by linear probing. Beside them stands one
 // block without pointers, so that a lookup reads next to none of them:
 //
-//     Head
 //     tags[m + 64]   for each cell 0, or 8 bits of the hash; the first 64 again
 //                    at the end. A look at 16 cells is one comparison, and nearly
 //                    all keys lie within 64 cells from home
+//     taken[m/64]    for each cell a bit, then for each full word a bit, and so
+//                    on, 64 to 1, up to one word: finds the end of any run in
+//                    as many steps as there are levels
 //
 // Linear probing promises nothing about speed: hashes that cluster (texts that
 // end alike, addresses of large objects) make runs of taken cells as long as the
 // table. So, when the first key comes to lie farther, the block goes on:
 //
-//     taken[m/64]    for each cell a bit, then for each full word a bit, and so
-//                    on, 64 to 1, up to one word: finds the end of any run in
-//                    as many steps as there are levels
 //     entries[m]     the far keys alone: open addressing by a mix of all 32 bits
 //                    of the hash, at most half full; an entry is a cell number
 //                    and what bits of the mix have room beside it, 0 is empty
@@ -71,7 +70,7 @@ public:
     static constexpr int greatest_modulus = 1 << 30;
     static constexpr int absent = -1;
 
-    bool is_used() const { return block_ != nullptr; }
+    bool is_used() const { return tags_ != nullptr; }
 
     // Begins anew, with cells 0 .. modulus - 1 free. The old block is dropped.
     // Memory: GCAtomic.
@@ -97,8 +96,12 @@ public:
     // The first taken cell from `from` on; the modulus if there is none.
     int next_taken(int from) const;
 
+    // visit(cell) for all taken cells, the first one first.
+    template<class Visit>
+    void each_taken(Visit visit) const;
+
     // No key lies farther behind its home cell.
-    int reach() const { return static_cast<int>(block_->reach); }
+    int reach() const { return static_cast<int>(reach_); }
 
     // Removal: forget the key, move others up to close the run, free the cell
     // that is left. Forgetting and moving answer false if the key seems to have
@@ -116,32 +119,28 @@ private:
     static constexpr unsigned int far_ = 64;   // as many as a mask has bits
     static constexpr unsigned int word_bits_ = 64;
 
-    struct Head {
-        unsigned int mask;      // modulus - 1
-        int bits;               // log2 of the modulus
-        unsigned int reach;     // no key lies farther from home
-        std::uint32_t* entries; // in this block; null while no key lies far
-    };
-
-    unsigned int modulus() const { return block_->mask + 1; }
-    unsigned int next(unsigned int slot) const { return (slot + 1) & block_->mask; }
-    std::uint8_t* tags() const { return reinterpret_cast<std::uint8_t*>(block_ + 1); }
+    unsigned int modulus() const { return mask_ + 1; }
+    unsigned int next(unsigned int slot) const { return (slot + 1) & mask_; }
     std::uint64_t* taken() const {
-        return reinterpret_cast<std::uint64_t*>(tags() + modulus() + far_);
+        return reinterpret_cast<std::uint64_t*>(tags_ + modulus() + far_);
+    }
+
+    // Of the cells from `home` to the end of its word, as bits.
+    std::uint64_t free_from(unsigned int home) const {
+        return ~taken()[home / word_bits_] >> (home % word_bits_);
     }
 
     static std::uint8_t tag(unsigned int hash);
     template<unsigned int cells>
     std::uint64_t equal_from(unsigned int home, std::uint8_t tag) const;
     void set_tag(int cell, std::uint8_t tag);
-    unsigned int near_free(unsigned int home) const;
     bool is_far(unsigned int hash, int cell) const;
 
     // Entries by mixed hash. Like mixes cancel out of an entry, and leave a cell
     // number plus 1.
     static std::uint32_t mix(std::uint32_t hash);
-    unsigned int first_slot(std::uint32_t mixed) const { return mixed >> (32 - block_->bits); }
-    std::uint32_t upper_bits(std::uint32_t mixed) const { return mixed << (block_->bits + 1); }
+    unsigned int first_slot(std::uint32_t mixed) const { return mixed >> (32 - bits_); }
+    std::uint32_t upper_bits(std::uint32_t mixed) const { return mixed << (bits_ + 1); }
     int cell_of(std::uint32_t entry) const;
     template<class Is_It>
     int find_far(unsigned int hash, Is_It is_it) const;
@@ -151,14 +150,19 @@ private:
     void erase(unsigned int slot, Hash_Of hash_of);
     void make_entries();
     template<class Hash_Of>
-    unsigned int far_free(unsigned int home, Hash_Of hash_of);
+    [[gnu::noinline]] void note_reach(unsigned int distance, Hash_Of hash_of);
     bool rename(unsigned int hash, int from, int to);
 
     int next_free(int home) const;
     void mark_taken(int cell);
+    void mark_full_word(std::size_t word);
     void mark_free(int cell);
 
-    Head* block_ = nullptr;
+    std::uint8_t* tags_ = nullptr;     // the block
+    std::uint32_t* entries_ = nullptr; // in this block; null while no key lies far
+    unsigned int mask_ = 0;            // modulus - 1
+    unsigned int reach_ = 0;           // no key lies farther from home
+    int bits_ = 0;                     // log2 of the modulus
 };
 
 // 2^32 over the golden ratio, to the next prime: each bit of the hash reaches
@@ -174,34 +178,47 @@ template<unsigned int cells>
 inline std::uint64_t Hash_Index::equal_from(unsigned int home, std::uint8_t tag) const {
     std::uint64_t bits = 0;
     for (unsigned int i = 0; i < cells; i += group_) {
-        bits |= static_cast<std::uint64_t>(Hash_Tag_Group(tags() + home + i).equal(tag)) << i;
+        bits |= static_cast<std::uint64_t>(Hash_Tag_Group(tags_ + home + i).equal(tag)) << i;
     }
     return bits;
 }
 
 template<class Is_It>
-inline int Hash_Index::find(unsigned int hash, Is_It is_it) const {
-    const unsigned int home = hash & block_->mask;
-    std::uint64_t like = block_->reach < group_ ? equal_from<group_>(home, tag(hash))
-                                                : equal_from<far_>(home, tag(hash));
+[[gnu::always_inline]] inline int Hash_Index::find(unsigned int hash, Is_It is_it) const {
+    const unsigned int home = hash & mask_;
+    std::uint64_t like = reach_ < group_       ? equal_from<group_>(home, tag(hash))
+                         : reach_ < 2 * group_ ? equal_from<2 * group_>(home, tag(hash))
+                         : reach_ < 3 * group_ ? equal_from<3 * group_>(home, tag(hash))
+                                               : equal_from<far_>(home, tag(hash));
     for (; like != 0; like &= like - 1) {
         const auto i = static_cast<unsigned int>(std::countr_zero(like));
-        const int cell = static_cast<int>((home + i) & block_->mask);
+        const int cell = static_cast<int>((home + i) & mask_);
         if (is_it(cell)) return cell;
     }
-    return block_->entries && near_free(home) == far_ ? find_far(hash, is_it) : absent;
+    return entries_ && free_from(home) == 0 ? find_far(hash, is_it) : absent;
 }
 
-// The tags behind the last cell repeat the first ones, which are too late.
 inline int Hash_Index::next_taken(int from) const {
-    auto cell = static_cast<unsigned int>(from);
-    for (; cell < modulus(); cell += group_) {
-        const unsigned int taken = Hash_Tag_Group(tags() + cell).equal(0) ^ 0xFFFF;
-        if (taken == 0) continue;
-        cell += static_cast<unsigned int>(std::countr_zero(taken));
-        break;
+    const auto start = static_cast<unsigned int>(from);
+    if (start >= modulus()) return static_cast<int>(modulus());
+    std::uint64_t word = taken()[start / word_bits_] >> (start % word_bits_)
+                                                            << (start % word_bits_);
+    unsigned int first = start / word_bits_ * word_bits_;
+    while (word == 0) {
+        first += word_bits_;
+        if (first == modulus()) return static_cast<int>(first);
+        word = taken()[first / word_bits_];
     }
-    return static_cast<int>(std::min(cell, modulus()));
+    return static_cast<int>(first + static_cast<unsigned int>(std::countr_zero(word)));
+}
+
+template<class Visit>
+inline void Hash_Index::each_taken(Visit visit) const {
+    for (unsigned int first = 0; first < modulus(); first += word_bits_) {
+        for (std::uint64_t word = taken()[first / word_bits_]; word != 0; word &= word - 1) {
+            visit(static_cast<int>(first + static_cast<unsigned int>(std::countr_zero(word))));
+        }
+    }
 }
 
 template<class Is_It>
@@ -210,69 +227,69 @@ int Hash_Index::find_far(unsigned int hash, Is_It is_it) const {
     const std::uint32_t upper = upper_bits(mixed);
     const unsigned int all_cells = modulus();
     for (unsigned int slot = first_slot(mixed);; slot = next(slot)) {
-        const std::uint32_t entry = block_->entries[slot];
+        const std::uint32_t entry = entries_[slot];
         if (entry == 0) return absent;
         const std::uint32_t cell = (entry ^ upper) - 1;
-        if (cell >= all_cells || tags()[cell] == 0) continue;
+        if (cell >= all_cells || tags_[cell] == 0) continue;
         if (is_it(static_cast<int>(cell))) return static_cast<int>(cell);
     }
 }
 
-// The distance to the first free cell, or far_ if it is at least that.
-inline unsigned int Hash_Index::near_free(unsigned int home) const {
-    for (unsigned int distance = 0; distance < far_; distance += group_) {
-        const unsigned int free = Hash_Tag_Group(tags() + home + distance).equal(0);
-        if (free != 0) return distance + static_cast<unsigned int>(std::countr_zero(free));
-    }
-    return far_;
-}
-
 inline void Hash_Index::set_tag(int cell, std::uint8_t tag) {
     const auto at = static_cast<unsigned int>(cell);
-    tags()[at] = tag;
-    tags()[((at - far_) & block_->mask) + far_] = tag; // the same cell, but for the first 64
+    tags_[at] = tag;
+    tags_[((at - far_) & mask_) + far_] = tag; // the same cell, but for the first 64
 }
 
 inline bool Hash_Index::is_far(unsigned int hash, int cell) const {
-    return ((static_cast<unsigned int>(cell) - hash) & block_->mask) >= far_;
+    return ((static_cast<unsigned int>(cell) - hash) & mask_) >= far_;
 }
 
+// The free cell is found in the bits: a load of 16 tags would wait for the last
+// tag stored among them.
 template<class Hash_Of>
 inline int Hash_Index::take(unsigned int hash, Hash_Of hash_of) {
-    const unsigned int home = hash & block_->mask;
-    unsigned int distance = near_free(home);
-    if (distance == far_) distance = far_free(home, hash_of);
-    const auto cell = static_cast<int>((home + distance) & block_->mask);
-    if (distance > block_->reach) block_->reach = distance;
+    const unsigned int home = hash & mask_;
+    const std::uint64_t free = free_from(home);
+    const int cell = free != 0 ? static_cast<int>(home) + std::countr_zero(free)
+                               : next_free(static_cast<int>(home));
+    const unsigned int distance = (static_cast<unsigned int>(cell) - home) & mask_;
+    if (distance > reach_) note_reach(distance, hash_of);
+    mark_taken(cell);
     set_tag(cell, tag(hash));
-    if (block_->entries) mark_taken(cell);
     if (distance >= far_) enter(hash, cell);
     return cell;
 }
 
 template<class Hash_Of>
-unsigned int Hash_Index::far_free(unsigned int home, Hash_Of hash_of) {
-    if (!block_->entries) {
-        make_entries();
-        enter_all(hash_of);
-    }
-    return (static_cast<unsigned int>(next_free(static_cast<int>(home))) - home) & block_->mask;
+void Hash_Index::note_reach(unsigned int distance, Hash_Of hash_of) {
+    reach_ = distance;
+    if (distance < far_ || entries_) return;
+    make_entries();
+    enter_all(hash_of);
+}
+
+inline void Hash_Index::mark_taken(int cell) {
+    const auto at = static_cast<std::size_t>(cell);
+    std::uint64_t& word = taken()[at / word_bits_];
+    word |= std::uint64_t{1} << (at % word_bits_);
+    if (word == UINT64_MAX) mark_full_word(at / word_bits_);
 }
 
 template<class Hash_Of>
 bool Hash_Index::forget(unsigned int hash, int cell, Hash_Of hash_of) {
-    if (!block_->entries) return true;
-    if (tags()[cell] != tag(hash)) return false;
+    if (!entries_) return true;
+    if (tags_[cell] != tag(hash)) return false;
     if (!is_far(hash, cell)) return true;
     const unsigned int slot = slot_of(hash, cell);
-    if (block_->entries[slot] == 0) return false;
+    if (entries_[slot] == 0) return false;
     erase(slot, hash_of);
     return true;
 }
 
 template<class Hash_Of>
 bool Hash_Index::move(unsigned int hash, int from, int to, Hash_Of hash_of) {
-    set_tag(to, tags()[from]);
+    set_tag(to, tags_[from]);
     return is_far(hash, to) ? rename(hash, from, to) : forget(hash, from, hash_of);
 }
 
@@ -280,11 +297,11 @@ bool Hash_Index::move(unsigned int hash, int from, int to, Hash_Of hash_of) {
 // cells.
 template<class Hash_Of>
 void Hash_Index::erase(unsigned int slot, Hash_Of hash_of) {
-    std::uint32_t* const all = block_->entries;
+    std::uint32_t* const all = entries_;
     unsigned int hole = slot;
     for (unsigned int s = next(hole); all[s] != 0; s = next(s)) {
         const unsigned int first = first_slot(mix(hash_of(cell_of(all[s]))));
-        if (((s - first) & block_->mask) < ((s - hole) & block_->mask)) continue;
+        if (((s - first) & mask_) < ((s - hole) & mask_)) continue;
         all[hole] = all[s];
         hole = s;
     }
@@ -294,12 +311,12 @@ void Hash_Index::erase(unsigned int slot, Hash_Of hash_of) {
 // From a free cell on, so that keys of one hash are entered in probe order.
 template<class Hash_Of>
 void Hash_Index::enter_all(Hash_Of hash_of) {
-    if (!block_->entries) return;
-    for (unsigned int slot = 0; slot < modulus(); ++slot) block_->entries[slot] = 0;
+    if (!entries_) return;
+    for (unsigned int slot = 0; slot < modulus(); ++slot) entries_[slot] = 0;
     const auto start = static_cast<unsigned int>(next_free(0));
     for (unsigned int i = 1; i < modulus(); ++i) {
-        const auto cell = static_cast<int>((start + i) & block_->mask);
-        if (tags()[cell] == 0) continue;
+        const auto cell = static_cast<int>((start + i) & mask_);
+        if (tags_[cell] == 0) continue;
         const unsigned int hash = hash_of(cell);
         set_tag(cell, tag(hash));
         if (is_far(hash, cell)) enter(hash, cell);

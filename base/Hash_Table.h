@@ -132,12 +132,13 @@ private:
     int index_of(const K& key) const;
     int cell_of(const K& key) const { return cell_of(key, hash_of(key)); }
     int cell_of(const K& key, unsigned int hash) const;
+    [[gnu::noinline]] int cell_of_other(const K& key, unsigned int hash) const;
     int cell_to_put(const K& key);
     int new_cell(unsigned int hash);
     int next_taken(int from) const { return next_taken(pairs_, size_, index_, from); }
     static int next_taken(const Pair* pairs, int size, const Hash_Index& index, int from);
 
-    void fill(int cell, const V& item, const K& key);
+    void fill(int cell, const Pair& pair);
     void clear_found();
     bool close_run(int hole);
     [[gnu::noinline]] void double_size();
@@ -215,10 +216,9 @@ unsigned int Hash_Table<K, V>::default_hash(const K& key) {
 
 template<class K, class V>
 void Hash_Table<K, V>::put(const V& item, const K& key) {
-    const V new_item = item; // growing frees the cells in which these may lie
-    const K new_key = key;
+    const Pair pair = {1, key, item}; // growing frees the cells in which these may lie
     if (size_ < 2 * (count_ + 1)) double_size();
-    fill(cell_to_put(new_key), new_item, new_key);
+    fill(cell_to_put(pair.key), pair);
 }
 
 template<class K, class V>
@@ -251,14 +251,17 @@ int Hash_Table<K, V>::index_of(const K& key) const {
 
 // Requires: cells.
 template<class K, class V>
-inline int Hash_Table<K, V>::cell_of(const K& key, unsigned int hash) const {
+[[gnu::always_inline]] inline int Hash_Table<K, V>::cell_of(const K& key, unsigned int hash) const {
+    if (!index_.is_used() || !has_default_equal()) return cell_of_other(key, hash);
+    const std::uintptr_t wanted = word(key);
+    return index_.find(hash, [&](int i) { return word(pairs_[i].key) == wanted; });
+}
+
+template<class K, class V>
+int Hash_Table<K, V>::cell_of_other(const K& key, unsigned int hash) const {
     if (!index_.is_used()) {
         const int cell = index_of(key);
         return pairs_[cell].state ? cell : Hash_Index::absent;
-    }
-    if (has_default_equal()) {
-        const std::uintptr_t wanted = word(key);
-        return index_.find(hash, [&](int i) { return word(pairs_[i].key) == wanted; });
     }
     if (is_found_again(key)) {
         const Pair& first = pairs_[home(hash)];
@@ -301,10 +304,10 @@ inline int Hash_Table<K, V>::next_taken(const Pair* pairs, int size, const Hash_
 }
 
 template<class K, class V>
-inline void Hash_Table<K, V>::fill(int cell, const V& item, const K& key) {
+inline void Hash_Table<K, V>::fill(int cell, const Pair& pair) {
     found_index_ = cell;
     found_pair_ = pairs_ + cell;
-    *found_pair_ = {1, key, item};
+    *found_pair_ = pair;
 }
 
 template<class K, class V>
@@ -376,20 +379,24 @@ void Hash_Table<K, V>::double_size() {
     if (modulus() > Hash_Index::greatest_modulus / 2) {
         std_assert(-1, "Hash_Table: more keys than cells can be counted", __FILE__, __LINE__);
     }
-    const int old_size = size_;
+    const int old_size = size_, old_count = count_;
     Pair* const old_pairs = pairs_;
     Hash_Index old_index = index_;
     make_cells(2 * modulus() + 1);
-    // Keys that are equal as words have become one long ago; others, such as
-    // those within a tolerance, may do so only now.
-    const bool are_distinct = index_.is_used() && has_default_equal();
-    const auto next_old = [&](int from) {
-        return next_taken(old_pairs, old_size, old_index, from);
-    };
-    for (int i = next_old(0); i < old_size; i = next_old(i + 1)) {
-        const Pair& pair = old_pairs[i];
-        const int cell = are_distinct ? new_cell(hash_of(pair.key)) : cell_to_put(pair.key);
-        fill(cell, pair.item, pair.key);
+    if (!old_index.is_used()) {
+        for (int i = 0; i < old_size; ++i) {
+            if (old_pairs[i].state) fill(cell_to_put(old_pairs[i].key), old_pairs[i]);
+        }
+    } else if (has_default_equal()) {
+        // Keys that are equal as words have become one long ago: nobody asks.
+        old_index.each_taken([&](int i) {
+            const int cell = index_.take(hash_of(old_pairs[i].key), hash_in());
+            pairs_[cell] = old_pairs[i];
+        });
+        count_ = old_count;
+    } else {
+        // Others, such as those within a tolerance, may become equal only now.
+        old_index.each_taken([&](int i) { fill(cell_to_put(old_pairs[i].key), old_pairs[i]); });
     }
     Std_GC::operator delete(old_pairs);
     if (old_index.is_used()) old_index.release();

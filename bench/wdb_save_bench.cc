@@ -20,9 +20,13 @@ static Hash_Table<WDB_Obj*, const char*> saved_objects;
 static Hash_Set<const char*> saved_names(charptr_hash, charptr_equal);
 static int anonymous_count, shape_count, material_count, triangle_count;
 
+static bool is_saved(const WDB_Obj* obj) {
+    return saved_objects.has(const_cast<WDB_Obj*>(obj));
+}
+
 static const char* name_of(const WDB_Obj* obj) {
     const bool found = saved_objects.find(const_cast<WDB_Obj*>(obj));
-    return found ? *saved_objects.found_item() : nullptr;
+    return found ? *saved_objects.found_item() : "";
 }
 
 static const char* register_saved(const WDB_Obj* obj) {
@@ -40,7 +44,7 @@ static void write_color(const char* format, const Color& c) {
 }
 
 static void save_material(const WDB_Material* m) {
-    if (name_of(m)) return;
+    if (is_saved(m)) return;
     ++material_count;
     std::fprintf(of, "Material %s {\n", register_saved(m));
     write_color("  Ambient   %f %f %f\n", m->get_ambient());
@@ -58,7 +62,7 @@ static void write_row(const char* format, const Affine& a, const Affine& b, cons
 }
 
 static void save_trilist(const WDB_Tri_List* list) {
-    if (name_of(list)) return;
+    if (is_saved(list)) return;
     std::fprintf(of, "TriangleList %s {\n", register_saved(list));
     for (int i = 0; i < list->count(); ++i) {
         const WDB_Triangle& t = (*list)[i];
@@ -76,7 +80,7 @@ static void write_frame_row(const char* format, const Vector4& row) {
 }
 
 static void save_node_body(const WDB_Node* node) {
-    if (name_of(node)) return;
+    if (is_saved(node)) return;
     ++shape_count;
     std::fprintf(of, "Node %s {\n", register_saved(node));
     const HFrame& frame = node->get_transform();
