@@ -11,10 +11,10 @@
 // References to elements hold until the next insertion or removal. The cells are
 // collected and scanned; capacity goes 0, 5, 10, 20 ... and never shrinks.
 //
-// Cells, with 5 elements, capacity 8 and the gap at 2:
+// Cells, with 5 elements, capacity 10 and the gap at 2:
 //
-//     [ 0 ][ 1 ][   ][   ][   ][ 2 ][ 3 ][ 4 ]
-//                 ^ gap_position_, gap_size_ 3
+//     [ 0 ][ 1 ][   ][   ][   ][   ][   ][ 2 ][ 3 ][ 4 ]
+//                 ^ gap_position_, gap_size_ 5
 #ifndef BASE_GAP_LIST_H
 #define BASE_GAP_LIST_H
 

@@ -8,8 +8,9 @@
 //
 // The order of a walk is part of what a table promises: it is that of the cells
 // under linear probing. A key lies in the first cell, from hash mod m on, that
-// was free when it came; m is a power of two from 8 on, doubles when a key comes
-// that would fill more than half, and then all keys move over in cell order.
+// was free when it came; m is a power of two from 8 on and doubles before a put,
+// also of a key that is there, when one key more would fill more than half. Then
+// all keys move over in cell order.
 // Removal closes the run behind the hole and leaves no marks. With keys that are
 // addresses the order depends on addresses.
 //

@@ -42,20 +42,18 @@ static void run_tool(int spheres, const char* path) {
     const double filed = seconds_now();
     const int result = wdb_save(world, path);
     const double written = seconds_now();
-    fprintf(stderr, "%9d %9.3f %9.3f %9.3f %9.3f %9.3f %9.2f %9.0f %9.0f%s\n", spheres,
-            meshes - start, placed - meshes, filed - placed, written - filed, written - start,
-            (written - start) * 1e6 / spheres, peak_megabytes(),
-            peak_megabytes() * 1024 * 1024 / spheres, result == 0 ? "" : "  NOT WRITTEN");
+    printf("| %d | %.3f s | %.3f s | %.3f s | %.3f s | %.2f us | %.0f MB |%s\n", spheres,
+           meshes - start, placed - meshes, filed - placed, written - filed,
+           (written - start) * 1e6 / spheres, peak_megabytes(), result == 0 ? "" : " NOT WRITTEN");
+    fflush(stdout);
 }
 
 int main(int argc, char** argv) {
-#ifndef __OPTIMIZE__
-    fprintf(stderr, "warning: not optimised\n");
-#endif
     const int usual[] = {10000, 100000, 1000000};
     const int count = argc > 1 ? argc - 1 : 3;
-    fprintf(stderr, "%9s %9s %9s %9s %9s %9s %9s %9s %9s\n", "spheres", "meshes s", "placing s",
-            "filing s", "writing s", "all s", "us each", "peak MB", "B each");
+    puts("| spheres | meshes | placing | filing | writing | each | peak memory |\n"
+         "|---|---|---|---|---|---|---|");
+    fflush(stdout);
     for (int i = 0; i < count; ++i) {
         const int spheres = argc > 1 ? atoi(argv[i + 1]) : usual[i];
         const pid_t child = fork();

@@ -35,10 +35,12 @@ static bool complete(IMAGE* image) {
 int iclose(IMAGE* image) {
     iflush(image);
     const bool is_complete = !(image->flags & IMAGE_WRITE) || complete(image);
+    std::free(image->transfers);
     std::free(image->base);
     std::free(image->tmpbuf);
     std::free(image->rowstart);
     std::free(image->rowsize);
+    image->transfers = nullptr;
     image->base = image->tmpbuf = nullptr;
     image->rowstart = image->rowsize = nullptr;
     const int closed = ::close(image->file);

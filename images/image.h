@@ -53,6 +53,7 @@ struct IMAGE {
     unsigned int rleend;
     unsigned int* rowstart; // of run-length encoded files: entry y + z * ysize
     unsigned int* rowsize;
+    struct Image_Transfers* transfers; // what was read ahead or held back; null at first
 };
 
 // Opens for reading ("r") or writing ("w"); "r+" and "w+" are refused. The sizes are for writing

@@ -51,6 +51,16 @@ bool img_read(IMAGE* image, void* buffer, std::size_t count);
 // Where the next transfer goes. Costs nothing.
 bool img_optseek(IMAGE* image, off_t offset);
 
+// The next `count` bytes, of a row of the current channel: reads ahead, as the next rows will be
+// wanted. At most img_work_row_size.
+// Lifetime: to the next row. On failure: null.
+const void* img_read_row(IMAGE* image, std::size_t count);
+
+// From here on img_write may hold bytes back, up to img_release_writes, which answers false if
+// any of them could not be written.
+void img_hold_writes(IMAGE* image);
+bool img_release_writes(IMAGE* image);
+
 // Size in bytes of an encoded row, -1 if it was not written.
 int img_getrowsize(const IMAGE* image, unsigned y, unsigned z);
 // Gives the row `count` bytes at the end of the file.

@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -81,8 +84,87 @@ bool img_read(IMAGE* image, void* buffer, std::size_t count) {
     return moved_on(image, pread(image->file, buffer, count, image->offset), count);
 }
 
+// A piece of the file in memory.
+template<std::size_t Room>
+struct Piece {
+    static constexpr std::size_t room = Room;
+    off_t start;
+    std::size_t length;
+    unsigned char bytes[Room];
+};
+
+static const std::size_t read_step = 32768;
+
+// The rows of a channel lie one behind the other, mostly, but those of the channels do not.
+struct Image_Transfers {
+    Piece<2 * read_step> ahead[4];
+    bool is_holding;
+    Piece<262144> held;
+};
+
+// Null if there is no memory: all goes well without, but slower.
+static Image_Transfers* transfers_of(IMAGE* image) {
+    if (!image->transfers)
+        image->transfers = static_cast<Image_Transfers*>(std::calloc(1, sizeof(Image_Transfers)));
+    return image->transfers;
+}
+
+// Pieces begin at full steps, so that rows may be read backwards, too.
+const void* img_read_row(IMAGE* image, std::size_t count) {
+    Image_Transfers* const transfers = transfers_of(image);
+    if (!transfers || count > read_step)
+        return img_read(image, image->tmpbuf, count) ? image->tmpbuf : nullptr;
+    auto& ahead = transfers->ahead[image->z % 4];
+    const off_t from = image->offset, to = from + static_cast<off_t>(count);
+    if (from < ahead.start || to > ahead.start + static_cast<off_t>(ahead.length)) {
+        ahead.start = from - from % static_cast<off_t>(read_step);
+        const ssize_t got = pread(image->file, ahead.bytes, ahead.room, ahead.start);
+        ahead.length = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    }
+    const bool is_there = to <= ahead.start + static_cast<off_t>(ahead.length);
+    if (!moved_on(image, is_there ? static_cast<ssize_t>(count) : -1, count)) return nullptr;
+    return ahead.bytes + (from - ahead.start);
+}
+
+static bool write_at(IMAGE* image, const void* buffer, std::size_t count, off_t offset) {
+    return pwrite(image->file, buffer, count, offset) == static_cast<ssize_t>(count);
+}
+
+static bool write_held(IMAGE* image) {
+    auto& held = image->transfers->held;
+    const std::size_t length = held.length;
+    held.length = 0;
+    return length == 0 || write_at(image, held.bytes, length, held.start);
+}
+
+static bool hold(IMAGE* image, const void* buffer, std::size_t count) {
+    auto& held = image->transfers->held;
+    const bool follows = image->offset == held.start + static_cast<off_t>(held.length);
+    if (!follows || count > held.room - held.length) {
+        if (!write_held(image)) return false;
+        held.start = image->offset;
+    }
+    if (count > held.room) return write_at(image, buffer, count, image->offset);
+    std::memcpy(held.bytes + held.length, buffer, count);
+    held.length += count;
+    return true;
+}
+
 bool img_write(IMAGE* image, const void* buffer, std::size_t count) {
-    return moved_on(image, pwrite(image->file, buffer, count, image->offset), count);
+    const bool is_holding = image->transfers && image->transfers->is_holding;
+    const bool is_full =
+        is_holding ? hold(image, buffer, count) : write_at(image, buffer, count, image->offset);
+    return moved_on(image, is_full ? static_cast<ssize_t>(count) : -1, count);
+}
+
+void img_hold_writes(IMAGE* image) {
+    if (Image_Transfers* const transfers = transfers_of(image)) transfers->is_holding = true;
+}
+
+bool img_release_writes(IMAGE* image) {
+    if (!image->transfers) return true;
+    image->transfers->is_holding = false;
+    return write_held(image);
 }
 
 // An encoded row of xsize values has at least a count and a value for each 127 of them.

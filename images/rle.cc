@@ -71,6 +71,29 @@ int img_rle_compact(const void* expanded, int ibpp, void* rle, int obpp, int cou
     return 0;
 }
 
+// Packets are short: where there is room for what is done too much, blocks of a fixed length are
+// cheaper than an exact end.
+static const int block = 16;
+
+template<class In, class Out>
+static void put_literal(const In* in, const In* end, Out* out, const Out* out_end, int n) {
+    if (end - in < n + block || out_end - out < n + block) {
+        for (int i = 0; i < n; ++i) out[i] = static_cast<Out>(in[i]);
+        return;
+    }
+    for (int i = 0; i < n; i += block)
+        for (int j = 0; j < block; ++j) out[i + j] = static_cast<Out>(in[i + j]);
+}
+
+template<class Out>
+static void put_run(Out value, Out* out, const Out* out_end, int n) {
+    if (out_end - out < n + block) {
+        std::fill(out, out + n, value);
+        return;
+    }
+    for (int i = 0; i < n; i += block) std::fill(out + i, out + i + block, value);
+}
+
 // Stops at the end of the input and of the room, whatever the packets say, and fills up with zeros.
 // A row that is too long counts as one value more than there is room for.
 template<class In, class Out>
@@ -88,11 +111,11 @@ static int expand(const In* in, int count, Out* expanded, int room) {
         }
         if (word & literal_bit) {
             n = static_cast<int>(std::min<long>(n, end - in));
-            for (int i = 0; i < n; ++i) out[i] = static_cast<Out>(in[i]);
+            put_literal(in, end, out, out_end, n);
             in += n;
         } else {
             if (in == end) break;
-            std::fill(out, out + n, static_cast<Out>(*in++));
+            put_run(static_cast<Out>(*in++), out, out_end, n);
         }
         out += n;
     }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include "images/image_internal.h"
 
@@ -10,13 +11,15 @@ static bool is_damaged(const char* what, unsigned y, unsigned z) {
 
 static bool get_verbatim(IMAGE* image, unsigned short* buffer) {
     const std::size_t xsize = image->xsize;
-    if (bytes_per_channel(image) == 1) {
-        auto* const bytes = reinterpret_cast<unsigned char*>(image->tmpbuf);
-        if (!img_read(image, bytes, xsize)) return false;
+    const unsigned bpp = bytes_per_channel(image);
+    const void* const row = img_read_row(image, xsize * bpp);
+    if (!row) return false;
+    if (bpp == 1) {
+        const auto* const bytes = static_cast<const unsigned char*>(row);
         std::copy(bytes, bytes + xsize, buffer);
         return true;
     }
-    if (!img_read(image, buffer, xsize * sizeof *buffer)) return false;
+    std::memcpy(buffer, row, xsize * sizeof *buffer);
     if (image->dorev) cvtshorts(buffer, xsize * sizeof *buffer);
     return true;
 }
@@ -27,10 +30,14 @@ static bool get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsign
     if (cnt == -1) return false;
     const auto bytes = static_cast<std::size_t>(static_cast<unsigned int>(cnt));
     if (bytes > img_work_row_size(image)) return !is_damaged("too many bytes", y, z);
-    if (!img_read(image, image->tmpbuf, bytes)) return false;
-    if (bpp == 2 && image->dorev) cvtshorts(image->tmpbuf, bytes);
-    const int got = img_rle_expand(image->tmpbuf, static_cast<int>(bpp),
-                                   static_cast<int>(bytes / bpp), buffer, 2, image->xsize);
+    const void* packets = img_read_row(image, bytes);
+    if (!packets) return false;
+    if (bpp == 2) { // wherever the row began in the file
+        packets = std::memmove(image->tmpbuf, packets, bytes);
+        if (image->dorev) cvtshorts(image->tmpbuf, bytes);
+    }
+    const int got = img_rle_expand(packets, static_cast<int>(bpp), static_cast<int>(bytes / bpp),
+                                   buffer, 2, image->xsize);
     if (got != image->xsize) return !is_damaged("wrong number of values", y, z);
     return true;
 }
@@ -62,15 +69,18 @@ int getrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
 static void track_range(IMAGE* image, const unsigned short* buffer) {
     const unsigned short mask =
         is_verbatim(image) && bytes_per_channel(image) == 1 ? 0x00FF : 0xFFFF;
-    unsigned short least = UINT16_MAX, greatest = 0;
+    if (image->xsize == 0) return;
+    // With the top bit turned the order is that of signed shorts, which machines compare many at a
+    // time.
+    const unsigned short top = 0x8000;
+    short least = INT16_MAX, greatest = INT16_MIN;
     for (unsigned x = 0; x < image->xsize; ++x) {
-        const auto value = static_cast<unsigned short>(buffer[x] & mask);
+        const auto value = static_cast<short>((buffer[x] & mask) ^ top);
         least = std::min(least, value);
         greatest = std::max(greatest, value);
     }
-    if (image->xsize == 0) return;
-    image->min = std::min<unsigned int>(image->min, least);
-    image->max = std::max<unsigned int>(image->max, greatest);
+    image->min = std::min<unsigned int>(image->min, static_cast<unsigned short>(least ^ top));
+    image->max = std::max<unsigned int>(image->max, static_cast<unsigned short>(greatest ^ top));
 }
 
 static bool put_verbatim(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {

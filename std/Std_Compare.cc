@@ -5,8 +5,7 @@
 #include <cstring>
 #include <functional>
 
-// Integers: three distinct values per unit keep neighbours apart, and the mask
-// leaves room for the product.
+// Integers: neighbours lie three apart, and the mask leaves room for the product.
 static unsigned int hash_integer(std::uint32_t x) {
     return (x & 0x0FFFFFFFu) * 3u;
 }

@@ -1,6 +1,8 @@
 #include "std/Std_Format.h"
 
 #include <bit>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -88,8 +90,11 @@ char* std_format_f(char* out, float value) {
     const int exponent = (biased == 0 ? 1 : biased) - 150;
 
     // From 2^64 on, and for what is no number, speed does not matter.
-    if (exponent > 40)
-        return out + std::snprintf(out, STD_FORMAT_F_MAX, "%f", static_cast<double>(value));
+    if (exponent > 40) {
+        const auto wide = static_cast<double>(value);
+        if (!std::isfinite(wide)) return out + std::snprintf(out, STD_FORMAT_F_MAX, "%f", wide);
+        return std::to_chars(out, out + STD_FORMAT_F_MAX, wide, std::chars_format::fixed, 6).ptr;
+    }
 
     *out = '-';
     out += bits >> 31;

@@ -1,5 +1,7 @@
 #include "std/Std_GC.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -171,18 +173,20 @@ void operator delete[](void* p, std::size_t) noexcept {
     Std_GC::operator delete(p);
 }
 
-// Over-aligned blocks are cut out of larger ones, so that pointers in them are
-// scanned too; the collector finds the block from any address inside it.
+// Over-aligned blocks are cut out of larger ones, so that pointers in them are scanned too. The word
+// in front of one names the larger block.
 static void* allocate_aligned(std::size_t size, std::align_val_t alignment) {
-    const std::size_t unit = static_cast<std::size_t>(alignment);
+    const std::size_t unit =
+        std::max(static_cast<std::size_t>(alignment), sizeof(std::max_align_t));
     if (size > SIZE_MAX - unit) return report_out_of_memory(size);
-    const auto block =
-        reinterpret_cast<std::uintptr_t>(allocate(size + unit, NoGC, nullptr, nullptr));
-    return reinterpret_cast<void*>((block + unit - 1) & ~(unit - 1));
+    char* const block = static_cast<char*>(allocate(size + unit, NoGC, nullptr, nullptr));
+    char* const aligned = block + unit - reinterpret_cast<std::uintptr_t>(block) % unit;
+    reinterpret_cast<void**>(aligned)[-1] = block;
+    return aligned;
 }
 
 static void release_aligned(void* p) {
-    if (p && !std_tmp_pool_of(p)) GC_free(GC_base(p));
+    if (p && !std_tmp_pool_of(p)) release(static_cast<void**>(p)[-1]);
 }
 
 void* operator new(std::size_t size, std::align_val_t a) {

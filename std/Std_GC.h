@@ -14,7 +14,8 @@
 // whole pool: delete does nothing for it.
 //
 // All blocks read as zero. Running out of memory ends the process with a fatal
-// report, so no operation here answers null. Usable at any time, also while
+// report, so that nobody need ask for null; only nothrow new and std_try_uncollectable
+// answer it. Usable at any time, also while
 // static objects of other files are being built. Single-threaded.
 #ifndef STD_STD_GC_H
 #define STD_STD_GC_H

@@ -272,12 +272,16 @@ static double number_in(const char* path, const char* format) {
 }
 
 // Memory that the system could give without swapping: that of the machine, or of the container that
-// the process runs in.
+// the process runs in. Files that the system keeps in memory count as free in both.
 static double available_bytes() {
     const double machine = number_in("/proc/meminfo", "MemAvailable: %lf kB") * 1024;
     const double limit = number_in("/sys/fs/cgroup/memory.max", "%lf");
     const double used = number_in("/sys/fs/cgroup/memory.current", "%lf");
-    const double container = limit < HUGE_VAL && used < HUGE_VAL ? limit - used : HUGE_VAL;
+    double container = limit < HUGE_VAL && used < HUGE_VAL ? limit - used : HUGE_VAL;
+    for (const char* const cached : {"inactive_file %lf", "active_file %lf"}) {
+        const double bytes = number_in("/sys/fs/cgroup/memory.stat", cached);
+        if (bytes < HUGE_VAL) container += bytes;
+    }
     return machine < container ? machine : container;
 }
 

@@ -12,6 +12,7 @@
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_GC.h"
+#include "std/Std_Plain_Numbers.h"
 #include "std/Std_URL.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
@@ -432,6 +433,7 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 }
 
 WDB_Database* wdb_load(Std_URL* url, Std_URL* base) {
+    const Std_Plain_Numbers plain;
     WDB_Lex_Context lex(url, base);
     if (!lex.is_open()) {
         tell(str_format("Cannot open URL %s", url->get_url_string().chars()));
