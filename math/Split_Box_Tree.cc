@@ -7,7 +7,7 @@
 // Leaves with fewer entries than this are not tested as a whole: testing the entries is as cheap.
 static const int small_leaf = 4;
 
-// A placed array comes without the class's own operator, so name the global one.
+// One T in the placement of `owner`.
 template<class T>
 static T* new_beside(const void* owner) {
     return new (std_get_subobject_placement(owner)) T;
@@ -43,7 +43,7 @@ static float middle(float low, float high) {
 // The longest axis; ties go to z, but of x and y alone to y.
 static int axis_to_halve(const Vector& size) {
     if (size.y < size.x) return size.z < size.x ? 0 : 2;
-    return size.z < size.y ? 1 : 2;
+    return size.x <= size.y && size.z < size.y ? 1 : 2;
 }
 
 // Bit `axis` of `child` chooses the half. A node with two children is halved on one axis only.
@@ -136,7 +136,9 @@ struct On_Segment {
 template<class Query>
 bool BSplit_Box_Tree_Node::visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn,
                                  int stamp) const {
+    const int ahead = 4; // entries of a large tree lie far from the processor's cache
     for (int i = 0; i < item_count(); ++i) {
+        if (i + ahead < item_count()) __builtin_prefetch((*items_)[i + ahead]);
         BSplit_Box_Tree_Entry* const entry = (*items_)[i];
         if (entry->stamp == stamp) continue;
         // Before the test: an entry that fails need not be tested in another leaf.
@@ -243,8 +245,8 @@ void BSplit_Box_Tree::check_pending_nodes() {
 
 // One counter for all trees, so that a stamp is never met again.
 static int next_stamp() {
-    static int stamp = 0;
-    return ++stamp;
+    static unsigned int stamp = 0; // which may wrap
+    return static_cast<int>(++stamp);
 }
 
 bool BSplit_Box_Tree::apply(SUniv* user, BSplit_Box_Tree_Apply fn) const {

@@ -50,8 +50,11 @@ void std_assert(int level, const char* message, const char* file, int line) {
     const int error = errno;
     if (!message) message = "?";
     if (level == 0) {
+        // Progress comes by the hundred thousand: no format for it.
         char text[report_size];
-        std::snprintf(text, sizeof text, "%s", message);
+        const std::size_t length = strnlen(message, report_size - 1);
+        std::memcpy(text, message, length);
+        text[length] = '\0';
         std_get_current_messager()->refresh(text);
         return;
     }

@@ -76,25 +76,31 @@ static const char* numbered_name(const char* base, int number) {
     return name; // the memory is zero behind the digits
 }
 
+// Enters a name. False if it was there: then the table has only changed which of the equal texts it
+// holds.
+static bool is_new_name(const char* name) {
+    const int before = saved_names.count();
+    saved_names.put(name);
+    return saved_names.count() != before;
+}
+
 static const char* unused_numbered_name(const char* base) {
     for (;;) {
         const char* const candidate = numbered_name(base, ++anonymous_count);
-        if (!saved_names.has(candidate)) return candidate;
+        if (is_new_name(candidate)) return candidate;
     }
 }
 
 static const char* unused_name(const WDB_Obj* obj) {
     const char* const name = obj->get_name();
     if (!name) return unused_numbered_name(obj->get_dynamic_class_name());
-    if (!saved_names.has(name)) return name;
-    return unused_numbered_name(name);
+    return is_new_name(name) ? name : unused_numbered_name(name);
 }
 
 // Gives `obj` a name that this file does not hold yet, and returns it.
 static const char* register_saved(const WDB_Obj* obj) {
     const char* const name = unused_name(obj);
     saved_objects.put(name, const_cast<WDB_Obj*>(obj));
-    saved_names.put(name);
     return name;
 }
 
@@ -290,9 +296,24 @@ static void save_body(const WDB_Node* node) {
     }
 }
 
+// "Saving node...". A format costs as much as a few numbers in the file: only for long names.
+static void report_progress(const WDB_Node* node) {
+    const char* const name = node->get_printable_name();
+    const std::size_t length = std::strlen(name);
+    char text[128] = "Saving ";
+    const std::size_t start = 7;
+    if (start + length + sizeof "..." > sizeof text) {
+        std_assert(0, str_format("Saving %s...", name), __FILE__, __LINE__);
+        return;
+    }
+    std::memcpy(text + start, name, length);
+    std::memcpy(text + start + length, "...", sizeof "...");
+    std_assert(0, text, __FILE__, __LINE__);
+}
+
 // Everything that a node refers to stands in the file before the node.
 static void save_node(const WDB_Node* node) {
-    std_assert(0, str_format("Saving %s...", node->get_printable_name()), __FILE__, __LINE__);
+    report_progress(node);
     if (const WDB_Texture* texture = node->get_texture()) save_texture(texture);
     if (const WDB_Material* material = node->get_material()) save_material(material);
     for (int i = 0; i < node->lod_count(); ++i) save_geometry(node->lod_item(i));
