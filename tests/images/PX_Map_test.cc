@@ -1,39 +1,17 @@
 #include "images/PX_Map.h"
 
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
 #include <random>
-#include <string>
 #include <vector>
 
 #include "images/image.h"
 #include "images/pix_support.h"
+#include "tests/Scratch_Folder.h"
 
-namespace fs = std::filesystem;
 using Bytes = std::vector<unsigned char>;
 
-// An empty folder that is the current one and TMPDIR while it lives.
-class PX_Map_test : public ::testing::Test {
-protected:
-    PX_Map_test() {
-        char name[] = "/tmp/nolt_testXXXXXX";
-        home = fs::path(mkdtemp(name));
-        fs::create_directory(home / "tmp");
-        fs::current_path(home);
-        setenv("TMPDIR", (home / "tmp").c_str(), 1);
-    }
-    ~PX_Map_test() override {
-        EXPECT_TRUE(fs::is_empty(home / "tmp")) << "temporary files are left";
-        fs::current_path("/");
-        fs::remove_all(home);
-    }
-    fs::path home;
-};
+using PX_Map_test = Scratch_Folder_Test;
 
 static Bytes pixels_of(const PX_Map& map) {
     const unsigned char* const p = map.get_pixels();
@@ -87,9 +65,7 @@ TEST_F(PX_Map_test, save_and_load) {
     for (int c = 0; c < 3; ++c)
         map.put_pixel_component(static_cast<unsigned char>('r' + c), 0, 0, c);
     map.save("f.rgb");
-    std::ifstream file("f.rgb", std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}).substr(512 + 24),
-              std::string("\1t\0\1s\0\1r\0", 9));
+    EXPECT_EQ(file("f.rgb").substr(512 + 24), std::string("\1t\0\1s\0\1r\0", 9));
 }
 
 TEST_F(PX_Map_test, rows_and_columns) {
@@ -104,7 +80,7 @@ TEST_F(PX_Map_test, rows_and_columns) {
 }
 
 TEST_F(PX_Map_test, what_cannot_be_loaded_becomes_a_dummy) {
-    std::ofstream("text.rgb") << "not an image";
+    put_file("text.rgb", "not an image");
     const auto expect_dummy = [](const char* name, const char* message) {
         for (int component : {0, 3}) {
             ::testing::internal::CaptureStderr();
@@ -126,10 +102,9 @@ TEST_F(PX_Map_test, what_cannot_be_loaded_becomes_a_dummy) {
 // Headers and tables that claim what the file does not hold, and files cut at every byte.
 TEST_F(PX_Map_test, hostile_files) {
     random_map(5, 3, 3)->save("good.rgb");
-    std::ifstream file("good.rgb", std::ios::binary);
-    const std::string good(std::istreambuf_iterator<char>(file), {});
+    const std::string good = file("good.rgb");
     const auto load = [&](std::string text) {
-        std::ofstream("bad.rgb", std::ios::binary) << text;
+        put_file("bad.rgb", text);
         ::testing::internal::CaptureStderr();
         const PX_Map map("bad.rgb", 0);
         ::testing::internal::GetCapturedStderr();

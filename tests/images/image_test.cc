@@ -2,48 +2,37 @@
 
 #include <bit>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
 #include <random>
-#include <string>
 #include <unistd.h>
 #include <vector>
 
 #include "images/image_internal.h"
+#include "tests/Scratch_Folder.h"
 
 using std::string_literals::operator""s;
 using Row = std::vector<unsigned short>;
 
 static std::string errors; // what the hook was told
 
-// A file of its own, and a hook that collects errors.
-class Image_test : public ::testing::Test {
+// A file, and a hook that collects errors.
+class Image_test : public Scratch_Folder_Test {
 protected:
     Image_test() {
         errors.clear();
         i_seterror([](char* message) { errors += message; });
-        char name[] = "/tmp/nolt_imageXXXXXX";
-        close(mkstemp(name));
-        path = name;
     }
     ~Image_test() override {
         i_setbyteorder(IMAGE_NATIVE_ORDER);
         i_seterror(nullptr);
-        unlink(path.c_str());
     }
-    std::string bytes() const {
-        std::ifstream file(path, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(file), {});
-    }
-    void put_bytes(const std::string& text) const { std::ofstream(path, std::ios::binary) << text; }
+    std::string bytes() const { return file(path); }
+    void put_bytes(const std::string& text) const { put_file(path, text); }
     IMAGE* open_new(unsigned type, unsigned dim, unsigned x, unsigned y, unsigned z) const {
         return iopen(path.c_str(), "w", type, dim, x, y, z);
     }
-    std::string path;
+    const std::string path = "image";
 };
 
 // The row on its way through the encoder and back.

@@ -1,45 +1,23 @@
 #include "std/Std_URL.h"
 
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <set>
 #include <sstream>
-#include <string>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
 #include "std/Std_Common.h"
 #include "std/Std_Shell.h"
+#include "tests/Scratch_Folder.h"
 
 namespace fs = std::filesystem;
 using std::string_literals::operator""s;
 
-// An empty folder that is the current one and TMPDIR while it lives.
-class Std_URL_test : public ::testing::Test {
+class Std_URL_test : public Scratch_Folder_Test {
 protected:
-    Std_URL_test() {
-        char name[] = "/tmp/nolt_testXXXXXX";
-        home = fs::path(mkdtemp(name));
-        fs::create_directory(home / "tmp");
-        fs::current_path(home);
-        setenv("TMPDIR", (home / "tmp").c_str(), 1);
-        setenv("PATH", (NOLT_TOOLS_DIR ":"s + getenv("PATH")).c_str(), 1);
-    }
-    ~Std_URL_test() override {
-        EXPECT_TRUE(fs::is_empty(home / "tmp")) << "temporary files are left";
-        fs::current_path("/");
-        fs::remove_all(home);
-    }
-    static void put_file(const fs::path& name, const std::string& text) {
-        std::ofstream(name, std::ios::binary) << text;
-    }
-    fs::path home;
+    Std_URL_test() { setenv("PATH", (NOLT_TOOLS_DIR ":"s + getenv("PATH")).c_str(), 1); }
 };
 
 static std::string contents(Std_URL& url) {
@@ -229,8 +207,6 @@ static std::string infos(const std::vector<std::string>& lines) {
 
 TEST_F(Std_URL_test, http_documents) {
     ASSERT_EQ(std::system("printf packed | gzip > p.gz"), 0);
-    std::ostringstream packed;
-    packed << std::ifstream("p.gz", std::ios::binary).rdbuf();
     const std::string large(120000, 'x');
     const struct {
         const char* row;
@@ -240,7 +216,7 @@ TEST_F(Std_URL_test, http_documents) {
         std::size_t progress_reports;
     } rows[] = {
         {"plain", "a/b.txt", {"some text"}, "some text", 0},
-        {"compressed", "p.gz", {packed.str()}, "packed", 0},
+        {"compressed", "p.gz", {file("p.gz")}, "packed", 0},
         {"over 51200 bytes", "l", {large}, large, 2},
         {"many small pieces", "s", std::vector<std::string>(500, "piece"), "", 0},
         {"closes at once", "n", {}, "", 0},

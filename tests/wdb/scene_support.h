@@ -3,18 +3,13 @@
 #define TESTS_WDB_SCENE_SUPPORT_H
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
 #include <sstream>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 #include "std/Std_URL.h"
+#include "tests/Scratch_Folder.h"
 #include "tests/wdb/support.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
@@ -24,37 +19,8 @@
 #include "wdb/wdb_load.h"
 #include "wdb/wdb_save.h"
 
-// The current folder is an empty one. At the end nothing may be left: no temporary file, open
-// descriptor or child.
-class Scene_Test : public ::testing::Test {
+class Scene_Test : public Scratch_Folder_Test {
 protected:
-    Scene_Test() {
-        char name[] = "/tmp/nolt_sceneXXXXXX";
-        home = std::filesystem::path(mkdtemp(name));
-        std::filesystem::create_directory(home / "tmp");
-        std::filesystem::current_path(home);
-        setenv("TMPDIR", (home / "tmp").c_str(), 1);
-        open_at_start = open_descriptors();
-    }
-    ~Scene_Test() override {
-        EXPECT_TRUE(std::filesystem::is_empty(home / "tmp")) << "temporary files are left";
-        EXPECT_EQ(open_descriptors(), open_at_start);
-        EXPECT_TRUE(waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD) << "a child is left";
-        std::filesystem::current_path("/");
-        std::filesystem::remove_all(home);
-    }
-
-    static std::ptrdiff_t open_descriptors() {
-        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-    }
-    static void put_file(const std::filesystem::path& name, const std::string& text) {
-        std::ofstream(name, std::ios::binary) << text;
-    }
-    static std::string file(const std::string& name) {
-        std::ifstream in(name, std::ios::binary);
-        return std::string(std::istreambuf_iterator<char>(in), {});
-    }
-
     WDB_Database* load(const std::string& url, const char* base = nullptr) {
         Messager messager;
         std_set_current_messager(&messager);
@@ -118,8 +84,6 @@ protected:
         return file("saved");
     }
 
-    std::filesystem::path home;
-    std::ptrdiff_t open_at_start;
     WDB_Database* world = nullptr;
     std::string reports; // of the load
 
