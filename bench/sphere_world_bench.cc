@@ -31,8 +31,7 @@ static void run_tool(int spheres, const char* path) {
     WDB_Database world;
     const double start = seconds_now();
     check_parameters();
-    initialize_materials(n_materials);
-    initialize_lod(n_lod, n_tess);
+    initialize_quietly();
     const double meshes = seconds_now();
     Gap_List<WDB_Node*> nodes;
     const double per_edge = spheres_per_edge();
