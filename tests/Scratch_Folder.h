@@ -12,6 +12,8 @@
 #include <string>
 #include <sys/wait.h>
 
+#include "tests/Reports.h"
+
 class Scratch_Folder_Test : public ::testing::Test {
 protected:
     Scratch_Folder_Test() {
