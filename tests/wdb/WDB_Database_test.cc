@@ -11,7 +11,7 @@
 #include "wdb/WDB_Material.h"
 
 static WDB_Node* node_at(float x, float y, float z, const WDB_Geometry* geometry) {
-    return new WDB_Node("Ball", HFrame(Frame::translation(x, y, z)), geometry, nullptr, nullptr);
+    return node_with(geometry, Frame::translation(x, y, z), "Ball");
 }
 
 TEST(WDB_Node, stamps_and_boxes) {

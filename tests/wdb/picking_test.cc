@@ -12,17 +12,7 @@
 
 static WDB_Tri_List* tetrahedron() {
     const Point a(1, 1, 1), b(-1, -1, 1), c(-1, 1, -1), d(1, -1, -1);
-    auto* const list = new WDB_Tri_List(4);
-    list->put(WDB_Triangle(a, b, c), 0);
-    list->put(WDB_Triangle(a, d, b), 1);
-    list->put(WDB_Triangle(a, c, d), 2);
-    list->put(WDB_Triangle(b, d, c), 3);
-    list->end_editing();
-    return list;
-}
-
-static WDB_Node* node_with(const WDB_Geometry* geometry, const Frame& frame) {
-    return new WDB_Node("n", HFrame(frame), geometry, nullptr, nullptr);
+    return list_of({{a, b, c}, {a, d, b}, {a, c, d}, {b, d, c}});
 }
 
 static WDB_Camera* eye_at(const Frame& frame, float fov = 1) {
@@ -99,7 +89,7 @@ TEST(Picking, lines_within_a_tolerance) {
     WDB_Database world;
     WDB_Camera* const camera = eye_at(Frame::translation(0, 0, 10));
     world.put(camera);
-    WDB_Node* const node = node_with(line, Frame::identity());
+    WDB_Node* const node = node_with(line);
     world.put(node);
     // At distance 10 the picture reaches up to 10 * tan(0.5) = 5.46; y is 0.273 beside the line.
     EXPECT_EQ(camera->pick_at_x_y(0, .05f, 1, .06f, false), node);
@@ -111,7 +101,7 @@ TEST(Picking, who_can_be_picked) {
     WDB_Database world;
     const Point p(0, 0, 5), q(0, 0, -5);
     const auto closest = [&] { return world.closest_object_on_line(p, q, 0, -1, 0, -10); };
-    world.put(node_with(nullptr, Frame::identity()));
+    world.put(node_with(nullptr));
     world.put(new WDB_Light("l", HFrame::identity(), 0, nullptr, nullptr));
     world.put(eye_at(Frame::identity()));
     EXPECT_EQ(closest(), nullptr);
@@ -127,8 +117,7 @@ TEST(Picking, who_can_be_picked) {
 
     WDB_Camera* const lonely = eye_at(Frame::identity());
     EXPECT_EQ(lonely->pick_at_x_y(0, 0, 1, 0, false), nullptr);
-    EXPECT_EQ(node_with(nullptr, Frame::identity())->line_intersection(p, q, 0, -1, 0, -10),
-              FLT_MAX);
+    EXPECT_EQ(node_with(nullptr)->line_intersection(p, q, 0, -1, 0, -10), FLT_MAX);
 }
 
 TEST(Default_camera, of_an_empty_world) {
@@ -183,7 +172,7 @@ TEST(Default_camera, takes_a_view_that_shows_enough) {
     };
     for (const auto& r : rows) {
         WDB_Database world;
-        world.put(node_with(tetrahedron(), Frame::identity()));
+        world.put(node_with(tetrahedron()));
         WDB_Camera* const camera = world.default_camera(projection, HFrame(r.frame));
         EXPECT_EQ(bits_of(camera->get_projection()) == bits_of(projection), r.is_taken) << r.row;
         EXPECT_EQ(bits_of(camera->get_transform()) == bits_of(HFrame(r.frame)), r.is_taken)

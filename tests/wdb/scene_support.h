@@ -78,14 +78,15 @@ protected:
     WDB_Tri_List* triangles(const std::string& name) const {
         return WDB_Tri_List::castdown(node(name)->get_geometry());
     }
-    static std::string saved(WDB_Database* database) {
-        const Report_Catcher silence;
+    std::string saved(WDB_Database* database) {
+        const Report_Catcher catcher;
         EXPECT_EQ(wdb_save(*database, "saved"), 0);
+        reports = catcher.text;
         return file("saved");
     }
 
     WDB_Database* world = nullptr;
-    std::string reports; // of the load
+    std::string reports; // of the load or save
 
 private:
     // Takes reports as they come: being asked to show again is no report.

@@ -4,22 +4,33 @@
 
 #include <cfloat>
 #include <string>
+#include <vector>
 
 #include "std/Std_Messager.h"
 #include "tests/Bits.h"
 #include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Node.h"
 #include "wdb/WDB_Tri_List.h"
 
 inline bool operator==(const Bbox& a, const Bbox& b) {
     return a.min == b.min && a.max == b.max;
 }
 
-// One triangle across the box lo..hi, which becomes the box of the list.
-inline WDB_Tri_List* list_in(const Point& lo, const Point& hi) {
-    WDB_Tri_List* const list = new WDB_Tri_List(1);
-    list->put(WDB_Triangle(lo, Point(hi.x, lo.y, lo.z), hi), 0);
+inline WDB_Tri_List* list_of(const std::vector<WDB_Triangle>& triangles) {
+    auto* const list = new WDB_Tri_List(static_cast<int>(triangles.size()));
+    for (int i = 0; i < list->count(); ++i) list->put(triangles[static_cast<std::size_t>(i)], i);
     list->end_editing();
     return list;
+}
+
+// One triangle across the box lo..hi, which becomes the box of the list.
+inline WDB_Tri_List* list_in(const Point& lo, const Point& hi) {
+    return list_of({WDB_Triangle(lo, Point(hi.x, lo.y, lo.z), hi)});
+}
+
+inline WDB_Node* node_with(const WDB_Geometry* geometry, const Frame& frame = Frame::identity(),
+                           const char* name = "n") {
+    return new WDB_Node(name, HFrame(frame), geometry, nullptr, nullptr);
 }
 
 // A geometry of no known kind, hit everywhere behind its box.

@@ -1,15 +1,11 @@
 #include "wdb/wdb_load.h"
 
-#include <cstdio>
 #include <random>
-#include <unistd.h>
-
-#include <netinet/in.h>
-#include <sys/socket.h>
 
 #include "images/PX_Map.h"
 #include "scene_support.h"
 #include "std/Std_Common.h"
+#include "tests/Http_Server.h"
 #include "wdb/WDB_Light.h"
 
 using Wdb_Load = Scene_Test;
@@ -125,9 +121,7 @@ TEST_F(Wdb_Load, errors_and_what_survives) {
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.row);
-        ::testing::internal::CaptureStderr(); // of URLs and images
-        ASSERT_TRUE(load_text(r.text));
-        ::testing::internal::GetCapturedStderr();
+        reports_of([&] { ASSERT_TRUE(load_text(r.text)); }); // of URLs and images
         EXPECT_EQ(errors(), r.errors);
         EXPECT_EQ(nodes(), r.nodes);
     }
@@ -139,12 +133,9 @@ TEST_F(Wdb_Load, normals_of_triangles_and_lines) {
         float n0, n1, does; // lengths
     } rows[] = {{1, r, 1}, {1, .995f, .995f}, {1, 1.5f, 1.5f}, {r, .001f, 1}, {1, 9e-5f, 0}};
     for (const auto& row : rows) {
-        char text[200];
-        std::snprintf(text, sizeof text,
-                      "trianglelist g {\n triangle p 0 0 0 1 0 0 0 1 0 n 0 0 %.9g"
-                      " 0 0 %.9g 0 0 1\n}\nnode a {\n geometry g\n}",
-                      row.n0, row.n1);
-        load_text(text);
+        load_text(str_format("trianglelist g {\n triangle p 0 0 0 1 0 0 0 1 0 n 0 0 %.9g"
+                             " 0 0 %.9g 0 0 1\n}\nnode a {\n geometry g\n}",
+                             row.n0, row.n1));
         const float does = triangles("a") ? (*triangles("a"))[0].n1.z : 0;
         EXPECT_NEAR(does, row.does, 2e-7f) << row.n1;
     }
@@ -159,10 +150,8 @@ TEST_F(Wdb_Load, normals_of_triangles_and_lines) {
 }
 
 static std::string shown(const Bbox& box) {
-    char text[200];
-    std::snprintf(text, sizeof text, "%.5g %.5g %.5g %.5g %.5g %.5g", box.min.x, box.min.y,
-                  box.min.z, box.max.x, box.max.y, box.max.z);
-    return text;
+    return str_format("%.5g %.5g %.5g %.5g %.5g %.5g", box.min.x, box.min.y, box.min.z, box.max.x,
+                      box.max.y, box.max.z);
 }
 
 TEST_F(Wdb_Load, units_and_bounds) {
@@ -260,41 +249,11 @@ TEST_F(Wdb_Load, imports_that_do_not_end) {
               std::string::npos);
 }
 
-// Answers the requests in this order, each on a connection of its own.
-static int serve(const std::vector<std::pair<std::string, std::string>>& answers, pid_t* child) {
-    const int listener = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in name = {};
-    socklen_t size = sizeof name;
-    name.sin_family = AF_INET;
-    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(listener, reinterpret_cast<sockaddr*>(&name), size);
-    listen(listener, 5);
-    getsockname(listener, reinterpret_cast<sockaddr*>(&name), &size);
-    *child = fork();
-    if (*child == 0) {
-        alarm(30);
-        for (const auto& [request, answer] : answers) {
-            const int peer = accept(listener, nullptr, nullptr);
-            std::string got(request.size(), '\0');
-            if (recv(peer, got.data(), got.size(), MSG_WAITALL) > 0 && got == request)
-                send(peer, answer.data(), answer.size(), MSG_NOSIGNAL);
-            close(peer);
-        }
-        _exit(0);
-    }
-    close(listener);
-    return ntohs(name.sin_port);
-}
-
 TEST_F(Wdb_Load, imports_over_http) {
-    pid_t child;
-    const int port = serve({{"GET /d/top\n", "import file {\n file \"e/part\"\n}\nnode a {\n}"},
-                            {"GET /d/e/part\n", "node b {\n url \"u\"\n}"}},
-                           &child);
-    const std::string host = "http://127.0.0.1:" + std::to_string(port);
-    ASSERT_TRUE(load(host + "/d/top"));
-    waitpid(child, nullptr, 0);
-    EXPECT_EQ(nodes(), "a:-,- b:-,-@" + host + "/d/e/u ");
+    const Http_Server server{{"GET /d/top\n", {"import file {\n file \"e/part\"\n}\nnode a {\n}"}},
+                             {"GET /d/e/part\n", {"node b {\n url \"u\"\n}"}}};
+    ASSERT_TRUE(load(server.host + "d/top"));
+    EXPECT_EQ(nodes(), "a:-,- b:-,-@" + server.host + "d/e/u ");
 }
 
 static WDB_Texture* checker(const char* name) {
@@ -320,12 +279,10 @@ static WDB_Database* rich_world() {
     auto* const world = new WDB_Database;
     auto* const red = new WDB_Material;
     red->set_diffuse(Color(1, .1f, 1 / 3.0f));
-    auto* const colored = new WDB_Tri_List(2);
-    for (int i = 0; i < 2; ++i)
-        colored->put(
-            WDB_Triangle({0, 0, 0}, {1.0f / 3, 0, 0}, {0, 1e4f, i * .7f}, Color(.2f, .3f, 1)), i);
+    WDB_Tri_List* const colored =
+        list_of({WDB_Triangle({0, 0, 0}, {1.0f / 3, 0, 0}, {0, 1e4f, 0}, Color(.2f, .3f, 1)),
+                 WDB_Triangle({0, 0, 0}, {1.0f / 3, 0, 0}, {0, 1e4f, .7f}, Color(3, .3f, 1))});
     colored->set_with_colors(true);
-    colored->end_editing();
     WDB_Tri_List* const plain = list_in({-1, -2, 0}, {1, 2, .1f});
     for (int i = 0; i < 20; ++i) {
         const HFrame place(Frame::rotation(i % 3, .3f * i) * Frame::translation(i * 7.7f, 0, -i));
@@ -356,14 +313,10 @@ TEST_F(Wdb_Load, what_was_saved_loads_and_saves_again) {
 }
 
 TEST_F(Wdb_Load, what_does_not_come_back) {
-    auto* const odd = new WDB_Tri_List(2);
-    odd->put(WDB_Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, Vector(0, 0, 9e-5f), Vector(0, 0, 1),
-                          Vector(0, 0, 1)),
-             0);
-    odd->put(WDB_Triangle({0, 0, 0}, {1e-7f, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 1}, {0, 0, 1},
-                          Color(1, 0, 0)),
-             1);
-    odd->end_editing();
+    const Vector up(0, 0, 1);
+    WDB_Tri_List* const odd =
+        list_of({WDB_Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, up * 9e-5f, up, up),
+                 WDB_Triangle({0, 0, 0}, {1e-7f, 0, 0}, {0, 1, 0}, up, up, up, Color(1, 0, 0))});
     HFrame projective = HFrame::identity();
     projective[0][3] = .5f;
     WDB_Database before(Bbox(Point(-5, -5, -5), Point(5, 5, 5)));
@@ -374,9 +327,7 @@ TEST_F(Wdb_Load, what_does_not_come_back) {
     before.put(new WDB_Camera("c", HFrame::identity(), Matrix4::identity(), nullptr, nullptr));
     std::filesystem::create_directory("elsewhere");
     put_file("elsewhere/scene", saved(&before));
-    ::testing::internal::CaptureStderr();
-    load("elsewhere/scene");
-    EXPECT_NE(::testing::internal::GetCapturedStderr().find("DUMMY"), std::string::npos);
+    EXPECT_NE(reports_of([&] { load("elsewhere/scene"); }).find("DUMMY"), std::string::npos);
     EXPECT_EQ(errors(), "");
     EXPECT_EQ(node("n")->get_texture()->get_image()->get_width(), 4)
         << "the image stands elsewhere";
@@ -394,8 +345,7 @@ TEST_F(Wdb_Load, what_does_not_come_back) {
     list->put(WDB_Line({0, 0, 0}, {1, 1, 1}), 0);
     list->set_name("l");
     list->end_editing();
-    lines.put(new WDB_Node("m", HFrame::identity(), list, nullptr, nullptr));
-    lines.put(new WDB_Node("n", HFrame::identity(), list, nullptr, nullptr));
+    for (const char* name : {"m", "n"}) lines.put(node_with(list, Frame::identity(), name));
     load_text(saved(&lines));
     EXPECT_EQ(errors(), "2 confused by earlier errors, skipping until brace |!!! Unable to save "
                         "geometry l of class WDB_Line_List|\n18 `l' unknown geometry\n");
@@ -425,16 +375,16 @@ TEST_F(Wdb_Load, cut_and_changed_files) {
                              " 45 1 \\\n 2 3\n}\nimport file {\n file \"part\"\n}\nnode a {\n "
                              "material m\n geometry g l\n}\n";
     std::mt19937 random(1);
-    ::testing::internal::CaptureStderr();
-    for (std::size_t size = 0; size <= text.size(); ++size) {
-        const std::string cut = text.substr(0, size);
-        ASSERT_TRUE(load_text(cut));
-        const bool is_open = cut.rfind('}') + 1 < cut.rfind('{') + 1;
-        EXPECT_TRUE(!is_open || !errors().empty()) << cut;
-        std::string changed = text;
-        if (size < text.size()) changed[size] = static_cast<char>(random());
-        ASSERT_TRUE(load_text(changed));
-    }
-    ::testing::internal::GetCapturedStderr();
+    reports_of([&] {
+        for (std::size_t size = 0; size <= text.size(); ++size) {
+            const std::string cut = text.substr(0, size);
+            ASSERT_TRUE(load_text(cut));
+            const bool is_open = cut.rfind('}') + 1 < cut.rfind('{') + 1;
+            EXPECT_TRUE(!is_open || !errors().empty()) << cut;
+            std::string changed = text;
+            if (size < text.size()) changed[size] = static_cast<char>(random());
+            ASSERT_TRUE(load_text(changed));
+        }
+    });
     EXPECT_EQ(nodes(), "a:m,-,g,l c:-,- p:-,- ");
 }

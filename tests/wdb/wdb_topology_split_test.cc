@@ -19,16 +19,10 @@
 
 using Triangles = std::vector<WDB_Triangle>;
 
-static WDB_Tri_List* list_of(const Triangles& triangles, const char* name = "L") {
-    auto* const list = new WDB_Tri_List(static_cast<int>(triangles.size()));
-    for (int i = 0; i < list->count(); ++i) list->put(triangles[static_cast<std::size_t>(i)], i);
+static WDB_Tri_List* named_list(const Triangles& triangles, const char* name = "L") {
+    WDB_Tri_List* const list = list_of(triangles);
     list->set_name(name);
-    list->end_editing();
     return list;
-}
-
-static WDB_Node* node_with(const WDB_Geometry* geometry, const char* name = "n") {
-    return new WDB_Node(name, HFrame::identity(), geometry, nullptr, nullptr);
 }
 
 // Keeps the nodes that are put in their order. Parts of odd lists have boxes in which no walk would
@@ -59,7 +53,7 @@ static const WDB_Tri_List& tri_list(const WDB_Node* node) {
 // Parts, the order of their triangles and all reports must be those of the plain way.
 static void check_against_plain_way(const Triangles& triangles) {
     WDB_Tri_List* const list =
-        list_of(Triangles(triangles.size(), WDB_Triangle({0, 0, 0}, {1, 1, 1}, {1, 0, 0})));
+        named_list(Triangles(triangles.size(), WDB_Triangle({0, 0, 0}, {1, 1, 1}, {1, 0, 0})));
     Recording_World world;
     world.put(node_with(list));
     // After the list has got a box that is walked.
@@ -129,7 +123,7 @@ TEST(wdb_topology_split, random_lists_come_out_as_the_plain_way_has_them) {
             std::mt19937 random(seed);
             const Triangles triangles = random_triangles(random, r.size, r.most_ulps);
             check_against_plain_way(triangles);
-            const WDB_Tri_List* const list = list_of(triangles);
+            const WDB_Tri_List* const list = named_list(triangles);
             tangled += Corner_Groups(*list).has_tangled();
             in_parts += Plain_Split(*list).parts.size() > 1;
         }
@@ -159,16 +153,16 @@ TEST(wdb_topology_split, what_counts_as_connected) {
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.row);
-        EXPECT_EQ(Plain_Split(*list_of({t, r.other})).parts.size(),
+        EXPECT_EQ(Plain_Split(*named_list({t, r.other})).parts.size(),
                   static_cast<std::size_t>(r.parts));
         check_against_plain_way({t, r.other});
     }
 }
 
 static WDB_Tri_List* two_pieces(const char* name) {
-    WDB_Tri_List* const list = list_of({WDB_Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}),
-                                        WDB_Triangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5})},
-                                       name);
+    WDB_Tri_List* const list = named_list({WDB_Triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}),
+                                           WDB_Triangle({5, 5, 5}, {6, 5, 5}, {5, 6, 5})},
+                                          name);
     list->set_with_colors(true);
     return list;
 }
@@ -181,8 +175,7 @@ TEST(wdb_topology_split, nodes_are_replaced_by_copies_of_their_class) {
     auto* const eye = new WDB_Camera("eye", HFrame(Frame::scaling(2)),
                                      Matrix4::perspective(.3f, 4, 50), two_pieces("e"), nullptr);
     eye->set_ipd(.7f);
-    auto* const plain =
-        new WDB_Node("plain", HFrame::identity(), two_pieces("p"), nullptr, nullptr);
+    WDB_Node* const plain = node_with(two_pieces("p"), Frame::identity(), "plain");
     plain->set_url(new Std_URL("http://host/p.3d"));
     for (WDB_Node* node : std::initializer_list<WDB_Node*>{lamp, eye, plain}) world.put(node);
     world.nodes.clear();
@@ -225,10 +218,7 @@ TEST(wdb_topology_split, a_shared_list_is_cut_once_and_others_stay) {
     auto* const lines = new WDB_Line_List(1);
     lines->put(WDB_Line(Point(0, 0, 0), Point(1, 1, 1)), 0);
     lines->end_editing();
-    auto* const empty = new WDB_Tri_List(0);
-    empty->set_name("E");
-    empty->end_editing();
-    WDB_Node* const others[] = {levels, node_with(lines), node_with(empty),
+    WDB_Node* const others[] = {levels, node_with(lines), node_with(named_list({}, "E")),
                                 node_with(list_in(Point(0, 0, 0), Point(1, 1, 1))),
                                 node_with(nullptr)};
     for (WDB_Node* node : others) world.put(node);
