@@ -79,17 +79,24 @@ static std::uint64_t sum_in_table(Table& table, const Keys& keys) {
     return sum;
 }
 
-static void find(benchmark::State& state, const Objects& objects, const Keys& wanted) {
+struct Filled {
     Map map;
     Malloc_Map malloc_map;
     Table table;
-    fill_map(map, objects.keys);
-    fill_map(malloc_map, objects.keys);
-    fill_table(table, objects.keys);
+
+    explicit Filled(const Keys& keys) {
+        fill_map(map, keys);
+        fill_map(malloc_map, keys);
+        fill_table(table, keys);
+    }
+};
+
+static void find(benchmark::State& state, const Objects& objects, const Keys& wanted) {
+    Filled all(objects.keys);
     side_by_side(state, static_cast<std::int64_t>(wanted.size()),
-                 {{"map", [&] { return sum_in_map(map, wanted); }},
-                  {"malloc map", [&] { return sum_in_map(malloc_map, wanted); }}},
-                 {"Hash_Table", [&] { return sum_in_table(table, wanted); }});
+                 {{"map", [&] { return sum_in_map(all.map, wanted); }},
+                  {"malloc map", [&] { return sum_in_map(all.malloc_map, wanted); }}},
+                 {"Hash_Table", [&] { return sum_in_table(all.table, wanted); }});
 }
 
 static void find_hits(benchmark::State& state) {
@@ -141,26 +148,21 @@ static void remove_and_put(benchmark::State& state) {
     const Objects objects(state);
     const Keys some(objects.hits.begin(),
                     objects.hits.begin() + static_cast<std::ptrdiff_t>(objects.hits.size() / 4));
-    Map map;
-    Malloc_Map malloc_map;
-    Table table;
-    fill_map(map, objects.keys);
-    fill_map(malloc_map, objects.keys);
-    fill_table(table, objects.keys);
+    Filled all(objects.keys);
     const auto in_map = [&some](auto& m) {
         for (const Object key : some) m.erase(key);
         fill_map(m, some);
         return static_cast<std::uint64_t>(m.size());
     };
     const auto in_table = [&] {
-        for (const Object key : some) table.remove(key);
-        fill_table(table, some);
-        return static_cast<std::uint64_t>(table.count());
+        for (const Object key : some) all.table.remove(key);
+        fill_table(all.table, some);
+        return static_cast<std::uint64_t>(all.table.count());
     };
-    side_by_side(
-        state, static_cast<std::int64_t>(some.size()),
-        {{"map", [&] { return in_map(map); }}, {"malloc map", [&] { return in_map(malloc_map); }}},
-        {"Hash_Table", in_table});
+    side_by_side(state, static_cast<std::int64_t>(some.size()),
+                 {{"map", [&] { return in_map(all.map); }},
+                  {"malloc map", [&] { return in_map(all.malloc_map); }}},
+                 {"Hash_Table", in_table});
 }
 
 #define EACH_SIZE                                                                                  \

@@ -3,8 +3,6 @@
 #include <cfloat>
 #include <cmath>
 
-#include "std/Std_Assert.h"
-#include "std/Std_Common.h"
 
 static constexpr Color grey(0.5f, 0.5f, 0.5f);
 static constexpr Vector down(0, 0, -1);
@@ -81,15 +79,8 @@ std::ostream& operator<<(std::ostream& os, const WDB_Line& l) {
     return os << "}\n";
 }
 
-static int checked_length(int n) {
-    if (n < 0)
-        std_assert(-1, str_format("A list of %d lines cannot be made", n), __FILE__, __LINE__);
-    return n;
-}
-
 WDB_Line_List::WDB_Line_List(int n)
-    : lines_(new (GCAtomic) WDB_Line[static_cast<std::size_t>(checked_length(n))]), count_(n),
-      with_colors_(false), with_normals_(false), with_textures_(false) {}
+    : lines_(n, "lines"), with_colors_(false), with_normals_(false), with_textures_(false) {}
 
 void WDB_Line_List::put(const WDB_Line& line, int index) {
     lines_[index] = line;
@@ -110,28 +101,21 @@ bool WDB_Line_List::get_with_textures() const {
 
 float WDB_Line_List::detailed_line_intersection(const Point& p, const Point& q,
                                                 float tolerance) const {
-    float nearest = FLT_MAX;
-    for (int i = 0; i < count_; ++i) {
-        const float s = lines_[i].line_intersection(p, q, tolerance);
-        if (s < nearest) nearest = s;
-    }
-    return nearest;
+    return lines_.line_intersection(p, q, tolerance);
 }
 
 void WDB_Line_List::update_bbox() {
     Bbox box;
     box.clear();
-    if (count_ == 0) box.merge(Point(0, 0, 0));
-    for (int i = 0; i < count_; ++i) {
+    if (count() == 0) box.merge(Point(0, 0, 0));
+    for (int i = 0; i < count(); ++i) {
         box.merge(lines_[i].p0);
         box.merge(lines_[i].p1);
     }
     set_bbox(box);
 }
 
-WDB_Line_List::~WDB_Line_List() {
-    delete[] lines_;
-}
+WDB_Line_List::~WDB_Line_List() = default;
 
 void WDB_Line_List::set_flag(bool& flag, bool value) {
     if (value == flag) return;

@@ -15,6 +15,7 @@
 #include "math/Color.h"
 #include "math/Geometry.h"
 #include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Item_Array.h"
 
 // Plain value. What a constructor is not given: normals are (0, 0, -1), as a line has no face;
 // colours are grey (0.5, 0.5, 0.5); texture points are the components of their end's normal.
@@ -72,7 +73,7 @@ class WDB_Line_List : public WDB_Geometry {
     // Requires: 0 <= index < count(), and that the slot was put.
     const WDB_Line& operator[](int index) const { return lines_[index]; }
 
-    int count() const { return count_; }
+    int count() const { return lines_.count(); }
 
     bool get_with_colors() const override;
     bool get_with_normals() const override;
@@ -96,8 +97,7 @@ class WDB_Line_List : public WDB_Geometry {
 private:
     void set_flag(bool& flag, bool value);
 
-    WDB_Line* lines_;
-    int count_;
+    WDB_Item_Array<WDB_Line> lines_;
     bool with_colors_, with_normals_, with_textures_;
 };
 

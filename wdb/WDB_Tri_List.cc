@@ -3,8 +3,6 @@
 #include <cfloat>
 #include <cmath>
 
-#include "std/Std_Assert.h"
-#include "std/Std_Common.h"
 
 // A plain member initialiser per corner: this form is the one that all others end in.
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Vector& na,
@@ -118,15 +116,7 @@ std::ostream& operator<<(std::ostream& os, const WDB_Triangle& t) {
     return os << "}\n";
 }
 
-static int checked_length(int n) {
-    if (n < 0)
-        std_assert(-1, str_format("A list of %d triangles cannot be made", n), __FILE__, __LINE__);
-    return n;
-}
-
-WDB_Tri_List::WDB_Tri_List(int n)
-    : triangles_(new (GCAtomic) WDB_Triangle[static_cast<std::size_t>(checked_length(n))]),
-      count_(n), with_colors_(false) {}
+WDB_Tri_List::WDB_Tri_List(int n) : triangles_(n, "triangles"), with_colors_(false) {}
 
 void WDB_Tri_List::put(const WDB_Triangle& triangle, int index) {
     triangles_[index] = triangle;
@@ -147,19 +137,14 @@ bool WDB_Tri_List::get_with_textures() const {
 
 float WDB_Tri_List::detailed_line_intersection(const Point& p, const Point& q,
                                                float tolerance) const {
-    float nearest = FLT_MAX;
-    for (int i = 0; i < count_; ++i) {
-        const float t = triangles_[i].line_intersection(p, q, tolerance);
-        if (t < nearest) nearest = t;
-    }
-    return nearest;
+    return triangles_.line_intersection(p, q, tolerance);
 }
 
 void WDB_Tri_List::update_bbox() {
     Bbox box;
     box.clear();
-    if (count_ == 0) box.merge(Point(0, 0, 0));
-    for (int i = 0; i < count_; ++i) {
+    if (count() == 0) box.merge(Point(0, 0, 0));
+    for (int i = 0; i < count(); ++i) {
         const WDB_Triangle& triangle = triangles_[i];
         box.merge(triangle.p0);
         box.merge(triangle.p1);
@@ -168,9 +153,7 @@ void WDB_Tri_List::update_bbox() {
     set_bbox(box);
 }
 
-WDB_Tri_List::~WDB_Tri_List() {
-    delete[] triangles_;
-}
+WDB_Tri_List::~WDB_Tri_List() = default;
 
 void WDB_Tri_List::set_with_colors(bool value) {
     if (value == with_colors_) return;

@@ -15,6 +15,7 @@
 #include "math/Color.h"
 #include "math/Geometry.h"
 #include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Item_Array.h"
 
 // Plain value. Corners given counter-clockwise have their face normal towards the viewer.
 // What a constructor is not given: normals are the face normal, the unit vector of
@@ -86,7 +87,7 @@ class WDB_Tri_List : public WDB_Geometry {
     const WDB_Triangle& operator[](int index) const { return triangles_[index]; }
 
     // The length given at construction, whether or not the slots were put.
-    int count() const { return count_; }
+    int count() const { return triangles_.count(); }
 
     // Whether the colours of the triangles mean anything; false at first.
     bool get_with_colors() const override;
@@ -107,8 +108,7 @@ class WDB_Tri_List : public WDB_Geometry {
     virtual void set_with_colors(bool value);
 
 private:
-    WDB_Triangle* triangles_;
-    int count_;
+    WDB_Item_Array<WDB_Triangle> triangles_;
     bool with_colors_;
 };
 
