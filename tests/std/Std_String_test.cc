@@ -1,8 +1,8 @@
 #include "std/Std_String.h"
 
 #include <algorithm>
-#include <cctype>
 #include <climits>
+#include <functional>
 #include <gtest/gtest.h>
 #include <random>
 #include <sstream>
@@ -60,103 +60,72 @@ TEST(Std_String_death, longest_text) {
                 "Std_Sub_String invariant failure");
 }
 
+// Replaces each `part`, and counts them.
+static int plain_gsub(std::string& m, const std::string& part, const std::string& by) {
+    int count = 0;
+    std::string result;
+    for (std::size_t i = 0; i < m.size();) {
+        const bool is_there = !part.empty() && m.compare(i, part.size(), part) == 0;
+        result += is_there ? by : m.substr(i, 1);
+        i += is_there ? part.size() : 1;
+        count += is_there;
+    }
+    m = result;
+    return count;
+}
+
 // Each operation beside what std::string does, with operands that are often part of the string.
 TEST(Std_String, random_operations_against_a_model) {
     std::mt19937 random(7);
-    const auto below = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
-    for (int round = 0; round < 300; ++round) {
-        Std_String s;
-        std::string m;
-        for (int step = 0; step < 100; ++step) {
-            const int size = static_cast<int>(m.size());
-            const int pos = below(size + 1), len = below(std::min(size - pos, 9) + 1);
-            const std::string part =
-                m.substr(static_cast<std::size_t>(pos), static_cast<std::size_t>(len));
-            const std::string other(static_cast<std::size_t>(below(12)),
-                                    static_cast<char>('a' + below(3)));
-            const auto upos = static_cast<std::size_t>(pos), ulen = static_cast<std::size_t>(len);
-            switch (size > 2000 ? 5 : below(14)) {
-            case 0:
-                s += s.at(pos, len);
-                m += part;
-                break;
-            case 1:
-                s.prepend(s.at(pos, len));
-                m = part + m;
-                break;
-            case 2:
-                s += other.c_str();
-                m += other;
-                break;
-            case 3:
-                s.prepend('c');
-                m = 'c' + m;
-                break;
-            case 4:
-                s += s;
-                m += m;
-                break;
-            case 5:
-                s = s.at(pos, len);
-                m = part;
-                break;
-            case 6:
-                s.del(pos, len);
-                m.erase(upos, ulen);
-                break;
-            case 7:
-                s.at(pos, len) = other.c_str();
-                m.replace(upos, ulen, other);
-                break;
-            case 8: { // a view replaced by another view of the same string
-                const int from = below(size + 1);
-                s.at(pos, len) = s.from(from);
-                m.replace(upos, ulen, m.substr(static_cast<std::size_t>(from)));
-                break;
-            }
-            case 9:
-                s.reverse();
-                std::reverse(m.begin(), m.end());
-                break;
-            case 10: {
-                int count = 0;
-                std::string result;
-                for (std::size_t i = 0; i < m.size();) {
-                    if (!part.empty() && m.compare(i, part.size(), part) == 0) {
-                        result += other, i += part.size(), ++count;
-                    } else {
-                        result += m[i++];
-                    }
-                }
-                const Std_String pattern = part.c_str();
-                EXPECT_EQ(s.gsub(pattern, other.c_str()), count);
-                m = result;
-                break;
-            }
-            case 11:
-                cat(s, s.at(pos, len), 'b', s);
-                m += part + 'b';
-                break;
-            case 12:
-                s = s.chars() + pos;
-                m = m.substr(upos);
-                break;
-            default: {
-                const Std_String x = other.c_str();
-                const auto at = other.empty() ? std::string::npos : m.find(other, upos);
-                EXPECT_EQ(s.index(x, pos), at == std::string::npos ? -1 : static_cast<int>(at));
-                const auto back = m.size() < other.size() || pos >= size || other.empty() ||
-                                          size - pos < static_cast<int>(other.size())
-                                      ? std::string::npos
-                                      : m.rfind(other, m.size() - upos - other.size());
-                EXPECT_EQ(s.index(x, -1 - pos),
-                          back == std::string::npos ? -1 : static_cast<int>(back));
-                s.del(other.c_str(), pos);
-                if (at != std::string::npos) m.erase(at, other.size());
-            }
-            }
-            ASSERT_EQ(plain(s), m) << "round " << round << " step " << step;
-        }
+    const auto below = [&](std::size_t n) { return random() % n; };
+    Std_String s;
+    std::string m, part, other;
+    std::size_t at, size, from;
+    int pos, len;
+    const std::pair<std::function<void()>, std::function<void()>> rows[] = {
+        {[&] { s = s.at(pos, len); }, [&] { m = part; }}, // shortens
+        {[&] { s += s.at(pos, len); }, [&] { m += part; }},
+        {[&] { s.prepend(s.at(pos, len)); }, [&] { m = part + m; }},
+        {[&] { s += other.c_str(); }, [&] { m += other; }},
+        {[&] { s.prepend('c'); }, [&] { m = 'c' + m; }},
+        {[&] { s += s; }, [&] { m += m; }},
+        {[&] { s.del(pos, len); }, [&] { m.erase(at, size); }},
+        {[&] { s.at(pos, len) = other.c_str(); }, [&] { m.replace(at, size, other); }},
+        {[&] { s.at(pos, len) = s.from(static_cast<int>(from)); },
+         [&] { m.replace(at, size, m.substr(from)); }},
+        {[&] { s.reverse(); }, [&] { std::reverse(m.begin(), m.end()); }},
+        {[&] { cat(s, s.at(pos, len), 'b', s); }, [&] { m += part + 'b'; }},
+        {[&] { s = s.chars() + pos; }, [&] { m = m.substr(at); }},
+        {[&] {
+             const Std_String pattern = part.c_str();
+             EXPECT_EQ(s.gsub(pattern, other.c_str()), plain_gsub(m, part, other));
+         },
+         [] {}},
+        {[&] { // searches from both ends
+             const Std_String x = other.c_str();
+             const auto first = other.empty() ? std::string::npos : m.find(other, at);
+             const auto last = other.empty() || at + other.size() > m.size()
+                                   ? std::string::npos
+                                   : m.rfind(other, m.size() - at - other.size());
+             EXPECT_EQ(s.index(x, pos), static_cast<int>(first));
+             EXPECT_EQ(s.index(x, -1 - pos), static_cast<int>(last));
+             s.del(other.c_str(), pos);
+             if (first != std::string::npos) m.erase(first, other.size());
+         },
+         [] {}},
+    };
+    for (int step = 0; step < 30000; ++step) {
+        at = below(m.size() + 1);
+        size = below(std::min<std::size_t>(m.size() - at, 9) + 1);
+        from = below(m.size() + 1);
+        part = m.substr(at, size);
+        other.assign(below(12), static_cast<char>('a' + below(3)));
+        pos = static_cast<int>(at);
+        len = static_cast<int>(size);
+        const std::size_t row = m.size() > 2000 ? 0 : below(std::size(rows));
+        rows[row].first();
+        rows[row].second();
+        ASSERT_EQ(plain(s), m) << "row " << row << " at step " << step;
     }
 }
 

@@ -151,22 +151,12 @@ TEST(WDB_Database, agrees_with_a_plain_list) {
         for (int step = 0; step < 400; ++step) {
             WDB_Node* const n = nodes[random() % nodes.size()];
             const Frame anywhere = Frame::translation(place(), place(), place());
-            switch (random() % 6) {
-            case 0:
-                n->set_world(&world);
-                break;
-            case 1:
-                world.remove(n);
-                break;
-            case 2:
-                n->wipe_out_lods();
-                break;
-            case 3:
-                n->set_geometry(cube);
-                break;
-            default:
-                n->set_transform(HFrame(anywhere));
-            }
+            const auto kind = random() % 6;
+            if (kind == 0) n->set_world(&world);
+            if (kind == 1) world.remove(n);
+            if (kind == 2) n->wipe_out_lods();
+            if (kind == 3) n->set_geometry(cube);
+            if (kind > 3) n->set_transform(HFrame(anywhere));
             Walk does[7], should[7];
             world.apply(into(does[0]), note);
             world.apply_to_nodes(into(does[1]), note);
