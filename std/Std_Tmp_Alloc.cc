@@ -15,7 +15,7 @@ using Block = STD_TMP_ALLOC_BLOCK_T;
 static const std::size_t unit = 4;
 static const std::size_t least_block_size = 256;
 
-Pool* std_tmp_active_pools = nullptr;
+Pool* Pool::active_pools = nullptr;
 
 // No block of any pool lies outside. The bounds only widen while there are pools: most addresses
 // that are asked for are not of a pool, and many are told by this alone.
@@ -64,7 +64,7 @@ static GC_push_other_roots_proc push_earlier_roots = nullptr;
 
 static void push_words_between_in_all_blocks() {
     if (push_earlier_roots) push_earlier_roots();
-    for (const Pool* pool = std_tmp_active_pools; pool; pool = pool->next) {
+    for (const Pool* pool = Pool::active_pools; pool; pool = pool->next) {
         for (const Block* block = pool->first_block; block; block = block->next)
             push_words_between(block);
     }
@@ -85,9 +85,9 @@ Pool* std_tmp_alloc_new_pool(std::size_t size) {
     auto* const pool = static_cast<Pool*>(allocate(sizeof(Pool)));
     begin_to_push_words_between();
     pool->first_block = pool->current_block = new_block(std::max(size, least_block_size), nullptr);
-    pool->next = std_tmp_active_pools;
+    pool->next = Pool::active_pools;
     if (pool->next) pool->next->previous = pool;
-    std_tmp_active_pools = pool;
+    Pool::active_pools = pool;
     return pool;
 }
 
@@ -118,10 +118,10 @@ void std_tmp_free_pool(Pool* pool) {
     if (pool->previous) {
         pool->previous->next = pool->next;
     } else {
-        std_tmp_active_pools = pool->next;
+        Pool::active_pools = pool->next;
     }
     if (pool->next) pool->next->previous = pool->previous;
-    if (!std_tmp_active_pools) lowest = highest = nullptr;
+    if (!Pool::active_pools) lowest = highest = nullptr;
     Block* next;
     for (Block* block = pool->first_block; block; block = next) {
         next = block->next;
@@ -135,7 +135,7 @@ void std_tmp_free_pool(Pool* pool) {
 Pool* std_tmp_get_pool(const void* p) {
     const auto* const at = static_cast<const char*>(p);
     if (!at || at < lowest || at >= highest) return nullptr;
-    for (Pool* pool = std_tmp_active_pools; pool; pool = pool->next) {
+    for (Pool* pool = Pool::active_pools; pool; pool = pool->next) {
         for (const Block* block = pool->first_block; block; block = block->next) {
             if (block->start <= at && at < block->end) return pool;
         }

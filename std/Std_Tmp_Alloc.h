@@ -43,6 +43,8 @@ struct STD_TMP_ALLOC_POOL_T {
     STD_TMP_ALLOC_POOL_T* previous;
     STD_TMP_ALLOC_BLOCK_T* first_block;
     STD_TMP_ALLOC_BLOCK_T* current_block;
+
+    static STD_TMP_ALLOC_POOL_T* active_pools;
 };
 
 // A pool with one block of `size` bytes, at least 256. Later blocks are not smaller than the first,
@@ -63,13 +65,12 @@ void std_tmp_free_pool(STD_TMP_ALLOC_POOL_T* pool);
 // The pool in whose memory `p` lies, or null.
 STD_TMP_ALLOC_POOL_T* std_tmp_get_pool(const void* p);
 
-// The next two are parts of std_tmp_alloc and std_tmp_get_pool that callers expand in place.
+// The part of std_tmp_alloc that callers do not expand in place.
 [[gnu::cold]] void* std_tmp_alloc_in_next_block(STD_TMP_ALLOC_POOL_T* pool, std::size_t size);
-extern STD_TMP_ALLOC_POOL_T* std_tmp_active_pools;
 
 // std_tmp_get_pool at the cost of one test where there is no pool at all.
 inline STD_TMP_ALLOC_POOL_T* std_tmp_pool_of(const void* p) {
-    return std_tmp_active_pools ? std_tmp_get_pool(p) : nullptr;
+    return STD_TMP_ALLOC_POOL_T::active_pools ? std_tmp_get_pool(p) : nullptr;
 }
 
 inline void* std_tmp_alloc(STD_TMP_ALLOC_POOL_T* pool, std::size_t size) {

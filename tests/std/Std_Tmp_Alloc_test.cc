@@ -100,7 +100,7 @@ TEST(Std_Tmp_Alloc, pools_as_placements) {
         EXPECT_EQ(std_tmp_get_pool(inside), nullptr);
     }
     EXPECT_EQ(std_tmp_get_pool(nullptr), nullptr);
-    EXPECT_EQ(std_tmp_active_pools, nullptr);
+    EXPECT_EQ(Pool::active_pools, nullptr);
 }
 
 static void count_as_gone(void*, void* counter) {
