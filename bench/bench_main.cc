@@ -54,7 +54,8 @@ private:
                 add(ratio, side, number);
             }
         }
-        if (ours.empty()) ours = with_unit(run.GetAdjustedRealTime());
+        if (ours.empty())
+            ours = with_unit(run.real_accumulated_time * 1e9 / static_cast<double>(run.iterations));
         std::printf("| %s | %s | %s | %s | %s |\n", name_of(run).c_str(), plain.c_str(),
                     ours.c_str(), ratio.c_str(), more.c_str());
     }
