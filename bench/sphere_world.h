@@ -15,8 +15,8 @@ class Silent_Messager : public Std_Messager {
     void refresh_after_updating_history() override {}
 };
 
-// The meshes and materials of the tool's parameters, without its lines on the standard output, which
-// holds the table.
+// The meshes and materials of the tool's parameters, without its lines on the standard output,
+// which holds the table.
 inline void initialize_quietly() {
     std::FILE* const table = stdout;
     stdout = std::fopen("/dev/null", "w");

@@ -1,5 +1,6 @@
-// Reading scenes: triangle lines against sscanf with the full format, a scene of a million triangles
-// against the plain way (the pipe, fgets, sscanf), and how time and memory grow with the nodes.
+// Reading scenes: triangle lines against sscanf with the full format, a scene of a million
+// triangles against the plain way (the pipe, fgets, sscanf), and how time and memory grow with the
+// nodes.
 #include "wdb/wdb_load.h"
 
 #include <cmath>

@@ -1,5 +1,5 @@
-// Loads a scene, tells what is in it, and saves it again as "again.3d". Without an argument it first
-// writes a small scene of its own.
+// Loads a scene, tells what is in it, and saves it again as "again.3d". Without an argument it
+// first writes a small scene of its own.
 #include <cstdio>
 
 #include "std/Std_URL.h"

@@ -260,10 +260,10 @@ static void add_lines(const Contributions& c, int i, const Value* lines, std::si
 // the same columns of them are neighbours.
 static void scale_rows(const unsigned char* in, int width, int height, int component,
                        unsigned char* out, int new_width, const Contributions& c) {
-    const int rows_at_once = 32;
+    const int rows_at_once = std::min(32, height);
     const auto size = static_cast<std::size_t>(component);
     std::vector<float> columns(static_cast<std::size_t>(width) * rows_at_once * size);
-    std::vector<float> sums(rows_at_once * size);
+    std::vector<float> sums(static_cast<std::size_t>(rows_at_once) * size);
     for (int y = 0; y < height; y += rows_at_once) {
         const auto rows = static_cast<std::size_t>(std::min(rows_at_once, height - y));
         const std::size_t count = rows * size;
@@ -324,8 +324,11 @@ void PX_Map::texture_align() {
         return static_cast<float>(std::floor(static_cast<double>(value) + 0.5));
     };
     const float lw = log2_of(width_), lh = log2_of(height_);
+    // The largest power is 2^31: no int, and 0 is refused.
+    const auto power_of_two = [](float exponent) {
+        return exponent > 30 ? 0 : static_cast<int>(powf(2.0f, exponent));
+    };
     const float rw = rounded(lw), rh = rounded(lh);
     if (std::fabs(lw - rw) > aligned || std::fabs(lh - rh) > aligned)
-        resize(static_cast<int>(powf(2.0f, rw)), static_cast<int>(powf(2.0f, rh)),
-               get_bell_filter(), get_default_filter_width());
+        resize(power_of_two(rw), power_of_two(rh), get_bell_filter(), get_default_filter_width());
 }

@@ -64,14 +64,15 @@ class PX_Map : public Std_Obj {
     Filter get_bell_filter() const;
     Filter get_bspline_filter() const;
 
-    // Scales to the new size. `filter_width` is the reach of the filter on either side, in pixels of
-    // the source, or of the target where the image shrinks; the image is mirrored at its ends.
+    // Scales to the new size. `filter_width` is the reach of the filter on either side, in pixels
+    // of the source, or of the target where the image shrinks; the image is mirrored at its ends.
     // Weights are not normalised; what leaves 0 to 255 is clamped.
     // On failure: a fatal report, for sizes below 1 or whose product does not fit an int.
     void resize(int new_width, int new_height);
     void resize(int new_width, int new_height, Filter filter, int filter_width);
 
     // Brings each size to the nearest power of two, in the logarithm, with the bell filter.
+    // On failure: a fatal report, as of resize.
     void texture_align();
 
 private:

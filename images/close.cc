@@ -34,7 +34,8 @@ static bool complete(IMAGE* image) {
 
 int iclose(IMAGE* image) {
     iflush(image);
-    const bool is_complete = !(image->flags & IMAGE_WRITE) || complete(image);
+    const bool are_put = img_release_writes(image);
+    const bool is_complete = !(image->flags & IMAGE_WRITE) || (complete(image) && are_put);
     std::free(image->transfers);
     std::free(image->base);
     std::free(image->tmpbuf);

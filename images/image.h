@@ -73,8 +73,8 @@ int iclose(IMAGE* image);
 int iflush(IMAGE* image);
 
 // One row of one channel, `xsize` values. y is ignored below dim 2, z below dim 3.
-// Returns xsize. On failure: -1; so also for a row that was never written, or that is damaged, of
-// which what could be read is in `buffer`.
+// Returns xsize. On failure: -1; so also for a row that was never written, or that is damaged. Of
+// one with a wrong number of values, the first xsize are in `buffer`, with zeros for what lacks.
 int getrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z);
 int putrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z);
 
@@ -82,8 +82,8 @@ int putrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z);
 void isetname(IMAGE* image, const char* name);
 void isetcolormap(IMAGE* image, int colormap);
 
-// Where errors go from now on: `hook` gets the message, which ends in a line feed and is valid
-// during the call. Null takes the hook away.
+// Where errors go from now on: `hook` gets the message, which ends in a line feed unless it was cut
+// at 1023 characters, and is valid during the call. Null takes the hook away.
 void i_seterror(void (*hook)(char* message));
 
 // Byte order of files that are opened for writing from now on. Most programs read big-endian files

@@ -37,7 +37,7 @@ IMAGE* imgopen(int fd, const char* name, const char* mode, unsigned type, unsign
 bool img_write_header(IMAGE* image);
 
 // Bytes that the work row of a file must hold: the longest that any encoder makes of xsize values,
-// one packet for each value, with a terminator.
+// one packet for each value, with a terminator; or what has always been read, if that is more.
 std::size_t img_work_row_size(const IMAGE* image);
 unsigned short* ibufalloc(const IMAGE* image);
 
@@ -70,8 +70,9 @@ void img_setrowsize(IMAGE* image, unsigned count, unsigned y, unsigned z);
 // values put out, with the terminator; 0 for sizes other than 1 and 2, with an error.
 int img_rle_compact(const void* expanded, int ibpp, void* rle, int obpp, int count);
 
-// Decodes at most `room` values out of `count` values of packets. Returns the number of values put
-// out; -1 for sizes other than 1 and 2, with an error.
+// Decodes at most `room` values out of `count` values of packets; what is left of the room becomes
+// 0. Returns the number of values, room + 1 if there were more; -1 for sizes other than 1 and 2,
+// with an error.
 int img_rle_expand(const void* rle, int ibpp, int count, void* expanded, int obpp, int room);
 
 // Swap the two or four bytes of each value in a block of `bytes` bytes.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <bit>
 #include <cstdarg>
 #include <cstdint>
@@ -59,7 +60,9 @@ void cvtimage(IMAGE* image) {
 }
 
 std::size_t img_work_row_size(const IMAGE* image) {
-    return (2 * static_cast<std::size_t>(image->xsize) + 1) * sizeof(unsigned short);
+    const std::size_t xsize = image->xsize;
+    const std::size_t longest = 2 * (2 * xsize + 1), usual = 4 * (xsize + (xsize >> 6));
+    return std::max(longest, usual);
 }
 
 unsigned short* ibufalloc(const IMAGE* image) {

@@ -33,9 +33,10 @@ int pixmap_ysize();
 int pixmap_zsize();
 
 // Reads all rows as pixels of `component` bytes: 1 grey, 2 grey and alpha, 3 RGB, 4 RGBA; other
-// numbers do nothing. Rows start `row_stride` bytes apart. Of two-byte channels the low byte is kept.
-// Grey is (79 r + 156 g + 21 b) / 256 of the values in the file; an alpha that the file does not have is 255.
-// On failure: false; rows that cannot be read come out as they may.
+// numbers do nothing. Rows start `row_stride` bytes apart. Of two-byte channels the low byte is
+// kept. Grey is (79 r + 156 g + 21 b) / 256 of the values in the file; an alpha that the file does
+// not have is 255.
+// On failure: false, at the first row that cannot be read.
 bool pixmap_load(unsigned char* pixels, int component, int row_stride);
 
 // Writes all rows from pixels of zsize bytes; a zsize above 4 writes nothing. Without an open image

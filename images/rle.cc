@@ -17,9 +17,11 @@ static int packet_length(long left) {
 // Where the literal values that start at `s` end: at three equal values, or two before the end.
 template<class In>
 static const In* literal_end(const In* s, const In* end) {
+    if (end - s < 3) return s;
     const In* p = s + 2;
-    while (p < end) {
+    while (end - p > 0) {
         if (p[-1] != *p) {
+            if (end - p < 3) break;
             p += 2; // no three that hold both are equal
         } else if (p[-2] != p[-1]) {
             ++p;
@@ -27,7 +29,7 @@ static const In* literal_end(const In* s, const In* end) {
             return p - 2;
         }
     }
-    return std::max(s, end - 2);
+    return end - 2;
 }
 
 template<class In, class Out>
@@ -101,14 +103,13 @@ static int expand(const In* in, int count, Out* expanded, int room) {
     const In* const end = in + count;
     Out* out = expanded;
     Out* const out_end = expanded + room;
+    bool is_too_long = false;
     while (in < end) {
         const int word = *in++;
         int n = word & count_mask;
         if (n == 0) break;
-        if (n > out_end - out) {
-            std::fill(out, out_end, Out(0));
-            return room + 1;
-        }
+        is_too_long = n > out_end - out;
+        n = static_cast<int>(std::min<long>(n, out_end - out));
         if (word & literal_bit) {
             n = static_cast<int>(std::min<long>(n, end - in));
             put_literal(in, end, out, out_end, n);
@@ -118,10 +119,10 @@ static int expand(const In* in, int count, Out* expanded, int room) {
             put_run(static_cast<Out>(*in++), out, out_end, n);
         }
         out += n;
+        if (is_too_long) break;
     }
-    const int got = static_cast<int>(out - expanded);
     std::fill(out, out_end, Out(0));
-    return got;
+    return is_too_long ? room + 1 : static_cast<int>(out - expanded);
 }
 
 int img_rle_expand(const void* rle, int ibpp, int count, void* expanded, int obpp, int room) {

@@ -29,9 +29,9 @@ STD_COMPARE_FAMILY(uint32, std::uint32_t)
 STD_COMPARE_FAMILY(uint64, std::uint64_t)
 STD_COMPARE_FAMILY(int, int)
 
-// A NaN compares equal to everything: keep it out of containers that compare. The hash reads the integer part of the
-// magnitude only: 1.2 and -1.9 share it. Infinities and magnitudes from 2^32
-// count as the largest integer, NaN as 0.
+// A NaN compares equal to everything: keep it out of containers that compare.
+// The hash reads the integer part of the magnitude only: 1.2 and -1.9 share it.
+// Infinities and magnitudes from 2^32 count as the largest integer, NaN as 0.
 STD_COMPARE_FAMILY(float, float)
 
 // By address.

@@ -173,8 +173,8 @@ void operator delete[](void* p, std::size_t) noexcept {
     Std_GC::operator delete(p);
 }
 
-// Over-aligned blocks are cut out of larger ones, so that pointers in them are scanned too. The word
-// in front of one names the larger block.
+// Over-aligned blocks are cut out of larger ones, so that pointers in them are scanned too. The
+// word in front of one names the larger block.
 static void* allocate_aligned(std::size_t size, std::align_val_t alignment) {
     const std::size_t unit =
         std::max(static_cast<std::size_t>(alignment), sizeof(std::max_align_t));

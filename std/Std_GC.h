@@ -10,8 +10,8 @@
 // by delete. Memory of malloc is invisible to the collector; never keep the only
 // pointer to an object there.
 //
-// A placement other than these four is a pool (std/Std_Tmp_Alloc.h), whose memory goes only with the
-// whole pool: delete does nothing for it.
+// A placement other than these four is a pool (std/Std_Tmp_Alloc.h), whose memory
+// goes only with the whole pool: delete does nothing for it.
 //
 // All blocks read as zero. Running out of memory ends the process with a fatal
 // report, so that nobody need ask for null; only nothrow new and std_try_uncollectable

@@ -1,7 +1,9 @@
 #include "std/Std_URL.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -289,14 +291,16 @@ static bool is_sent(int socket, const char* text) {
 }
 
 // Waits until there is something to read: positive; 0 after the time is over, negative for an
-// error.
+// error. Signals do not make the time longer.
 static int wait_once(int socket) {
-    const int patience = 20000; // milliseconds
+    using namespace std::chrono;
+    const auto end = steady_clock::now() + seconds(20);
     pollfd channel = {socket, POLLIN, 0};
-    int ready;
-    do ready = poll(&channel, 1, patience);
-    while (ready < 0 && errno == EINTR);
-    return ready;
+    for (;;) {
+        const auto left = duration_cast<milliseconds>(end - steady_clock::now()).count();
+        const int ready = poll(&channel, 1, static_cast<int>(std::max<long long>(left, 0)));
+        if (ready >= 0 || errno != EINTR) return ready;
+    }
 }
 
 static int wait_for_data(int socket) {
@@ -335,9 +339,9 @@ bool Std_URL::fetch(int socket, std::FILE* store) const {
     long long total = 0, told = 0;
     for (;;) {
         // A server that falls silent halfway is given up like one that never answers.
-        errno = 0; // an interruption of the wait must not be taken for one of the read
-        const ssize_t got = wait_for_data(socket) > 0 ? read(socket, buf, sizeof buf) : -1;
-        if (got < 0 && errno == EINTR) continue;
+        const bool is_ready = wait_for_data(socket) > 0;
+        const ssize_t got = is_ready ? read(socket, buf, sizeof buf) : -1;
+        if (is_ready && got < 0 && errno == EINTR) continue;
         if (got < 0) tell("Transfert error");
         if (got < 1) return got == 0;
         total += got;

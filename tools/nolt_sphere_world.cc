@@ -206,8 +206,8 @@ static float draw_coordinate() {
     return static_cast<float>(drand48() - 0.5) * cube_width;
 }
 
-// One more sphere, in no world yet: five draws. `per_edge` is the cube root of the number of spheres,
-// by which their radii shrink.
+// One more sphere, in no world yet: five draws. `per_edge` is the cube root of the number of
+// spheres, by which their radii shrink.
 static WDB_Node* draw_sphere(double per_edge) {
     const double u = drand48();
     const float r =

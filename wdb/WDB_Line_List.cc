@@ -3,7 +3,6 @@
 #include <cfloat>
 #include <cmath>
 
-
 static constexpr Color grey(0.5f, 0.5f, 0.5f);
 static constexpr Vector down(0, 0, -1);
 

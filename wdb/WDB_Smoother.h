@@ -20,10 +20,10 @@ class WDB_Smoother : public Std_Obj {
 
     WDB_Smoother();
 
-    // Null for null. A new list of the same length with the same points, colours and texture points; its name is
-    // the default one. The smoother can be used again.
-    // Cost: in proportion to the triangles times their logarithm; but times the positions that share
-    // one cell of 16 units, if the list has tangled corners (see wdb/Corner_Groups.h).
+    // Null for null. A new list of the same length with the same points, colours and texture
+    // points; its name is the default one. The smoother can be used again.
+    // Cost: in proportion to the triangles times their logarithm; but times the positions that
+    // share one cell of 16 units, if the list has tangled corners (see wdb/Corner_Groups.h).
     WDB_Tri_List* smooth_version(const WDB_Tri_List* source);
 
     // The steps of smooth_version, for those who fill the table themselves.

@@ -3,7 +3,6 @@
 #include <cfloat>
 #include <cmath>
 
-
 // A plain member initialiser per corner: this form is the one that all others end in.
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Vector& na,
                            const Vector& nb, const Vector& nc, const Color& ca, const Color& cb,

@@ -61,8 +61,8 @@ void try_get_load_context(WDB_Lex_Context& lex, WDB_Sym_Context&) {
     check_close(lex, "unknown loading context field");
 }
 
-// What a scene names must not be without an end, such as a device, the standard input or a pipe that
-// nobody writes. Documents that do not exist fail where they are opened.
+// What a scene names must not be without an end, such as a device, the standard input or a pipe
+// that nobody writes. Documents that do not exist fail where they are opened.
 static bool may_be_endless(const Std_URL* url) {
     struct stat status;
     if (!url->get_host().empty()) return false;

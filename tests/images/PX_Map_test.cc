@@ -141,6 +141,17 @@ TEST_F(PX_Map_test, hostile_files) {
     }
 }
 
+// Some writers store equal rows once.
+TEST_F(PX_Map_test, rows_that_share_their_bytes) {
+    PX_Map(300, 200, 1).save("f.rgb");
+    std::string text = file("f.rgb");
+    const std::size_t tables = 512, entries = 200;
+    for (std::size_t i = 1; i < entries; ++i) text.replace(tables + 4 * i, 4, text, tables, 4);
+    text.resize(tables + 2 * 4 * entries + 3 * 2 + 1); // packets of 126, 126 and 48, and an end
+    put_file("f.rgb", text);
+    EXPECT_EQ(pixels_of(PX_Map("f.rgb", 0)), Bytes(300 * 200, 0));
+}
+
 TEST_F(PX_Map_test, what_cannot_be_saved_is_reported) {
     const struct {
         const char* name;

@@ -1,4 +1,4 @@
-// VRML files through the reader, with the converter on the PATH, with one that fails, and with none.
+// VRML files through the reader: with the converter on the PATH, one that fails, and none.
 #include "tests/wdb/scene_support.h"
 
 using std::string_literals::operator""s;
