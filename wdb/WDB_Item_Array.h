@@ -13,6 +13,7 @@
 #include "math/Geometry.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
+#include "std/Std_GC.h"
 
 template<class Item>
 class WDB_Item_Array {
