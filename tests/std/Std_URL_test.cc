@@ -189,17 +189,19 @@ TEST_F(Std_URL_test, http_failures) {
         refused = server.host + "x";
         reports_of([&] { contents(refused); });
     }
-    const std::pair<std::string, std::string> rows[] = {
+    const struct {
+        std::string url, last;
+    } rows[] = {
         {refused, "Unable to connect to host: Connection refused"},
         {"http://no.such.host.invalid/x", "Unable to get host address by name"},
         {"http://127.0.0.1:65616/x", "Unable to connect to host: Invalid argument"},
         {"http://127.0.0.1:-1/x", "Unable to connect to host: Invalid argument"},
     };
-    for (const auto& [url, last] : rows) {
+    for (const auto& r : rows) {
         const std::string reports =
-            reports_of([&] { EXPECT_EQ(contents(url), "(closed)") << url; });
-        EXPECT_EQ(reports.find("INFO   : Connecting to host "), 0u) << url;
-        EXPECT_EQ(reports.substr(reports.find('\n') + 1), "INFO   : " + last + "\n") << url;
+            reports_of([&] { EXPECT_EQ(contents(r.url), "(closed)") << r.url; });
+        EXPECT_EQ(reports.find("INFO   : Connecting to host "), 0u) << r.url;
+        EXPECT_EQ(reports.substr(reports.find('\n') + 1), "INFO   : " + r.last + "\n") << r.url;
     }
     for (const std::string& path : {std::string(600, 'p'), "a\nGET /b"s}) {
         const Http_Server server{{"GET", {"must not be asked"}}};
