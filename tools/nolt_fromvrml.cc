@@ -5,6 +5,7 @@
 // Takes groups, transforms, DEF and USE, materials, indexed face sets, boxes and spheres. Names the
 // rest on the standard error stream. Makes no temporary file, so the prefix is not used.
 // Faces count as convex. What a hostile file can cost is bounded: see the limits below.
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>

@@ -15,7 +15,8 @@
 // A logical line is a physical one, or several of which all but the last end in a backslash, each
 // without its leading white space. Empty lines and lines that begin with "#" are passed over. A
 // logical line, and a name or string in it, have the limits below; what is longer is reported and
-// passed over. Contexts may be open one inside the other.
+// passed over. A physical line that is longer is cut there, and the rest counts as the next line.
+// Contexts may be open one inside the other.
 #ifndef WDB_WDB_LEX_CONTEXT_H
 #define WDB_WDB_LEX_CONTEXT_H
 
@@ -47,12 +48,14 @@ public:
     // Opens the URL and reads the first line. Relative URLs in the file are taken against `base`,
     // or against `url` if that is null or invalid. A file that begins with "#VRML" is converted by
     // the command nolt_fromvrml first.
-    // On failure: is_open is false; a report only for a URL that is invalid or open already.
+    // Requires: that nobody has opened `url`; one that is open gives no lines.
+    // On failure: is_open is false; a report, but none for a local file that cannot be read.
     void open(Std_URL* url, Std_URL* base);
     bool is_open() const;
     // Closes the URL, ends a conversion and deletes its temporary file. Not done by destruction.
     void close();
 
+    // Once, by open.
     void first_line();
     void next_line();
 

@@ -107,6 +107,7 @@ static WDB_Triangle smooth_triangle_of(const WDB_Tri_List& list, const Corner_Gr
 }
 
 WDB_Tri_List* WDB_Smoother::smooth_version(const WDB_Tri_List* source) {
+    if (!source) return nullptr;
     const Corner_Groups groups(*source);
     // Triangles that a caller has noted before take part.
     const bool needs_table = groups.has_tangled() || vertex_table_.count() != 0;

@@ -81,6 +81,7 @@ TEST(WDB_Smoother, what_is_not_flat_shaded_stays) {
     const WDB_Tri_List* const smooth = smoother.smooth_version(list_of({bent, point}));
     EXPECT_TRUE((*smooth)[0] == bent);
     EXPECT_TRUE((*smooth)[1].n0 == Vector(0, 0, 0));
+    EXPECT_EQ(smoother.smooth_version(nullptr), nullptr);
 
     const std::string reports =
         reports_of([&] { EXPECT_TRUE(smoother.smooth_normal(Point(9, 9, 9), &bent) == up); });
