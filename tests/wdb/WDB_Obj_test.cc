@@ -1,5 +1,6 @@
 #include "wdb/WDB_Obj.h"
 
+#include <bit>
 #include <gtest/gtest.h>
 
 #include "support.h"
@@ -43,21 +44,16 @@ TEST(WDB_Material, values_and_stamps) {
                                "  Shininess: 0.25\n  Alpha    : 0.5\n}\n");
 }
 
+// Pure is what alone is lit, and all where nothing is. Bits: ambient, diffuse, emission, specular.
 TEST(WDB_Material, purity) {
-    // Bits of `lit`: ambient, diffuse, emission, specular; `pure` in the same order.
-    const struct {
-        int lit, pure;
-    } rows[] = {{0, 15}, {1, 1}, {2, 2}, {4, 4}, {8, 8}, {3, 0}, {12, 0}, {15, 0}};
-    for (const auto& row : rows) {
-        WDB_Material* const m = new WDB_Material;
-        const Color black(0, 0, 0), dim(0, 0, 1e-30f);
-        m->set_ambient(row.lit & 1 ? dim : black);
-        m->set_diffuse(row.lit & 2 ? dim : black);
-        m->set_emission(row.lit & 4 ? dim : black);
-        m->set_specular(row.lit & 8 ? dim : black);
-        EXPECT_EQ(m->is_pure_ambient() + 2 * m->is_pure_diffuse() + 4 * m->is_pure_emission() +
-                      8 * m->is_pure_specular(),
-                  row.pure)
-            << "lit " << row.lit;
+    for (int lit = 0; lit < 16; ++lit) {
+        const auto color = [&](int bit) { return Color(0, 0, lit & bit ? 1e-30f : 0); };
+        Color a = color(1), d = color(2), e = color(4), s = color(8);
+        const WDB_Material m(a, d, e, s, 0, 1);
+        EXPECT_EQ(m.is_pure_ambient() + 2 * m.is_pure_diffuse() + 4 * m.is_pure_emission() +
+                      8 * m.is_pure_specular(),
+                  lit == 0                             ? 15
+                  : std::has_single_bit(unsigned(lit)) ? lit
+                                                       : 0);
     }
 }
