@@ -19,11 +19,12 @@ template<class In>
 static const In* literal_end(const In* s, const In* end) {
     if (end - s < 3) return s;
     const In* p = s + 2;
-    while (end - p > 0) {
+    for (;;) {
         if (p[-1] != *p) {
             if (end - p < 3) break;
             p += 2; // no three that hold both are equal
         } else if (p[-2] != p[-1]) {
+            if (end - p < 2) break;
             ++p;
         } else {
             return p - 2;
@@ -96,6 +97,18 @@ static void put_run(Out value, Out* out, const Out* out_end, int n) {
     for (int i = 0; i < n; i += block) std::fill(out + i, out + i + block, value);
 }
 
+// What fits of a packet that is longer than the room. Apart from the rest, which is faster without it.
+template<class In, class Out>
+[[gnu::cold, gnu::noinline]] static void cut(const In* in, const In* end, bool is_literal, Out* out,
+                                             Out* out_end) {
+    if (!is_literal && in < end) {
+        std::fill(out, out_end, static_cast<Out>(*in));
+        return;
+    }
+    while (in < end && out < out_end) *out++ = static_cast<Out>(*in++);
+    std::fill(out, out_end, Out(0));
+}
+
 // Stops at the end of the input and of the room, whatever the packets say, and fills up with zeros.
 // A row that is too long counts as one value more than there is room for.
 template<class In, class Out>
@@ -103,13 +116,14 @@ static int expand(const In* in, int count, Out* expanded, int room) {
     const In* const end = in + count;
     Out* out = expanded;
     Out* const out_end = expanded + room;
-    bool is_too_long = false;
     while (in < end) {
         const int word = *in++;
         int n = word & count_mask;
         if (n == 0) break;
-        is_too_long = n > out_end - out;
-        n = static_cast<int>(std::min<long>(n, out_end - out));
+        if (n > out_end - out) {
+            cut(in, end, word & literal_bit, out, out_end);
+            return room + 1;
+        }
         if (word & literal_bit) {
             n = static_cast<int>(std::min<long>(n, end - in));
             put_literal(in, end, out, out_end, n);
@@ -119,10 +133,10 @@ static int expand(const In* in, int count, Out* expanded, int room) {
             put_run(static_cast<Out>(*in++), out, out_end, n);
         }
         out += n;
-        if (is_too_long) break;
     }
+    const int got = static_cast<int>(out - expanded);
     std::fill(out, out_end, Out(0));
-    return is_too_long ? room + 1 : static_cast<int>(out - expanded);
+    return got;
 }
 
 int img_rle_expand(const void* rle, int ibpp, int count, void* expanded, int obpp, int room) {
