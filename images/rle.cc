@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 #include "images/image_internal.h"
 
@@ -33,6 +35,22 @@ static const In* literal_end(const In* s, const In* end) {
     return end - 2;
 }
 
+// Behind the values from `s` on that are equal to the first: eight bytes at a time.
+template<class In>
+static const In* run_end(const In* s, const In* end) {
+    const std::uint64_t ones = sizeof(In) == 1 ? 0x0101010101010101 : 0x0001000100010001;
+    const int lanes = sizeof ones / sizeof(In);
+    const In value = *s;
+    const std::uint64_t equal = ones * value;
+    for (; end - s >= lanes; s += lanes) {
+        std::uint64_t word;
+        std::memcpy(&word, s, sizeof word);
+        if (word != equal) break;
+    }
+    while (s < end && *s == value) ++s;
+    return s;
+}
+
 template<class In, class Out>
 static int compact(const In* s, Out* rle, int count) {
     const In* const end = s + count;
@@ -47,7 +65,7 @@ static int compact(const In* s, Out* rle, int count) {
         }
         const In value = *s;
         const In* const run = s;
-        while (s < end && *s == value) ++s;
+        s = run_end(run, end);
         for (long left = s - run; left > 0;) {
             const int n = packet_length(left);
             *out++ = static_cast<Out>(n);
