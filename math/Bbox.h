@@ -51,6 +51,8 @@ public:
         return !(max.x < o.min.x || o.max.x < min.x || max.y < o.min.y || o.max.y < min.y ||
                  max.z < o.min.z || o.max.z < min.z);
     }
+    // No min above max, and no NaN.
+    bool is_ordered() const { return min.x <= max.x && min.y <= max.y && min.z <= max.z; }
     // Both ends included.
     bool contains(const Point& p) const {
         return min.x <= p.x && p.x <= max.x && min.y <= p.y && p.y <= max.y && min.z <= p.z &&

@@ -1,272 +1,197 @@
+// How items are filed: an item stands once in an index, which finds it by place, and once in slots_,
+// the order of arrival. The tree of cells is there for the order of walks alone: see
+// math/Split_Box_Tree_walks.cc.
 #include "math/Split_Box_Tree.h"
 
-#include <cstdlib>
+#include <algorithm>
 
+#include "math/Box_Probes.h"
+#include "math/Cell_Contents.h"
 #include "std/Std_Assert.h"
 
-// Leaves with fewer entries than this are not tested as a whole: testing the entries is as cheap.
-static const int small_leaf = 4;
-
-// One T in the placement of `owner`.
-template<class T>
-static T* new_beside(const void* owner) {
-    return new (std_get_subobject_placement(owner)) T;
-}
-
-void BSplit_Box_Tree_Node::put(BSplit_Box_Tree_Entry* entry, Pending* pending) {
-    if (!box_.is_overlapping(entry->box)) return;
-    if (children_) {
-        for (int i = 0; i < child_count_; ++i) children_[i].put(entry, pending);
-        return;
-    }
-    if (!items_) items_ = new_beside<Gap_List<BSplit_Box_Tree_Entry*>>(this);
-    entry->nodes.put(this);
-    items_->insert_last(entry);
-    if (pending) pending->insert_last(this);
-}
-
-void BSplit_Box_Tree_Node::remove(BSplit_Box_Tree_Entry* entry, Pending* pending) {
-    for (int i = 0; i < item_count(); ++i) {
-        if ((*items_)[i] != entry) continue;
-        entry->nodes.remove(this);
-        items_->remove(i);
-        if (parent_ && pending) pending->insert_last(parent_);
-        return;
-    }
-    std_assert(-1, "BSplit_Box_Tree_Node::remove did not find the entry", __FILE__, __LINE__);
-}
-
-static float middle(float low, float high) {
-    return static_cast<float>(static_cast<double>(low + high) / 2.0);
-}
-
-// The longest axis; ties go to z, but of x and y alone to y.
-static int axis_to_halve(const Vector& size) {
-    if (size.y < size.x) return size.z < size.x ? 0 : 2;
-    return size.x <= size.y && size.z < size.y ? 1 : 2;
-}
-
-// Bit `axis` of `child` chooses the half. A node with two children is halved on one axis only.
-Bbox BSplit_Box_Tree_Node::child_box(int child, const Point& mid) const {
-    Bbox half = box_;
-    if (child_count_ == 2) {
-        const int axis = axis_to_halve(box_.size());
-        half[1 - child][axis] = mid[axis];
-        return half;
-    }
-    for (int axis = 0; axis < 3; ++axis) half[child >> axis & 1 ? 0 : 1][axis] = mid[axis];
-    return half;
-}
-
-void BSplit_Box_Tree_Node::split(Pending* pending) {
-    if (child_count_ != 2 && child_count_ != 8) std::abort();
-    Gap_List<BSplit_Box_Tree_Entry*>* const kept = items_;
-    items_ = nullptr;
-    const int kept_count = kept ? kept->count() : 0;
-    for (int i = 0; i < kept_count; ++i) (*kept)[i]->nodes.remove(this);
-
-    const Point mid(middle(box_.min.x, box_.max.x), middle(box_.min.y, box_.max.y),
-                    middle(box_.min.z, box_.max.z));
-    children_ = new (std_get_subobject_placement(this))
-        BSplit_Box_Tree_Node[static_cast<std::size_t>(child_count_)];
-    for (int i = 0; i < child_count_; ++i)
-        children_[i] = BSplit_Box_Tree_Node(child_count_, this, child_box(i, mid));
-
-    for (int i = 0; i < kept_count; ++i) put((*kept)[i], pending);
-    Std_GC::operator delete(kept);
-}
-
-Bbox BSplit_Box_Tree_Node::get_contents_bbox() const {
-    Bbox contents;
-    contents.clear();
-    if (children_) {
-        for (int i = 0; i < child_count_; ++i) contents.merge(children_[i].get_contents_bbox());
-    } else if (item_count() > 0) {
-        for (int i = 0; i < item_count(); ++i) contents.merge((*items_)[i]->box);
-        contents.intersect(box_);
-    }
-    return contents;
-}
-
-int BSplit_Box_Tree_Node::get_level() const {
-    int level = 0;
-    for (const BSplit_Box_Tree_Node* node = parent_; node; node = node->parent_) ++level;
-    return level;
-}
-
-// The queries. classify(cell) answers 0 (nothing of the cell takes part), 1 (all of it does) or
-// anything else (its contents need a test); accepts(box) tests one entry.
-namespace {
-struct Everything {
-    static int classify(const Bbox&) { return 1; }
-    static bool accepts(const Bbox&) { return true; }
-};
-
-struct In_Box {
-    const Bbox& query;
-    int classify(const Bbox& cell) const { return cell.classification_with_respect_to(query); }
-    bool accepts(const Bbox& box) const { return box.is_overlapping(query); }
-};
-
-struct In_View {
-    const Matrix4& m;
-    int classify(const Bbox& cell) const { return cell.classification_with_respect_to(m); }
-    bool accepts(const Bbox& box) const { return box.is_visible(m); }
-};
-
-struct In_Either_View {
-    const Matrix4 &m1, &m2;
-    int classify(const Bbox& cell) const {
-        const int c = cell.classification_with_respect_to(m1);
-        return c != 0 ? c : cell.classification_with_respect_to(m2);
-    }
-    bool accepts(const Bbox& box) const { return box.is_visible(m1) || box.is_visible(m2); }
-};
-
-// There is no telling that all of a cell is hit.
-struct On_Segment {
-    const Point &p, &q;
-    int classify(const Bbox& cell) const { return accepts(cell) ? 3 : 0; }
-    bool accepts(const Bbox& box) const {
-        return box.contains(p) || static_cast<double>(box.line_intersection(p, q)) <= 1.0;
-    }
-};
-} // namespace
-
-template<class Query>
-bool BSplit_Box_Tree_Node::visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn,
-                                 int stamp) const {
-    const int ahead = 4; // entries of a large tree lie far from the processor's cache
-    for (int i = 0; i < item_count(); ++i) {
-        if (i + ahead < item_count()) __builtin_prefetch((*items_)[i + ahead]);
-        BSplit_Box_Tree_Entry* const entry = (*items_)[i];
-        if (entry->stamp == stamp) continue;
-        // Before the test: an entry that fails need not be tested in another leaf.
-        entry->stamp = stamp;
-        if (query.accepts(entry->box) && fn(user, entry->item, entry->box)) return true;
-    }
-    return false;
-}
-
-template<class Query>
-bool BSplit_Box_Tree_Node::walk(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn,
-                                int stamp) const {
-    if (!children_ && item_count() < small_leaf) return visit(user, query, fn, stamp);
-    switch (query.classify(box_)) {
-    case 0:
-        return false;
-    case 1:
-        return apply(user, fn, stamp);
-    default:
-        break;
-    }
-    if (!children_) return visit(user, query, fn, stamp);
-    for (int i = 0; i < child_count_; ++i)
-        if (children_[i].walk(user, query, fn, stamp)) return true;
-    return false;
-}
-
-bool BSplit_Box_Tree_Node::apply(SUniv* user, BSplit_Box_Tree_Apply fn, int stamp) const {
-    if (!children_) return visit(user, Everything(), fn, stamp);
-    for (int i = 0; i < child_count_; ++i)
-        if (children_[i].apply(user, fn, stamp)) return true;
-    return false;
-}
-
-bool BSplit_Box_Tree_Node::apply(SUniv* user, const Bbox& query, BSplit_Box_Tree_Apply fn,
-                                 int stamp) const {
-    return walk(user, In_Box{query}, fn, stamp);
-}
-
-bool BSplit_Box_Tree_Node::apply(SUniv* user, const Matrix4& m, BSplit_Box_Tree_Apply fn,
-                                 int stamp) const {
-    return walk(user, In_View{m}, fn, stamp);
-}
-
-bool BSplit_Box_Tree_Node::apply(SUniv* user, const Matrix4& m1, const Matrix4& m2,
-                                 BSplit_Box_Tree_Apply fn, int stamp) const {
-    return walk(user, In_Either_View{m1, m2}, fn, stamp);
-}
-
-bool BSplit_Box_Tree_Node::apply(SUniv* user, const Point& p, const Point& q,
-                                 BSplit_Box_Tree_Apply fn, int stamp) const {
-    return walk(user, On_Segment{p, q}, fn, stamp);
+// Bounds in which the middle of a cell lies between its sides.
+static bool is_sound(const Bbox& bounds) {
+    const float most = Box_Cells::sound_limit;
+    return bounds.is_ordered() &&
+           Bbox(Point(-most, -most, -most), Point(most, most, most)).contains(bounds);
 }
 
 BSplit_Box_Tree::BSplit_Box_Tree(int split_into_n, int max_level, int items_limit,
                                  const Bbox& bounds)
-    : max_level_(max_level), items_limit_(items_limit), split_into_n_(split_into_n),
-      root_(new (std_get_subobject_placement(this))
-                BSplit_Box_Tree_Node(split_into_n, nullptr, bounds)) {}
+    : cells_(split_into_n, max_level, items_limit, bounds), index_{Box_Index(bounds, false),
+                                                                   Box_Index(bounds, true)},
+      scratch_(nullptr), depth_(0), literal_contents_valid_(false) {}
 
-void BSplit_Box_Tree::take_out(BSplit_Box_Tree_Entry* entry) {
-    while (entry->nodes.count() > 0) (*entry->nodes.get_one_item())->remove(entry, &pending_);
+// Below this many, free slots do not matter.
+static const std::size_t few_slots = 64;
+
+std::uint32_t BSplit_Box_Tree::kind_of(const Bbox& box) const {
+    const Bbox& bounds = get_bbox();
+    if (!bounds.is_overlapping(box)) return outside_;
+    if (!box.is_ordered() || !is_sound(bounds)) return odd_;
+    // Large boxes stand apart: in one index with small ones they would make its nodes large.
+    const float large_part = 1.0f / 16;
+    const Vector all = bounds.size();
+    const float limit = std::max({all.x, all.y, all.z}) * large_part;
+    const Vector size = box.size();
+    return size.x > limit || size.y > limit || size.z > limit ? large_ : small_;
 }
 
 void BSplit_Box_Tree::put(SUniv* item, const Bbox& box) {
-    if (!root_->get_bbox().contains(box))
+    if (!get_bbox().contains(box))
         std_assert(0, "BSplit_box_tree put: element out of bounds", __FILE__, __LINE__);
-    BSplit_Box_Tree_Entry* entry;
-    if (entries_.find(item)) {
-        entry = *entries_.found_item();
-        take_out(entry);
-        entry->box = box;
+    const Bbox copy = box; // it may be that of a slot
+    literal_contents_valid_ = false;
+    if (slot_of_.find(item)) take_out(*slot_of_.found_item());
+    if (slots_.count() >= 2 * static_cast<std::size_t>(count()) + few_slots) close_up();
+    const auto slot = static_cast<std::uint32_t>(slots_.count());
+    slots_.push({copy, item, 0, kind_of(copy)});
+    slot_of_.put(slot, item);
+    if (!scratch_) scratch_ = new (std_get_subobject_placement(this)) Scratch;
+    reserve_scratch(scratch_);
+    file(slot);
+}
+
+void BSplit_Box_Tree::file(std::uint32_t slot) {
+    const std::uint32_t where = slots_[slot].where;
+    if (where == outside_) return;
+    if (where == odd_) {
+        slots_[slot].home = static_cast<std::uint32_t>(odd_slots_.count());
+        odd_slots_.push(slot);
     } else {
-        entry = new (std_get_subobject_placement(this)) BSplit_Box_Tree_Entry(item, box);
-        entries_.put(entry, item);
+        index_[where].put(slot, slots_[slot].box);
     }
-    root_->put(entry, &pending_);
-    check_pending_nodes();
+    const Box_Cells::Key home =
+        cells_.add(slots_[slot].box, [this](const Box_Cells::Cell& leaf) { divide(leaf); });
+    if (where != odd_) slots_[slot].home = home;
+}
+
+void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf) {
+    // The walks' memory serves: none is under way.
+    std::uint32_t* const first = scratch_->list.cells();
+    std::uint32_t* last = first;
+    const auto take = [&](std::uint32_t slot) { *last++ = slot; };
+    for (const Box_Index& index : index_) index.collect(Box_Probe(leaf.box), take);
+    for (std::size_t i = 0; i < odd_slots_.count(); ++i)
+        if (leaf.box.is_overlapping(slots_[odd_slots_[i]].box)) take(odd_slots_[i]);
+    cells_.divide(leaf, first, last, [this](std::uint32_t slot) { return slots_[slot].box; });
+    if (!cells_.is_keyed()) return;
+    for (const std::uint32_t* s = first; s != last; ++s) {
+        Slot& slot = slots_[*s];
+        if (slot.where != odd_ && slot.home == leaf.key)
+            slot.home = cells_.first_leaf(slot.box.min, leaf);
+    }
+}
+
+void BSplit_Box_Tree::take_out(std::uint32_t slot) {
+    Slot& from = slots_[slot];
+    if (from.where == odd_) {
+        const std::uint32_t last = odd_slots_[odd_slots_.count() - 1];
+        odd_slots_[from.home] = last;
+        slots_[last].home = from.home;
+        odd_slots_.resize(odd_slots_.count() - 1);
+    } else if (from.where != outside_) {
+        index_[from.where].remove(slot);
+    }
+    if (from.where != outside_) cells_.remove(from.box);
+    from.where = free_;
 }
 
 void BSplit_Box_Tree::remove(SUniv* item) {
-    if (!entries_.find(item)) return;
-    take_out(*entries_.found_item());
-    entries_.remove(item);
-    check_pending_nodes();
+    if (!slot_of_.find(item)) return;
+    literal_contents_valid_ = false;
+    take_out(*slot_of_.found_item());
+    slot_of_.remove(item);
+}
+
+// Moves the slots that are taken to the front.
+void BSplit_Box_Tree::close_up() {
+    std::uint32_t to = 0;
+    for (std::uint32_t from = 0; from < slots_.count(); ++from) {
+        Slot& slot = slots_[from];
+        if (slot.where == free_) continue;
+        if (slot.where <= large_) index_[slot.where].rename(from, to);
+        if (slot.where == odd_) odd_slots_[slot.home] = to;
+        if (slot_of_.find(slot.item)) *slot_of_.found_item() = to;
+        slots_[to++] = slot;
+    }
+    slots_.resize(to);
 }
 
 void BSplit_Box_Tree::wipe_out() {
-    entries_.wipe_out();
-    pending_.wipe_out();
-    root_ = new (std_get_subobject_placement(this))
-        BSplit_Box_Tree_Node(split_into_n_, nullptr, root_->get_bbox());
+    literal_contents_valid_ = false;
+    slot_of_.wipe_out();
+    slots_.wipe_out();
+    odd_slots_.wipe_out();
+    for (Box_Index& index : index_) index.wipe_out();
+    cells_.wipe_out();
 }
 
-void BSplit_Box_Tree::check_pending_nodes() {
-    while (!pending_.is_empty()) {
-        const int last = pending_.count() - 1;
-        BSplit_Box_Tree_Node* const node = pending_[last];
-        pending_.remove(last);
-        if (node->is_leaf() && node->item_count() > items_limit_ && node->get_level() < max_level_)
-            node->split(&pending_);
+int BSplit_Box_Tree::reaching_count() const {
+    return index_[small_].count() + index_[large_].count() + static_cast<int>(odd_slots_.count());
+}
+
+void BSplit_Box_Tree::reserve_scratch(Scratch* scratch) const {
+    const std::size_t count = slots_.count();
+    if (count <= scratch->list.count()) return;
+    const std::size_t room = count + count / 2 + few_slots;
+    scratch->found.reserve(room);
+    scratch->list.resize(room);
+    scratch->moved.resize(room);
+    scratch->sorted.resize(room);
+    scratch->unsorted.resize(room);
+    if (scratch->inner) reserve_scratch(scratch->inner);
+}
+
+Bbox BSplit_Box_Tree::literal_contents() const {
+    if (literal_contents_valid_) return literal_contents_;
+    Gap_List<const Bbox*> boxes;
+    for (std::uint32_t slot = 0; slot < slots_.count(); ++slot)
+        if (slots_[slot].where <= odd_) boxes.insert_last(&slots_[slot].box);
+    literal_contents_ = Cell_Contents(cells_, boxes).get_bbox();
+    literal_contents_valid_ = true;
+    return literal_contents_;
+}
+
+// A side of the contents that lies at 0 is 0 or -0, as the leaf of the last child has it that holds
+// such a side: its cell, if that begins there, or else its item that came last.
+// `side` is 0 for min and 1 for max.
+float BSplit_Box_Tree::zero_of_contents(int side, int axis) const {
+    const auto touching_zero = [&](const Bbox& cell) {
+        Bbox part = cell;
+        float& inner = part[1 - side][axis];
+        inner = side == 0 ? std::min(inner, 0.0f) : std::max(inner, 0.0f);
+        return Box_Probe(part);
+    };
+    const auto holds_zero = [&](const Bbox& cell) {
+        if (side == 0 ? cell.min[axis] > 0 : cell.max[axis] < 0) return false;
+        const Box_Probe probe = touching_zero(cell);
+        return index_[small_].count_up_to(1, probe) + index_[large_].count_up_to(1, probe) > 0;
+    };
+    Box_Cells::Cell cell = cells_.root();
+    while (!cells_.is_leaf(cell)) {
+        const Cell_Division division = cells_.division(cell);
+        int i = division.count() - 1;
+        while (i > 0 && !holds_zero(division.child(cell.box, i))) --i;
+        cell = cells_.child(cell, division, i);
     }
+    if (cell.box[side][axis] == 0) return cell.box[side][axis];
+    std::uint32_t last = 0;
+    const auto note_last = [&](std::uint32_t slot) { last = std::max(last, slot); };
+    for (const Box_Index& index : index_) index.collect(touching_zero(cell.box), note_last);
+    return slots_[last].box[side][axis];
 }
 
-// One counter for all trees, so that a stamp is never met again.
-static int next_stamp() {
-    static unsigned int stamp = 0; // which may wrap
-    return static_cast<int>(++stamp);
-}
-
-bool BSplit_Box_Tree::apply(SUniv* user, BSplit_Box_Tree_Apply fn) const {
-    return root_->apply(user, fn, next_stamp());
-}
-
-bool BSplit_Box_Tree::apply(SUniv* user, const Bbox& query, BSplit_Box_Tree_Apply fn) const {
-    return root_->apply(user, query, fn, next_stamp());
-}
-
-bool BSplit_Box_Tree::apply(SUniv* user, const Matrix4& m, BSplit_Box_Tree_Apply fn) const {
-    return root_->apply(user, m, fn, next_stamp());
-}
-
-bool BSplit_Box_Tree::apply(SUniv* user, const Matrix4& m1, const Matrix4& m2,
-                            BSplit_Box_Tree_Apply fn) const {
-    return root_->apply(user, m1, m2, fn, next_stamp());
-}
-
-bool BSplit_Box_Tree::apply(SUniv* user, const Point& p, const Point& q,
-                            BSplit_Box_Tree_Apply fn) const {
-    return root_->apply(user, p, q, fn, next_stamp());
+Bbox BSplit_Box_Tree::get_contents_bbox() const {
+    Bbox contents;
+    contents.clear();
+    if (odd_slots_.count() > 0) return literal_contents();
+    if (reaching_count() == 0) return contents;
+    for (const Box_Index& index : index_)
+        if (index.count() > 0) contents.merge(index.get_bbox());
+    contents.intersect(get_bbox());
+    for (int side = 0; side < 2; ++side)
+        for (int axis = 0; axis < 3; ++axis)
+            if (contents[side][axis] == 0) contents[side][axis] = zero_of_contents(side, axis);
+    return contents;
 }

@@ -9,96 +9,33 @@
 //     });
 //
 // Cells split in the middle of their space, whatever they hold: into 8, or into 2 across their
-// longest axis. An item is listed in every leaf that its box touches, and a walk reports it once.
+// longest axis. An item belongs to every leaf that its box touches, and a walk reports it once.
 // A leaf splits when it holds more entries than the limit and stands above the maximum level.
 // Cells never merge until wipe_out.
 //
 // Order of a walk: depth first, children in order, entries of a leaf in the order of their arrival.
-// It does not depend on addresses. A callback must not put or remove; if it starts another walk
-// over the same tree, the outer one may report an item a second time. Walks allocate nothing.
+// It does not depend on addresses. A callback must not put or remove; it may start another walk over
+// the same tree. Walks allocate nothing, but for the first time that they stand one in the other.
+//
+// Cost: put, remove and the walks take time in proportion to the logarithm of the count and to what
+// they find, however large the boxes are and wherever they crowd. A walk finds all before it reports
+// the first. Boxes with a NaN or with min above max are looked at one by one.
 #ifndef MATH_SPLIT_BOX_TREE_H
 #define MATH_SPLIT_BOX_TREE_H
 
-#include "base/Gap_List.h"
-#include "base/Hash_Set.h"
+#include <cstdint>
+
 #include "base/Hash_Table.h"
+#include "base/Plain_Array.h"
 #include "math/Bbox.h"
+#include "math/Box_Cells.h"
+#include "math/Box_Index.h"
 #include "math/Geometry.h"
 #include "math/Matrix4.h"
+#include "math/Slot_Set.h"
+#include "math/Split_Box_Tree_Node.h"
 #include "std/Std_Obj.h"
 #include "std/Std_Univ.h"
-
-class BSplit_Box_Tree_Node;
-
-// `box` is that of the item's entry. True stops the walk, and apply then returns true.
-using BSplit_Box_Tree_Apply = bool (*)(SUniv* user, SUniv* item, const Bbox& box);
-
-// One filed item and the leaves that list it.
-struct BSplit_Box_Tree_Entry : public Std_GC {
-    BSplit_Box_Tree_Entry(SUniv* i, const Bbox& b) : item(i), box(b), stamp(0) {}
-
-    SUniv* item;
-    Bbox box;
-    int stamp; // number of the last walk that dealt with this entry
-    Hash_Set<BSplit_Box_Tree_Node*> nodes;
-};
-
-// A cell. Its operations belong to the tree; `pending` collects the nodes that it looks at later.
-class BSplit_Box_Tree_Node : public Std_GC {
-public:
-    using Pending = Gap_List<BSplit_Box_Tree_Node*>;
-
-    BSplit_Box_Tree_Node()
-        : child_count_(0), items_(nullptr), parent_(nullptr), children_(nullptr) {}
-    BSplit_Box_Tree_Node(int child_count, BSplit_Box_Tree_Node* parent, const Bbox& box)
-        : child_count_(child_count), box_(box), items_(nullptr), parent_(parent),
-          children_(nullptr) {}
-
-    // Lists the entry in all leaves below that its box overlaps.
-    void put(BSplit_Box_Tree_Entry* entry, Pending* pending);
-
-    // Takes the entry out of this leaf.
-    // On failure: a fatal report, if the leaf does not list it.
-    void remove(BSplit_Box_Tree_Entry* entry, Pending* pending);
-
-    // Hands the entries of this leaf to new children.
-    // On failure: aborts for a child count other than 2 and 8.
-    void split(Pending* pending);
-
-    // The counterpart of split: nothing is merged.
-    void shrink(Pending*) {}
-
-    // The box of all entries below, each cut to its leaf; the empty box if there are none.
-    Bbox get_contents_bbox() const;
-    int get_level() const;
-
-    const Bbox& get_bbox() const { return box_; }
-    bool is_leaf() const { return !children_; }
-    int item_count() const { return items_ ? items_->count() : 0; }
-
-    // The walks of the tree; entries that bear `stamp` already are passed over.
-    bool apply(SUniv* user, BSplit_Box_Tree_Apply fn, int stamp) const;
-    bool apply(SUniv* user, const Bbox& query, BSplit_Box_Tree_Apply fn, int stamp) const;
-    bool apply(SUniv* user, const Matrix4& m, BSplit_Box_Tree_Apply fn, int stamp) const;
-    bool apply(SUniv* user, const Matrix4& m1, const Matrix4& m2, BSplit_Box_Tree_Apply fn,
-               int stamp) const;
-    bool apply(SUniv* user, const Point& p, const Point& q, BSplit_Box_Tree_Apply fn,
-               int stamp) const;
-
-private:
-    template<class Query>
-    bool walk(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, int stamp) const;
-    template<class Query>
-    bool visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, int stamp) const;
-
-    Bbox child_box(int child, const Point& mid) const;
-
-    int child_count_;
-    Bbox box_;
-    Gap_List<BSplit_Box_Tree_Entry*>* items_; // null until the first entry, and in inner nodes
-    BSplit_Box_Tree_Node* parent_;
-    BSplit_Box_Tree_Node* children_; // one array; null in a leaf
-};
 
 // The tree itself, untyped. Use it through Split_Box_Tree<T>.
 class BSplit_Box_Tree : public Std_Obj {
@@ -115,24 +52,24 @@ class BSplit_Box_Tree : public Std_Obj {
     void remove(SUniv* item);
 
     // Also for items that lie outside and that no walk reaches.
-    bool has(SUniv* item) const { return entries_.has(item); }
-    int count() const { return entries_.count(); }
+    bool has(SUniv* item) const { return slot_of_.has(item); }
+    int count() const { return slot_of_.count(); }
 
     // Back to one empty leaf with the same bounds.
     void wipe_out();
 
     // The bounds.
-    const Bbox& get_bbox() const { return root_->get_bbox(); }
+    const Bbox& get_bbox() const { return cells_.get_bbox(); }
 
     // The box of all items, cut to the bounds; the empty box if there are none.
-    Bbox get_contents_bbox() const { return root_->get_contents_bbox(); }
+    Bbox get_contents_bbox() const;
 
-    int get_node_max_level() const { return max_level_; }
-    int get_node_items_limit() const { return items_limit_; }
-    int get_node_split_into_n_children() const { return split_into_n_; }
+    int get_node_max_level() const { return cells_.get_max_level(); }
+    int get_node_items_limit() const { return cells_.get_limit(); }
+    int get_node_split_into_n_children() const { return cells_.get_split_count(); }
 
-    // Splits what is too full among the nodes touched last; put and remove do it themselves.
-    void check_pending_nodes();
+    // Nothing is ever left to do: put and remove split what is too full.
+    void check_pending_nodes() {}
 
     // Visit all items; those whose box overlaps `query`; those visible through m, or through m1 or
     // m2; those whose box contains p or is met by the segment p..q. True if `fn` stopped the walk.
@@ -143,14 +80,60 @@ class BSplit_Box_Tree : public Std_Obj {
     bool apply(SUniv* user, const Point& p, const Point& q, BSplit_Box_Tree_Apply fn) const;
 
 private:
-    void take_out(BSplit_Box_Tree_Entry* entry);
+    // An item, in the order of arrival.
+    struct Slot {
+        Bbox box;
+        SUniv* item; // which slot_of_ keeps alive
+        Box_Cells::Key home;
+        std::uint32_t where; // small_, large_, odd_, outside_ or free_
+    };
+    // What a walk works with, of the size of all slots. A walk inside another has one of its own.
+    struct Scratch : public Std_GC {
+        Slot_Set found;
+        Plain_Array<std::uint32_t> list, moved;
+        Plain_Array<std::uint64_t> sorted, unsorted;
+        Scratch* inner = nullptr;
+    };
+    class Walk_Scratch;
+    class Query_Path;
+    template<class Query>
+    class Fall;
 
-    int max_level_;
-    int items_limit_;
-    int split_into_n_;
-    BSplit_Box_Tree_Node* root_;
-    Hash_Table<SUniv*, BSplit_Box_Tree_Entry*> entries_;
-    BSplit_Box_Tree_Node::Pending pending_; // empty between operations
+    // Values of Slot::where; the first two are indices, too.
+    static constexpr std::uint32_t small_ = 0, large_ = 1, odd_ = 2, outside_ = 3, free_ = 4;
+
+    std::uint32_t kind_of(const Bbox& box) const;
+    void file(std::uint32_t slot);
+    void take_out(std::uint32_t slot);
+    void divide(const Box_Cells::Cell& leaf);
+    void close_up();
+    void reserve_scratch(Scratch* scratch) const;
+
+    bool is_plain() const { return cells_.is_keyed() && odd_slots_.count() == 0; }
+    int reaching_count() const;
+    bool is_small(const Box_Cells::Cell& leaf) const;
+    template<class Probe>
+    void collect(const Probe& probe, Slot_Set& found) const;
+    void collect_all(Slot_Set& found) const;
+
+    template<class Query, class Collect>
+    bool walk(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, Collect collect) const;
+    bool walk_all(SUniv* user, BSplit_Box_Tree_Apply fn) const;
+    bool report_in_order(Scratch& scratch, std::size_t count, SUniv* user,
+                         BSplit_Box_Tree_Apply fn) const;
+
+    float zero_of_contents(int side, int axis) const;
+    Bbox literal_contents() const;
+
+    Box_Cells cells_;
+    Box_Index index_[2]; // of small boxes and of large ones
+    Plain_Array<Slot> slots_;
+    Plain_Array<std::uint32_t> odd_slots_;
+    Hash_Table<SUniv*, std::uint32_t> slot_of_;
+    Scratch* scratch_;
+    mutable int depth_; // of walks that are under way
+    mutable Bbox literal_contents_;
+    mutable bool literal_contents_valid_;
 };
 
 // The tree for items of one type, which travels as a SUniv*: see Conv<T>.

@@ -1,95 +1,159 @@
 #include "math/Split_Box_Tree.h"
 
-#include <functional>
+#include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
-#include <map>
+#include <limits>
 #include <random>
-#include <set>
 #include <string>
 #include <vector>
 
 #include "math/Homogeneous.h"
 #include "tests/Bits.h"
+#include "tests/math/plain_tree.h"
 
 using Tree = Split_Box_Tree<int>;
 
+static const float inf = std::numeric_limits<float>::infinity();
+static const float no_number = std::numeric_limits<float>::quiet_NaN();
 static const Bbox bounds(Point(-8, -8, -8), Point(8, 8, 8));
 
-// What a walk reports, in order.
-static std::vector<int> visited;
+// What a walk reports, in order, and after how many reports it stops.
+static std::vector<std::pair<int, Bits>> visited;
+static std::size_t stop_after;
 
-static bool note(SUniv*, SUniv* item, const Bbox&) {
-    visited.push_back(Conv<int>::from_univ(item));
-    return false;
-}
-
-static std::vector<int> all_in(const Tree& tree) {
-    visited.clear();
-    tree.apply(nullptr, note);
-    return visited;
+static bool note(SUniv*, SUniv* item, const Bbox& box) {
+    visited.emplace_back(Conv<int>::from_univ(item), bits_of(box));
+    return visited.size() == stop_after;
 }
 
 static Bbox cube_at(float x, float y, float z, float half = .5f) {
     return Bbox(Point(x - half, y - half, z - half), Point(x + half, y + half, z + half));
 }
 
-// Random puts, moves and removals: every query gives each item once that a loop over all boxes
-// gives, and no other.
-TEST(Split_Box_Tree, agrees_with_a_loop_over_all_boxes) {
-    std::mt19937 random(21);
-    const auto place = [&] { return std::uniform_real_distribution<float>(-8, 8)(random); };
-    for (int split : {2, 8})
-        for (int limit : {1, 4, 9}) {
-            Tree tree(split, 7, limit, bounds);
-            std::map<int, Bbox> boxes;
-            for (int step = 0; step < 1500; ++step) {
-                const int item = static_cast<int>(random() % 300) + 1;
-                if (random() % 4 == 0) {
-                    tree.remove(item);
-                    boxes.erase(item);
-                } else {
-                    const Bbox box = cube_at(place() * .9f, place() * .9f, place() * .9f, .4f);
-                    tree.put(item, box);
-                    boxes[item] = box;
-                }
-                ASSERT_EQ(tree.count(), static_cast<int>(boxes.size()));
-                if (step % 50 != 0) continue;
-                const Bbox query(Point(-5, place(), -6), Point(4, place() + 9, 3));
-                const HFrame m1(Frame::scaling(.2f) * Frame::translation(.1f, 0, 0));
-                const Matrix4 m2 = Matrix4::perspective(1, 1, 10);
-                const Point p(place(), place(), place()), q(place(), place(), place());
-                const struct {
-                    const char* row;
-                    std::function<bool()> walk;
-                    std::function<bool(const Bbox&)> takes;
-                } rows[] = {
-                    {"all", [&] { return tree.apply(nullptr, note); },
-                     [](const Bbox&) { return true; }},
-                    {"box", [&] { return tree.apply(nullptr, query, note); },
-                     [&](const Bbox& b) { return b.is_overlapping(query); }},
-                    {"view", [&] { return tree.apply(nullptr, m2, note); },
-                     [&](const Bbox& b) { return b.is_visible(m2); }},
-                    {"two views", [&] { return tree.apply(nullptr, m1, m2, note); },
-                     [&](const Bbox& b) { return b.is_visible(m1) || b.is_visible(m2); }},
-                    {"segment", [&] { return tree.apply(nullptr, p, q, note); },
-                     [&](const Bbox& b) { return b.bounds_line_intersection(p, q) <= 1; }},
-                };
-                for (const auto& r : rows) {
-                    std::set<int> should;
-                    for (const auto& [i, box] : boxes)
-                        if (r.takes(box)) should.insert(i);
-                    visited.clear();
-                    EXPECT_FALSE(r.walk());
-                    EXPECT_EQ(std::set<int>(visited.begin(), visited.end()), should)
-                        << r.row << " at step " << step;
-                    EXPECT_EQ(visited.size(), should.size()) << r.row << ": each once";
-                }
-            }
-        }
+// A NaN is as good as another.
+static Bits comparable(Bbox box) {
+    for (int i = 0; i < 6; ++i)
+        if (std::isnan(box[i / 3][i % 3])) box[i / 3][i % 3] = no_number;
+    return bits_of(box);
 }
 
-// The order of a walk tells which cells there are: items of child 0 come before those of child 1.
-TEST(Split_Box_Tree, splits_along_the_longest_axis) {
+namespace {
+// Boxes and places from all over the bounds and a little beyond, half of them on a grid on which sides
+// and middles of cells coincide.
+struct Chance {
+    std::mt19937 random;
+    bool on_grid;
+
+    unsigned int below(unsigned int n) { return random() % n; }
+    int index(unsigned int n) { return static_cast<int>(below(n)); }
+    float within(float low, float high) {
+        return std::uniform_real_distribution<float>(low, high)(random);
+    }
+    float coordinate(float most = 9) {
+        const float x = within(-most, most);
+        return on_grid ? std::round(x * 2) / 2 : x; // which may be -0
+    }
+    Point point() { return Point(coordinate(), coordinate(), coordinate()); }
+
+    // Small; large, ragged or infinite if `is_large`; inverted or with a NaN if `is_odd`.
+    Bbox box(bool is_large, bool is_odd) {
+        const Point low = point();
+        const float size = below(5) == 0 ? 0 : is_large && below(4) == 0 ? 16 : 1.5f;
+        Bbox b(low, low + Vector(within(0, size), within(0, size), within(0, size)));
+        const unsigned int what = is_large ? below(16) : 16;
+        if (what == 0) b = cube_at(within(0, .3f), within(0, .3f), within(0, .3f), 7.8f);
+        if (what == 1) b.infinite();
+        if (what == 2) b.min[index(3)] = -inf;
+        if (what == 3) b = Bbox(Point(-inf, -inf, -inf), Point(inf, inf, inf));
+        const unsigned int oddity = is_odd ? below(10) : 10;
+        if (oddity == 0) b.clear();
+        if (oddity == 1) b[index(2)][index(3)] = no_number;
+        if (oddity == 2) std::swap(b.min[0], b.max[0]);
+        if (oddity == 3) b.min = b.max = Point(no_number, no_number, no_number);
+        return b;
+    }
+    Matrix4 view() {
+        Matrix4 m =
+            below(2) == 0
+                ? toMatrix4(Frame::scaling(.25f) * Frame::translation(coordinate(1), 0, 0))
+                : toMatrix4(Frame::translation(coordinate(3), coordinate(3), coordinate(6))) *
+                      Matrix4::perspective(within(.2f, 2), within(.1f, 2), within(3, 20));
+        if (below(30) == 0) m[index(4)][index(4)] = no_number;
+        return m;
+    }
+};
+} // namespace
+
+// Random puts, moves and removals: each of the five walks reports what the plain tree reports, in its
+// order and with its end, also when a callback stops it, and the contents have the same bits.
+TEST(Split_Box_Tree, answers_as_the_plain_tree_of_cells) {
+    const Bbox worlds[] = {bounds,
+                           cube_at(0, 0, 0, 8.1f),
+                           cube_at(0, 0, 0, 10000),
+                           Bbox(Point(0, -3, 0), Point(8, 8, 1)),
+                           Bbox(Point(-8, 0, -8), Point(8, 0, 8)),
+                           Bbox(Point(8, -8, -8), Point(-8, 8, 8)),
+                           Bbox(Point(-inf, -8, -8), Point(inf, 8, 8)),
+                           Bbox(Point(no_number, -8, -8), Point(8, 8, 8)),
+                           Bbox(Point(2e38f, -8, -8), Point(3e38f, 8, 8))};
+    for (unsigned int seed = 0; seed < 120; ++seed) {
+        SCOPED_TRACE(seed);
+        Chance chance{std::mt19937(seed), seed % 2 == 0};
+        const Bbox& world = worlds[seed % std::size(worlds)];
+        const int split = seed / 9 % 2 == 0 ? 2 : 8;
+        const bool is_large = seed % 3 == 0, is_odd = seed % 4 == 1;
+        // Large boxes fill the plain tree: they get fewer levels.
+        const bool fills = is_large || is_odd || seed % std::size(worlds) >= 5;
+        const int most_levels = split == 8 ? 3 : fills ? 9 : 16;
+        const int levels =
+            static_cast<int>(chance.below(static_cast<unsigned int>(most_levels + 1)));
+        const int limit = static_cast<int>(chance.below(9));
+        const unsigned int items = seed % 5 == 0 ? 300 : 60;
+        Split_Box_Tree<int> tree(split, levels, limit, world);
+        Plain_Tree plain(split, levels, limit, world);
+        const auto same = [&](const char* walk, const auto&... query) {
+            stop_after = chance.below(4);
+            visited.clear();
+            const bool is_stopped = plain.apply(nullptr, query..., &note);
+            const auto should = visited;
+            visited.clear();
+            EXPECT_EQ(tree.apply(nullptr, query..., &note), is_stopped) << walk;
+            EXPECT_EQ(visited, should) << walk;
+        };
+        ::testing::internal::CaptureStderr();
+        for (int step = 0; step < 200 && !::testing::Test::HasFailure(); ++step) {
+            const int item = 1 + static_cast<int>(chance.below(items));
+            if (chance.below(4) == 0) {
+                tree.remove(item);
+                plain.remove(Conv<int>::to_univ(item));
+            } else {
+                const Bbox box = chance.box(is_large, is_odd);
+                tree.put(item, box);
+                plain.put(Conv<int>::to_univ(item), box);
+            }
+            if (step == 150 && seed % 7 == 0) tree.wipe_out(), plain.wipe_out();
+            ASSERT_EQ(tree.count(), plain.count());
+            if (step % 10 != 0) continue;
+            EXPECT_EQ(comparable(tree.get_contents_bbox()), comparable(plain.get_contents_bbox()));
+            same("all");
+            same("box", chance.box(is_large, is_odd));
+            same("larger box", cube_at(chance.coordinate(), chance.coordinate(), 0, 3));
+            same("view", chance.view());
+            same("two views", chance.view(), chance.view());
+            const Point p = chance.point(), q = chance.point();
+            same("segment", p, q);
+            same("along an axis", p, Point(p.x, p.y, q.z));
+            same("a point", p, p);
+            same("too long", p, Point(1e30f, q.y, no_number));
+        }
+        ::testing::internal::GetCapturedStderr();
+    }
+}
+
+// The yardstick itself. Its order tells which cells there are: entries of child 0 come before those of
+// child 1.
+TEST(Split_Box_Tree, cells_split_along_the_longest_axis_or_into_octants) {
     const struct {
         const char* row;
         Point size;
@@ -97,44 +161,49 @@ TEST(Split_Box_Tree, splits_along_the_longest_axis) {
     } rows[] = {{"cube", {2, 2, 2}, 2},    {"x", {3, 2, 2}, 0},       {"x and y", {2, 2, 1}, 1},
                 {"x and z", {2, 1, 2}, 2}, {"y and z", {1, 2, 2}, 2}, {"y", {1, 3, 2}, 1},
                 {"z", {1, 2, 3}, 2}};
+    using Order = std::vector<int>;
+    const auto order_in = [](const Plain_Tree& tree) {
+        stop_after = 0;
+        visited.clear();
+        tree.apply(nullptr, &note);
+        Order order;
+        for (const auto& [item, box] : visited) order.push_back(item);
+        return order;
+    };
     for (const auto& r : rows)
         for (int axis = 0; axis < 3; ++axis) {
-            Tree tree(2, 1, 4, Bbox(Point(0, 0, 0), r.size));
+            Plain_Tree tree(2, 1, 4, Bbox(Point(0, 0, 0), r.size));
             // Put from the high end of the axis down: only a split along it turns the order.
             for (int i = 5; i >= 1; --i) {
                 Point p(r.size.x * .1f, r.size.y * .1f, r.size.z * .1f);
                 p[axis] = r.size[axis] * (static_cast<float>(i) / 6 + .01f);
-                tree.put(i, Bbox(p, p));
+                tree.put(Conv<int>::to_univ(i), Bbox(p, p));
                 if (i == 2) {
-                    EXPECT_EQ(all_in(tree), std::vector<int>({5, 4, 3, 2})) << "not split yet";
+                    EXPECT_EQ(order_in(tree), Order({5, 4, 3, 2})) << "not split yet";
                 }
             }
-            const std::vector<int> turned = {2, 1, 5, 4, 3}, kept = {5, 4, 3, 2, 1};
-            EXPECT_EQ(all_in(tree), axis == r.axis ? turned : kept) << r.row << axis;
+            EXPECT_EQ(order_in(tree),
+                      axis == r.axis ? Order({2, 1, 5, 4, 3}) : Order({5, 4, 3, 2, 1}))
+                << r.row << axis;
         }
-}
-
-TEST(Split_Box_Tree, octants_in_corner_order) {
-    Tree tree(8, 4, 4, bounds);
+    Plain_Tree octants(8, 4, 4, bounds);
     for (int i = 7; i >= 0; --i)
-        tree.put(i + 1, cube_at(i & 1 ? 4 : -4, i & 2 ? 4 : -4, i & 4 ? 4 : -4));
-    EXPECT_EQ(all_in(tree), std::vector<int>({1, 2, 3, 4, 5, 6, 7, 8}));
+        octants.put(Conv<int>::to_univ(i + 1),
+                    cube_at(i & 1 ? 4 : -4, i & 2 ? 4 : -4, i & 4 ? 4 : -4));
+    EXPECT_EQ(order_in(octants), Order({1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(bits_of(octants.get_contents_bbox()), bits_of(cube_at(0, 0, 0, 4.5f)));
 }
 
-TEST(Split_Box_Tree, same_boxes_stay_together_and_straddlers_come_once) {
+// In the plain tree each of these would stand in 65536 leaves.
+TEST(Split_Box_Tree, many_boxes_that_fill_the_world) {
     Tree tree(2, 16, 4, bounds);
-    for (int i = 1; i <= 5; ++i) tree.put(i, cube_at(1, 1, 1, .001f));
-    for (int i = 6; i <= 9; ++i) tree.put(i, cube_at(0, 0, 0));
-    std::vector<int> seen = all_in(tree);
-    EXPECT_EQ(seen.size(), 9u);
-    EXPECT_EQ(std::set<int>(seen.begin(), seen.end()).size(), 9u);
-    EXPECT_EQ(bits_of(tree.get_contents_bbox()),
-              bits_of(Bbox(Point(-.5f, -.5f, -.5f), Point(1.001f, 1.001f, 1.001f))));
-    tree.put(9, cube_at(7, 7, 7));
+    Chance chance{std::mt19937(1), false};
+    for (int i = 1; i <= 20000; ++i)
+        tree.put(i, cube_at(chance.within(0, .1f), chance.within(0, .1f), 0, 7.8f));
+    stop_after = 0;
     visited.clear();
-    tree.apply(nullptr, cube_at(0, 0, 0, .1f), note);
-    EXPECT_EQ(std::set<int>(visited.begin(), visited.end()), std::set<int>({6, 7, 8}));
-    EXPECT_EQ(tree.count(), 9);
+    tree.apply(nullptr, Point(-8, -7, -6), Point(7, 7, 7), &note);
+    EXPECT_EQ(visited.size(), 20000u);
 }
 
 TEST(Split_Box_Tree, outside_the_bounds) {
@@ -148,8 +217,6 @@ TEST(Split_Box_Tree, outside_the_bounds) {
     EXPECT_EQ(put(1, cube_at(20, 0, 0)), report);
     EXPECT_EQ(put(2, cube_at(8, 0, 0)), report);
     EXPECT_EQ(put(3, cube_at(7.5f, 0, 0)), "");
-    EXPECT_EQ(all_in(tree), std::vector<int>({2, 3}));
-    EXPECT_EQ(bits_of(tree.get_contents_bbox().max), bits_of(Point(8, .5f, .5f)));
     EXPECT_TRUE(tree.has(1));
     tree.remove(1);
     tree.remove(77);
@@ -157,23 +224,31 @@ TEST(Split_Box_Tree, outside_the_bounds) {
     EXPECT_EQ(tree.count(), 2);
 }
 
-TEST(Split_Box_Tree, stops_wipes_and_aborts) {
-    Tree tree(2, 16, 4, bounds);
-    const auto stop = [](SUniv* user, SUniv*, const Bbox&) { return Conv<bool>::from_univ(user); };
-    EXPECT_FALSE(tree.apply(Conv<bool>::to_univ(true), stop));
-    Bbox empty;
-    empty.clear();
-    EXPECT_EQ(bits_of(tree.get_contents_bbox()), bits_of(empty));
+// A walk inside another has memory of its own.
+TEST(Split_Box_Tree, walks_in_one_another) {
+    static Tree tree(2, 16, 4, bounds);
     for (int i = 1; i < 40; ++i) tree.put(i, cube_at(static_cast<float>(i % 7), 0, 0));
-    EXPECT_TRUE(tree.apply(Conv<bool>::to_univ(true), stop));
-    EXPECT_FALSE(tree.apply(Conv<bool>::to_univ(false), stop));
-    tree.wipe_out();
-    EXPECT_EQ(tree.count(), 0);
-    EXPECT_EQ(bits_of(tree.get_bbox()), bits_of(bounds));
-    tree.put(1, cube_at(1, 1, 1));
-    EXPECT_EQ(all_in(tree), std::vector<int>({1}));
+    static int outer, inner;
+    const auto count_inner = [](SUniv*, SUniv*, const Bbox&) { return ++inner, false; };
+    const auto count_outer = [](SUniv* user, SUniv*, const Bbox&) {
+        tree.apply(nullptr, cube_at(0, 0, 0, 3), Conv<BSplit_Box_Tree_Apply>::from_univ(user));
+        return ++outer, false;
+    };
+    EXPECT_FALSE(tree.apply(Conv<BSplit_Box_Tree_Apply>::to_univ(count_inner),
+                            toMatrix4(Frame::scaling(.05f)), count_outer));
+    EXPECT_EQ(outer, 39);
+    EXPECT_EQ(inner, 39 * 23);
+}
+
+TEST(Split_Box_Tree, class_getters_and_a_bad_split_count) {
+    Tree tree(2, 16, 4, bounds);
     EXPECT_STREQ(tree.get_dynamic_class_name(), "Split_Box_Tree<T>");
     EXPECT_TRUE(BSplit_Box_Tree::is_instance(&tree));
-    Tree odd(3, 16, 0, bounds);
-    EXPECT_EXIT(odd.put(1, cube_at(0, 0, 0)), ::testing::KilledBySignal(SIGABRT), "");
+    EXPECT_EQ(bits_of(tree.get_bbox()), bits_of(bounds));
+    EXPECT_EQ(tree.get_node_split_into_n_children(), 2);
+    EXPECT_EQ(tree.get_node_max_level(), 16);
+    EXPECT_EQ(tree.get_node_items_limit(), 4);
+    Tree odd(3, 16, 1, bounds);
+    odd.put(1, cube_at(0, 0, 0));
+    EXPECT_EXIT(odd.put(2, cube_at(0, 0, 0)), ::testing::KilledBySignal(SIGABRT), "");
 }
