@@ -8,6 +8,7 @@
 #include "std/Std_Common.h"
 #include "std/Std_Messager.h"
 #include "std/Std_URL.h"
+#include "wdb/Name_Hash.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
 #include "wdb/WDB_Material.h"
@@ -18,22 +19,10 @@ static void tell(const char* message) {
     std_assert(0, message, __FILE__, __LINE__);
 }
 
-// Decides the order of a walk over the tables.
-static unsigned int strhash(const char* const& key) {
-    const unsigned int modulus = 0x7FFFF1;
-    unsigned int h = 0;
-    for (const char* c = key; *c; ++c) h = (h % modulus) << 8 | static_cast<unsigned char>(*c);
-    return h & 0x7FFFFFF;
-}
-
-static bool streq(const char* const& a, const char* const& b) {
-    return std::strcmp(a, b) == 0;
-}
-
 WDB_Sym_Context::WDB_Sym_Context()
     : database_(nullptr), current_default_url_(nullptr), current_transform_(HFrame::identity()),
-      unit_factor_(1.0f), materials_(strhash, streq), textures_(strhash, streq),
-      geometries_(strhash, streq), nodes_(strhash, streq), file_count_(0) {}
+      unit_factor_(1.0f), materials_(name_hash, name_equal), textures_(name_hash, name_equal),
+      geometries_(name_hash, name_equal), nodes_(name_hash, name_equal), file_count_(0) {}
 
 void WDB_Sym_Context::put_database(WDB_Database* database) {
     if (database_) {

@@ -10,9 +10,9 @@
 #include "images/PX_Map.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
-#include "std/Std_Compare.h"
 #include "std/Std_Format.h"
 #include "std/Std_URL.h"
+#include "wdb/Name_Hash.h"
 #include "wdb/Scene_Buffer.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
@@ -27,7 +27,7 @@
 static std::FILE* of = nullptr; // null outside a save
 static Scene_Buffer out;        // stands in front of `of`
 static Hash_Table<WDB_Obj*, const char*> saved_objects;
-static Hash_Set<const char*> saved_names(charptr_hash, charptr_equal);
+static Hash_Set<const char*> saved_names(name_hash, name_equal);
 static int anonymous_count;
 static int camera_count;
 static int light_count;
