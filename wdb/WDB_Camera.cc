@@ -153,6 +153,15 @@ void WDB_Camera::invalidate_render_projection() {
     viewing_x_render_projection_valid_ = false;
 }
 
+void WDB_Camera::begin_listing(Extent_Signal* signal) {
+    extent_.begin(signal);
+    watch_name();
+}
+
+void WDB_Camera::drop_stale_projection() {
+    if (extent_.take()) invalidate_render_projection();
+}
+
 void WDB_Camera::print_contents(std::ostream& os) const {
     WDB_Node::print_contents(os);
     if (projection_.is_std_perspective()) {
@@ -194,6 +203,7 @@ Matrix4 WDB_Camera::fitted_projection() const {
 }
 
 const Matrix4& WDB_Camera::get_render_projection() {
+    drop_stale_projection();
     if (!render_projection_valid_) {
         const bool fits = get_world() && projection_.is_std_perspective();
         render_projection_ = fits ? fitted_projection() : projection_;
@@ -204,8 +214,11 @@ const Matrix4& WDB_Camera::get_render_projection() {
 }
 
 const Matrix4& WDB_Camera::get_viewing_x_render_projection() {
+    drop_stale_projection();
     if (!viewing_x_render_projection_valid_) {
         viewing_x_render_projection_ = viewing_ * get_render_projection();
+        // An override may have changed the world; what it answered counts as up to date.
+        drop_stale_projection();
         viewing_x_render_projection_valid_ = true;
     }
     return viewing_x_render_projection_;

@@ -11,7 +11,8 @@
 // The camera looks along its -z with +y up. Beside the projection that was set it keeps a render
 // projection whose near and far planes follow the extent of its world, and the product of viewing
 // and render projection. Both are caches: they are computed at the next use after something
-// changed, so asking is cheap and the world's put and update are too.
+// changed, so asking is cheap; and a world tells all its cameras of a change at one price, so its
+// put and update are cheap too.
 //
 // aspect is width over height of the picture. Positions in the picture run from -1 to 1.
 #ifndef WDB_WDB_CAMERA_H
@@ -22,6 +23,7 @@
 #include "math/Geometry.h"
 #include "math/Homogeneous.h"
 #include "math/Matrix4.h"
+#include "wdb/Extent_Signal.h"
 #include "wdb/WDB_Node.h"
 
 class WDB_Camera : public WDB_Node {
@@ -71,8 +73,13 @@ class WDB_Camera : public WDB_Node {
     WDB_Node* pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo);
     const Point& get_last_picked_point() const { return last_picked_point_; }
 
-    // The world calls it when a shape came or changed.
+    // The next use computes both caches anew.
     void invalidate_render_projection();
+
+    // For worlds: while one lists this camera, its signal says that the same is due.
+    // Requires: begin and end in turns for each signal.
+    void begin_listing(Extent_Signal* signal);
+    void end_listing(const Extent_Signal* signal) { extent_.end(signal); }
 
     void print_contents(std::ostream& os) const override;
     void update_after_transform_change() override;
@@ -91,6 +98,7 @@ class WDB_Camera : public WDB_Node {
     virtual void update_after_ipd_change();
 
 private:
+    void drop_stale_projection();
     Matrix4 fitted_projection() const;
     Matrix4 eye_projection(float aspect, float ipd);
     float twist(bool keep_twist) const;
@@ -103,6 +111,7 @@ private:
     Matrix4 viewing_x_render_projection_;
     bool render_projection_valid_;
     bool viewing_x_render_projection_valid_;
+    Extent_Watch extent_; // asked before a flag is believed or set
     float ipd_;
     Point last_picked_point_;
 };

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "wdb/Extent_Signal.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Light.h"
 
@@ -12,6 +13,7 @@
 struct Named_Search_Environment {
     const char* name;
     WDB_Node* node;
+    bool is_only;
 };
 
 // A query along a segment, and the nearest node so far.
@@ -59,15 +61,19 @@ static const int default_items_limit = 4;
 static const int bounded_items_limit = 8;
 static constexpr Bbox default_bounds(Point(-10000, -10000, -10000), Point(10000, 10000, 10000));
 
+static Extent_Signal* new_signal() {
+    return new (GCAtomic) Extent_Signal;
+}
+
 WDB_Database::WDB_Database()
     : editing_(false), shapes_(split_count, max_level, default_items_limit, default_bounds),
-      nodes_(nullptr, nullptr) {
+      nodes_(nullptr, nullptr), signal_(new_signal()) {
     set_name("Anonymous world");
 }
 
 WDB_Database::WDB_Database(const Bbox& bounds)
     : editing_(false), shapes_(split_count, max_level, bounded_items_limit, bounds),
-      nodes_(nullptr, nullptr) {
+      nodes_(nullptr, nullptr), signal_(new_signal()) {
     set_name("Anonymous world");
 }
 
@@ -150,23 +156,44 @@ static const float eighth_turn = 0.7853982f;
 static constexpr float default_fov = 0.61086524f; // 35 degrees
 static_assert(std::bit_cast<unsigned int>(default_fov) == 0x3F1C61AA);
 
-static WDB_Camera* new_default_camera() {
-    return new WDB_Camera("default_camera", HFrame::identity(),
+static WDB_Camera* new_default_camera(const char* name) {
+    return new WDB_Camera(name, HFrame::identity(),
                           Matrix4::perspective(eighth_turn, default_near, default_far), nullptr,
                           nullptr);
 }
 
-static bool named_search_callback(SUniv* user, const WDB_Node* node, const Bbox&) {
-    auto* const env = Conv<Named_Search_Environment*>::from_univ(user);
-    if (node->get_name() && std::strcmp(node->get_name(), env->name) == 0)
-        env->node = const_cast<WDB_Node*>(node);
-    return env->node != nullptr;
+static bool is_named(const WDB_Node* node, const char* name) {
+    return node->get_name() && std::strcmp(node->get_name(), name) == 0;
 }
 
-WDB_Camera* WDB_Database::named_camera(const char* name) const {
-    Named_Search_Environment env = {name, nullptr};
-    apply_to_cameras(Conv<Named_Search_Environment*>::to_univ(&env), named_search_callback);
-    return WDB_Camera::castdown(env.node);
+// Stops at the second node of the name.
+static bool named_search_callback(SUniv* user, const WDB_Node* node, const Bbox&) {
+    auto* const env = Conv<Named_Search_Environment*>::from_univ(user);
+    if (!is_named(node, env->name)) return false;
+    env->is_only = !env->node;
+    if (env->is_only) env->node = const_cast<WDB_Node*>(node);
+    return !env->is_only;
+}
+
+// Every candidate of a pick asks. What was found stays right until it loses its name, another
+// listed camera is given the name, or the listed ones change: see forget_default_camera.
+WDB_Camera* WDB_Database::find_default_camera() {
+    const bool is_known = default_camera_ && known_namings_ == default_camera_namings() &&
+                          is_named(default_camera_, default_camera_name);
+    if (!is_known) {
+        Named_Search_Environment env = {default_camera_name, nullptr, false};
+        apply_to_cameras(Conv<Named_Search_Environment*>::to_univ(&env), named_search_callback);
+        default_camera_ = env.node;
+        is_only_default_camera_ = env.is_only;
+        known_namings_ = default_camera_namings();
+    }
+    return WDB_Camera::castdown(default_camera_);
+}
+
+// A camera comes or goes.
+void WDB_Database::forget_default_camera(const WDB_Node* node) {
+    if (!is_only_default_camera_ || node == default_camera_ || is_named(node, default_camera_name))
+        default_camera_ = nullptr;
 }
 
 // Planes that hold the whole world from wherever lookat places the camera.
@@ -192,9 +219,9 @@ void WDB_Database::copy_first_camera(WDB_Camera* camera) const {
 WDB_Camera* WDB_Database::default_camera() {
     const bool was_editing = editing_;
     if (!was_editing) begin_editing();
-    WDB_Camera* camera = named_camera("default_camera");
+    WDB_Camera* camera = find_default_camera();
     if (!camera) {
-        camera = new_default_camera();
+        camera = new_default_camera(default_camera_name);
         if (cameras_.count() == 0) {
             show_all(camera);
         } else {
@@ -218,9 +245,9 @@ bool WDB_Database::shows_enough(const Matrix4& projection, const HFrame& frame) 
 WDB_Camera* WDB_Database::default_camera(const Matrix4& projection, const HFrame& frame) {
     const bool was_editing = editing_;
     if (!was_editing) begin_editing();
-    WDB_Camera* camera = named_camera("default_camera");
+    WDB_Camera* camera = find_default_camera();
     if (!camera) {
-        camera = new_default_camera();
+        camera = new_default_camera(default_camera_name);
         if (cameras_.count() > 0) {
             copy_first_camera(camera);
         } else if (shows_enough(projection, frame)) {
@@ -276,18 +303,32 @@ void WDB_Database::print_contents(std::ostream& os) const {
     apply_to_nodes(print_section(os, "NODES"), print_callback);
 }
 
-static bool invalidate_render_projection_callback(SUniv*, const WDB_Node* node, const Bbox&) {
-    WDB_Camera::castdown(const_cast<WDB_Node*>(node))->invalidate_render_projection();
-    return false;
+void WDB_Database::invalidate_render_projections() {
+    ++signal_->raised;
 }
 
-void WDB_Database::invalidate_render_projections() const {
-    apply_to_cameras(nullptr, invalidate_render_projection_callback);
+void WDB_Database::list_camera(WDB_Camera* camera) {
+    const int before = cameras_.count();
+    cameras_.put(camera);
+    if (cameras_.count() != before) {
+        camera->begin_listing(signal_);
+        forget_default_camera(camera);
+    } else if (!is_only_default_camera_) {
+        default_camera_ = nullptr; // the put may have ordered the set anew
+    }
+}
+
+void WDB_Database::drop_camera(WDB_Node* node) {
+    const int before = cameras_.count();
+    cameras_.remove(node);
+    if (cameras_.count() == before) return;
+    forget_default_camera(node);
+    if (WDB_Camera* const camera = WDB_Camera::castdown(node)) camera->end_listing(signal_);
 }
 
 void WDB_Database::list_by_class(WDB_Node* node) {
-    if (WDB_Camera::is_instance(node))
-        cameras_.put(node);
+    if (WDB_Camera* const camera = WDB_Camera::castdown(node))
+        list_camera(camera);
     else if (WDB_Light::is_instance(node))
         lights_.put(node);
 }
@@ -321,7 +362,7 @@ void WDB_Database::remove(WDB_Node* node) {
     if (!has(node)) return;
     nodes_.remove(node);
     shapes_.remove(node);
-    cameras_.remove(node);
+    drop_camera(node);
     lights_.remove(node);
     node->set_world(nullptr);
 }
@@ -331,4 +372,8 @@ void WDB_Database::wipe_out() {
     shapes_.wipe_out();
     cameras_.wipe_out();
     lights_.wipe_out();
+    default_camera_ = nullptr;
+    // The cameras that were listed watch the old one.
+    signal_->is_over = true;
+    signal_ = new_signal();
 }

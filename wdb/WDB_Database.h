@@ -15,6 +15,7 @@
 #ifndef WDB_WDB_DATABASE_H
 #define WDB_WDB_DATABASE_H
 
+#include <cstdint>
 #include <ostream>
 
 #include "base/Hash_Set.h"
@@ -30,6 +31,7 @@
 using WDB_Apply_Callback = bool (*)(SUniv* user, const WDB_Node* node, const Bbox& box);
 
 class WDB_Camera;
+struct Extent_Signal;
 
 class WDB_Database : public WDB_Obj {
     STD_OBJ_CLASS(WDB_Database, WDB_Obj)
@@ -39,6 +41,8 @@ class WDB_Database : public WDB_Obj {
     // reaches it.
     WDB_Database();
     explicit WDB_Database(const Bbox& bounds);
+    WDB_Database(const WDB_Database&) = delete; // a node is in one world
+    WDB_Database& operator=(const WDB_Database&) = delete;
 
     // Touches. The bracket is a flag only and filters nothing.
     void begin_editing();
@@ -113,18 +117,27 @@ class WDB_Database : public WDB_Obj {
     virtual void wipe_out();
 
 private:
-    WDB_Camera* named_camera(const char* name) const;
+    WDB_Camera* find_default_camera();
+    void forget_default_camera(const WDB_Node* node);
     void show_all(WDB_Camera* camera);
     void copy_first_camera(WDB_Camera* camera) const;
     bool shows_enough(const Matrix4& projection, const HFrame& frame) const;
     void list_by_class(WDB_Node* node);
-    void invalidate_render_projections() const;
+    void list_camera(WDB_Camera* camera);
+    void drop_camera(WDB_Node* node);
+    void invalidate_render_projections();
 
     bool editing_;
     Split_Box_Tree<WDB_Node*> shapes_;
     Hash_Set<WDB_Node*> nodes_;
     Hash_Set<WDB_Node*> lights_;
     Hash_Set<WDB_Node*> cameras_;
+    Extent_Signal* signal_; // to the listed cameras
+
+    // What the last search found; null if it must be searched for again.
+    WDB_Node* default_camera_ = nullptr;
+    bool is_only_default_camera_ = false; // no other has the name, so the order does not matter
+    std::uint64_t known_namings_ = 0;
 };
 
 #endif

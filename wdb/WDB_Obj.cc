@@ -1,12 +1,29 @@
 #include "wdb/WDB_Obj.h"
 
+#include <cstring>
+
 #include "std/Std_Common.h"
+
+std::uint64_t WDB_Obj::default_camera_namings_ = 0;
 
 WDB_Obj::WDB_Obj() : name_(str_new(WDB_Obj::get_static_class_name())), stamp_(0) {}
 
+WDB_Obj& WDB_Obj::operator=(const WDB_Obj& other) {
+    Std_Obj::operator=(other);
+    name_ = other.name_;
+    stamp_ = other.stamp_;
+    if (is_name_watched_) count_naming();
+    return *this;
+}
+
 void WDB_Obj::set_name(const char* text) {
     name_ = str_new(text);
+    if (is_name_watched_) count_naming();
     touch();
+}
+
+void WDB_Obj::count_naming() const {
+    if (name_ && std::strcmp(name_, default_camera_name) == 0) ++default_camera_namings_;
 }
 
 void WDB_Obj::touch() {

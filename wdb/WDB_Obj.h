@@ -11,6 +11,7 @@
 #ifndef WDB_WDB_OBJ_H
 #define WDB_WDB_OBJ_H
 
+#include <cstdint>
 #include <ostream>
 
 #include "std/Std_Obj.h"
@@ -20,6 +21,9 @@ class WDB_Obj : public Std_Obj {
 
     // Named "WDB_Obj" whatever the derived class; stamp 0.
     WDB_Obj();
+    WDB_Obj(const WDB_Obj&) = default;
+    // Takes over name and stamp.
+    WDB_Obj& operator=(const WDB_Obj& other);
 
     // Copies `text` and touches, also when the object bears that name already. Null takes the name
     // away: reports and dumps then say "(null)", and the writer goes by the class.
@@ -40,9 +44,21 @@ class WDB_Obj : public Std_Obj {
     virtual void print_contents(std::ostream& os) const;
     virtual void print_footer(std::ostream& os) const;
 
+protected:
+    // Worlds look for the camera of this name. While the count stands still, no object whose name
+    // is watched has been given it.
+    static constexpr char default_camera_name[] = "default_camera";
+    static std::uint64_t default_camera_namings() { return default_camera_namings_; }
+    void watch_name() { is_name_watched_ = true; }
+
 private:
+    void count_naming() const;
+
+    static std::uint64_t default_camera_namings_;
+
     const char* name_;
     int stamp_;
+    bool is_name_watched_ = false;
 };
 
 std::ostream& operator<<(std::ostream& os, const WDB_Obj& obj);

@@ -92,11 +92,74 @@ TEST(WDB_Camera, events_and_caches) {
         const int stamp = camera->get_stamp();
         r.event();
         EXPECT_EQ(camera->get_stamp() - stamp, r.stamps) << r.row;
-        EXPECT_EQ(bits_of(camera->get_render_projection()) != projection, r.changes_projection)
-            << r.row;
         EXPECT_EQ(bits_of(camera->get_viewing_x_render_projection()) != product, r.changes_product)
             << r.row;
+        EXPECT_EQ(bits_of(camera->get_render_projection()) != projection, r.changes_projection)
+            << r.row;
     }
+}
+
+// A shape that goes changes the fit but tells nobody, so an answer shows whether a camera was told
+// since.
+TEST(WDB_Camera, hears_from_the_worlds_that_list_it) {
+    WDB_Database home, other;
+    WDB_Camera* const camera = camera_at(Frame::identity());
+    const auto box = [](float z) { return box_at({-1, -1, z - 1}, {1, 1, z}); };
+    WDB_Node *const near_box = box(-4), *const far_box = box(-90), *const middle = box(-40);
+    for (WDB_Node* node : {near_box, far_box, static_cast<WDB_Node*>(camera)}) home.put(node);
+    const struct {
+        const char* row;
+        std::function<void()> event;
+        bool is_told;
+    } rows[] = {
+        {"another world", [&] { home.remove(far_box), other.put(box(0)); }, false},
+        {"listed there", [&] { other.update(camera); }, true},
+        {"in two worlds", [&] { home.remove(near_box), other.put(box(0)); }, true},
+        {"listed nowhere", [&] { home.wipe_out(), other.wipe_out(), home.put(middle); }, false},
+        {"told before it came back", [&] { home.update(middle), home.put(camera); }, false},
+        {"came back", [&] { home.put(far_box); }, true},
+        {"left the other world",
+         [&] {
+             other.update(camera), other.remove(camera), home.put(camera);
+             camera->get_render_projection(), home.remove(far_box), other.put(box(0));
+         },
+         false},
+        {"told, gone and back", [&] { home.put(near_box), home.wipe_out(), home.put(camera); },
+         true},
+    };
+    for (const auto& r : rows) {
+        const Bits before = bits_of(camera->get_render_projection());
+        r.event();
+        EXPECT_EQ(bits_of(camera->get_render_projection()) != before, r.is_told) << r.row;
+    }
+    home.put(middle);
+    WDB_Camera copy(*camera);
+    const Bits fresh = bits_of(copy.get_render_projection());
+    EXPECT_EQ(bits_of(camera->get_render_projection()), fresh) << "both were told";
+    home.remove(middle);
+    home.put(near_box);
+    EXPECT_EQ(bits_of(copy.get_render_projection()), fresh) << "nobody lists the copy";
+}
+
+// Its world changes each time that it is asked.
+class Restless_Camera : public WDB_Camera {
+    STD_OBJ_CLASS(Restless_Camera, WDB_Camera)
+    using WDB_Camera::WDB_Camera;
+    const Matrix4& get_render_projection() override {
+        const Matrix4& projection = WDB_Camera::get_render_projection();
+        get_world()->put(box_at({-1, -1, -9}, {1, 1, --z}));
+        return projection;
+    }
+    float z = 0;
+};
+
+TEST(WDB_Camera, product_with_an_override_is_kept) {
+    WDB_Database world;
+    auto* const camera =
+        new Restless_Camera("eye", HFrame::identity(), perspective, nullptr, nullptr);
+    world.put(camera);
+    for (int i = 0; i < 3; ++i) camera->get_viewing_x_render_projection();
+    EXPECT_EQ(camera->z, -1);
 }
 
 TEST(WDB_Camera, aspect_and_stereo) {

@@ -177,7 +177,59 @@ TEST(Default_camera, takes_a_view_that_shows_enough) {
         EXPECT_EQ(bits_of(camera->get_projection()) == bits_of(projection), r.is_taken) << r.row;
         EXPECT_EQ(bits_of(camera->get_transform()) == bits_of(HFrame(r.frame)), r.is_taken)
             << r.row;
-        EXPECT_EQ(world.default_camera(), camera) << r.row;
+    }
+}
+
+static std::vector<WDB_Camera*> default_cameras(const WDB_Database& world) {
+    std::vector<WDB_Camera*> found;
+    const auto add = [](SUniv* user, const WDB_Node* node, const Bbox&) {
+        if (std::string("default_camera") == node->get_name())
+            Conv<decltype(found)*>::from_univ(user)->push_back(
+                WDB_Camera::castdown(const_cast<WDB_Node*>(node)));
+        return false;
+    };
+    world.apply_to_cameras(Conv<decltype(found)*>::to_univ(&found), add);
+    return found;
+}
+
+TEST(Default_camera, is_the_first_of_its_name) {
+    std::mt19937 random(2);
+    for (int round = 0; round < 300; ++round) {
+        WDB_Database world, other;
+        std::vector<WDB_Camera*> cameras(1 + random() % 50);
+        for (WDB_Camera*& camera : cameras) camera = eye_at(Frame::identity());
+        const auto any = [&]() -> WDB_Camera*& { return cameras[random() % cameras.size()]; };
+        for (int step = 0; step < 200; ++step) {
+            WDB_Camera* const camera = any();
+            switch (random() % 8) {
+            case 0:
+                world.remove(camera);
+                break;
+            case 1:
+                world.update(camera);
+                break;
+            case 2:
+                camera->set_name(random() % 8 ? "eye" : "default_camera");
+                break;
+            case 3:
+                *camera = *any();
+                break;
+            case 4:
+                other.put(camera);
+                break;
+            case 5:
+                if (random() % 30 == 0) world.wipe_out();
+                break;
+            default:
+                world.put(camera);
+            }
+            const std::vector<WDB_Camera*> should = default_cameras(world);
+            WDB_Camera* const does = world.default_camera();
+            ASSERT_TRUE(should.empty() || does == should[0]) << round << ' ' << step;
+            if (!should.empty()) continue;
+            ASSERT_EQ(default_cameras(world), std::vector{does}) << round << ' ' << step;
+            any() = does;
+        }
     }
 }
 

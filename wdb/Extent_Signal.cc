@@ -1,0 +1,37 @@
+#include "wdb/Extent_Signal.h"
+
+#include "std/Std_GC.h"
+
+Extent_Watch& Extent_Watch::operator=(const Extent_Watch& other) {
+    const bool has_missed = other.is_raised();
+    take();
+    has_missed_ = has_missed;
+    return *this;
+}
+
+template<class Is_Dropped>
+void Extent_Watch::drop(Is_Dropped is_dropped) {
+    for (Watched** at = &first_; *at;) {
+        const Watched* const w = *at;
+        if (!is_dropped(w->signal)) {
+            at = &(*at)->next;
+            continue;
+        }
+        has_missed_ |= w->is_raised();
+        *at = w->next;
+    }
+}
+
+void Extent_Watch::begin(Extent_Signal* signal) {
+    drop([](const Extent_Signal* s) { return s->is_over; });
+    first_ = new (GC) Watched{signal, signal->raised, first_};
+}
+
+void Extent_Watch::end(const Extent_Signal* signal) {
+    drop([signal](const Extent_Signal* s) { return s == signal; });
+}
+
+void Extent_Watch::note_all() {
+    for (Watched* w = first_; w; w = w->next) w->seen = w->signal->raised;
+    has_missed_ = false;
+}
