@@ -1,8 +1,5 @@
 #include "wdb/Point_Key.h"
 
-#include <cfloat>
-#include <cmath>
-
 // Bits 4 to 7 of the integer part. Floats from 2^31 on have none there; NaN counts as 0.
 static unsigned int cell_of(float coordinate) {
     const float magnitude = std::fabs(coordinate);
@@ -11,12 +8,4 @@ static unsigned int cell_of(float coordinate) {
 
 unsigned int pnt_hash(const Point* const& point) {
     return cell_of(point->x) << 4 | cell_of(point->y) | cell_of(point->z) >> 4;
-}
-
-static bool is_close(float a, float b) {
-    return std::fabs(a - b) <= FLT_EPSILON;
-}
-
-bool pnt_equal(const Point* const& a, const Point* const& b) {
-    return is_close(a->x, b->x) && is_close(a->y, b->y) && is_close(a->z, b->z);
 }

@@ -1,22 +1,21 @@
 #include "wdb/WDB_Smoother.h"
 
 #include <bit>
-#include <cmath>
-#include <span>
+#include <climits>
+#include <numeric>
+#include <vector>
 
 #include "std/Std_Assert.h"
-#include "wdb/Corner_Groups.h"
 #include "wdb/Point_Key.h"
 
 // The cosine of 60 degrees, that is, of the single-precision pi/3.
 static constexpr float min_dot = 0.49999997f;
 static_assert(std::bit_cast<unsigned int>(min_dot) == 0x3EFFFFFF);
 
-WDB_Smoother::WDB_Smoother() : vertex_table_(pnt_hash, pnt_equal, nullptr) {}
-
 void WDB_Smoother::add_triangle(const Point* point, const WDB_Triangle* triangle) {
-    if (!vertex_table_.find(point)) vertex_table_.put(new Triangles, point);
-    (*vertex_table_.found_item())->insert_last(triangle);
+    const int number = positions_.find_or_put(*point);
+    if (number == meeting_.count()) meeting_.insert_last(new Triangles);
+    meeting_[number]->insert_last(triangle);
 }
 
 static Vector face_normal(const WDB_Triangle& t) {
@@ -30,20 +29,37 @@ static bool is_flat_shaded(const WDB_Triangle& t, const Vector& face) {
            t.n2.is_epsilon_equal(face, largest_difference);
 }
 
-// `meeting` are the triangles that meet at one position, in the order of the source.
-template<class Triangles>
-static Vector averaged_normal(const Vector& face, const WDB_Triangle* triangle,
-                              const Triangles& meeting) {
-    Vector sum = face;
-    for (int i = 0; i < meeting.count(); ++i) {
-        if (meeting[i] != triangle) {
-            const Vector neighbour = face_normal(*meeting[i]);
-            if (min_dot < dot(face, neighbour)) sum += neighbour;
+namespace {
+
+// The normal of a triangle at a corner, while the triangles that meet there come by.
+class Averaged_Normal {
+public:
+    Averaged_Normal(const WDB_Triangle* triangle, const Vector& face)
+        : triangle_(triangle), face_(face), sum_(face) {}
+
+    void add(const WDB_Triangle* other, const Vector& other_face) {
+        if (other != triangle_ && min_dot < dot(face_, other_face)) {
+            sum_ += other_face;
+            sum_.normalize();
+            is_settled_ = false;
+        } else if (!is_settled_) {
+            const Vector before = sum_;
+            sum_.normalize();
+            is_settled_ = sum_ == before;
         }
-        sum.normalize();
     }
-    return sum;
-}
+    void add_all(const Gap_List<const WDB_Triangle*>& meeting) {
+        for (int i = 0; i < meeting.count(); ++i) add(meeting[i], face_normal(*meeting[i]));
+    }
+    const Vector& sum() const { return sum_; }
+
+private:
+    const WDB_Triangle* triangle_;
+    Vector face_, sum_;
+    bool is_settled_ = false; // to bring it to length 1 once more would change nothing
+};
+
+} // namespace
 
 // Of a triangle that is not flat-shaded.
 static Vector kept_normal(const Vector& face, const Point& vertex, const WDB_Triangle* triangle) {
@@ -57,8 +73,11 @@ static Vector kept_normal(const Vector& face, const Point& vertex, const WDB_Tri
 Vector WDB_Smoother::smooth_normal(const Point& vertex, const WDB_Triangle* triangle) {
     const Vector face = face_normal(*triangle);
     if (!is_flat_shaded(*triangle, face)) return kept_normal(face, vertex, triangle);
-    if (!vertex_table_.find(&vertex)) return face;
-    return averaged_normal(face, triangle, **vertex_table_.found_item());
+    const int number = positions_.find(vertex);
+    if (number == Point_Table::none) return face;
+    Averaged_Normal normal(triangle, face);
+    normal.add_all(*meeting_[number]);
+    return normal.sum();
 }
 
 WDB_Triangle WDB_Smoother::smooth_triangle(const WDB_Triangle* triangle) {
@@ -70,62 +89,97 @@ WDB_Triangle WDB_Smoother::smooth_triangle(const WDB_Triangle* triangle) {
 }
 
 namespace {
-// The triangles that the table would hold for a corner, without a search.
-class Meeting {
+
+// smooth_triangle for all triangles of a list, with each face normal computed once and without a
+// list of its own for each position.
+class List_Smoother {
 public:
-    Meeting(const WDB_Tri_List& list, const Corner_Groups& groups, int corner) : list_(list) {
-        const int group = groups.group_of(corner);
-        if (group != Corner_Groups::none) corners_ = groups.corners_of(group);
-    }
-    int count() const { return static_cast<int>(corners_.size()); }
-    const WDB_Triangle* operator[](int i) const {
-        return &list_[corners_[static_cast<std::size_t>(i)] / 3];
-    }
+    using Triangles = Gap_List<const WDB_Triangle*>;
+
+    // Enters all corners. `noted` are triangles that came before them, by the number of the
+    // position.
+    List_Smoother(const WDB_Tri_List& list, Point_Table& positions,
+                  const Gap_List<Triangles*>& noted);
+
+    WDB_Triangle smooth_triangle(int triangle);
 
 private:
-    const WDB_Tri_List& list_;
-    std::span<const int> corners_;
-};
-} // namespace
+    static std::size_t index(int i) { return static_cast<std::size_t>(i); }
+    void list_meeting();
+    Vector averaged_normal(const Point& vertex, int corner);
 
-// smooth_triangle without the table. Requires: no tangled groups, in which the first corner decides
-// what equals it.
-static WDB_Triangle smooth_triangle_of(const WDB_Tri_List& list, const Corner_Groups& groups,
-                                       int index) {
-    const WDB_Triangle& triangle = list[index];
-    const Vector face = face_normal(triangle);
-    const bool is_flat = is_flat_shaded(triangle, face);
+    const WDB_Tri_List& list_;
+    Point_Table& positions_;
+    const Gap_List<Triangles*>& noted_;
+    std::vector<Vector> faces_;           // of each triangle
+    std::vector<int> numbers_;            // of each corner, as it was entered
+    std::vector<int> starts_, triangles_; // those of each number, in the order of the list
+};
+
+List_Smoother::List_Smoother(const WDB_Tri_List& list, Point_Table& positions,
+                             const Gap_List<Triangles*>& noted)
+    : list_(list), positions_(positions), noted_(noted) {
+    if (list.count() >= INT_MAX / 3)
+        std_assert(-1, "Too many triangles in one list", __FILE__, __LINE__);
+    faces_.reserve(index(list.count()));
+    numbers_.reserve(3 * index(list.count()));
+    for (int i = 0; i < list.count(); ++i) {
+        const WDB_Triangle& t = list[i];
+        faces_.push_back(face_normal(t));
+        for (const Point* p : {&t.p0, &t.p1, &t.p2}) numbers_.push_back(positions.find_or_put(*p));
+    }
+    list_meeting();
+}
+
+// Counts, then fills the triangles of each number from their end.
+void List_Smoother::list_meeting() {
+    starts_.assign(index(positions_.numbers()) + 1, 0);
+    for (const int number : numbers_) ++starts_[index(number)];
+    std::partial_sum(starts_.begin(), starts_.end(), starts_.begin());
+    triangles_.resize(numbers_.size());
+    for (int corner = 3 * list_.count() - 1; corner >= 0; --corner)
+        triangles_[index(--starts_[index(numbers_[index(corner)])])] = corner / 3;
+}
+
+WDB_Triangle List_Smoother::smooth_triangle(int triangle) {
+    const WDB_Triangle& source = list_[triangle];
+    const Vector& face = faces_[index(triangle)];
+    const bool is_flat = is_flat_shaded(source, face);
     const auto normal = [&](const Point& vertex, int k) {
-        return is_flat ? averaged_normal(face, &triangle, Meeting(list, groups, 3 * index + k))
-                       : kept_normal(face, vertex, &triangle);
+        return is_flat ? averaged_normal(vertex, 3 * triangle + k)
+                       : kept_normal(face, vertex, &source);
     };
-    WDB_Triangle smooth = triangle;
-    smooth.n0 = normal(triangle.p0, 0);
-    smooth.n1 = normal(triangle.p1, 1);
-    smooth.n2 = normal(triangle.p2, 2);
+    WDB_Triangle smooth = source;
+    smooth.n0 = normal(source.p0, 0);
+    smooth.n1 = normal(source.p1, 1);
+    smooth.n2 = normal(source.p2, 2);
     return smooth;
 }
 
+Vector List_Smoother::averaged_normal(const Point& vertex, int corner) {
+    const Vector& face = faces_[index(corner / 3)];
+    const int number = positions_.find(vertex, numbers_[index(corner)]);
+    if (number == Point_Table::none) return face;
+    Averaged_Normal normal(&list_[corner / 3], face);
+    if (number < noted_.count()) normal.add_all(*noted_[number]);
+    for (int i = starts_[index(number)]; i < starts_[index(number) + 1]; ++i) {
+        const int other = triangles_[index(i)];
+        normal.add(&list_[other], faces_[index(other)]);
+    }
+    return normal.sum();
+}
+
+} // namespace
+
 WDB_Tri_List* WDB_Smoother::smooth_version(const WDB_Tri_List* source) {
     if (!source) return nullptr;
-    const Corner_Groups groups(*source);
-    // Triangles that a caller has noted before take part.
-    const bool needs_table = groups.has_tangled() || vertex_table_.count() != 0;
-    for (int i = 0; needs_table && i < source->count(); ++i) {
-        const WDB_Triangle& triangle = (*source)[i];
-        add_triangle(&triangle.p0, &triangle);
-        add_triangle(&triangle.p1, &triangle);
-        add_triangle(&triangle.p2, &triangle);
-    }
+    List_Smoother smoother(*source, positions_, meeting_);
     auto* const result = new WDB_Tri_List(source->count());
     result->begin_editing();
     result->set_with_colors(source->get_with_colors());
-    for (int i = 0; i < source->count(); ++i) {
-        result->put(needs_table ? smooth_triangle(&(*source)[i])
-                                : smooth_triangle_of(*source, groups, i),
-                    i);
-    }
+    for (int i = 0; i < source->count(); ++i) result->put(smoother.smooth_triangle(i), i);
     result->end_editing();
-    vertex_table_.wipe_out();
+    positions_.wipe_out();
+    meeting_.wipe_out();
     return result;
 }

@@ -10,20 +10,20 @@
 #define WDB_WDB_SMOOTHER_H
 
 #include "base/Gap_List.h"
-#include "base/Hash_Table.h"
 #include "math/Geometry.h"
 #include "std/Std_Obj.h"
+#include "wdb/Point_Table.h"
 #include "wdb/WDB_Tri_List.h"
 
 class WDB_Smoother : public Std_Obj {
     STD_OBJ_CLASS(WDB_Smoother, Std_Obj)
 
-    WDB_Smoother();
+    WDB_Smoother() = default;
 
     // Null for null. A new list of the same length with the same points, colours and texture
     // points; its name is the default one. The smoother can be used again.
-    // Cost: in proportion to the triangles times their logarithm; but times the positions that
-    // share one cell of 16 units, if the list has tangled corners (see wdb/Corner_Groups.h).
+    // Cost: in proportion to the triangles; but each triangle looks at all others that meet at its
+    // corners, so that a fan of many around one point takes the square of their number.
     WDB_Tri_List* smooth_version(const WDB_Tri_List* source);
 
     // The steps of smooth_version, for those who fill the table themselves.
@@ -43,7 +43,8 @@ class WDB_Smoother : public Std_Obj {
 private:
     using Triangles = Gap_List<const WDB_Triangle*>;
 
-    Hash_Table<const Point*, Triangles*> vertex_table_;
+    Point_Table positions_;
+    Gap_List<Triangles*> meeting_; // by the number of the position
 };
 
 #endif
