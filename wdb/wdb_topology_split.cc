@@ -1,18 +1,20 @@
 #include "wdb/wdb_topology_split.h"
 
+#include <algorithm>
 #include <climits>
+#include <compare>
 #include <functional>
 #include <queue>
+#include <span>
 #include <vector>
 
 #include "base/Gap_List.h"
-#include "base/Hash_Set.h"
 #include "base/Hash_Table.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_URL.h"
 #include "wdb/Corner_Groups.h"
-#include "wdb/Point_Key.h"
+#include "wdb/Point_Table.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Light.h"
@@ -31,13 +33,17 @@ static void report(const char* text) {
 namespace {
 
 // Grows one component after the other. Going through all triangles that are left would find the
-// same ones: here, those that became connected stand in two heaps, `now_` for those that are still
-// to come this time through, `later_` for those that were passed.
+// same ones: here, those with two corners in groups of the component stand in two heaps, `now_` for
+// those that are still to come this time through, `later_` for those that were passed.
 //
 // That a corner of an ordinary group is among the component's is told by a mark of the group. With
 // tangled corners it depends on which of several near-equal points were entered first, and on the
-// order of a table's cells: such triangles are tested each time they come by, against a table into
-// which then all corners go.
+// order of a table's cells: such triangles are tested when they come by, against a table into which
+// then all corners go, and wait for the next corner of their tangled groups if they fail.
+//
+// A group is looked at with all its triangles when it enters a component. Those of hubs would be
+// many, again for each of the pieces that meet there; but only those count that have another corner
+// in the component, and these are found by its groups.
 class Component_Grower {
 public:
     explicit Component_Grower(const WDB_Tri_List& list);
@@ -51,22 +57,37 @@ public:
 
 private:
     using Heap = std::priority_queue<int, std::vector<int>, std::greater<int>>;
+    // A triangle with corners in a hub and in another group, or in the hub once more.
+    struct Spoke {
+        int hub, other, triangle;
+        auto operator<=>(const Spoke&) const = default;
+    };
+    static constexpr std::size_t hub_size = 64;
 
     static std::size_t index(int i) { return static_cast<std::size_t>(i); }
     const Point& point(int corner) const { return corner_point(list_, corner); }
+    bool is_hub(int group) const { return groups_.corners_of(group).size() > hub_size; }
+    bool is_tangled(int corner) const;
+    void list_spokes();
     void clear();
     void add_connected_triangle(int triangle);
     void add_group(int group);
+    void add_hub(int hub);
+    void queue(int triangle);
+    void await_change(int triangle);
+    bool is_in(int corner) const;
     bool has(int corner) const;
-    bool shares_one_edge(int triangle) const;
+    template<class Has>
+    static bool has_two(int triangle, Has has_corner);
 
     const WDB_Tri_List& list_;
     const Corner_Groups groups_;
-    Hash_Set<const Point*> points_;        // used only if there are tangled groups
-    std::vector<std::uint8_t> is_joined_;  // each triangle, to any component
-    std::vector<std::uint8_t> is_tangled_; // each triangle with a tangled corner
-    std::vector<std::uint8_t> is_in_;      // each ordinary group: in the component
-    std::vector<std::uint8_t> corners_in_; // of each triangle, of such groups
+    Point_Table points_;                    // used only if there are tangled groups
+    std::vector<std::uint8_t> is_joined_;   // each triangle, to any component
+    std::vector<std::uint8_t> is_queued_;   // each triangle, in a heap
+    std::vector<std::uint8_t> is_in_;       // each group with a corner in the component
+    std::vector<std::vector<int>> waiting_; // triangles, for each group, if some are tangled
+    std::vector<Spoke> spokes_;             // in order
     std::vector<int> component_, groups_in_;
     Heap now_, later_;
     int first_left_ = 0;
@@ -74,18 +95,29 @@ private:
 };
 
 Component_Grower::Component_Grower(const WDB_Tri_List& list)
-    : list_(list), groups_(list), points_(pnt_hash, pnt_equal), is_joined_(index(list.count())),
-      is_tangled_(index(list.count())), is_in_(index(groups_.count())),
-      corners_in_(index(list.count())) {
-    if (!groups_.has_tangled()) return;
-    for (int i = 0; i < list.count(); ++i) {
-        for (int corner = 3 * i; corner < 3 * i + 3; ++corner) {
-            const int group = groups_.group_of(corner);
-            if (group != Corner_Groups::none && groups_.is_tangled(group))
-                is_tangled_[index(i)] = 1;
+    : list_(list), groups_(list), is_joined_(index(list.count())), is_queued_(index(list.count())),
+      is_in_(index(groups_.count())) {
+    if (groups_.has_tangled()) waiting_.resize(index(groups_.count()));
+    list_spokes();
+}
+
+void Component_Grower::list_spokes() {
+    for (int hub = 0; hub < groups_.count(); ++hub) {
+        if (!is_hub(hub)) continue;
+        for (const int corner : groups_.corners_of(hub)) {
+            const int first = corner / 3 * 3;
+            for (int other = first; other < first + 3; ++other) {
+                if (other != corner && groups_.group_of(other) != Corner_Groups::none)
+                    spokes_.push_back({hub, groups_.group_of(other), corner / 3});
+            }
         }
-        if (is_tangled_[index(i)]) later_.push(i);
     }
+    std::ranges::sort(spokes_);
+}
+
+bool Component_Grower::is_tangled(int corner) const {
+    const int group = groups_.group_of(corner);
+    return group != Corner_Groups::none && groups_.is_tangled(group);
 }
 
 void Component_Grower::clear() {
@@ -93,7 +125,7 @@ void Component_Grower::clear() {
     points_.wipe_out();
     for (const int group : groups_in_) {
         is_in_[index(group)] = 0;
-        for (const int corner : groups_.corners_of(group)) corners_in_[index(corner / 3)] = 0;
+        if (groups_.is_tangled(group)) waiting_[index(group)].clear();
     }
     groups_in_.clear();
 }
@@ -112,11 +144,11 @@ bool Component_Grower::sweep() {
     while (!now_.empty()) {
         at_ = now_.top();
         now_.pop();
-        if (is_joined_[index(at_)]) continue;
-        if (is_tangled_[index(at_)] && !shares_one_edge(at_)) {
-            later_.push(at_);
-        } else {
+        is_queued_[index(at_)] = 0;
+        if (has_two(at_, [this](int corner) { return has(corner); })) {
             add_connected_triangle(at_);
+        } else {
+            await_change(at_);
         }
     }
     at_ = INT_MAX;
@@ -127,34 +159,64 @@ void Component_Grower::add_connected_triangle(int triangle) {
     component_.push_back(triangle);
     is_joined_[index(triangle)] = 1;
     for (int corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
-        if (groups_.has_tangled()) points_.put(&point(corner));
+        if (groups_.has_tangled()) points_.put(point(corner));
         const int group = groups_.group_of(corner);
-        if (group != Corner_Groups::none && !groups_.is_tangled(group) && !is_in_[index(group)])
-            add_group(group);
+        if (group == Corner_Groups::none) continue;
+        if (!is_in_[index(group)]) add_group(group);
+        if (!groups_.is_tangled(group)) continue;
+        for (const int other : waiting_[index(group)]) queue(other);
+        waiting_[index(group)].clear();
     }
 }
 
 void Component_Grower::add_group(int group) {
     is_in_[index(group)] = 1;
     groups_in_.push_back(group);
-    for (const int corner : groups_.corners_of(group)) {
-        const int triangle = corner / 3;
-        if (++corners_in_[index(triangle)] != 2 || is_joined_[index(triangle)] ||
-            is_tangled_[index(triangle)])
-            continue;
-        (triangle > at_ ? now_ : later_).push(triangle);
+    const std::span<const int> corners = groups_.corners_of(group);
+    if (is_hub(group) && groups_in_.size() < corners.size()) {
+        add_hub(group);
+        return;
+    }
+    for (const int corner : corners) {
+        if (has_two(corner / 3, [this](int c) { return is_in(c); })) queue(corner / 3);
     }
 }
 
-bool Component_Grower::has(int corner) const {
-    const int group = groups_.group_of(corner);
-    if (group == Corner_Groups::none) return false;
-    return groups_.is_tangled(group) ? points_.has(&point(corner)) : is_in_[index(group)] != 0;
+void Component_Grower::add_hub(int hub) {
+    for (const int group : groups_in_) {
+        auto spoke = std::ranges::lower_bound(spokes_, Spoke{hub, group, 0});
+        for (; spoke != spokes_.end() && spoke->hub == hub && spoke->other == group; ++spoke)
+            queue(spoke->triangle);
+    }
 }
 
-bool Component_Grower::shares_one_edge(int triangle) const {
+void Component_Grower::queue(int triangle) {
+    if (is_joined_[index(triangle)] || is_queued_[index(triangle)]) return;
+    is_queued_[index(triangle)] = 1;
+    (triangle > at_ ? now_ : later_).push(triangle);
+}
+
+// Nothing but another corner in a tangled group of the component, or another group, can connect it.
+void Component_Grower::await_change(int triangle) {
+    for (int corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
+        if (is_in(corner) && is_tangled(corner))
+            waiting_[index(groups_.group_of(corner))].push_back(triangle);
+    }
+}
+
+bool Component_Grower::is_in(int corner) const {
+    const int group = groups_.group_of(corner);
+    return group != Corner_Groups::none && is_in_[index(group)];
+}
+
+bool Component_Grower::has(int corner) const {
+    return is_in(corner) && (!is_tangled(corner) || points_.has(point(corner)));
+}
+
+template<class Has>
+bool Component_Grower::has_two(int triangle, Has has_corner) {
     const int p0 = 3 * triangle, p1 = p0 + 1, p2 = p0 + 2;
-    return has(p0) ? has(p1) || has(p2) : has(p1) && has(p2);
+    return has_corner(p0) ? has_corner(p1) || has_corner(p2) : has_corner(p1) && has_corner(p2);
 }
 
 } // namespace

@@ -16,9 +16,11 @@
 // Progress is reported as information (std/Std_Assert.h) for each list, each time through, each
 // part and each node.
 //
-// Cost: in proportion to the triangles times their logarithm. A corner where many pieces meet is
-// looked at with all its triangles once for each piece. Triangles with tangled corners (see
-// wdb/Corner_Groups.h) are tested each time through.
+// Cost: in proportion to the triangles times their logarithm, also where many pieces meet at one
+// corner. Of pieces that meet at many such corners without sharing an edge, each looks at those
+// corners with as many triangles as it has itself. Triangles with tangled corners (see
+// wdb/Corner_Groups.h) are tested again each time through in which a near corner joined: a large
+// tangled cloud with all its triangles for each piece in it.
 // Not reentrant. Requires: no traversal of the world is under way.
 #ifndef WDB_WDB_TOPOLOGY_SPLIT_H
 #define WDB_WDB_TOPOLOGY_SPLIT_H

@@ -78,8 +78,8 @@ static void check_against_plain_way(const Triangles& triangles) {
 }
 
 // Corners from a small pool, so that triangles meet by chance. Each value of a coordinate may be
-// off by a few last bits.
-static Triangles random_triangles(std::mt19937& random, float size, int most_ulps) {
+// off by a few last bits. With a hub, all triangles meet there.
+static Triangles random_triangles(std::mt19937& random, float size, int most_ulps, bool has_hub) {
     const auto below = [&](unsigned int n) { return random() % n; };
     const auto coordinate = [&] {
         const float odd[] = {0.0f, -0.0f, 1, 2, 16, 256, NAN, INFINITY, -INFINITY, 3e38f};
@@ -88,8 +88,8 @@ static Triangles random_triangles(std::mt19937& random, float size, int most_ulp
     };
     std::vector<Point> pool(5 + below(100));
     for (Point& p : pool) p = Point(coordinate(), coordinate(), coordinate());
-    const auto corner = [&] {
-        Point p = pool[below(static_cast<unsigned int>(pool.size()))];
+    const auto corner = [&](bool is_hub) {
+        Point p = pool[is_hub ? 0 : below(static_cast<unsigned int>(pool.size()))];
         for (int axis = 0; axis < 3 && most_ulps != 0; ++axis)
             for (unsigned int i = below(static_cast<unsigned int>(most_ulps) + 1); i > 0; --i)
                 p[axis] = std::nextafter(p[axis], 4.0f);
@@ -97,7 +97,7 @@ static Triangles random_triangles(std::mt19937& random, float size, int most_ulp
     };
     Triangles triangles(below(120));
     for (WDB_Triangle& t : triangles) {
-        const Point a = corner(), b = corner(), c = corner();
+        const Point a = corner(has_hub), b = corner(false), c = corner(false);
         t = WDB_Triangle(a, b, c);
     }
     return triangles;
@@ -109,21 +109,24 @@ TEST(wdb_topology_split, random_lists_come_out_as_the_plain_way_has_them) {
         float size;
         int most_ulps;
         bool may_be_tangled;
+        bool has_hub;
     } rows[] = {
-        {"exact", 1, 0, false},
-        {"far apart", 100, 1, false},
-        {"near one another", .2f, 1, false},
-        {"chains", .2f, 6, true},
-        {"around 2", .5f, 4, true},
-        {"clouds", 1e-7f, 3, true},
-        {"all as good as one", 1e-9f, 0, false},
+        {"exact", 1, 0, false, false},
+        {"far apart", 100, 1, false, false},
+        {"near one another", .2f, 1, false, false},
+        {"chains", .2f, 6, true, false},
+        {"around 2", .5f, 4, true, false},
+        {"clouds", 1e-7f, 3, true, false},
+        {"all as good as one", 1e-9f, 0, false, false},
+        {"around a hub", 1, 0, false, true},
+        {"around a hub in a chain", .2f, 3, true, true},
     };
     for (const auto& r : rows) {
         int tangled = 0, in_parts = 0;
         for (unsigned int seed = 0; seed < 150 && !HasFatalFailure(); ++seed) {
             SCOPED_TRACE(std::string(r.row) + ", seed " + std::to_string(seed));
             std::mt19937 random(seed);
-            const Triangles triangles = random_triangles(random, r.size, r.most_ulps);
+            const Triangles triangles = random_triangles(random, r.size, r.most_ulps, r.has_hub);
             check_against_plain_way(triangles);
             const WDB_Tri_List* const list = named_list(triangles);
             tangled += Corner_Groups(*list).has_tangled();
