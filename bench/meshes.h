@@ -13,7 +13,9 @@
 // piece, in a grid of pieces that fills a cube of `edge` units from (0.1, 0.1, 0.1) on. Up to 15
 // units that is one cell of pnt_hash, from 256 on all cells. The order is that of a model that was
 // saved piece by piece, or none at all.
-inline WDB_Tri_List* mesh_of_pieces(int triangles, float edge, bool is_shuffled) {
+// The first `nudged` corners with an x from 1 to 2 are moved by up to two last bits, so that of those
+// that met some are equal and some are not.
+inline WDB_Tri_List* mesh_of_pieces(int triangles, float edge, bool is_shuffled, int nudged = 0) {
     const int squares = 5, piece_count = triangles / (2 * squares * squares);
     const int per_edge = static_cast<int>(std::ceil(std::cbrt(static_cast<double>(piece_count))));
     const float step = edge / static_cast<float>(per_edge);
@@ -33,6 +35,12 @@ inline WDB_Tri_List* mesh_of_pieces(int triangles, float edge, bool is_shuffled)
                 all.emplace_back(corner(i, k), corner(i + 1, k), corner(i, k + 1));
                 all.emplace_back(corner(i + 1, k), corner(i + 1, k + 1), corner(i, k + 1));
             }
+        }
+    }
+    for (WDB_Triangle& t : all) {
+        for (Point* p : {&t.p0, &t.p1, &t.p2}) {
+            if (p->x < 1 || p->x >= 1.9f || nudged == 0) continue;
+            for (int i = nudged-- % 3; i > 0; --i) p->x = std::nextafter(p->x, 2.0f);
         }
     }
     if (is_shuffled) std::shuffle(all.begin(), all.end(), std::mt19937(7));

@@ -3,6 +3,8 @@
 // triangles in them in the same order, and report the same growth.
 #include "wdb/wdb_topology_split.h"
 
+#include <climits>
+
 #include "bench/meshes.h"
 #include "bench/side_by_side.h"
 #include "std/Std_Messager.h"
@@ -48,9 +50,7 @@ static std::uint64_t sum_of_reports(const std::string& reports) {
     return sum.sum;
 }
 
-static void topology_split(benchmark::State& state) {
-    const WDB_Tri_List* const list = mesh_of_pieces(
-        static_cast<int>(state.range(0)), static_cast<float>(state.range(1)), state.range(2) != 0);
+static void split_both_ways(benchmark::State& state, const WDB_Tri_List* list) {
     const auto plain_way = [&] {
         const Plain_Split split(*list);
         std::uint64_t sum = sum_of_reports(split.reports);
@@ -77,15 +77,40 @@ static void topology_split(benchmark::State& state) {
                                                                 }});
     state.counters["parts"] = static_cast<double>(world->parts.size());
 }
+
+// "nudged" corners differ in their last bits, so that equality does not carry over.
+static void topology_split(benchmark::State& state) {
+    split_both_ways(state, mesh_of_pieces(static_cast<int>(state.range(0)),
+                                          static_cast<float>(state.range(1)), state.range(2) != 0,
+                                          static_cast<int>(state.range(3))));
+}
 BENCHMARK(topology_split)
-    ->ArgNames({"triangles", "units", "shuffled"})
-    ->ArgsProduct({{1000, 4000, 16000}, {15, 256}, {0, 1}})
+    ->ArgNames({"triangles", "units", "shuffled", "nudged"})
+    ->ArgsProduct({{1000, 4000, 16000}, {15, 256}, {0, 1}, {0}})
+    ->ArgsProduct({{1000, 4000, 16000}, {15}, {0}, {20, INT_MAX}})
     ->UseManualTime()
     ->MinTime(0.05);
 
+// Pieces of one triangle each, all of which meet at one corner.
+static WDB_Tri_List* pieces_at_one_corner(int count) {
+    auto* const list = new WDB_Tri_List(count);
+    for (int i = 0; i < count; ++i) {
+        const float x = 100 + static_cast<float>(i % 1000), y = static_cast<float>(i / 1000);
+        list->put(WDB_Triangle({0, 0, 0}, {x, y, 0}, {x, y, 1}), i);
+    }
+    list->end_editing();
+    return list;
+}
+
+static void topology_split_at_one_corner(benchmark::State& state) {
+    split_both_ways(state, pieces_at_one_corner(static_cast<int>(state.range(0))));
+}
+BENCHMARK(topology_split_at_one_corner)->Arg(500)->Arg(4000)->UseManualTime()->MinTime(0.05);
+
 // Without the plain way, which would take minutes.
 static void topology_split_large(benchmark::State& state) {
-    const WDB_Tri_List* const list = mesh_of_pieces(static_cast<int>(state.range(0)), 256, true);
+    const WDB_Tri_List* const list = mesh_of_pieces(static_cast<int>(state.range(0)), 15, true,
+                                                    static_cast<int>(state.range(1)));
     std_set_current_messager(new Reports_Sum);
     for (auto _ : state) {
         state.PauseTiming();
@@ -97,7 +122,6 @@ static void topology_split_large(benchmark::State& state) {
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * list->count());
 }
 BENCHMARK(topology_split_large)
-    ->Arg(64000)
-    ->Arg(256000)
-    ->Arg(1024000)
+    ->ArgNames({"triangles", "nudged"})
+    ->ArgsProduct({{40000, 320000}, {0, 20, INT_MAX}})
     ->Unit(benchmark::kMillisecond);
