@@ -1,0 +1,106 @@
+#include "std/Std_Descriptor.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "std/Std_GC.h"
+
+int std_above_standard(int descriptor) {
+    if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
+    const int above = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int error = errno;
+    close(descriptor);
+    errno = error;
+    return above;
+}
+
+void std_take_standard_descriptors() {
+    for (int i = STDIN_FILENO; i <= STDERR_FILENO; ++i) {
+        if (fcntl(i, F_GETFD) >= 0 || errno != EBADF) continue;
+        // The lowest that is free, so this one.
+        if (open("/dev/null", i == STDIN_FILENO ? O_RDONLY : O_WRONLY) < 0) return;
+    }
+}
+
+int std_open_plain(const char* path) {
+    const int descriptor =
+        std_above_standard(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (descriptor < 0) return -1;
+    struct stat status;
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return descriptor;
+    close(descriptor);
+    errno = EINVAL;
+    return -1;
+}
+
+int std_open_nameless() {
+    const char* folder = std::getenv("TMPDIR");
+    if (!folder || folder[0] != '/') folder = "/tmp";
+#ifdef O_TMPFILE
+    const int nameless = std_above_standard(open(folder, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    if (nameless >= 0) return nameless;
+#endif
+    // Not every file system knows files without a name.
+    static const char pattern[] = "/noltXXXXXX";
+    const std::size_t length = std::strlen(folder);
+    char* const path = new (GCAtomic) char[length + sizeof pattern];
+    std::memcpy(path, folder, length);
+    std::memcpy(path + length, pattern, sizeof pattern);
+    const int descriptor = std_above_standard(mkostemp(path, O_CLOEXEC));
+    if (descriptor >= 0) unlink(path);
+    return descriptor;
+}
+
+namespace {
+// While it lives, a reader that has gone and a file that is too large are errors of write alone, and no
+// signals that end the process, whatever the program does with these.
+class Quiet_Writing {
+public:
+    Quiet_Writing() {
+        sigemptyset(&quiet_);
+        sigaddset(&quiet_, SIGPIPE);
+        sigaddset(&quiet_, SIGXFSZ);
+        sigpending(&before_);
+        pthread_sigmask(SIG_BLOCK, &quiet_, &mask_);
+    }
+    Quiet_Writing(const Quiet_Writing&) = delete;
+    Quiet_Writing& operator=(const Quiet_Writing&) = delete;
+    ~Quiet_Writing() {
+        const int error = errno;
+        const timespec at_once = {0, 0};
+        // Not those that were waiting before.
+        if (sigismember(&before_, SIGPIPE)) sigdelset(&quiet_, SIGPIPE);
+        if (sigismember(&before_, SIGXFSZ)) sigdelset(&quiet_, SIGXFSZ);
+        if (is_failed) sigtimedwait(&quiet_, nullptr, &at_once);
+        pthread_sigmask(SIG_SETMASK, &mask_, nullptr);
+        errno = error;
+    }
+
+    bool is_failed = false;
+
+private:
+    sigset_t quiet_, before_, mask_;
+};
+} // namespace
+
+bool std_write_all(int descriptor, const char* bytes, std::size_t count) {
+    Quiet_Writing quiet;
+    while (count > 0) {
+        const ssize_t put = write(descriptor, bytes, count);
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0) {
+            quiet.is_failed = true;
+            return false;
+        }
+        bytes += put;
+        count -= static_cast<std::size_t>(put);
+    }
+    return true;
+}

@@ -1,0 +1,103 @@
+#include "std/Std_Output_File.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "std/Std_Common.h"
+#include "std/Std_Descriptor.h"
+#include "std/Std_GC.h"
+
+// `target` with what its own link, if it is one, leads to in its place. Also for a link that leads to
+// nothing yet.
+static const char* resolved(const char* target) {
+    const int most_links = 40; // as many as the system follows
+    for (int i = 0; i < most_links; ++i) {
+        char link[PATH_MAX];
+        const ssize_t length = readlink(target, link, sizeof link - 1);
+        if (length < 0) break;
+        link[length] = '\0';
+        const char* const slash = link[0] == '/' ? nullptr : std::strrchr(target, '/');
+        const std::size_t folder = slash ? static_cast<std::size_t>(slash + 1 - target) : 0;
+        char* const path = new (GCAtomic) char[folder + static_cast<std::size_t>(length) + 1];
+        std::memcpy(path, target, folder);
+        std::memcpy(path + folder, link, static_cast<std::size_t>(length));
+        target = path;
+    }
+    return target;
+}
+
+bool Std_Output_File::open(const char* path, Links links) {
+    discard();
+    target_ = links == FOLLOW_LINKS ? resolved(path) : str_new(path);
+    struct stat status;
+    const bool exists =
+        (links == FOLLOW_LINKS ? stat(target_, &status) : lstat(target_, &status)) == 0;
+    replaces_ = exists && S_ISREG(status.st_mode);
+    if (exists && !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
+        if (S_ISDIR(status.st_mode)) errno = EISDIR;
+        return !S_ISDIR(status.st_mode) && open_in_place(0);
+    }
+    // A file that may not be written is not replaced either.
+    if (replaces_ && access(target_, W_OK) != 0) return false;
+    if (open_beside()) {
+        const mode_t mask = umask(0);
+        umask(mask);
+        const mode_t mode = replaces_ ? status.st_mode & 07777 : 0666 & ~mask;
+        if (fchmod(descriptor_, mode) == 0) return true;
+        discard();
+    }
+    return open_in_place(links == REPLACE_LINKS ? O_NOFOLLOW : 0);
+}
+
+bool Std_Output_File::open_beside() {
+    static const char pattern[] = ".noltXXXXXX";
+    const char* const slash = std::strrchr(target_, '/');
+    const std::size_t folder = slash ? static_cast<std::size_t>(slash + 1 - target_) : 0;
+    char* const path = new (GCAtomic) char[folder + sizeof pattern];
+    std::memcpy(path, target_, folder);
+    std::memcpy(path + folder, pattern, sizeof pattern);
+    descriptor_ = std_above_standard(mkostemp(path, O_CLOEXEC));
+    temporary_ = descriptor_ < 0 ? nullptr : path;
+    return descriptor_ >= 0;
+}
+
+bool Std_Output_File::open_in_place(int more_flags) {
+    const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | more_flags;
+    descriptor_ = std_above_standard(::open(target_, flags, 0666));
+    return descriptor_ >= 0;
+}
+
+bool Std_Output_File::commit() {
+    // Without the sync, a crash may leave the new name with none of its bytes, and the old ones gone.
+    bool is_good = !temporary_ || !replaces_ || fsync(descriptor_) == 0;
+    int error = errno;
+    if (::close(descriptor_) != 0 && is_good) {
+        is_good = false;
+        error = errno;
+    }
+    descriptor_ = -1;
+    if (temporary_ && is_good && std::rename(temporary_, target_) != 0) {
+        is_good = false;
+        error = errno;
+    }
+    if (temporary_ && !is_good) unlink(temporary_);
+    temporary_ = nullptr;
+    errno = error;
+    return is_good;
+}
+
+void Std_Output_File::discard() {
+    if (descriptor_ < 0) return;
+    const int error = errno;
+    ::close(descriptor_);
+    if (temporary_) unlink(temporary_);
+    descriptor_ = -1;
+    temporary_ = nullptr;
+    errno = error;
+}
