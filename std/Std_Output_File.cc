@@ -32,17 +32,24 @@ static const char* resolved(const char* target) {
     return target;
 }
 
+// A descriptor under the name of a file: what is behind it, is written where it stands.
+static bool names_a_descriptor(const char* path) {
+    return std::strncmp(path, "/dev/", 5) == 0 || std::strncmp(path, "/proc/", 6) == 0;
+}
+
 bool Std_Output_File::open(const char* path, Links links) {
     discard();
-    target_ = links == FOLLOW_LINKS ? resolved(path) : str_new(path);
+    target_ = str_new(path);
     struct stat status;
-    const bool exists =
-        (links == FOLLOW_LINKS ? stat(target_, &status) : lstat(target_, &status)) == 0;
+    const bool exists = (links == FOLLOW_LINKS ? stat(path, &status) : lstat(path, &status)) == 0;
     replaces_ = exists && S_ISREG(status.st_mode);
-    if (exists && !S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode)) {
-        if (S_ISDIR(status.st_mode)) errno = EISDIR;
-        return !S_ISDIR(status.st_mode) && open_in_place(0);
+    if (exists && S_ISDIR(status.st_mode)) {
+        errno = EISDIR;
+        return false;
     }
+    const bool is_special = exists && !replaces_ && !S_ISLNK(status.st_mode);
+    if (is_special || names_a_descriptor(path)) return open_in_place(0);
+    if (links == FOLLOW_LINKS) target_ = resolved(path);
     // A file that may not be written is not replaced either.
     if (replaces_ && access(target_, W_OK) != 0) return false;
     if (open_beside()) {
