@@ -52,6 +52,7 @@ void PX_Map::load_error(const char* message, int component) {
     width_ = height_ = dummy_size;
     component_ = component < 1 || byte_count(dummy_size, dummy_size, component) < 0 ? 1 : component;
     pixels_ = new_pixels(width_, height_, component_);
+    is_complete_ = false;
     std::memset(pixels_, grey, static_cast<std::size_t>(width_) * height_ * component_);
 }
 
@@ -67,6 +68,8 @@ static bool copy_stream(std::FILE* from, std::FILE* to) {
 // The image files are read by name and in any order, so the document, which is a pipe, is stored
 // first.
 void PX_Map::load(Std_URL* url, int component) {
+    source_ = str_new(url->get_url_string());
+    is_complete_ = true;
     url->open();
     if (!url->is_open()) {
         load_error("Unable to get url", component);
@@ -110,7 +113,7 @@ const char* PX_Map::load_file(const char* name, int component) {
     return nullptr;
 }
 
-void PX_Map::save(const char* file_name) {
+bool PX_Map::save(const char* file_name) {
     const int most_channels = 4;
     bool is_saved = component_ >= 1 && component_ <= most_channels;
     if (is_saved) {
@@ -123,6 +126,7 @@ void PX_Map::save(const char* file_name) {
     }
     if (!is_saved)
         std_assert(2, str_format("Unable to save image %s", file_name), __FILE__, __LINE__);
+    return is_saved;
 }
 
 void PX_Map::get_row_in(unsigned char* out, int y) const {

@@ -35,9 +35,14 @@ class PX_Map : public Std_Obj {
     // pixels stay zero. The URL is closed afterwards.
     void load(Std_URL* url, int component);
 
-    // Run-length encoded. On failure: a warning, and a file that may be incomplete; so also for
-    // more than 4096 pixels a row, or 4 components.
-    void save(const char* file_name);
+    // Run-length encoded. A file that bears the name is replaced at the end, and so is a link.
+    // On failure: false and a warning, and the old file is as it was; so also for more than 4 components.
+    bool save(const char* file_name);
+
+    // Whether the last load read the whole picture; true if there was none.
+    bool is_complete() const { return is_complete_; }
+    // The text of the URL of the last load, or "".
+    const char* get_source() const { return source_; }
 
     int get_width() const { return width_; }
     int get_height() const { return height_; }
@@ -86,6 +91,8 @@ private:
     int height_;
     int component_;
     unsigned char* pixels_;
+    const char* source_ = "";
+    bool is_complete_ = true;
 };
 
 #endif

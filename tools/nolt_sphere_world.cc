@@ -11,6 +11,7 @@
 
 #include <climits>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -26,6 +27,7 @@
 #include "math/Homogeneous.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
+#include "std/Std_Descriptor.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Node.h"
@@ -229,8 +231,6 @@ static WDB_Node* draw_sphere(double per_edge) {
 static const double bytes_per_sphere = 1400;
 static const double bytes_per_material = 200;
 static const double bytes_per_level_of_sphere = 2 * sizeof(void*); // a list grows by doubling
-// A box without numbers overlaps everything: such a sphere stands in each of the 2^16 cells.
-static const double bytes_per_sphere_everywhere = 65536 * 100.0;
 
 static double bytes_of_meshes() {
     const Level_Budgets budgets(n_lod, n_tess);
@@ -255,7 +255,6 @@ static double bytes_of_spheres() {
     if (n_spheres < 1) return 0;
     double bytes = bytes_per_sphere;
     if (n_lod > 0) bytes += n_lod * bytes_per_level_of_sphere;
-    if (n_lod > 0 && !std::isfinite(cube_width)) bytes += bytes_per_sphere_everywhere;
     return n_spheres * bytes;
 }
 
@@ -313,6 +312,9 @@ static void place_spheres(WDB_Database& world) {
 }
 
 int main(int argc, char** argv) {
+    // Whoever reads our lines may go away: the file is to be complete all the same.
+    std::signal(SIGPIPE, SIG_IGN);
+    std_take_standard_descriptors();
     WDB_Database world;
     retrieve_arguments(argc, argv);
     check_parameters();

@@ -1,13 +1,15 @@
 #include "wdb/Scene_Buffer.h"
 
+#include <cerrno>
 #include <charconv>
 
+#include "std/Std_Descriptor.h"
 #include "std/Std_Format.h"
 
-void Scene_Buffer::open(std::FILE* file) {
-    file_ = file;
+void Scene_Buffer::open(int descriptor) {
+    descriptor_ = descriptor;
     used_ = 0;
-    failed_ = false;
+    error_ = 0;
 }
 
 Scene_Buffer& Scene_Buffer::bytes_beyond_block(const char* bytes, std::size_t count) {
@@ -39,9 +41,10 @@ Scene_Buffer& Scene_Buffer::numbers(const float* xyz) {
 }
 
 bool Scene_Buffer::flush() {
-    if (!failed_ && std::fwrite(block_, 1, used_, file_) != used_) failed_ = true;
+    if (error_ == 0 && !std_write_all(descriptor_, block_, used_)) error_ = errno;
     used_ = 0;
-    return !failed_;
+    errno = error_;
+    return error_ == 0;
 }
 
 char* Scene_Buffer::reserve(std::size_t count) {

@@ -1,7 +1,7 @@
-// Text of a scene file on its way to disk: one large block in front of a FILE*.
+// Text of a scene file on its way to disk: one large block in front of a descriptor.
 //
 //     Scene_Buffer out;
-//     out.open(file);
+//     out.open(descriptor);
 //     out.text("  Shininess ").number(32.0f).text("\n");      // "  Shininess 32.000000\n"
 //     bool complete = out.flush();
 //
@@ -11,13 +11,12 @@
 #define WDB_SCENE_BUFFER_H
 
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 
 class Scene_Buffer {
 public:
-    // Starts on `file`, which the caller closes after flush().
-    void open(std::FILE* file);
+    // Starts on a descriptor, which the caller closes after flush().
+    void open(int descriptor);
 
     // Expanded at the call, where the length of a literal is known.
     Scene_Buffer& text(const char* text) { return bytes(text, std::strlen(text)); }
@@ -33,7 +32,7 @@ public:
     // Three numbers with a blank between them.
     Scene_Buffer& numbers(const float* xyz);
 
-    // False if any write since open() has failed.
+    // False, with the errno of the first that failed, if any write since open() has.
     bool flush();
 
 private:
@@ -45,9 +44,9 @@ private:
     // Large enough that the system calls vanish beside the formatting.
     static constexpr std::size_t block_size = 1u << 16;
 
-    std::FILE* file_ = nullptr;
+    int descriptor_ = -1;
     std::size_t used_ = 0;
-    bool failed_ = false;
+    int error_ = 0;
     char block_[block_size];
 };
 

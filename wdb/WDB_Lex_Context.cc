@@ -239,13 +239,10 @@ bool WDB_Lex_Context::accept(bool is_scanned, const char* error) {
     return is_scanned;
 }
 
-static const char name_set[] = "-_./+*0123456789abcdefghijklmnopqrstuvwxyz"
-                               "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-
 // Behind the keyword, as the file spells it, and the white space that follows. A keyword that is
 // followed by other letters is swallowed with them.
 static const char* behind_word(const char* line) {
-    line += std::strspn(line, name_set);
+    line += std::strspn(line, WDB_Lex_Context::NAME_SET);
     while (is_space(*line)) ++line;
     return line;
 }
@@ -253,7 +250,7 @@ static const char* behind_word(const char* line) {
 bool WDB_Lex_Context::try_get_header(const char* keyword) {
     if (!current_line_starts_with(keyword)) return false;
     const char* const name = behind_word(current_line_);
-    const std::size_t length = std::strspn(name, name_set);
+    const std::size_t length = std::strspn(name, WDB_Lex_Context::NAME_SET);
     if (length == 0 || length > LONGEST_NAME) {
         show_error(length == 0 ? "name expected" : "name too long");
         skip_until_brace();
@@ -586,7 +583,7 @@ bool WDB_Lex_Context::try_get_references(const char* keyword) {
     const char* name = behind_word(current_line_);
     int count = 0;
     while (count < MOST_REFERENCES) {
-        const std::size_t length = std::strspn(name, name_set);
+        const std::size_t length = std::strspn(name, WDB_Lex_Context::NAME_SET);
         if (length == 0) break;
         if (length > LONGEST_NAME) {
             show_error("reference name too long");

@@ -39,6 +39,9 @@ public:
     static constexpr int LONGEST_LINE = 1023;
     static constexpr int LONGEST_NAME = 127;
     static constexpr int MOST_REFERENCES = 12;
+    // What names are made of.
+    static constexpr char NAME_SET[] = "-_./+*0123456789abcdefghijklmnopqrstuvwxyz"
+                                       "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
     // Opens `url`; see open.
     WDB_Lex_Context(Std_URL* url, Std_URL* base);

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 
@@ -11,53 +12,122 @@
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Format.h"
+#include "std/Std_Output_File.h"
 #include "std/Std_URL.h"
 #include "wdb/Name_Hash.h"
 #include "wdb/Scene_Buffer.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Lex_Context.h"
 #include "wdb/WDB_Light.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Texture.h"
 #include "wdb/WDB_Tri_List.h"
 
-// State of the save that runs; each save starts with clean tables and counters.
-static std::FILE* of = nullptr; // null outside a save
-static Scene_Buffer out;        // stands in front of `of`
-static Hash_Table<WDB_Obj*, const char*> saved_objects;
-static Hash_Set<const char*> saved_names(name_hash, name_equal);
-static int anonymous_count;
-static int camera_count;
-static int light_count;
-static int shape_count;
-static int material_count;
-static int texture_count;
-static long long triangle_count; // many nodes share a mesh: the sum outgrows an int
+namespace {
 
-// Nodes between the walk and the file. Those of a large world lie far from the processor's cache:
-// asked for a few turns ahead, they are at hand when their turn comes.
-static const unsigned int queue_length = 8;
-static const WDB_Node* queue[queue_length];
-static unsigned int queued, dequeued; // nodes so far; their difference is at most queue_length
+// One row of a triangle as text: nine numbers, in three groups.
+class Triangle_Row {
+public:
+    // Formatting costs far more than comparing, and a row often repeats another one.
+    void set(const float* values) {
+        if (length_ != 0 && std::memcmp(values_, values, sizeof values_) == 0) return;
+        std::memcpy(values_, values, sizeof values_);
+        char* at = text_;
+        for (int i = 0; i < 9; ++i) {
+            if (i != 0) *at++ = ' ';
+            if (i == 3 || i == 6) *at++ = ' ';
+            at = std_format_f(at, values[i]);
+        }
+        length_ = static_cast<std::size_t>(at - text_);
+        float sum = 0; // not a number if one of them is infinite or none
+        for (int i = 0; i < 9; ++i) sum += values[i] * 0;
+        is_finite_ = sum == 0;
+    }
+    bool is_finite() const { return is_finite_; }
+    std::size_t length() const { return length_; }
+    void write(Scene_Buffer& out, const char* before, const char* after) const {
+        out.text(before).bytes(text_, length_).text(after);
+    }
 
-static void start_save() {
-    of = nullptr;
-    saved_objects.wipe_out();
-    saved_names.wipe_out();
-    anonymous_count = 0;
-    camera_count = light_count = shape_count = material_count = texture_count = 0;
-    triangle_count = 0;
-    queued = dequeued = 0;
-}
+private:
+    float values_[9];
+    std::size_t length_ = 0;
+    bool is_finite_ = true;
+    char text_[9 * STD_FORMAT_F_MAX + 10]; // 8 blanks and 2 more between the groups
+};
 
-static bool is_saved(const WDB_Obj* obj) {
+// One save, from the opening of the file to its end.
+class Scene_Writer {
+public:
+    // As wdb_save.
+    int save(WDB_Database& world, const char* path);
+
+private:
+    bool is_saved(const WDB_Obj* obj);
+    const char* saved_name(const WDB_Obj* obj);
+    bool is_new_name(const char* name);
+    const char* unused_numbered_name(const char* base);
+    const char* unused_name(const WDB_Obj* obj);
+    const char* register_saved(const WDB_Obj* obj);
+
+    void warn_unreadable(const char* why);
+    void check_name(const char* name);
+    void write_number(float value);
+    void write_numbers(const float* xyz);
+    void save_row(Triangle_Row& row, const float* values, const char* before, const char* after);
+    void write_color(const char* title, const Color& color);
+    void save_material(const WDB_Material* material);
+    void save_triangle(const WDB_Triangle& triangle, bool with_colors);
+    void save_trilist(const WDB_Tri_List* list);
+    void save_geometry(const WDB_Geometry* geometry);
+    void save_transform(const HFrame& transform);
+    void save_levels(const WDB_Node* node);
+    void save_string(const char* keyword, const char* text);
+    void save_node_common(const WDB_Node* node);
+    void save_node_body(const WDB_Node* node);
+    void save_camera_body(const WDB_Camera* camera);
+    void save_light_body(const WDB_Light* light);
+    void save_image(PX_Map* image, const char* name);
+    void save_texture(const WDB_Texture* texture);
+    void save_body(const WDB_Node* node);
+    void save_node(const WDB_Node* node);
+    void enqueue(const WDB_Node* node);
+    void save_first_in_queue();
+    void write_counter(const char* title, long long count);
+    void write_counters();
+
+    Scene_Buffer out;
+    Hash_Table<WDB_Obj*, const char*> saved_objects;
+    Hash_Set<const char*> saved_names{name_hash, name_equal};
+    int anonymous_count = 0;
+    int camera_count = 0;
+    int light_count = 0;
+    int shape_count = 0;
+    int material_count = 0;
+    int texture_count = 0;
+    long long triangle_count = 0; // many nodes share a mesh: the sum outgrows an int
+    bool textures_are_saved = true;
+    const WDB_Obj* object = nullptr; // that is being written, until it is told to be unreadable
+    std::size_t line_length = 0;     // of the triangle that is being written, all its rows together
+
+    // Nodes between the walk and the file. Those of a large world lie far from the processor's cache:
+    // asked for a few turns ahead, they are at hand when their turn comes.
+    static const unsigned int queue_length = 8;
+    const WDB_Node* queue[queue_length];
+    unsigned int queued = 0, dequeued = 0; // nodes so far; their difference is at most queue_length
+};
+
+} // namespace
+
+bool Scene_Writer::is_saved(const WDB_Obj* obj) {
     return saved_objects.has(const_cast<WDB_Obj*>(obj));
 }
 
 // Requires: is_saved(obj).
-static const char* saved_name(const WDB_Obj* obj) {
+const char* Scene_Writer::saved_name(const WDB_Obj* obj) {
     saved_objects.find(const_cast<WDB_Obj*>(obj));
     return *saved_objects.found_item();
 }
@@ -78,38 +148,73 @@ static const char* numbered_name(const char* base, int number) {
 
 // Enters a name. False if it was there: then the table has only changed which of the equal texts it
 // holds.
-static bool is_new_name(const char* name) {
+bool Scene_Writer::is_new_name(const char* name) {
     const int before = saved_names.count();
     saved_names.put(name);
     return saved_names.count() != before;
 }
 
-static const char* unused_numbered_name(const char* base) {
+const char* Scene_Writer::unused_numbered_name(const char* base) {
     for (;;) {
         const char* const candidate = numbered_name(base, ++anonymous_count);
         if (is_new_name(candidate)) return candidate;
     }
 }
 
-static const char* unused_name(const WDB_Obj* obj) {
+const char* Scene_Writer::unused_name(const WDB_Obj* obj) {
     const char* const name = obj->get_name();
     if (!name) return unused_numbered_name(obj->get_dynamic_class_name());
     return is_new_name(name) ? name : unused_numbered_name(name);
 }
 
 // Gives `obj` a name that this file does not hold yet, and returns it.
-static const char* register_saved(const WDB_Obj* obj) {
+const char* Scene_Writer::register_saved(const WDB_Obj* obj) {
     const char* const name = unused_name(obj);
     saved_objects.put(name, const_cast<WDB_Obj*>(obj));
+    object = obj;
+    check_name(name);
     return name;
 }
 
-static void write_color(const char* title, const Color& color) {
-    const float rgb[3] = {color.r, color.g, color.b};
-    out.text(title).numbers(rgb).text("\n");
+// What would not come back from the file is written all the same, but not without a word.
+void Scene_Writer::warn_unreadable(const char* why) {
+    if (!object) return;
+    std_assert(2,
+               str_format("%s %.100s cannot be read back: %s", object->get_dynamic_class_name(),
+                          saved_name(object), why),
+               __FILE__, __LINE__);
+    object = nullptr; // once
 }
 
-static void save_material(const WDB_Material* material) {
+void Scene_Writer::check_name(const char* name) {
+    const std::size_t length = std::strspn(name, WDB_Lex_Context::NAME_SET);
+    if (length == 0 || name[length] != '\0') {
+        warn_unreadable("its name holds other signs than names do");
+    } else if (length > WDB_Lex_Context::LONGEST_NAME) {
+        warn_unreadable("its name is too long");
+    }
+}
+
+void Scene_Writer::write_number(float value) {
+    if (!std::isfinite(value)) warn_unreadable("a number is infinite or none");
+    out.number(value);
+}
+
+void Scene_Writer::write_numbers(const float* xyz) {
+    for (int i = 0; i < 3; ++i) {
+        if (i > 0) out.text(" ");
+        write_number(xyz[i]);
+    }
+}
+
+void Scene_Writer::write_color(const char* title, const Color& color) {
+    const float rgb[3] = {color.r, color.g, color.b};
+    out.text(title);
+    write_numbers(rgb);
+    out.text("\n");
+}
+
+void Scene_Writer::save_material(const WDB_Material* material) {
     if (is_saved(material)) return;
     const char* const name = register_saved(material);
     ++material_count;
@@ -118,56 +223,39 @@ static void save_material(const WDB_Material* material) {
     write_color("  Diffuse   ", material->get_diffuse());
     write_color("  Emission  ", material->get_emission());
     write_color("  Specular  ", material->get_specular());
-    out.text("  Shininess ").number(material->get_shininess()).text("\n");
-    out.text("  Alpha     ").number(material->get_alpha()).text("\n");
-    out.text("}\n\n");
+    out.text("  Shininess ");
+    write_number(material->get_shininess());
+    out.text("\n  Alpha     ");
+    write_number(material->get_alpha());
+    out.text("\n}\n\n");
 }
 
-// One row of a triangle as text: nine numbers, in three groups.
-class Triangle_Row {
-public:
-    // Formatting costs far more than comparing, and a row often repeats another one.
-    void set(const float* values) {
-        if (length_ != 0 && std::memcmp(values_, values, sizeof values_) == 0) return;
-        std::memcpy(values_, values, sizeof values_);
-        char* at = text_;
-        for (int i = 0; i < 9; ++i) {
-            if (i != 0) *at++ = ' ';
-            if (i == 3 || i == 6) *at++ = ' ';
-            at = std_format_f(at, values[i]);
-        }
-        length_ = static_cast<std::size_t>(at - text_);
-    }
-    void write(const char* before, const char* after) const {
-        out.text(before).bytes(text_, length_).text(after);
-    }
+void Scene_Writer::save_row(Triangle_Row& row, const float* values, const char* before,
+                            const char* after) {
+    row.set(values);
+    row.write(out, before, after);
+    line_length += row.length() + std::strlen(before);
+    if (!row.is_finite()) warn_unreadable("a number is infinite or none");
+}
 
-private:
-    float values_[9];
-    std::size_t length_ = 0;
-    char text_[9 * STD_FORMAT_F_MAX + 10]; // 8 blanks and 2 more between the groups
-};
-
-static void save_triangle(const WDB_Triangle& triangle, bool with_colors) {
+void Scene_Writer::save_triangle(const WDB_Triangle& triangle, bool with_colors) {
     // Corners, normals, colours, texture points: nine contiguous floats each.
     float rows[4][9];
     static_assert(sizeof rows == sizeof triangle);
     std::memcpy(rows, &triangle, sizeof rows);
-    Triangle_Row row;
-    row.set(rows[0]);
-    row.write("  Triangle   p ", "\\\n");
-    row.set(rows[1]);
-    row.write("  n ", "\\\n");
-    if (with_colors) {
-        Triangle_Row colors;
-        colors.set(rows[2]);
-        colors.write("  c ", "\\\n");
-    }
-    row.set(rows[3]);
-    row.write("  t ", "\n");
+    Triangle_Row row, colors;
+    line_length = 0;
+    save_row(row, rows[0], "  Triangle   p ", "\\\n");
+    save_row(row, rows[1], "  n ", "\\\n");
+    if (with_colors) save_row(colors, rows[2], "  c ", "\\\n");
+    save_row(row, rows[3], "  t ", "\n");
+    // The reader joins the rows and drops the blanks in front of each.
+    const std::size_t blanks = with_colors ? 8 : 6;
+    if (line_length - blanks > WDB_Lex_Context::LONGEST_LINE)
+        warn_unreadable("a triangle is longer than a line");
 }
 
-static void save_trilist(const WDB_Tri_List* list) {
+void Scene_Writer::save_trilist(const WDB_Tri_List* list) {
     if (is_saved(list)) return;
     const char* const name = register_saved(list);
     out.text("TriangleList ").text(name).text(" {\n");
@@ -175,7 +263,7 @@ static void save_trilist(const WDB_Tri_List* list) {
     out.text("}\n\n");
 }
 
-static void save_geometry(const WDB_Geometry* geometry) {
+void Scene_Writer::save_geometry(const WDB_Geometry* geometry) {
     if (const WDB_Tri_List* list = WDB_Tri_List::const_castdown(geometry)) {
         save_trilist(list);
         return;
@@ -186,36 +274,52 @@ static void save_geometry(const WDB_Geometry* geometry) {
     out.text(" of class ").text(geometry->get_dynamic_class_name()).text("\n\n");
 }
 
-static void save_transform(const HFrame& transform) {
-    out.text("  Frame m ").numbers(transform[0].to_c()).text(" \\\n");
-    out.text("          ").numbers(transform[1].to_c()).text(" \\\n");
-    out.text("          ").numbers(transform[2].to_c()).text(" \\\n");
-    out.text("          ").numbers(transform[3].to_c()).text("   \n");
+void Scene_Writer::save_transform(const HFrame& transform) {
+    const char* const ends[4] = {" \\\n", " \\\n", " \\\n", "   \n"};
+    for (int i = 0; i < 4; ++i) {
+        out.text(i == 0 ? "  Frame m " : "          ");
+        write_numbers(transform[i].to_c());
+        out.text(ends[i]);
+    }
 }
 
 // The levels of detail, of which the first counts.
-static void save_levels(const WDB_Node* node) {
+void Scene_Writer::save_levels(const WDB_Node* node) {
     if (node->lod_count() == 0) return;
     out.text("  Geometry ");
-    for (int i = 0; i < node->lod_count(); ++i) out.text(" ").text(saved_name(node->lod_item(i)));
+    std::size_t length = std::strlen("Geometry ");
+    for (int i = 0; i < node->lod_count(); ++i) {
+        const char* const name = saved_name(node->lod_item(i));
+        out.text(" ").text(name);
+        length += 1 + std::strlen(name);
+    }
     out.text("\n");
+    if (length > WDB_Lex_Context::LONGEST_LINE ||
+        node->lod_count() > WDB_Lex_Context::MOST_REFERENCES)
+        warn_unreadable("it has too many levels of detail for a line");
     if (const WDB_Tri_List* list = WDB_Tri_List::const_castdown(node->get_geometry()))
         triangle_count += list->count();
 }
 
+void Scene_Writer::save_string(const char* keyword, const char* text) {
+    out.text("  ").text(keyword).text(" \"").text(text).text("\"\n");
+    const std::size_t length = std::strcspn(text, "\"\n");
+    if (length == 0 || text[length] != '\0' || length > WDB_Lex_Context::LONGEST_NAME)
+        warn_unreadable("a text is empty, too long or holds a quote");
+}
+
 // The fields that nodes, cameras and lights share.
-static void save_node_common(const WDB_Node* node) {
+void Scene_Writer::save_node_common(const WDB_Node* node) {
     save_transform(node->get_transform());
     if (const WDB_Material* material = node->get_material())
         out.text("  Material ").text(saved_name(material)).text("\n");
     if (const WDB_Texture* texture = node->get_texture())
         out.text("  Texture ").text(saved_name(texture)).text("\n");
     save_levels(node);
-    if (const Std_URL* url = node->get_url())
-        out.text("  URL \"").text(url->get_url_string()).text("\"\n");
+    if (const Std_URL* url = node->get_url()) save_string("URL", url->get_url_string());
 }
 
-static void save_node_body(const WDB_Node* node) {
+void Scene_Writer::save_node_body(const WDB_Node* node) {
     if (is_saved(node)) return;
     const char* const name = register_saved(node);
     ++shape_count;
@@ -224,7 +328,7 @@ static void save_node_body(const WDB_Node* node) {
     out.text("}\n\n");
 }
 
-static void save_camera_body(const WDB_Camera* camera) {
+void Scene_Writer::save_camera_body(const WDB_Camera* camera) {
     if (is_saved(camera)) return;
     const char* const name = register_saved(camera);
     ++camera_count;
@@ -234,22 +338,26 @@ static void save_camera_body(const WDB_Camera* camera) {
     if (projection.is_std_perspective()) {
         const float planes_and_ipd[3] = {projection.near_from_std_perspective(),
                                          projection.far_from_std_perspective(), camera->get_ipd()};
-        out.text("  Perspective ").number(rad_to_deg(projection.fov_from_std_perspective()));
-        out.text(" 1.0 ").numbers(planes_and_ipd).text("\n");
+        out.text("  Perspective ");
+        write_number(rad_to_deg(projection.fov_from_std_perspective()));
+        out.text(" 1.0 ");
+        write_numbers(planes_and_ipd);
+        out.text("\n");
     } else {
         out.text("# Not standard perspective - ignored\n");
     }
     out.text("}\n\n");
 }
 
-static void save_light_body(const WDB_Light* light) {
+void Scene_Writer::save_light_body(const WDB_Light* light) {
     if (is_saved(light)) return;
     const char* const name = register_saved(light);
     ++light_count;
     out.text("Light ").text(name).text(" {\n");
     save_node_common(light);
-    out.text("  Angle ").number(rad_to_deg(light->get_angle())).text("\n");
-    out.text("}\n\n");
+    out.text("  Angle ");
+    write_number(rad_to_deg(light->get_angle()));
+    out.text("\n}\n\n");
 }
 
 // Images land in the working directory or below it: a name that was read from a scene must not
@@ -263,21 +371,30 @@ static bool leads_out(const char* name) {
     return false;
 }
 
-static void save_image(PX_Map* image, const char* name) {
+// The picture as a file of its own, or, if it was not read as a whole, the name of what it was read from:
+// nothing is to take the place of a file that the user may still mend.
+void Scene_Writer::save_image(PX_Map* image, const char* name) {
+    if (!image->is_complete()) {
+        save_string("Image", image->get_source());
+        std_assert(2, str_format("Image %s was not read and is not written", image->get_source()),
+                   __FILE__, __LINE__);
+        return;
+    }
     const std::size_t length = std::strlen(name);
     char* const file_name = new (GCAtomic) char[length + sizeof ".rgb"];
     std::memcpy(file_name, name, length);
     std::memcpy(file_name + length, ".rgb", sizeof ".rgb");
-    out.text("  Image \"").text(file_name).text("\"\n");
+    save_string("Image", file_name);
     if (leads_out(file_name)) {
         std_assert(2, str_format("Image %s would lie outside of this folder", file_name), __FILE__,
                    __LINE__);
-        return;
+        textures_are_saved = false;
+    } else if (!image->save(file_name)) {
+        textures_are_saved = false;
     }
-    image->save(file_name);
 }
 
-static void save_texture(const WDB_Texture* texture) {
+void Scene_Writer::save_texture(const WDB_Texture* texture) {
     if (is_saved(texture)) return;
     const char* const name = register_saved(texture);
     ++texture_count;
@@ -286,7 +403,7 @@ static void save_texture(const WDB_Texture* texture) {
     out.text("}\n\n");
 }
 
-static void save_body(const WDB_Node* node) {
+void Scene_Writer::save_body(const WDB_Node* node) {
     if (const WDB_Camera* camera = WDB_Camera::const_castdown(node)) {
         save_camera_body(camera);
     } else if (const WDB_Light* light = WDB_Light::const_castdown(node)) {
@@ -312,7 +429,7 @@ static void report_progress(const WDB_Node* node) {
 }
 
 // Everything that a node refers to stands in the file before the node.
-static void save_node(const WDB_Node* node) {
+void Scene_Writer::save_node(const WDB_Node* node) {
     report_progress(node);
     if (const WDB_Texture* texture = node->get_texture()) save_texture(texture);
     if (const WDB_Material* material = node->get_material()) save_material(material);
@@ -326,24 +443,23 @@ static void fetch(const WDB_Node* node) {
     for (std::size_t i = 0; i < sizeof *node; i += cache_line) __builtin_prefetch(bytes + i);
 }
 
-static void save_first_in_queue() {
+void Scene_Writer::save_first_in_queue() {
     save_node(queue[dequeued++ % queue_length]);
 }
 
-static bool enqueue_node(SUniv*, const WDB_Node* node, const Bbox&) {
+void Scene_Writer::enqueue(const WDB_Node* node) {
     if (queued - dequeued == queue_length) save_first_in_queue();
     queue[queued++ % queue_length] = node;
     fetch(node);
     if (queued - dequeued > queue_length / 2)
         __builtin_prefetch(queue[(queued - queue_length / 2) % queue_length]->get_name());
-    return false;
 }
 
-static void write_counter(const char* title, long long count) {
+void Scene_Writer::write_counter(const char* title, long long count) {
     out.text(title).integer(count).text("\n");
 }
 
-static void write_counters() {
+void Scene_Writer::write_counters() {
     out.text("\n\n# -- \n");
     write_counter("# -- Number of cameras        :  ", camera_count);
     write_counter("# -- Number of lights         :  ", light_count);
@@ -354,23 +470,31 @@ static void write_counters() {
     out.text("# -- \n# -- End of file\n");
 }
 
-int wdb_save(WDB_Database& world, const char* path) {
-    start_save();
-    of = std::fopen(path, "w");
-    if (!of) {
-        // The reason first: a long path is cut.
-        std_assert(2, str_format("Cannot write scene file (%s): %s", std::strerror(errno), path),
-                   __FILE__, __LINE__);
-        return EOF;
-    }
-    out.open(of);
+// The reason first: a long path is cut.
+static int warn_unwritten(const char* path) {
+    std_assert(2, str_format("Cannot write scene file (%s): %s", std::strerror(errno), path),
+               __FILE__, __LINE__);
+    return EOF;
+}
+
+int Scene_Writer::save(WDB_Database& world, const char* path) {
+    Std_Output_File file;
+    if (!file.open(path, Std_Output_File::FOLLOW_LINKS)) return warn_unwritten(path);
+    out.open(file.descriptor());
     out.text("# -- File ").text(path).text(" generated by wdb_save\n\n");
-    world.apply_to_nodes(nullptr, enqueue_node);
-    world.apply_to_shapes(nullptr, enqueue_node);
+    const WDB_Apply_Callback enqueue_node = [](SUniv* user, const WDB_Node* node, const Bbox&) {
+        Conv<Scene_Writer*>::from_univ(user)->enqueue(node);
+        return false;
+    };
+    world.apply_to_nodes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
+    world.apply_to_shapes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
     while (dequeued != queued) save_first_in_queue();
     write_counters();
-    const bool complete = out.flush();
-    const int closed = std::fclose(of);
-    of = nullptr;
-    return complete ? closed : EOF;
+    if (!out.flush() || !file.commit()) return warn_unwritten(path);
+    return textures_are_saved ? 0 : EOF;
+}
+
+int wdb_save(WDB_Database& world, const char* path) {
+    Scene_Writer writer;
+    return writer.save(world, path);
 }

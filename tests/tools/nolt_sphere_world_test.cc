@@ -230,7 +230,6 @@ TEST(nolt_sphere_world, worlds_that_cannot_be_built) {
         {"-t 32768 -l 1000", "FATAL  : The world is too large"},
         {"-s 2147483647", "FATAL  : The world is too large"},
         {"-m 2147483647 -s 2000000000", "FATAL  : The world is too large"},
-        {"-w inf -s 1000000", "FATAL  : The world is too large"},
     };
     for (const auto& [arguments, report] : rows) {
         const Tool_Run run(arguments);
