@@ -63,6 +63,8 @@ public:
     void next_line();
 
     bool is_eof() const { return current_line_[0] == '\0'; }
+    // At the end: whether a file that begins as wdb_save writes it does not end so.
+    bool is_cut() const { return is_generated_ && !has_end_mark_; }
     bool is_at_brace() const { return current_line_[0] == '}'; }
     // To the closing line, which stays current, or to the end.
     void skip_until_brace();
@@ -119,6 +121,7 @@ private:
 
     bool accept(bool is_scanned, const char* error);
     bool append(const char* text, std::size_t length);
+    void drop_line();
     void convert_vrml(const char* first_piece, std::size_t length);
     bool store_for_conversion(const char* first_piece, std::size_t length, int descriptor);
     void abandon();
@@ -143,6 +146,7 @@ private:
     bool last_triangle_is_colored_;
     WDB_Line last_line_;
     bool last_line_is_colored_, last_line_is_lighted_, last_line_is_textured_;
+    bool is_generated_, has_end_mark_;
     std::size_t line_length_;
     Input* input_; // what was read of the file and not taken yet
 };

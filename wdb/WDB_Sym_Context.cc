@@ -1,11 +1,13 @@
 #include "wdb/WDB_Sym_Context.h"
 
+#include <chrono>
 #include <cstring>
 #include <sys/stat.h>
 
 #include "math/Bbox.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
+#include "std/Std_Limits.h"
 #include "std/Std_Messager.h"
 #include "std/Std_URL.h"
 #include "wdb/Name_Hash.h"
@@ -22,7 +24,8 @@ static void tell(const char* message) {
 WDB_Sym_Context::WDB_Sym_Context()
     : database_(nullptr), current_default_url_(nullptr), current_transform_(HFrame::identity()),
       unit_factor_(1.0f), materials_(name_hash, name_equal), textures_(name_hash, name_equal),
-      geometries_(name_hash, name_equal), nodes_(name_hash, name_equal), file_count_(0) {}
+      geometries_(name_hash, name_equal), nodes_(name_hash, name_equal), file_count_(0), start_(0) {
+}
 
 void WDB_Sym_Context::put_database(WDB_Database* database) {
     if (database_) {
@@ -177,14 +180,16 @@ void WDB_Sym_Context::wipe_out() {
     file_count_ = 0;
 }
 
+static double seconds_now() {
+    using namespace std::chrono;
+    return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
 const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
-    // Each open file holds a process and a pipe. The second number bounds what a few files that
-    // import each other over and over can cost.
-    const int most_open = 64, most_files = 10000;
-    Document document = {str_new(url->get_url_string().chars()), 0, 0};
+    const int most_open = 64; // each holds a descriptor, and perhaps a process
+    Document document = {str_new(url->get_url_string().chars()), 0, 0, url->get_host().empty()};
     struct stat status;
-    const bool is_local = url->get_host().empty();
-    if (is_local && stat(url->get_path(), &status) == 0) {
+    if (document.is_local && stat(url->get_path(), &status) == 0) {
         document.device = status.st_dev;
         document.inode = status.st_ino;
     }
@@ -196,7 +201,9 @@ const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
         if (is_same) return "file imports itself";
     }
     if (open_files_.count() >= most_open) return "imports nested too deeply";
-    if (file_count_ >= most_files) return "too many imports";
+    if (file_count_ > std_limits.imports) return "too many imports";
+    if (file_count_ == 0) start_ = seconds_now();
+    if (seconds_now() - start_ > std_limits.import_seconds) return "imports take too long";
     ++file_count_;
     open_files_.insert_last(document);
     return nullptr;
@@ -204,4 +211,10 @@ const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
 
 void WDB_Sym_Context::end_file() {
     open_files_.remove(open_files_.count() - 1);
+}
+
+bool WDB_Sym_Context::reads_local_files() const {
+    for (int i = 0; i < open_files_.count(); ++i)
+        if (!open_files_[i].is_local) return false;
+    return true;
 }

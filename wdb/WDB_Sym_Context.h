@@ -66,11 +66,15 @@ public:
     const char* begin_file(const Std_URL* url);
     void end_file();
 
+    // Whether all files that are being read are local.
+    bool reads_local_files() const;
+
 private:
     // Tells one document from another: the file behind a local name, else the text.
     struct Document {
         const char* text;
         unsigned long long device, inode;
+        bool is_local;
     };
 
     WDB_Database* database_;
@@ -84,6 +88,7 @@ private:
     Gap_List<WDB_Node*> node_list_;
     Gap_List<Document> open_files_;
     int file_count_;
+    double start_; // of the load: seconds of a steady clock
 };
 
 #endif

@@ -61,11 +61,15 @@ void try_get_load_context(WDB_Lex_Context& lex, WDB_Sym_Context&) {
     check_close(lex, "unknown loading context field");
 }
 
+static bool is_local(const Std_URL* url) {
+    return url->get_host().empty();
+}
+
 // What a scene names must not be without an end, such as a device, the standard input or a pipe
 // that nobody writes. Documents that do not exist fail where they are opened.
 static bool may_be_endless(const Std_URL* url) {
     struct stat status;
-    if (!url->get_host().empty()) return false;
+    if (!is_local(url)) return false;
     if (url->get_path() == "-") return true;
     return stat(url->get_path(), &status) == 0 && !S_ISREG(status.st_mode);
 }
@@ -155,10 +159,17 @@ static WDB_Texture* new_texture(const WDB_Lex_Context& lex, Std_URL* url) {
     return texture;
 }
 
-static void delete_source(const WDB_Lex_Context& lex, const Std_URL* url) {
+// Only for scenes that are local up to the one that the program asked for: others could have any file
+// of the user's deleted. And only what was read as an image.
+static void delete_source(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym,
+                          const Std_URL* url, const PX_Map* image) {
+    const char* const text = url->get_url_string();
     if (!url->is_valid() || url->get_protocol() != URL_LOCAL_PROTOCOL) {
-        lex.show_error(
-            str_format("Non Local or invalid tmpimage: %s", url->get_url_string().chars()));
+        lex.show_error(str_format("Non Local or invalid tmpimage: %s", text));
+    } else if (!is_local(lex.get_url()) || !sym.reads_local_files()) {
+        lex.show_error(str_format("tmpimage of a scene that is not local, keeping it: %s", text));
+    } else if (!image->is_complete()) {
+        lex.show_error(str_format("tmpimage was not read, keeping it: %s", text));
     } else if (unlink(url->get_path()) != 0) {
         lex.show_error("Problems unlinking temporary image file");
     }
@@ -172,7 +183,7 @@ void try_get_texture(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     } else if (lex.try_get_string("tmpimage")) {
         Std_URL* const url = url_of_last_string(lex);
         texture = new_texture(lex, url);
-        delete_source(lex, url);
+        delete_source(lex, sym, url, texture->get_image());
     }
     check_close(lex, "unknown texture field");
     if (texture) sym.put_texture(texture);
@@ -422,6 +433,12 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         try_get_trilist,      try_get_linelist, try_get_node,  try_get_camera,   try_get_light,
     };
     while (!lex.is_eof()) {
+        // What the writer leaves in place of a geometry that it cannot write. It has no closing brace.
+        if (lex.current_line_starts_with("!!!")) {
+            lex.show_error("geometry was not saved");
+            lex.next_line();
+            continue;
+        }
         const Std_Heap_Watch heap;
         for (Block_Reader reader : readers) reader(lex, sym);
         if (!lex.is_eof()) {
@@ -430,6 +447,11 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         }
         heap.collect_if_grown();
     }
+    if (lex.is_cut())
+        std_assert(2,
+                   str_format("[%s]: the file was cut, its end is missing",
+                              lex.get_url()->get_url_string().chars()),
+                   __FILE__, __LINE__);
 }
 
 WDB_Database* wdb_load(Std_URL* url, Std_URL* base) {

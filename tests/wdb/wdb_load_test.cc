@@ -339,7 +339,7 @@ TEST_F(Wdb_Load, what_does_not_come_back) {
     EXPECT_STREQ(world->get_name(), "Anonymous world");
     const Matrix4 standard = Matrix4::perspective(0.7853982f, 2, 20000);
     EXPECT_EQ(bits_of(WDB_Camera::castdown(node("c"))->get_projection()), bits_of(standard));
-    // The line in place of a line list costs the block behind it.
+    // The line in place of a line list is passed over alone.
     WDB_Database lines;
     auto* const list = new WDB_Line_List(1);
     list->put(WDB_Line({0, 0, 0}, {1, 1, 1}), 0);
@@ -347,9 +347,9 @@ TEST_F(Wdb_Load, what_does_not_come_back) {
     list->end_editing();
     for (const char* name : {"m", "n"}) lines.put(node_with(list, Frame::identity(), name));
     load_text(saved(&lines));
-    EXPECT_EQ(errors(), "2 confused by earlier errors, skipping until brace |!!! Unable to save "
-                        "geometry l of class WDB_Line_List|\n18 `l' unknown geometry\n");
-    EXPECT_EQ(nodes(), "n:-,- ");
+    EXPECT_EQ(errors(), "2 geometry was not saved |!!! Unable to save geometry l of class "
+                        "WDB_Line_List|\n10 `l' unknown geometry\n18 `l' unknown geometry\n");
+    EXPECT_EQ(nodes(), "m:-,- n:-,- ");
 }
 
 TEST_F(Wdb_Load, textures) {
