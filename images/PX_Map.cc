@@ -11,7 +11,8 @@
 #include "images/pix_support.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
-#include "std/Std_Shell.h"
+#include "std/Std_Descriptor.h"
+#include "std/Std_Output_File.h"
 #include "std/Std_URL.h"
 
 // -1 for a size that is negative or does not fit an int.
@@ -35,6 +36,25 @@ PX_Map::PX_Map(int width, int height, int component)
     : width_(width), height_(height), component_(component),
       pixels_(new_pixels(width, height, component)) {}
 
+PX_Map::PX_Map(const PX_Map& other)
+    : Std_Obj(other), width_(other.width_), height_(other.height_), component_(other.component_),
+      pixels_(new_pixels(width_, height_, component_)), source_(other.source_),
+      is_complete_(other.is_complete_) {
+    std::memcpy(pixels_, other.pixels_, static_cast<std::size_t>(at(0, height_)));
+}
+
+PX_Map& PX_Map::operator=(const PX_Map& other) {
+    if (this == &other) return *this;
+    const PX_Map copy(other);
+    width_ = copy.width_;
+    height_ = copy.height_;
+    component_ = copy.component_;
+    pixels_ = copy.pixels_;
+    source_ = copy.source_;
+    is_complete_ = copy.is_complete_;
+    return *this;
+}
+
 PX_Map::PX_Map(Std_URL* url, int component) : PX_Map(0, 0, 0) {
     load(url, component);
 }
@@ -56,17 +76,16 @@ void PX_Map::load_error(const char* message, int component) {
     std::memset(pixels_, grey, static_cast<std::size_t>(width_) * height_ * component_);
 }
 
-static bool copy_stream(std::FILE* from, std::FILE* to) {
-    char block[4096];
+static bool copy_stream(std::FILE* from, int to) {
+    char block[16384];
     for (;;) {
         const std::size_t got = std::fread(block, 1, sizeof block, from);
         if (got == 0) return true;
-        if (std::fwrite(block, 1, got, to) < got) return false;
+        if (!std_write_all(to, block, got)) return false;
     }
 }
 
-// The image files are read by name and in any order, so the document, which is a pipe, is stored
-// first.
+// The rows of an image file are read in any order, so the document, which may be a pipe, is stored first.
 void PX_Map::load(Std_URL* url, int component) {
     source_ = str_new(url->get_url_string());
     is_complete_ = true;
@@ -75,54 +94,56 @@ void PX_Map::load(Std_URL* url, int component) {
         load_error("Unable to get url", component);
         return;
     }
-    const char* name;
-    const int descriptor = std_open_tmp_file(&name);
-    std::FILE* const store = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
-    const char* error = "Unable to open local tmpfile";
-    if (store) {
-        const bool is_stored = copy_stream(url->get_file(), store);
-        error = std::fclose(store) == 0 && is_stored ? nullptr : "Problem writing to tmpfile";
-    } else if (descriptor >= 0) {
-        ::close(descriptor);
+    const int store = std_open_nameless();
+    const char* error = nullptr;
+    if (store < 0) {
+        error = "Unable to open local tmpfile";
+    } else if (!copy_stream(url->get_file(), store)) {
+        error = "Problem writing to tmpfile";
+        ::close(store);
     }
     url->close();
-    if (!error) error = load_file(name, component);
-    if (name) unlink(name);
+    if (!error) error = load_file(store, component);
     if (error) load_error(error, component);
 }
 
-// Null, or what went wrong; the map is then as it was.
-const char* PX_Map::load_file(const char* name, int component) {
+// Null, or what went wrong; the map is then as it was. Rows that cannot be read are black.
+const char* PX_Map::load_file(int descriptor, int component) {
     const char* const error = "Image not found";
     const int most_channels = 4;
-    if (!pixmap_open_read(name)) return error;
+    if (!pixmap_open_read(descriptor)) return error;
     const int width = pixmap_xsize(), height = pixmap_ysize();
     if (component == 0) component = std::min(pixmap_zsize(), most_channels);
-    bool is_loaded = byte_count(width, height, component) >= 0;
-    unsigned char* pixels = nullptr;
-    if (is_loaded) {
-        pixels = new_pixels(width, height, component);
-        is_loaded = pixmap_load(pixels, component, width * component);
+    if (byte_count(width, height, component) < 0) {
+        pixmap_close();
+        return error;
     }
-    pixmap_close();
-    if (!is_loaded) return error;
     width_ = width;
     height_ = height;
     component_ = component;
-    pixels_ = pixels;
+    pixels_ = new_pixels(width, height, component);
+    const int bad_rows = pixmap_load(pixels_, component, width * component);
+    pixmap_close();
+    is_complete_ = bad_rows == 0;
+    if (!is_complete_)
+        std_assert(0,
+                   str_format("PX_Map: %d of %d rows are damaged in %s", bad_rows, height, source_),
+                   __FILE__, __LINE__);
     return nullptr;
 }
 
 bool PX_Map::save(const char* file_name) {
     const int most_channels = 4;
-    bool is_saved = component_ >= 1 && component_ <= most_channels;
+    Std_Output_File file;
+    bool is_saved = component_ >= 1 && component_ <= most_channels &&
+                    file.open(file_name, Std_Output_File::REPLACE_LINKS);
     if (is_saved) {
-        pixmap_open_write(file_name, width_, height_, component_);
+        pixmap_open_write(dup(file.descriptor()), width_, height_, component_);
         is_saved = pixmap_is_open();
     }
     if (is_saved) {
         is_saved = pixmap_save(pixels_, width_ * component_);
-        is_saved = pixmap_close() && is_saved;
+        is_saved = pixmap_close() && is_saved && file.commit();
     }
     if (!is_saved)
         std_assert(2, str_format("Unable to save image %s", file_name), __FILE__, __LINE__);

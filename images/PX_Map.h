@@ -9,7 +9,8 @@
 // of the picture.
 //
 // Loading never fails for the caller: what cannot be loaded becomes a grey image of 4 by 4 pixels,
-// with a message on the standard error stream. The pixels are collected, pointer-free memory.
+// with a message on the standard error stream. Of a damaged or cut file the rows that can be read are
+// kept, the others are black, and a report tells how many. The pixels are collected, pointer-free memory.
 #ifndef IMAGES_PX_MAP_H
 #define IMAGES_PX_MAP_H
 
@@ -28,6 +29,9 @@ class PX_Map : public Std_Obj {
     // All zero.
     // On failure: a fatal report, for sizes that are negative or whose product does not fit an int.
     PX_Map(int width, int height, int component);
+    // A copy has pixels of its own.
+    PX_Map(const PX_Map& other);
+    PX_Map& operator=(const PX_Map& other);
     PX_Map(Std_URL* url, int component);
     PX_Map(const char* url, int component);
 
@@ -85,7 +89,7 @@ private:
         return (static_cast<std::ptrdiff_t>(y) * width_ + x) * component_;
     }
     void load_error(const char* message, int component);
-    const char* load_file(const char* name, int component);
+    const char* load_file(int descriptor, int component);
 
     int width_;
     int height_;

@@ -33,9 +33,12 @@ static bool complete(IMAGE* image) {
 }
 
 int iclose(IMAGE* image) {
-    iflush(image);
-    const bool are_put = img_release_writes(image);
-    const bool is_complete = !(image->flags & IMAGE_WRITE) || (complete(image) && are_put);
+    const bool are_put = iflush(image) == 0 && img_release_writes(image);
+    bool is_complete = !(image->flags & IMAGE_WRITE) || complete(image);
+    if (!are_put || image->flags & IMAGE_ERROR) {
+        i_errhdlr("iclose: error on write of rows\n");
+        is_complete = false;
+    }
     std::free(image->transfers);
     std::free(image->base);
     std::free(image->tmpbuf);

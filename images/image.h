@@ -27,7 +27,8 @@ constexpr unsigned RLE(unsigned bpp) {
     return 0x0100 | bpp;
 }
 
-// An open file. The first 108 bytes are the header as it stands in the file. Collected memory.
+// An open file. The first 108 bytes are the header as it stands in the file. Memory of malloc, which
+// iclose does not free: that is left to whoever opened it.
 struct IMAGE {
     unsigned short imagic;
     unsigned short type;
@@ -42,7 +43,7 @@ struct IMAGE {
     unsigned int colormap;
 
     int file;
-    unsigned short flags; // 1 read, 2 write, 128 read and write, 32 error
+    unsigned short flags; // 1 read, 2 write, 32 a write failed
     short dorev;          // 1 if the file's byte order is not the machine's
     unsigned short x, y, z;
     short cnt;
@@ -67,8 +68,8 @@ IMAGE* fiopen(int fd, const char* mode, unsigned type = 0, unsigned dim = 0, uns
               unsigned ysize = 0, unsigned zsize = 0);
 
 // Completes a file that was written, and closes it.
-// On failure: what close answers, or -1 if the header or the tables could not be written. The image
-// is closed all the same.
+// On failure: what close answers, or -1 with an error if any row, the header or the tables could not be
+// written. The image is closed all the same.
 int iclose(IMAGE* image);
 int iflush(IMAGE* image);
 

@@ -61,6 +61,9 @@ const void* img_read_row(IMAGE* image, std::size_t count);
 void img_hold_writes(IMAGE* image);
 bool img_release_writes(IMAGE* image);
 
+// Whether the file of an image that is read holds any row at all.
+bool img_has_rows(const IMAGE* image);
+
 // Size in bytes of an encoded row, -1 if it was not written.
 int img_getrowsize(const IMAGE* image, unsigned y, unsigned z);
 // Gives the row `count` bytes at the end of the file.

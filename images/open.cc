@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "images/image_internal.h"
-#include "std/Std_GC.h"
+#include "std/Std_Descriptor.h"
 
 static void (*error_hook)(char* message) = nullptr;
 static Image_Byte_Order order_of_new_files = IMAGE_NATIVE_ORDER;
@@ -85,7 +85,8 @@ bool img_write_header(IMAGE* image) {
 static bool start_writing(IMAGE* image, const char* name, unsigned type, unsigned dim,
                           unsigned xsize, unsigned ysize, unsigned zsize) {
     if (name) {
-        image->file = ::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+        image->file =
+            std_above_standard(::open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
         if (image->file < 0) {
             i_errhdlr("iopen: can't open output file %s\n", name);
             return false;
@@ -109,7 +110,7 @@ static bool start_writing(IMAGE* image, const char* name, unsigned type, unsigne
 
 static bool start_reading(IMAGE* image, const char* name) {
     if (name) {
-        image->file = ::open(name, O_RDONLY | O_CLOEXEC);
+        image->file = std_above_standard(::open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
         if (image->file < 0) return false;
     }
     char bytes[stored_size];
@@ -179,11 +180,17 @@ static bool make_work_row(IMAGE* image) {
 
 IMAGE* imgopen(int fd, const char* name, const char* mode, unsigned type, unsigned dim,
                unsigned xsize, unsigned ysize, unsigned zsize) {
-    IMAGE* const image = new (GC) IMAGE();
+    // Of malloc, like all that it points to: programs may keep the only pointer to it anywhere.
+    auto* const image = static_cast<IMAGE*>(std::calloc(1, sizeof(IMAGE)));
+    if (!image) {
+        i_errhdlr("iopen: error on image struct alloc\n");
+        return nullptr;
+    }
     image->file = fd;
     image->offset = -1;
     if (mode[0] != '\0' && mode[1] == '+') {
         i_errhdlr("iopen: read/write mode not supported\n");
+        std::free(image);
         return nullptr;
     }
     const bool is_new = mode[0] == 'w';
@@ -197,6 +204,7 @@ IMAGE* imgopen(int fd, const char* name, const char* mode, unsigned type, unsign
     std::free(image->rowsize);
     std::free(image->tmpbuf);
     if (name && image->file >= 0) ::close(image->file);
+    std::free(image);
     return nullptr;
 }
 

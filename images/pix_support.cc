@@ -1,20 +1,32 @@
 #include "images/pix_support.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <unistd.h>
 
 #if defined(__x86_64__)
 #include <tmmintrin.h>
 #endif
 
 #include "images/image_internal.h"
+#include "std/Std_GC.h"
+#include "std/Std_Limits.h"
 
 static IMAGE* image = nullptr;
 
-// One row of each channel, overwritten by every row that is read or written.
-static unsigned short rbuf[PIXMAP_MAX_XSIZE], gbuf[PIXMAP_MAX_XSIZE], bbuf[PIXMAP_MAX_XSIZE],
-    abuf[PIXMAP_MAX_XSIZE];
+// One row of each channel, overwritten by every row that is read or written; as long as the widest
+// image so far.
+static unsigned short *rbuf, *gbuf, *bbuf, *abuf;
+static int buffer_size = 0;
+
+static void make_room_for_rows() {
+    if (image->xsize <= buffer_size) return;
+    buffer_size = image->xsize;
+    for (unsigned short** buffer : {&rbuf, &gbuf, &bbuf, &abuf})
+        *buffer = new (GCAtomic) unsigned short[static_cast<std::size_t>(buffer_size)];
+}
 
 void i_printerror(const char* message) {
     std::fputs(message, stderr);
@@ -25,34 +37,62 @@ static void print_error(char* message) {
 }
 
 static const char* reason_to_refuse() {
-    if (image->xsize > PIXMAP_MAX_XSIZE) return "too wide";
-    if (!img_is_sound(image)) return "damaged";
-    return nullptr;
+    if (static_cast<long long>(image->xsize) * image->ysize > std_limits.image_pixels)
+        return "too large";
+    return img_has_rows(image) ? nullptr : "damaged";
+}
+
+static bool start_reading() {
+    if (!image) return false;
+    const char* const reason = reason_to_refuse();
+    if (!reason) {
+        make_room_for_rows();
+        return true;
+    }
+    i_errhdlr("pixmap_open_read: image file is %s\n", reason);
+    pixmap_close();
+    return false;
 }
 
 bool pixmap_open_read(const char* name) {
     i_seterror(print_error);
     image = iopen(name, "r");
-    if (!image) return false;
-    const char* const reason = reason_to_refuse();
-    if (!reason) return true;
-    i_errhdlr("pixmap_open_read: image file is %s\n", reason);
-    pixmap_close();
+    return start_reading();
+}
+
+bool pixmap_open_read(int descriptor) {
+    i_seterror(print_error);
+    image = fiopen(descriptor, "r");
+    if (!image) ::close(descriptor);
+    return start_reading();
+}
+
+static bool do_sizes_fit(int xsize, int ysize, int zsize) {
+    const auto fits = [](int size) { return size >= 1 && size <= PIXMAP_MAX_SIZE; };
+    if (fits(xsize) && fits(ysize) && fits(zsize)) return true;
+    i_errhdlr("pixmap_open_write: %d x %d x %d do not fit an image file\n", xsize, ysize, zsize);
     return false;
 }
 
 void pixmap_open_write(const char* name, int xsize, int ysize, int zsize) {
     i_seterror(print_error);
     image = nullptr;
-    const int largest = 65535;
-    if (xsize < 1 || xsize > PIXMAP_MAX_XSIZE || ysize < 1 || ysize > largest || zsize < 1 ||
-        zsize > largest) {
-        i_errhdlr("pixmap_open_write: %d x %d x %d do not fit an image file\n", xsize, ysize,
-                  zsize);
-        return;
-    }
+    if (!do_sizes_fit(xsize, ysize, zsize)) return;
     image = iopen(name, "w", RLE(1), 3, static_cast<unsigned>(xsize), static_cast<unsigned>(ysize),
                   static_cast<unsigned>(zsize));
+    if (image) make_room_for_rows();
+}
+
+void pixmap_open_write(int descriptor, int xsize, int ysize, int zsize) {
+    i_seterror(print_error);
+    image = nullptr;
+    if (do_sizes_fit(xsize, ysize, zsize))
+        image = fiopen(descriptor, "w", RLE(1), 3, static_cast<unsigned>(xsize),
+                       static_cast<unsigned>(ysize), static_cast<unsigned>(zsize));
+    if (image)
+        make_room_for_rows();
+    else
+        ::close(descriptor);
 }
 
 bool pixmap_is_open() {
@@ -61,6 +101,7 @@ bool pixmap_is_open() {
 
 bool pixmap_close() {
     const bool is_complete = iclose(image) == 0;
+    std::free(image);
     image = nullptr;
     return is_complete;
 }
@@ -81,21 +122,29 @@ static unsigned char low(unsigned short value) {
     return static_cast<unsigned char>(value);
 }
 
-// Row y of the channels that a file of this many has. Grey files leave only rbuf set.
+static bool get_channel(unsigned short* row, unsigned y, unsigned z) {
+    if (getrow(image, row, y, z) >= 0) return true;
+    std::fill_n(row, image->xsize, static_cast<unsigned short>(0));
+    return false;
+}
+
+// Row y of the channels that a file of this many has. Grey files leave only rbuf set. False if one of them
+// could not be read.
 static bool get_channels(unsigned y) {
+    bool are_read = get_channel(rbuf, y, 0);
     switch (image->zsize) {
-    case 2:
-        return getrow(image, rbuf, y, 0) >= 0 && getrow(image, abuf, y, 1) >= 0;
-    case 3:
-        return getrow(image, rbuf, y, 0) >= 0 && getrow(image, gbuf, y, 1) >= 0 &&
-               getrow(image, bbuf, y, 2) >= 0;
     case 0:
     case 1:
-        return getrow(image, rbuf, y, 0) >= 0;
+        return are_read;
+    case 2:
+        return get_channel(abuf, y, 1) && are_read;
+    case 3:
+        break;
     default:
-        return getrow(image, rbuf, y, 0) >= 0 && getrow(image, gbuf, y, 1) >= 0 &&
-               getrow(image, bbuf, y, 2) >= 0 && getrow(image, abuf, y, 3) >= 0;
+        are_read = get_channel(abuf, y, 3) && are_read;
     }
+    are_read = get_channel(gbuf, y, 1) && are_read;
+    return get_channel(bbuf, y, 2) && are_read;
 }
 
 static unsigned char luminance(int x) {
@@ -172,11 +221,12 @@ static void put_pixels(unsigned char* out) {
 }
 
 template<int Component>
-static bool load_image(unsigned char* pixels, std::ptrdiff_t row_stride) {
+static int load_image(unsigned char* pixels, std::ptrdiff_t row_stride) {
     const bool has_color = image->zsize >= 3;
     const bool has_alpha = image->zsize == 2 || image->zsize >= 4;
+    int bad_rows = 0;
     for (unsigned y = 0; y < image->ysize; ++y, pixels += row_stride) {
-        if (!get_channels(y)) return false;
+        bad_rows += !get_channels(y);
         if (has_color) {
             has_alpha ? put_pixels<Component, true, true>(pixels)
                       : put_pixels<Component, true, false>(pixels);
@@ -185,38 +235,20 @@ static bool load_image(unsigned char* pixels, std::ptrdiff_t row_stride) {
                       : put_pixels<Component, false, false>(pixels);
         }
     }
-    return true;
+    return bad_rows;
 }
 
-static bool load_image_as_bw(unsigned char* pixels, int row_stride) {
-    return load_image<1>(pixels, row_stride);
-}
+static void say_nothing(char*) {}
 
-static bool load_image_as_bwa(unsigned char* pixels, int row_stride) {
-    return load_image<2>(pixels, row_stride);
-}
-
-static bool load_image_as_rgb(unsigned char* pixels, int row_stride) {
-    return load_image<3>(pixels, row_stride);
-}
-
-static bool load_image_as_rgba(unsigned char* pixels, int row_stride) {
-    return load_image<4>(pixels, row_stride);
-}
-
-bool pixmap_load(unsigned char* pixels, int component, int row_stride) {
-    switch (component) {
-    case 1:
-        return load_image_as_bw(pixels, row_stride);
-    case 2:
-        return load_image_as_bwa(pixels, row_stride);
-    case 3:
-        return load_image_as_rgb(pixels, row_stride);
-    case 4:
-        return load_image_as_rgba(pixels, row_stride);
-    default:
-        return true;
-    }
+int pixmap_load(unsigned char* pixels, int component, int row_stride) {
+    i_seterror(say_nothing); // one word about all bad rows is enough, and the caller's
+    int bad_rows = 0;
+    if (component == 1) bad_rows = load_image<1>(pixels, row_stride);
+    if (component == 2) bad_rows = load_image<2>(pixels, row_stride);
+    if (component == 3) bad_rows = load_image<3>(pixels, row_stride);
+    if (component == 4) bad_rows = load_image<4>(pixels, row_stride);
+    i_seterror(print_error);
+    return bad_rows;
 }
 
 // Spreads the pixels of a row to the first zsize of the given channels.

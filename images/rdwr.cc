@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "images/image_internal.h"
+#include "std/Std_Descriptor.h"
 
 bool img_badrow(const IMAGE* image, unsigned y, unsigned z) {
     return y >= image->ysize || z >= image->zsize;
@@ -126,8 +127,11 @@ const void* img_read_row(IMAGE* image, std::size_t count) {
     return ahead.bytes + (from - ahead.start);
 }
 
+// What fails is seen again when the image is closed.
 static bool write_at(IMAGE* image, const void* buffer, std::size_t count, off_t offset) {
-    return pwrite(image->file, buffer, count, offset) == static_cast<ssize_t>(count);
+    if (std_write_all_at(image->file, buffer, count, offset)) return true;
+    image->flags |= IMAGE_ERROR;
+    return false;
 }
 
 static bool write_held(IMAGE* image) {
@@ -176,21 +180,38 @@ static bool is_row_sound(const IMAGE* image, std::size_t entry, std::size_t file
            start <= file_size && size <= file_size - start;
 }
 
-bool img_is_sound(const IMAGE* image) {
+// Sizes that can be, of a type that is known; the file is a plain one of `file_size` bytes.
+static bool is_header_sound(const IMAGE* image, std::size_t* file_size) {
     struct stat status;
     if (fstat(image->file, &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    const auto file_size = static_cast<std::size_t>(status.st_size);
-    const std::size_t rows = table_entries(image);
+    *file_size = static_cast<std::size_t>(status.st_size);
     const unsigned bpp = bytes_per_channel(image);
-    if (image->xsize == 0 || rows == 0 || (bpp != 1 && bpp != 2)) return false;
-    if (image->dim < 1 || image->dim > 3) return false;
+    return image->xsize != 0 && table_entries(image) != 0 && (bpp == 1 || bpp == 2) &&
+           image->dim >= 1 && image->dim <= 3 && (is_verbatim(image) || is_rle(image));
+}
+
+static std::size_t count_sound_rows(const IMAGE* image, std::size_t file_size) {
     const std::size_t planes = image->dim < 3 ? 1 : image->zsize;
-    if (is_verbatim(image))
-        return image_data_start + planes * image->ysize * image->xsize * bpp <= file_size;
-    if (!is_rle(image)) return false;
-    // Rows may share their bytes.
-    for (std::size_t entry = 0; entry < rows; ++entry) {
-        if (!is_row_sound(image, entry, file_size)) return false;
+    const std::size_t rows = planes * image->ysize;
+    if (is_verbatim(image)) {
+        const std::size_t row = std::size_t{image->xsize} * bytes_per_channel(image);
+        const auto start = static_cast<std::size_t>(image_data_start);
+        return file_size < start ? 0 : std::min(rows, (file_size - start) / row);
     }
-    return true;
+    std::size_t sound = 0; // rows may share their bytes
+    for (std::size_t entry = 0; entry < rows; ++entry)
+        sound += is_row_sound(image, entry, file_size);
+    return sound;
+}
+
+bool img_is_sound(const IMAGE* image) {
+    std::size_t file_size;
+    return is_header_sound(image, &file_size) &&
+           count_sound_rows(image, file_size) ==
+               std::size_t{image->ysize} * (image->dim < 3 ? 1 : image->zsize);
+}
+
+bool img_has_rows(const IMAGE* image) {
+    std::size_t file_size;
+    return is_header_sound(image, &file_size) && count_sound_rows(image, file_size) > 0;
 }

@@ -90,17 +90,33 @@ private:
 };
 } // namespace
 
-bool std_write_all(int descriptor, const char* bytes, std::size_t count) {
+// write(bytes, count) writes some of them.
+template<class Write>
+static bool write_all(const void* bytes, std::size_t count, Write write) {
     Quiet_Writing quiet;
+    const char* next = static_cast<const char*>(bytes);
     while (count > 0) {
-        const ssize_t put = write(descriptor, bytes, count);
+        const ssize_t put = write(next, count);
         if (put < 0 && errno == EINTR) continue;
         if (put < 0) {
             quiet.is_failed = true;
             return false;
         }
-        bytes += put;
+        next += put;
         count -= static_cast<std::size_t>(put);
     }
     return true;
+}
+
+bool std_write_all(int descriptor, const void* bytes, std::size_t count) {
+    return write_all(bytes, count, [=](const char* next, std::size_t left) {
+        return write(descriptor, next, left);
+    });
+}
+
+bool std_write_all_at(int descriptor, const void* bytes, std::size_t count, long long offset) {
+    const char* const start = static_cast<const char*>(bytes);
+    return write_all(bytes, count, [=](const char* next, std::size_t left) {
+        return pwrite(descriptor, next, left, static_cast<off_t>(offset + (next - start)));
+    });
 }

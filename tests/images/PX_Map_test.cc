@@ -2,11 +2,14 @@
 
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <random>
+#include <sys/resource.h>
 #include <vector>
 
 #include "images/image.h"
 #include "images/pix_support.h"
+#include "std/Std_Limits.h"
 #include "tests/Scratch_Folder.h"
 
 using Bytes = std::vector<unsigned char>;
@@ -100,44 +103,73 @@ TEST_F(PX_Map_test, what_cannot_be_loaded_becomes_a_dummy) {
 }
 
 // Headers and tables that claim what the file does not hold, and files cut at every byte.
+// Cut anywhere, or with one of its tables' entries wrong: each row is as it was or black, and a report
+// tells how many are not; without any row there is the dummy.
 TEST_F(PX_Map_test, hostile_files) {
-    random_map(5, 3, 3)->save("good.rgb");
+    PX_Map& original = *random_map(5, 3, 3);
+    original.save("good.rgb");
     const std::string good = file("good.rgb");
-    const auto load = [&](std::string text) {
+    const auto good_rows = [&](const std::string& text) {
         put_file("bad.rgb", text);
         ::testing::internal::CaptureStderr();
         const PX_Map map("bad.rgb", 0);
-        ::testing::internal::GetCapturedStderr();
-        return map.get_width();
+        const std::string reports = ::testing::internal::GetCapturedStderr();
+        if (map.get_width() == 4) {
+            EXPECT_NE(reports.find("DUMMY"), std::string::npos);
+            EXPECT_FALSE(map.is_complete());
+            return -1;
+        }
+        int n = 0;
+        for (int y = 0; y < 3; ++y) {
+            bool is_good = true;
+            for (int i = 15 * y; i < 15 * y + 15; ++i) {
+                if (map.get_pixels()[i] == original.get_pixels()[i]) continue;
+                is_good = false;
+                EXPECT_EQ(map.get_pixels()[i], 0);
+            }
+            n += is_good;
+        }
+        EXPECT_EQ(map.is_complete(), n == 3);
+        const std::string told = std::to_string(3 - n) + " of 3 rows are damaged in bad.rgb\n";
+        EXPECT_EQ(reports, n == 3 ? "" : "INFO   : PX_Map: " + told);
+        return n;
     };
-    ASSERT_EQ(load(good), 5);
-    for (std::size_t cut = 0; cut + 3 < good.size(); ++cut)
-        ASSERT_EQ(load(good.substr(0, cut)), 4) << cut;
+    ASSERT_EQ(good_rows(good), 3);
+    int best = -1;
+    for (std::size_t cut = 0; cut + 3 < good.size(); ++cut) {
+        const int rows = good_rows(good.substr(0, cut));
+        EXPECT_GE(rows, best) << cut;
+        best = rows;
+    }
+    EXPECT_EQ(best, 2);
     const auto with = [&](std::size_t at, std::uint16_t value) {
         std::string text = good;
         std::memcpy(text.data() + at, &value, 2);
         return text;
     };
-    for (std::size_t field : {6u, 8u, 10u}) // xsize, ysize, zsize
-        for (std::uint16_t value : {0, 4, 4097, 65535}) {
-            if (field == 6 && value == 4) continue;
-            EXPECT_EQ(load(with(field, value)), 4) << field << ' ' << value;
-        }
-    for (std::uint16_t type : {0x0102, 0x0103, 0x0000, 0x0300})
-        EXPECT_EQ(load(with(2, type)), 4) << type;
-    EXPECT_EQ(load(with(4, 0)), 4) << "dim";
+    for (std::size_t field : {6u, 8u}) // xsize, ysize
+        for (std::uint16_t value : {0, 4097, 65535})
+            EXPECT_EQ(good_rows(with(field, value)), -1) << field << ' ' << value;
+    for (std::uint16_t type : {0x0103, 0x0300}) EXPECT_EQ(good_rows(with(2, type)), -1) << type;
+    EXPECT_EQ(good_rows(with(4, 0)), -1) << "dim";
     for (std::size_t entry = 0; entry < 18; ++entry) // row starts, then row sizes
         for (std::uint32_t value : {0xFFFFFFFFu, 0x7FFFFFFFu, 0u}) {
             std::string text = good;
             std::memcpy(text.data() + 512 + 4 * entry, &value, 4);
             if (entry < 9 && value == 0) continue; // the header is somebody's row
-            EXPECT_EQ(load(text), 4) << entry << ' ' << value;
+            EXPECT_EQ(good_rows(text), 2) << entry << ' ' << value;
         }
+    std_limits.image_pixels = 14;
+    EXPECT_EQ(good_rows(good), -1) << "more pixels than are allowed";
+    std_limits = Std_Limits();
     std::mt19937 random(4);
     for (int round = 0; round < 300; ++round) {
         std::string text = good;
         for (int i = 0; i < 3; ++i) text[random() % text.size()] = static_cast<char>(random());
-        load(text);
+        put_file("bad.rgb", text);
+        ::testing::internal::CaptureStderr();
+        const PX_Map map("bad.rgb", 0);
+        ::testing::internal::GetCapturedStderr();
     }
 }
 
@@ -152,21 +184,42 @@ TEST_F(PX_Map_test, rows_that_share_their_bytes) {
     EXPECT_EQ(pixels_of(PX_Map("f.rgb", 0)), Bytes(300 * 200, 0));
 }
 
+// A failed save leaves what was there, and nothing beside it.
 TEST_F(PX_Map_test, what_cannot_be_saved_is_reported) {
+    put_file("old.rgb", "old");
+    const auto files = std::distance(std::filesystem::directory_iterator("."), {});
     const struct {
         const char* name;
         int width, component;
-    } rows[] = {{"/no/such/folder/f.rgb", 2, 3},
-                {"/dev/full", 2, 3},
-                {"wide.rgb", 4097, 1},
-                {"five.rgb", 2, 5}};
+        bool is_full;
+    } rows[] = {{"/no/such/folder/f.rgb", 2, 3, false},
+                {"old.rgb", 65536, 1, false},
+                {"old.rgb", 2, 5, false},
+                {"old.rgb", 2000, 3, true}};
     for (const auto& r : rows) {
+        SCOPED_TRACE(r.name + std::to_string(r.width));
+        PX_Map& map = *random_map(r.width, 2, r.component);
         ::testing::internal::CaptureStderr();
-        PX_Map(r.width, 2, r.component).save(r.name);
+        const rlimit full = {r.is_full ? 600u : RLIM_INFINITY, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &full);
+        EXPECT_FALSE(map.save(r.name));
+        const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
+        setrlimit(RLIMIT_FSIZE, &none);
         EXPECT_NE(::testing::internal::GetCapturedStderr().find(
                       std::string("WARNING: Unable to save image ") + r.name),
                   std::string::npos);
+        EXPECT_EQ(file("old.rgb"), "old");
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator("."), {}), files);
     }
+    // A link is replaced, not followed, and the map that comes back is the same, however wide.
+    std::filesystem::create_symlink("old.rgb", "link.rgb");
+    PX_Map& wide = *random_map(5000, 2, 4);
+    EXPECT_TRUE(wide.save("link.rgb"));
+    EXPECT_EQ(file("old.rgb"), "old");
+    EXPECT_EQ(pixels_of(PX_Map("link.rgb", 0)), pixels_of(wide));
+    PX_Map copy(wide);
+    copy.resize(2, 2);
+    EXPECT_EQ(pixels_of(wide), pixels_of(PX_Map("link.rgb", 0))) << "a copy has pixels of its own";
     unsigned char pixel = 0;
     EXPECT_EXIT(pixmap_save(&pixel, 1), ::testing::ExitedWithCode(0),
                 "^can't open image in write mode\n$");
