@@ -202,6 +202,13 @@ void Std_URL::close() {
     temporary_name_ = "";
 }
 
+std::size_t Std_URL::read(char* to, std::size_t count) {
+    ssize_t got;
+    do got = ::read(fileno(file_), to, count);
+    while (got < 0 && errno == EINTR);
+    return got > 0 ? static_cast<std::size_t>(got) : 0;
+}
+
 static const int request_size = 512;
 
 // Formats into one of the buffers below. False, with a report, if the text does not fit.
@@ -340,7 +347,7 @@ bool Std_URL::fetch(int socket, std::FILE* store) const {
     for (;;) {
         // A server that falls silent halfway is given up like one that never answers.
         const bool is_ready = wait_for_data(socket) > 0;
-        const ssize_t got = is_ready ? read(socket, buf, sizeof buf) : -1;
+        const ssize_t got = is_ready ? ::read(socket, buf, sizeof buf) : -1;
         if (is_ready && got < 0 && errno == EINTR) continue;
         if (got < 0) tell("Transfert error");
         if (got < 1) return got == 0;

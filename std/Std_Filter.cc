@@ -1,0 +1,71 @@
+#include "std/Std_Filter.h"
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <initializer_list>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "std/Std_Descriptor.h"
+
+// 0, or what went wrong.
+static int spawn_shell(const char* command, int input, int output, pid_t* child) {
+    // A command that nobody reads is to end, whatever the program does with these signals.
+    sigset_t defaults, mask;
+    sigemptyset(&defaults);
+    for (const int signal : {SIGPIPE, SIGXFSZ, SIGCHLD}) sigaddset(&defaults, signal);
+    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    for (const int signal : {SIGPIPE, SIGXFSZ, SIGCHLD}) sigdelset(&mask, signal);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setsigmask(&attributes, &mask);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    int error = posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+    if (!error) error = posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    char shell[] = "sh", option[] = "-c";
+    char* const arguments[] = {shell, option, const_cast<char*>(command), nullptr};
+    if (!error) error = posix_spawn(child, "/bin/sh", &actions, &attributes, arguments, environ);
+    posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
+    return error;
+}
+
+std::FILE* Std_Filter::start(const char* command, int input) {
+    finish();
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return nullptr;
+    for (int& end : ends) end = std_above_standard(end);
+#ifdef F_SETPIPE_SZ
+    // Fewer turns between the processes at both ends. No matter if it is refused.
+    fcntl(ends[0], F_SETPIPE_SZ, 1 << 20);
+#endif
+    output_ = ends[0] < 0 ? nullptr : fdopen(ends[0], "r");
+    int error = output_ && ends[1] >= 0 ? 0 : errno;
+    if (!error) error = spawn_shell(command, input, ends[1], &child_);
+    if (ends[1] >= 0) close(ends[1]);
+    if (error && output_) std::fclose(output_);
+    if (error && !output_ && ends[0] >= 0) close(ends[0]);
+    if (error) output_ = nullptr;
+    errno = error;
+    return output_;
+}
+
+int Std_Filter::finish() {
+    if (!is_running()) return 0;
+    pollfd output = {fileno(output_), POLLIN, 0};
+    const bool is_at_end = poll(&output, 1, 0) == 1 && output.revents == POLLHUP;
+    std::fclose(output_);
+    output_ = nullptr;
+    int status = 0;
+    pid_t ended;
+    do ended = waitpid(child_, &status, 0);
+    while (ended < 0 && errno == EINTR);
+    if (!is_at_end || ended < 0) return 0;
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
