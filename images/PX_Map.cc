@@ -76,13 +76,11 @@ void PX_Map::load_error(const char* message, int component) {
     std::memset(pixels_, grey, static_cast<std::size_t>(width_) * height_ * component_);
 }
 
-static bool copy_stream(std::FILE* from, int to) {
-    char block[16384];
-    for (;;) {
-        const std::size_t got = std::fread(block, 1, sizeof block, from);
-        if (got == 0) return true;
+static bool copy_document(Std_URL* from, int to) {
+    char block[65536];
+    while (const std::size_t got = from->read(block, sizeof block))
         if (!std_write_all(to, block, got)) return false;
-    }
+    return true;
 }
 
 // The rows of an image file are read in any order, so the document, which may be a pipe, is stored first.
@@ -98,7 +96,7 @@ void PX_Map::load(Std_URL* url, int component) {
     const char* error = nullptr;
     if (store < 0) {
         error = "Unable to open local tmpfile";
-    } else if (!copy_stream(url->get_file(), store)) {
+    } else if (!copy_document(url, store)) {
         error = "Problem writing to tmpfile";
         ::close(store);
     }

@@ -4,12 +4,12 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
-#include <fcntl.h>
 #include <strings.h>
 #include <unistd.h>
 
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
+#include "std/Std_Descriptor.h"
 #include "std/Std_Shell.h"
 #include "std/Std_URL.h"
 
@@ -22,31 +22,31 @@ static bool is_space(char c) {
 }
 
 // The bytes of the file, in blocks. The stream's own buffer stays unused: each physical line would
-// be copied once more on its way through it.
+// be copied once more on its way through it. Pointer-free memory: the context holds the URL, too.
 struct WDB_Lex_Context::Input {
     static constexpr std::size_t block_size = 256 * 1024;
 
-    explicit Input(std::FILE* f) : file(f) {
-#ifdef F_SETPIPE_SZ
-        // Fewer turns between the processes at both ends. No matter if it is refused.
-        fcntl(fileno(file), F_SETPIPE_SZ, 1 << 20);
-#endif
-    }
+    // From the converter's output if there is one, or else from the document.
+    Input(Std_URL* u, std::FILE* c) : url(u), converted(c) {}
 
-    std::size_t left() const {
-        return end - start;
-    }
+    std::size_t left() const { return end - start; }
 
     // Moves what is left to the front and reads behind it. False at the end of the file.
     bool refill() {
         std::memmove(block, block + start, left());
         end -= start;
         start = 0;
-        ssize_t got;
-        do got = ::read(fileno(file), block + end, block_size - end);
-        while (got < 0 && errno == EINTR);
-        if (got > 0) end += static_cast<std::size_t>(got);
+        const std::size_t got = more(block + end, block_size - end);
+        end += got;
         return got > 0;
+    }
+
+    std::size_t more(char* to, std::size_t count) {
+        if (!converted) return url->read(to, count);
+        ssize_t got;
+        do got = ::read(fileno(converted), to, count);
+        while (got < 0 && errno == EINTR);
+        return got > 0 ? static_cast<std::size_t>(got) : 0;
     }
 
     // One physical line as fgets reads it: at most LONGEST_LINE characters, with its line feed if
@@ -67,7 +67,8 @@ struct WDB_Lex_Context::Input {
         return *length > 0;
     }
 
-    std::FILE* file;
+    Std_URL* url;
+    std::FILE* converted;
     std::size_t start = 0, end = 0;
     char block[block_size];
 };
@@ -88,9 +89,7 @@ void WDB_Lex_Context::open(Std_URL* url, Std_URL* base) {
     url_ = url;
     base_url_ = base && base->is_valid() ? base : url;
     line_number_ = 0;
-    file_ = nullptr;
     input_ = nullptr;
-    temporary_file_ = nullptr;
     is_generated_ = has_end_mark_ = false;
     line_length_ = 0;
     current_line_[0] = '\0';
@@ -103,21 +102,17 @@ void WDB_Lex_Context::open(Std_URL* url, Std_URL* base) {
 }
 
 bool WDB_Lex_Context::is_open() const {
-    return url_ && (url_->is_open() || file_);
+    return url_ && (url_->is_open() || converter_.is_running());
 }
 
 void WDB_Lex_Context::close() {
-    line_number_ = 0;
     line_length_ = 0;
     current_line_[0] = '\0';
-    if (url_) {
-        if (file_ && file_ != url_->get_file()) pclose(file_);
-        if (url_->is_open()) url_->close();
-    }
+    if (const int status = converter_.finish())
+        show_error(str_format("conversion failed with status %d", status));
+    if (url_ && url_->is_open()) url_->close();
     drop_input();
-    if (temporary_file_ && unlink(temporary_file_) != 0)
-        tell("Problems unlinking temporary VRML file");
-    temporary_file_ = nullptr;
+    line_number_ = 0;
     url_ = nullptr;
 }
 
@@ -189,9 +184,7 @@ void WDB_Lex_Context::first_line() {
     line_number_ = 0;
     line_length_ = 0;
     current_line_[0] = '\0';
-    temporary_file_ = nullptr;
-    file_ = url_->get_file();
-    input_ = new (GCAtomic) Input(file_);
+    input_ = new (GCAtomic) Input(url_, nullptr);
     const char* piece;
     std::size_t length;
     if (!input_->get(&piece, &length)) return;
@@ -632,37 +625,24 @@ void WDB_Lex_Context::abandon() {
 
 // Without waiting for the collector: a scene may import thousands of files.
 void WDB_Lex_Context::drop_input() {
-    file_ = nullptr;
     delete input_;
     input_ = nullptr;
 }
 
-static bool write_all(int descriptor, const char* bytes, std::size_t count) {
-    while (count > 0) {
-        const ssize_t put = ::write(descriptor, bytes, count);
-        if (put < 0 && errno == EINTR) continue;
-        if (put <= 0) return false;
-        bytes += put;
-        count -= static_cast<std::size_t>(put);
-    }
-    return true;
-}
-
 bool WDB_Lex_Context::store_for_conversion(const char* first_piece, std::size_t length,
                                            int descriptor) {
-    bool is_stored = write_all(descriptor, first_piece, length);
+    bool is_stored = std_write_all(descriptor, first_piece, length);
     while (is_stored && (input_->left() > 0 || input_->refill())) {
-        is_stored = write_all(descriptor, input_->block + input_->start, input_->left());
+        is_stored = std_write_all(descriptor, input_->block + input_->start, input_->left());
         input_->start = input_->end;
     }
-    return ::close(descriptor) == 0 && is_stored;
+    return is_stored && lseek(descriptor, 0, SEEK_SET) == 0;
 }
 
 void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) {
     tell("Converting from VRML");
-    const char* name;
-    const int descriptor = std_open_tmp_file(&name);
-    if (descriptor < 0) {
+    const int store = std_open_nameless();
+    if (store < 0) {
         tell("Unable to open local tmp file");
         abandon();
         return;
@@ -670,27 +650,27 @@ void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) 
     // The piece lies in the block that is read into next.
     char first[LONGEST_LINE];
     std::memcpy(first, first_piece, length);
-    if (!store_for_conversion(first, length, descriptor)) {
-        tell("Problem writing to tmpfile");
-        unlink(name);
-        abandon();
-        return;
-    }
+    const bool is_stored = store_for_conversion(first, length, store);
     abandon();
+    if (is_stored) {
+        start_conversion(store);
+    } else {
+        tell("Problem writing to tmpfile");
+    }
+    ::close(store);
+    if (converter_.is_running()) next_line();
+}
+
+void WDB_Lex_Context::start_conversion(int document) {
     const char* prefix = vrml_prefix(base_url_->get_name());
     while (*prefix == ' ') ++prefix;
     const char* const quoted_prefix = std_shell_argument(prefix);
-    const char* const quoted_name = std_shell_word(name);
-    static const char format[] = "nolt_fromvrml -tmp %s < %s";
-    const std::size_t size = sizeof format + std::strlen(quoted_prefix) + std::strlen(quoted_name);
+    static const char format[] = "nolt_fromvrml -tmp %s";
+    const std::size_t size = sizeof format + std::strlen(quoted_prefix);
     char* const command = new (GCAtomic) char[size];
-    std::snprintf(command, size, format, quoted_prefix, quoted_name);
-    file_ = popen(command, "r");
-    if (!file_) {
-        unlink(name);
-        return;
-    }
-    temporary_file_ = name;
-    input_ = new (GCAtomic) Input(file_);
-    next_line();
+    std::snprintf(command, size, format, quoted_prefix);
+    if (std::FILE* const converted = converter_.start(command, document))
+        input_ = new (GCAtomic) Input(url_, converted);
+    else
+        tell(str_format("Unable to run nolt_fromvrml: %s", std::strerror(errno)));
 }

@@ -21,13 +21,12 @@
 #define WDB_WDB_LEX_CONTEXT_H
 
 #include <cstddef>
-#include <cstdio>
 
 #include "math/Bbox.h"
 #include "math/Color.h"
 #include "math/Homogeneous.h"
 #include "math/Matrix4.h"
-#include "std/Std_GC.h"
+#include "std/Std_Filter.h"
 #include "std/Std_Scan.h"
 #include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Tri_List.h"
@@ -55,7 +54,7 @@ public:
     // On failure: is_open is false; a report, but none for a local file that cannot be read.
     void open(Std_URL* url, Std_URL* base);
     bool is_open() const;
-    // Closes the URL, ends a conversion and deletes its temporary file. Not done by destruction.
+    // Closes the URL and ends a conversion, whose failure is reported. Not done by destruction.
     void close();
 
     // Once, by open.
@@ -124,6 +123,7 @@ private:
     void drop_line();
     void convert_vrml(const char* first_piece, std::size_t length);
     bool store_for_conversion(const char* first_piece, std::size_t length, int descriptor);
+    void start_conversion(int document);
     void abandon();
     void drop_input();
 
@@ -131,8 +131,6 @@ private:
     Std_URL* base_url_;
     int line_number_;
     char current_line_[LONGEST_LINE + 1 + STD_SCAN_MARGIN];
-    const char* temporary_file_;
-    std::FILE* file_;
     char last_header_[LONGEST_NAME + 1];
     char last_string_[LONGEST_NAME + 1];
     int last_reference_count_;
@@ -148,6 +146,7 @@ private:
     bool last_line_is_colored_, last_line_is_lighted_, last_line_is_textured_;
     bool is_generated_, has_end_mark_;
     std::size_t line_length_;
+    Std_Filter converter_;
     Input* input_; // what was read of the file and not taken yet
 };
 
