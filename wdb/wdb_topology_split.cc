@@ -39,7 +39,8 @@ namespace {
 // That a corner of an ordinary group is among the component's is told by a mark of the group. With
 // tangled corners it depends on which of several near-equal points were entered first, and on the
 // order of a table's cells: such triangles are tested when they come by, against a table into which
-// then all corners go, and wait for the next corner of their tangled groups if they fail.
+// then all corners go, and if they fail, those corners that are missing wait for the next one of
+// their tangled groups.
 //
 // A group is looked at with all its triangles when it enters a component. Those of hubs would be
 // many, again for each of the pieces that meet there; but only those count that have another corner
@@ -75,6 +76,7 @@ private:
     void add_hub(int hub);
     void queue(int triangle);
     void await_change(int triangle);
+    void drop_waiting(int group);
     bool is_in(int corner) const;
     bool has(int corner) const;
     template<class Has>
@@ -86,7 +88,8 @@ private:
     std::vector<std::uint8_t> is_joined_;   // each triangle, to any component
     std::vector<std::uint8_t> is_queued_;   // each triangle, in a heap
     std::vector<std::uint8_t> is_in_;       // each group with a corner in the component
-    std::vector<std::vector<int>> waiting_; // triangles, for each group, if some are tangled
+    std::vector<std::vector<int>> waiting_; // corners, for each group, if some are tangled
+    std::vector<std::uint8_t> is_waiting_;  // each corner, if some are tangled
     std::vector<Spoke> spokes_;             // in order
     std::vector<int> component_, groups_in_;
     Heap now_, later_;
@@ -97,7 +100,10 @@ private:
 Component_Grower::Component_Grower(const WDB_Tri_List& list)
     : list_(list), groups_(list), is_joined_(index(list.count())), is_queued_(index(list.count())),
       is_in_(index(groups_.count())) {
-    if (groups_.has_tangled()) waiting_.resize(index(groups_.count()));
+    if (groups_.has_tangled()) {
+        waiting_.resize(index(groups_.count()));
+        is_waiting_.resize(3 * index(list.count()));
+    }
     list_spokes();
 }
 
@@ -125,7 +131,7 @@ void Component_Grower::clear() {
     points_.wipe_out();
     for (const int group : groups_in_) {
         is_in_[index(group)] = 0;
-        if (groups_.is_tangled(group)) waiting_[index(group)].clear();
+        if (groups_.is_tangled(group)) drop_waiting(group);
     }
     groups_in_.clear();
 }
@@ -164,8 +170,8 @@ void Component_Grower::add_connected_triangle(int triangle) {
         if (group == Corner_Groups::none) continue;
         if (!is_in_[index(group)]) add_group(group);
         if (!groups_.is_tangled(group)) continue;
-        for (const int other : waiting_[index(group)]) queue(other);
-        waiting_[index(group)].clear();
+        for (const int other : waiting_[index(group)]) queue(other / 3);
+        drop_waiting(group);
     }
 }
 
@@ -196,12 +202,19 @@ void Component_Grower::queue(int triangle) {
     (triangle > at_ ? now_ : later_).push(triangle);
 }
 
-// Nothing but another corner in a tangled group of the component, or another group, can connect it.
+// A corner that is missing now must come to be had to connect it: by another corner in its tangled
+// group, or by its group, which queues the triangle itself.
 void Component_Grower::await_change(int triangle) {
     for (int corner = 3 * triangle; corner < 3 * triangle + 3; ++corner) {
-        if (is_in(corner) && is_tangled(corner))
-            waiting_[index(groups_.group_of(corner))].push_back(triangle);
+        if (!is_in(corner) || has(corner) || is_waiting_[index(corner)]) continue;
+        is_waiting_[index(corner)] = 1;
+        waiting_[index(groups_.group_of(corner))].push_back(corner);
     }
+}
+
+void Component_Grower::drop_waiting(int group) {
+    for (const int corner : waiting_[index(group)]) is_waiting_[index(corner)] = 0;
+    waiting_[index(group)].clear();
 }
 
 bool Component_Grower::is_in(int corner) const {
