@@ -1,6 +1,7 @@
 #include "wdb/Corner_Groups.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cfloat>
 #include <climits>
@@ -8,6 +9,7 @@
 #include <cstring>
 
 #include "std/Std_Assert.h"
+#include "wdb/Secret_Hash.h"
 
 Corner_Groups::Corner_Groups(const WDB_Tri_List& list) {
     if (list.count() >= INT_MAX / 3)
@@ -21,15 +23,6 @@ Corner_Groups::Corner_Groups(const WDB_Tri_List& list) {
     list_corners();
 }
 
-static std::uint32_t hash_of(const float* at) {
-    std::uint32_t hash = 0;
-    for (int i = 0; i < 3; ++i) {
-        // 2^32 over the golden ratio; the rotation keeps the axes apart.
-        hash = (std::rotl(hash, 13) ^ std::bit_cast<std::uint32_t>(at[i])) * 0x9E3779B1u;
-    }
-    return hash ^ hash >> 15;
-}
-
 // Corners that are the same bits get one number. Open addressing in a table that is at most half
 // full.
 std::vector<Corner_Groups::Position> Corner_Groups::number_positions(const WDB_Tri_List& list) {
@@ -38,13 +31,15 @@ std::vector<Corner_Groups::Position> Corner_Groups::number_positions(const WDB_T
     std::vector<Position> positions;
     std::vector<int> slots(std::bit_ceil(2 * index(corner_count) + 1), none);
     const std::size_t mask = slots.size() - 1;
+    const Position_Hash hash;
     for (int corner = 0; corner < corner_count; ++corner) {
         const Point& p = corner_point(list, corner);
         if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) continue;
         // The sum makes one zero of the two.
         const Position here = {{p.x + 0.0f, p.y + 0.0f, p.z + 0.0f},
                                static_cast<int>(positions.size())};
-        std::size_t slot = hash_of(here.at) & mask;
+        const auto [x, y, z] = std::bit_cast<std::array<std::uint32_t, 3>>(here.at);
+        std::size_t slot = hash.of(x, y, z) & mask;
         while (slots[slot] != none &&
                std::memcmp(positions[index(slots[slot])].at, here.at, sizeof here.at) != 0)
             slot = (slot + 1) & mask;

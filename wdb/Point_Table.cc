@@ -7,6 +7,7 @@
 
 #include "std/Std_Assert.h"
 #include "wdb/Point_Key.h"
+#include "wdb/Secret_Hash.h"
 
 namespace {
 
@@ -17,36 +18,29 @@ bool is_finite(const Point& p) {
 // The boxes, along one axis, of what lies within `tolerance` boxes of a coordinate: one or two.
 struct Boxes {
     Boxes(float coordinate, double tolerance) {
-        const double boxes_per_unit = 1 << 21, above_zero = 1 << 23;
+        // Coordinates of few digits lie in the middle of their boxes.
+        const double boxes_per_unit = 1 << 21, above_zero = (1 << 23) + .5;
         if (std::fabs(coordinate) <= 2) {
             const double at = coordinate * boxes_per_unit + above_zero;
-            first = static_cast<std::int32_t>(at - tolerance);
-            last = static_cast<std::int32_t>(at + tolerance);
+            first = static_cast<std::uint32_t>(at - tolerance);
+            last = static_cast<std::uint32_t>(at + tolerance);
         } else { // where nothing else is equal
-            first = last = std::bit_cast<std::int32_t>(coordinate);
+            first = last = std::bit_cast<std::uint32_t>(coordinate);
         }
     }
-    std::int32_t first, last;
+    std::uint32_t first, last;
 };
 
 // The 2^-23 of pnt_equal, and a little for its rounding.
 constexpr double equal_within = 0.2501;
 
-std::uint32_t mix(std::uint32_t hash, std::int32_t box) {
-    return (std::rotl(hash, 13) ^ static_cast<std::uint32_t>(box)) * 0x9E3779B1u;
-}
-
-std::size_t chain_of(std::uint32_t hash, std::size_t chains) {
-    return (hash ^ hash >> 15) & (chains - 1);
-}
-
-// True as soon as `visit` is, of the chains of all boxes.
+// True as soon as `visit` is, of the hashes of all boxes.
 template<class Visit>
-bool any_chain(const Boxes (&boxes)[3], std::size_t chains, Visit visit) {
-    for (std::int32_t x = boxes[0].first; x <= boxes[0].last; ++x)
-        for (std::int32_t y = boxes[1].first; y <= boxes[1].last; ++y)
-            for (std::int32_t z = boxes[2].first; z <= boxes[2].last; ++z)
-                if (visit(chain_of(mix(mix(mix(0, x), y), z), chains))) return true;
+bool any_box(const Boxes (&boxes)[3], const Position_Hash& hash, Visit visit) {
+    for (std::uint32_t x = boxes[0].first; x <= boxes[0].last; ++x)
+        for (std::uint32_t y = boxes[1].first; y <= boxes[1].last; ++y)
+            for (std::uint32_t z = boxes[2].first; z <= boxes[2].last; ++z)
+                if (visit(hash.of(x, y, z))) return true;
     return false;
 }
 
@@ -59,7 +53,7 @@ int Point_Table::home_of(const Point& p) const {
 // The head of its chain.
 int& Point_Table::box_of(const Point& p) {
     const auto at = [&p](int axis) { return Boxes(p[axis], 0).first; };
-    return boxes_[chain_of(mix(mix(mix(0, at(0)), at(1)), at(2)), boxes_.size())];
+    return boxes_[chain_of(hash_.of(at(0), at(1), at(2)))];
 }
 
 // True as soon as `visit` is, of the keys that are equal to `p`; some come by twice.
@@ -68,8 +62,8 @@ bool Point_Table::any_equal(const Point& p, Visit visit) const {
     if (count_ == 0 || !is_finite(p)) return false;
     const Boxes boxes[] = {Boxes(p.x, equal_within), Boxes(p.y, equal_within),
                            Boxes(p.z, equal_within)};
-    return any_chain(boxes, boxes_.size(), [&](std::size_t chain) {
-        for (int number = boxes_[chain]; number != none; number = key(number).next)
+    return any_box(boxes, hash_, [&](std::uint64_t hash) {
+        for (int number = boxes_[chain_of(hash)]; number != none; number = key(number).next)
             if (pnt_equal(&key(number).at, &p) && visit(number)) return true;
         return false;
     });

@@ -20,6 +20,7 @@
 
 #include "math/Geometry.h"
 #include "std/Std_GC.h"
+#include "wdb/Secret_Hash.h"
 
 class Point_Table {
 public:
@@ -75,6 +76,7 @@ private:
     const Key& key(int number) const { return keys_[index(number)]; }
     int mask() const { return static_cast<int>(cells_.size()) - 1; }
     int home_of(const Point& p) const;
+    std::size_t chain_of(std::uint64_t hash) const { return hash & (boxes_.size() - 1); }
 
     template<class Visit>
     bool any_equal(const Point& p, Visit visit) const;
@@ -93,6 +95,7 @@ private:
     Array<int> cells_; // the number of the key, or none
     Array<int> skip_;  // of a free cell, itself; of a taken one, one that is nearer to a free one
     Array<int> boxes_; // by the hash of a box, the first of a chain
+    Position_Hash hash_;
     int count_ = 0;    // taken cells
     int found_ = none; // the last successful find, or the last put
 };

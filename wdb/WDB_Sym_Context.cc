@@ -10,7 +10,7 @@
 #include "std/Std_Limits.h"
 #include "std/Std_Messager.h"
 #include "std/Std_URL.h"
-#include "wdb/Name_Hash.h"
+#include "wdb/Secret_Hash.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
 #include "wdb/WDB_Material.h"
