@@ -318,12 +318,10 @@ void WDB_Database::list_camera(WDB_Camera* camera) {
     }
 }
 
-void WDB_Database::drop_camera(WDB_Node* node) {
-    const int before = cameras_.count();
-    cameras_.remove(node);
-    if (cameras_.count() == before) return;
-    forget_default_camera(node);
-    if (WDB_Camera* const camera = WDB_Camera::castdown(node)) camera->end_listing(signal_);
+void WDB_Database::drop_camera(WDB_Camera* camera) {
+    cameras_.remove(camera);
+    forget_default_camera(camera);
+    camera->end_listing(signal_);
 }
 
 void WDB_Database::list_by_class(WDB_Node* node) {
@@ -362,7 +360,7 @@ void WDB_Database::remove(WDB_Node* node) {
     if (!has(node)) return;
     nodes_.remove(node);
     shapes_.remove(node);
-    drop_camera(node);
+    if (WDB_Camera* const camera = WDB_Camera::castdown(node)) drop_camera(camera);
     lights_.remove(node);
     node->set_world(nullptr);
 }

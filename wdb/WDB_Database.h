@@ -124,7 +124,7 @@ private:
     bool shows_enough(const Matrix4& projection, const HFrame& frame) const;
     void list_by_class(WDB_Node* node);
     void list_camera(WDB_Camera* camera);
-    void drop_camera(WDB_Node* node);
+    void drop_camera(WDB_Camera* camera);
     void invalidate_render_projections();
 
     bool editing_;
