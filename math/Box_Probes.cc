@@ -39,8 +39,8 @@ Segment_Probe::Segment_Probe(const Point& p, const Point& q) : start_(p) {
     for (int axis = 0; axis < 3; ++axis) {
         // Without a length, only boxes that hold p pass.
         const float direction = length_ > 0 ? v[axis] / length_ : 0;
-        kind_[axis] = direction == 0 ? fixed : std::fabs(direction) < least_direction ? free : slab;
-        inverse_[axis] = kind_[axis] == slab ? 1 / direction : 0;
+        kind_[axis] = direction == 0 ? FIXED : std::fabs(direction) < least_direction ? FREE : SLAB;
+        inverse_[axis] = kind_[axis] == SLAB ? 1 / direction : 0;
     }
 }
 
@@ -50,11 +50,11 @@ unsigned int Segment_Probe::meets(const Box_Lanes& lanes) const {
         for (int axis = 0; axis < 3; ++axis) {
             const Quad start = start_[axis];
             const Quad min(lanes.min[axis] + i), max(lanes.max[axis] + i);
-            if (kind_[axis] == slab) {
+            if (kind_[axis] == SLAB) {
                 const Quad a = (min - start) * inverse_[axis], b = (max - start) * inverse_[axis];
                 near = greater(near, lesser(a, b));
                 far = lesser(far, greater(a, b));
-            } else if (kind_[axis] == fixed) {
+            } else if (kind_[axis] == FIXED) {
                 missed = missed | is_less(start, min) | is_less(max, start);
             }
         }

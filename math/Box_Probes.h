@@ -38,7 +38,7 @@ private:
     Point start_;
     float length_;
     float inverse_[3]; // of the direction
-    enum Kind { slab, fixed, free } kind_[3];
+    enum Kind { SLAB, FIXED, FREE } kind_[3];
     bool is_usable_;
 };
 

@@ -21,11 +21,12 @@ struct Tool_Run {
     int status; // -1 after a signal
     std::string out, err, file;
 
-    Tool_Run(const std::string& arguments, const std::string& file_name = "sphere_world.3d") {
+    Tool_Run(const std::string& arguments, const std::string& file_name = "sphere_world.3d",
+             const std::string& streams = ">out 2>err </dev/null") {
         std::string folder = ::testing::TempDir() + "sphere_world_XXXXXX";
         if (!mkdtemp(folder.data())) std::abort();
         const std::string command = "cd '" + folder + "' && '" NOLT_SPHERE_WORLD "' " + arguments;
-        const int result = std::system((command + " >out 2>err </dev/null").c_str());
+        const int result = std::system((command + " " + streams).c_str());
         status = WIFEXITED(result) && WEXITSTATUS(result) < 128 ? WEXITSTATUS(result) : -1;
         out = content(folder + "/out");
         err = content(folder + "/err");
@@ -204,6 +205,15 @@ TEST(nolt_sphere_world, arguments_that_do_not_scan) {
         EXPECT_EQ(run.file, Tool_Run(r.like).file);
         EXPECT_EQ(run.err.rfind(r.warning, 0), 0u) << run.err;
     }
+}
+
+// Whatever becomes of the streams: the file is the same.
+TEST(nolt_sphere_world, streams_that_are_closed_or_not_read) {
+    const std::string should = Tool_Run("-s 3000 -l 1 -t 4").file;
+    for (const char* streams :
+         {"2>&-", ">&- 2>&-", "<&- >&- 2>&-", "2>&1 | true", "2>err | head -1 >out"})
+        EXPECT_EQ(Tool_Run("-s 3000 -l 1 -t 4", "sphere_world.3d", streams).file, should)
+            << streams;
 }
 
 TEST(nolt_sphere_world, worlds_at_the_edge) {

@@ -1,5 +1,10 @@
 #include "wdb/wdb_save.h"
 
+#include <cmath>
+#include <cstring>
+#include <sys/resource.h>
+
+#include "images/PX_Map.h"
 #include "scene_support.h"
 
 class Wdb_Save : public Scene_Test {
@@ -21,6 +26,12 @@ static std::string counters(int shapes, int triangles, int mats) {
 static WDB_Node* node_named(const char* name, const WDB_Geometry* geometry,
                             const WDB_Material* material = nullptr) {
     return new WDB_Node(name, HFrame::identity(), geometry, material, nullptr);
+}
+
+static WDB_Node* textured(const char* name, PX_Map* map) {
+    auto* const texture = new WDB_Texture(map);
+    texture->set_name(name);
+    return new WDB_Node("textured", HFrame::identity(), nullptr, nullptr, texture);
 }
 
 TEST_F(Wdb_Save, whole_file) {
@@ -129,11 +140,127 @@ TEST_F(Wdb_Save, files_that_cannot_be_written) {
     EXPECT_EQ(text.substr(0, 86), "WARNING: Cannot write scene file (No such file or directory): "
                                   "/nonexistent/world.3d in");
     EXPECT_NE(text.find("(File name too long): ddd"), std::string::npos);
-    if (access("/dev/full", W_OK) == 0) {
-        EXPECT_NE(wdb_save(*world, "/dev/full"), 0) << "found at the close";
-        world->put(node_named(std::string(200000, 'n').c_str(), nullptr));
-        EXPECT_NE(wdb_save(*world, "/dev/full"), 0) << "found on the way";
+    EXPECT_NE(wdb_save(*world, "/dev/full"), 0) << "found at the end";
+    world->put(node_named(std::string(200000, 'n').c_str(), nullptr));
+    EXPECT_NE(wdb_save(*world, "/dev/full"), 0) << "found on the way";
+}
+
+// An old file is there as it was or as it is to be, with its mode, also behind a link; and nothing beside.
+TEST_F(Wdb_Save, old_files) {
+    const Report_Catcher silence;
+    world->put(node_named("n", list_in({0, 0, 0}, {1, 1, 1})));
+    std::filesystem::create_symlink("real", "link");
+    std::filesystem::create_symlink("nothing yet", "dangling");
+    const struct {
+        const char *path, *behind;
+        rlim_t most_bytes;
+        bool is_saved;
+    } rows[] = {{"link", "real", RLIM_INFINITY, true},
+                {"link", "real", 600, false},
+                {"dangling", "nothing yet", 600, false},
+                {"dangling", "nothing yet", RLIM_INFINITY, true}};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.path + std::to_string(r.most_bytes));
+        put_file("real", "old");
+        std::filesystem::permissions("real", std::filesystem::perms(0640));
+        const rlimit limit = {r.most_bytes, RLIM_INFINITY}, none = {RLIM_INFINITY, RLIM_INFINITY};
+        const std::string text = reports_of([&] {
+            setrlimit(RLIMIT_FSIZE, &limit);
+            EXPECT_EQ(wdb_save(*world, r.path) == 0, r.is_saved);
+            setrlimit(RLIMIT_FSIZE, &none);
+        });
+        const bool was_there = r.behind == std::string("real");
+        EXPECT_EQ(file(r.behind).substr(0, 9), r.is_saved ? "# -- File" : was_there ? "old" : "");
+        EXPECT_EQ(std::filesystem::status("real").permissions(), std::filesystem::perms(0640));
+        EXPECT_TRUE(std::filesystem::is_symlink(r.path));
+        EXPECT_EQ(text.substr(0, 53),
+                  r.is_saved
+                      ? ""
+                      : "WARNING: Cannot write scene file (File too large): " + text.substr(51, 2));
+        for (const auto& entry : std::filesystem::directory_iterator("."))
+            EXPECT_EQ(entry.path().filename().string().find(".nolt"), std::string::npos);
     }
+}
+
+// What would not come back as it is, is told once for each object.
+TEST_F(Wdb_Save, what_cannot_be_read_back) {
+    WDB_Tri_List* const mesh = list_in({0, 0, 0}, {1, 1, 1});
+    const auto with_levels = [&](int levels) {
+        WDB_Node* const n = node_named("many", mesh);
+        while (n->lod_count() < levels) n->insert_lod(mesh, 0);
+        return n;
+    };
+    const auto with_url = [&](const std::string& text) {
+        WDB_Node* const n = node_named("n", nullptr);
+        n->set_url(new Std_URL(text.c_str()));
+        return n;
+    };
+    WDB_Material* const endless = new WDB_Material;
+    endless->set_alpha(INFINITY);
+    WDB_Node* const lost = node_named("lost", nullptr);
+    const float huge = -3e38f;
+    const Vector n(huge, huge, huge);
+    WDB_Triangle long_triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, n, n, n, Color(huge, huge, huge));
+    long_triangle.t0 = long_triangle.t1 = long_triangle.t2 = Point(huge, huge, huge);
+    const struct {
+        WDB_Node* node;
+        const char* warning;
+    } rows[] = {
+        {node_named(std::string(127, 'n').c_str(), mesh), ""},
+        {node_named(std::string(128, 'n').c_str(), mesh), "its name is too long"},
+        {node_named("two words", mesh), "its name holds other signs than names do"},
+        {node_named("", mesh), "its name holds other signs than names do"},
+        {with_levels(12), ""},
+        {with_levels(13), "it has too many levels of detail for a line"},
+        {with_url(std::string(127, 'u')), ""},
+        {with_url(std::string(128, 'u')), "a text is empty, too long or holds a quote"},
+        {with_url("a\"b"), "a text is empty, too long or holds a quote"},
+        {node_named("m", mesh, endless), "a number is infinite or none"},
+        {new WDB_Node("f", HFrame(Frame::translation(NAN, 0, 0)), nullptr, nullptr, nullptr),
+         "a number is infinite or none"},
+        {node_named("t", list_of({long_triangle})), "a triangle is longer than a line"},
+        {textured(std::string(124, 't').c_str(), new PX_Map(1, 1, 1)),
+         "a text is empty, too long or holds a quote"},
+        {lost, ""},
+    };
+    for (const auto& r : rows) {
+        WDB_Database one;
+        one.put(r.node);
+        std::string text = reports_of([&] {
+            const Report_Catcher silence;
+            wdb_save(one, "saved");
+        });
+        const std::size_t reason = text.find(" cannot be read back: ");
+        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), r.warning[0] != '\0') << text;
+        if (reason != std::string::npos) {
+            EXPECT_EQ(text.substr(reason + 22, std::strlen(r.warning) + 4),
+                      r.warning + std::string(" in "));
+        }
+    }
+}
+
+// A picture that was not read stays what it is, in the scene and on the disk.
+TEST_F(Wdb_Save, textures) {
+    put_file("damaged.rgb", "what the user may still mend");
+    put_file("precious", "precious");
+    std::filesystem::create_symlink("../precious", "planted.rgb");
+    WDB_Database textures;
+    reports_of([&] { textures.put(textured("damaged", new PX_Map("damaged.rgb", 0))); });
+    const std::string told = reports_of(
+        [&] { EXPECT_NE(saved(&textures).find("Image \"damaged.rgb\""), std::string::npos); });
+    EXPECT_EQ(told.substr(0, 62), "WARNING: Image damaged.rgb was not read and is not written in ");
+    EXPECT_EQ(file("damaged.rgb"), "what the user may still mend");
+    textures.put(textured("planted", new PX_Map(2, 2, 3)));
+    reports_of([&] { saved(&textures); });
+    EXPECT_EQ(file("precious"), "precious");
+    EXPECT_EQ(file("planted.rgb").substr(0, 2), "\xDA\x01");
+    std::filesystem::create_directory("folder.rgb");
+    textures.put(textured("folder", new PX_Map(2, 2, 3)));
+    reports_of([&] {
+        const Report_Catcher silence;
+        EXPECT_NE(wdb_save(textures, "saved"), 0);
+    });
+    EXPECT_NE(file("saved").find("End of file"), std::string::npos);
 }
 
 TEST_F(Wdb_Save, counts_beyond_an_int) {
