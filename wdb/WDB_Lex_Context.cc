@@ -109,7 +109,8 @@ void WDB_Lex_Context::close() {
     line_length_ = 0;
     current_line_[0] = '\0';
     if (const int status = converter_.finish())
-        show_error(str_format("conversion failed with status %d", status));
+        tell(str_format("[%s-%d]: Error - conversion failed with status %d",
+                        url_->get_url_string().chars(), line_number_, status));
     if (url_ && url_->is_open()) url_->close();
     drop_input();
     line_number_ = 0;

@@ -160,14 +160,19 @@ TEST_F(From_VRML, what_the_reader_hands_over) {
 TEST_F(From_VRML, converters_that_fail) {
     put_file("t", vrml1("Cube {}"));
     put_converter("exec 0<&-\necho 'node a {'\nexit 3\n");
+    const auto failed = [](int status) {
+        return "[t-2]: Error - conversion failed with status " + std::to_string(status);
+    };
     ASSERT_TRUE(load("t"));
+    EXPECT_NE(reports.find(failed(3)), std::string::npos) << reports;
     EXPECT_EQ(nodes(), "a:-,- ");
     put_converter("echo 'node a {'\nkill -9 $$\n");
     ASSERT_TRUE(load_quietly("t"));
+    EXPECT_NE(reports.find(failed(137)), std::string::npos) << reports;
     EXPECT_EQ(nodes(), "a:-,- ");
     std::filesystem::remove("bin/nolt_fromvrml");
     ASSERT_TRUE(load_quietly("t"));
-    EXPECT_EQ(errors(), "Converting from VRML\n");
+    EXPECT_NE(reports.find("Error - conversion failed with status 127"), std::string::npos);
     EXPECT_EQ(nodes(), "");
     setenv("TMPDIR", "/no/such/folder", 1);
     EXPECT_FALSE(load("t"));

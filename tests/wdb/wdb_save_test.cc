@@ -202,6 +202,8 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
     const Vector n(huge, huge, huge);
     WDB_Triangle long_triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, n, n, n, Color(huge, huge, huge));
     long_triangle.t0 = long_triangle.t1 = long_triangle.t2 = Point(huge, huge, huge);
+    WDB_Tri_List* const long_lines = list_of({long_triangle});
+    long_lines->set_with_colors(true);
     const struct {
         WDB_Node* node;
         const char* warning;
@@ -218,7 +220,7 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {node_named("m", mesh, endless), "a number is infinite or none"},
         {new WDB_Node("f", HFrame(Frame::translation(NAN, 0, 0)), nullptr, nullptr, nullptr),
          "a number is infinite or none"},
-        {node_named("t", list_of({long_triangle})), "a triangle is longer than a line"},
+        {node_named("t", long_lines), "a triangle is longer than a line"},
         {textured(std::string(124, 't').c_str(), new PX_Map(1, 1, 1)),
          "a text is empty, too long or holds a quote"},
         {lost, ""},
