@@ -5,6 +5,7 @@
 #include "images/PX_Map.h"
 #include "scene_support.h"
 #include "std/Std_Common.h"
+#include "std/Std_Limits.h"
 #include "tests/Http_Server.h"
 #include "wdb/WDB_Light.h"
 
@@ -350,6 +351,50 @@ TEST_F(Wdb_Load, what_does_not_come_back) {
     EXPECT_EQ(errors(), "2 geometry was not saved |!!! Unable to save geometry l of class "
                         "WDB_Line_List|\n10 `l' unknown geometry\n18 `l' unknown geometry\n");
     EXPECT_EQ(nodes(), "m:-,- n:-,- ");
+}
+
+// Files go only for a scene that is local all the way up, and only what was read as an image.
+TEST_F(Wdb_Load, tmpimages_that_stay) {
+    checker("x")->get_image()->save("c.rgb");
+    put_file("precious", "precious");
+    put_file("t", "texture a {\n tmpimage \"precious\"\n}\ntexture d {\n tmpimage \".\"\n}");
+    reports_of([&] { load("t"); });
+    EXPECT_NE(reports.find("tmpimage was not read, keeping it: precious"), std::string::npos);
+    const Http_Server server{{"GET /t\n", {"texture b {\n tmpimage \"c.rgb\"\n}"}}};
+    load_text("import file {\n file \"" + server.host + "t\"\n}");
+    EXPECT_NE(reports.find("tmpimage of a scene that is not local, keeping it: c.rgb"),
+              std::string::npos);
+    for (const char* name : {"precious", "c.rgb"})
+        EXPECT_TRUE(std::filesystem::exists(name)) << name;
+}
+
+TEST_F(Wdb_Load, limits_of_imports) {
+    put_file("e", "");
+    std::string text = "import file {\n";
+    for (int i = 0; i < 30; ++i) text += " file \"e\"\n";
+    std_limits.imports = 20;
+    load_text(text + "}\nnode n {\n}");
+    EXPECT_NE(reports.find("too many imports"), std::string::npos);
+    EXPECT_EQ(nodes(), "n:-,- ");
+    std_limits = Std_Limits();
+    std_limits.import_seconds = -1;
+    load_text(text + "}\nnode n {\n}");
+    EXPECT_NE(reports.find("imports take too long"), std::string::npos);
+    std_limits = Std_Limits();
+}
+
+// A file of the writer's without its end; other files have none.
+TEST_F(Wdb_Load, cut_files) {
+    WDB_Database one;
+    one.put(node_with(list_in({0, 0, 0}, {1, 1, 1}), Frame::identity(), "n"));
+    const std::string whole = saved(&one);
+    for (const auto& [text, is_told] :
+         {std::pair(whole, false), std::pair(whole.substr(0, 300), true),
+          std::pair(whole.substr(whole.find("Tri")), false)}) {
+        const std::string told = reports_of([&, t = text] { load_text(t); });
+        EXPECT_EQ(told.find("WARNING: [t]: the file was cut, its end is missing in ") == 0,
+                  is_told);
+    }
 }
 
 TEST_F(Wdb_Load, textures) {
