@@ -131,16 +131,18 @@ int BSplit_Box_Tree::reaching_count() const {
     return index_[small_].count() + index_[large_].count() + static_cast<int>(odd_slots_.count());
 }
 
+// The inner ones may be smaller: they are as old as the first walk that needed them.
 void BSplit_Box_Tree::reserve_scratch(Scratch* scratch) const {
     const std::size_t count = slots_.count();
-    if (count <= scratch->list.count()) return;
-    const std::size_t room = count + count / 2 + few_slots;
-    scratch->found.reserve(room);
-    scratch->list.resize(room);
-    scratch->moved.resize(room);
-    scratch->sorted.resize(room);
-    scratch->unsorted.resize(room);
-    if (scratch->inner) reserve_scratch(scratch->inner);
+    for (; scratch; scratch = scratch->inner) {
+        if (count <= scratch->list.count()) continue;
+        const std::size_t room = count + count / 2 + few_slots;
+        scratch->found.reserve(room);
+        scratch->list.resize(room);
+        scratch->moved.resize(room);
+        scratch->sorted.resize(room);
+        scratch->unsorted.resize(room);
+    }
 }
 
 Bbox BSplit_Box_Tree::literal_contents() const {

@@ -224,20 +224,30 @@ TEST(Split_Box_Tree, outside_the_bounds) {
     EXPECT_EQ(tree.count(), 2);
 }
 
-// A walk inside another has memory of its own.
+// A walk inside another has memory of its own, which grows with the tree, also if the tree was larger
+// before that walk's first time.
 TEST(Split_Box_Tree, walks_in_one_another) {
     static Tree tree(2, 16, 4, bounds);
-    for (int i = 1; i < 40; ++i) tree.put(i, cube_at(static_cast<float>(i % 7), 0, 0));
+    const auto fill = [](int n) {
+        for (int i = 1; i < n; ++i) tree.put(i, cube_at(static_cast<float>(i % 7), 0, 0));
+    };
     static int outer, inner;
     const auto count_inner = [](SUniv*, SUniv*, const Bbox&) { return ++inner, false; };
     const auto count_outer = [](SUniv* user, SUniv*, const Bbox&) {
-        tree.apply(nullptr, cube_at(0, 0, 0, 3), Conv<BSplit_Box_Tree_Apply>::from_univ(user));
+        if (outer < 40)
+            tree.apply(nullptr, cube_at(0, 0, 0, 3), Conv<BSplit_Box_Tree_Apply>::from_univ(user));
         return ++outer, false;
     };
-    EXPECT_FALSE(tree.apply(Conv<BSplit_Box_Tree_Apply>::to_univ(count_inner),
-                            toMatrix4(Frame::scaling(.05f)), count_outer));
-    EXPECT_EQ(outer, 39);
-    EXPECT_EQ(inner, 39 * 23);
+    fill(3000);
+    tree.wipe_out();
+    for (const int n : {40, 2500}) {
+        fill(n);
+        outer = inner = 0;
+        EXPECT_FALSE(tree.apply(Conv<BSplit_Box_Tree_Apply>::to_univ(count_inner),
+                                toMatrix4(Frame::scaling(.05f)), count_outer));
+        EXPECT_EQ(outer, n - 1);
+        EXPECT_EQ(inner, n == 40 ? 39 * 23 : 40 * 1428);
+    }
 }
 
 TEST(Split_Box_Tree, class_getters_and_a_bad_split_count) {
