@@ -27,6 +27,9 @@ unsigned int Box_Probe::meets(const Box_Lanes& lanes) const {
     });
 }
 
+// Below the normal numbers roundings are not relative any more.
+static const float underflow = FLT_MIN;
+
 // Bbox::line_intersection divides by the direction of length 1; here it is multiplied by the
 // inverse, which is off by three roundings at most.
 static const float slab_slack = 16 * FLT_EPSILON;
@@ -58,7 +61,7 @@ unsigned int Segment_Probe::meets(const Box_Lanes& lanes) const {
                 missed = missed | is_less(start, min) | is_less(max, start);
             }
         }
-        return missed | is_less(far * (1 + slab_slack), near * (1 - slab_slack));
+        return missed | is_less(far * (1 + slab_slack) + underflow, near * (1 - slab_slack));
     });
 }
 
@@ -75,7 +78,7 @@ View_Probe::View_Probe(const Matrix4& m, const Bbox& reach) {
             plane_[k][i] = m[i][3] + side * m[i][axis];
             terms += (std::fabs(m[i][3]) + std::fabs(m[i][axis])) * most;
         }
-        slack_[k] = terms * slack;
+        slack_[k] = terms * slack + underflow;
     }
 }
 

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "math/Box_Probes.h"
+#include "math/Box_Queries.h"
 #include "math/Homogeneous.h"
 #include "tests/Bits.h"
 #include "tests/math/plain_tree.h"
@@ -76,7 +78,8 @@ struct Chance {
     Matrix4 view() {
         Matrix4 m =
             below(2) == 0
-                ? toMatrix4(Frame::scaling(.25f) * Frame::translation(coordinate(1), 0, 0))
+                ? toMatrix4(Frame::scaling(within(.1f, .25f)) *
+                            Frame::translation(coordinate(1), 0, 0))
                 : toMatrix4(Frame::translation(coordinate(3), coordinate(3), coordinate(6))) *
                       Matrix4::perspective(within(.2f, 2), within(.1f, 2), within(3, 20));
         if (below(30) == 0) m[index(4)][index(4)] = no_number;
@@ -96,20 +99,25 @@ TEST(Split_Box_Tree, answers_as_the_plain_tree_of_cells) {
                            Bbox(Point(8, -8, -8), Point(-8, 8, 8)),
                            Bbox(Point(-inf, -8, -8), Point(inf, 8, 8)),
                            Bbox(Point(no_number, -8, -8), Point(8, 8, 8)),
-                           Bbox(Point(2e38f, -8, -8), Point(3e38f, 8, 8))};
-    for (unsigned int seed = 0; seed < 120; ++seed) {
+                           Bbox(Point(2e38f, -8, -8), Point(3e38f, 8, 8)),
+                           Bbox(Point(-3e38f, -8, -8), Point(-2e38f, 8, 8))};
+    for (unsigned int seed = 0; seed < 140; ++seed) {
         SCOPED_TRACE(seed);
         Chance chance{std::mt19937(seed), seed % 2 == 0};
         const Bbox& world = worlds[seed % std::size(worlds)];
-        const int split = seed / 9 % 2 == 0 ? 2 : 8;
+        const int split = seed / 10 % 2 == 0 ? 2 : 8;
         const bool is_large = seed % 3 == 0, is_odd = seed % 4 == 1;
         // Large boxes fill the plain tree: they get fewer levels.
         const bool fills = is_large || is_odd || seed % std::size(worlds) >= 5;
         const int most_levels = split == 8 ? 3 : fills ? 9 : 16;
+        const bool is_deep = seed % 10 == 0; // more levels than keys have bits, and points alone
         const int levels =
-            static_cast<int>(chance.below(static_cast<unsigned int>(most_levels + 1)));
+            is_deep ? 40
+                    : static_cast<int>(chance.below(static_cast<unsigned int>(most_levels + 1)));
         const int limit = static_cast<int>(chance.below(9));
-        const unsigned int items = seed % 5 == 0 ? 300 : 60;
+        const bool is_many = !fills && seed % 7 == 3;
+        const unsigned int items = is_many ? 300 : 60;
+        const int steps = is_many ? 800 : 200;
         Split_Box_Tree<int> tree(split, levels, limit, world);
         Plain_Tree plain(split, levels, limit, world);
         const auto same = [&](const char* walk, const auto&... query) {
@@ -122,20 +130,21 @@ TEST(Split_Box_Tree, answers_as_the_plain_tree_of_cells) {
             EXPECT_EQ(visited, should) << walk;
         };
         ::testing::internal::CaptureStderr();
-        for (int step = 0; step < 200 && !::testing::Test::HasFailure(); ++step) {
+        for (int step = 0; step < steps && !::testing::Test::HasFailure(); ++step) {
             const int item = 1 + static_cast<int>(chance.below(items));
             if (chance.below(4) == 0) {
                 tree.remove(item);
                 plain.remove(Conv<int>::to_univ(item));
             } else {
-                const Bbox box = chance.box(is_large, is_odd);
+                const Point point(3 + chance.within(0, .05f), 0, 3);
+                const Bbox box = is_deep ? Bbox(point, point) : chance.box(is_large, is_odd);
                 tree.put(item, box);
                 plain.put(Conv<int>::to_univ(item), box);
             }
             if (step == 150 && seed % 7 == 0) tree.wipe_out(), plain.wipe_out();
             ASSERT_EQ(tree.count(), plain.count());
-            if (step % 10 != 0) continue;
             EXPECT_EQ(comparable(tree.get_contents_bbox()), comparable(plain.get_contents_bbox()));
+            if (step % 10 != 0) continue;
             same("all");
             same("box", chance.box(is_large, is_odd));
             same("larger box", cube_at(chance.coordinate(), chance.coordinate(), 0, 3));
@@ -148,6 +157,37 @@ TEST(Split_Box_Tree, answers_as_the_plain_tree_of_cells) {
             same("too long", p, Point(1e30f, q.y, no_number));
         }
         ::testing::internal::GetCapturedStderr();
+    }
+}
+
+// Segments that graze corners, planes through corners, and numbers below the normal ones.
+TEST(Split_Box_Tree, probes_let_pass_what_the_exact_tests_let_pass) {
+    Chance chance{std::mt19937(1), false};
+    for (int i = 0; i < 100000 && !::testing::Test::HasFailure(); ++i) {
+        const float unit = i % 2 == 0 ? 1 : 1e-44f;
+        const auto place = [&] {
+            const Point p = chance.point();
+            return Point(p.x * unit, p.y * unit, p.z * unit);
+        };
+        Point p = place(), low = place();
+        if (i % 4 == 2) p.x = low.x = 0;
+        const Bbox box(low, low + Vector(chance.within(0, 1), chance.within(0, 1), 0) * unit);
+        Point q = p + (Point(box.min.x, box.max.y, low.z) - p) * chance.within(1, 2);
+        if (i % 4 == 2) q = Point(1e-40f, low.y, low.z);
+        Matrix4 m = Matrix4::identity();
+        for (int k = 0; k < 16; ++k) m[k / 4][k % 4] = chance.within(-1, 1);
+        m[3] = Vector4(0, 0, 0, 0);
+        if (unit == 1)
+            m[3][3] = -((low.x * (m[0][0] + m[0][3]) + low.y * (m[1][0] + m[1][3])) +
+                        low.z * (m[2][0] + m[2][3]));
+        Box_Lanes lanes = {};
+        lanes.set(0, box);
+        if (On_Segment{p, q}.accepts(box)) {
+            EXPECT_TRUE(Segment_Probe(p, q).meets(lanes) & 1) << i;
+        }
+        if (box.is_visible(m)) {
+            EXPECT_TRUE(View_Probe(m, box).meets(lanes) & 1) << i;
+        }
     }
 }
 
