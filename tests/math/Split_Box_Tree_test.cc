@@ -234,6 +234,18 @@ TEST(Split_Box_Tree, cells_split_along_the_longest_axis_or_into_octants) {
     EXPECT_EQ(bits_of(octants.get_contents_bbox()), bits_of(cube_at(0, 0, 0, 4.5f)));
 }
 
+// Among the cells of this world are such that lie between -0 and 0; the last one tells.
+TEST(Split_Box_Tree, contents_between_two_zeros) {
+    Tree tree(8, 3, 2, Bbox(Point(0, -0.0f, 0), Point(1, 4e-45f, 1)));
+    Bbox box(Point(0, -0.0f, 0), Point(1, 1, 1));
+    box.max.x = no_number;
+    ::testing::internal::CaptureStderr();
+    for (int i = 1; i <= 3; ++i) tree.put(i, box);
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(bits_of(tree.get_contents_bbox()),
+              bits_of(Bbox(Point(0, 0, 0), Point(1, 4e-45f, 1))));
+}
+
 // In the plain tree each of these would stand in 65536 leaves.
 TEST(Split_Box_Tree, many_boxes_that_fill_the_world) {
     Tree tree(2, 16, 4, bounds);
