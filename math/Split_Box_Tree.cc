@@ -43,7 +43,7 @@ void BSplit_Box_Tree::put(SUniv* item, const Bbox& box) {
     const Bbox copy = box; // it may be that of a slot
     literal_contents_valid_ = false;
     if (slot_of_.find(item)) take_out(*slot_of_.found_item());
-    if (slots_.count() >= 2 * static_cast<std::size_t>(count()) + few_slots) close_up();
+    close_up();
     const auto slot = static_cast<std::uint32_t>(slots_.count());
     slots_.push({copy, item, 0, kind_of(copy)});
     slot_of_.put(slot, item);
@@ -102,10 +102,12 @@ void BSplit_Box_Tree::remove(SUniv* item) {
     literal_contents_valid_ = false;
     take_out(*slot_of_.found_item());
     slot_of_.remove(item);
+    close_up();
 }
 
-// Moves the slots that are taken to the front.
+// Moves the slots that are taken to the front, once they are less than half.
 void BSplit_Box_Tree::close_up() {
+    if (slots_.count() < 2 * static_cast<std::size_t>(count()) + few_slots) return;
     std::uint32_t to = 0;
     for (std::uint32_t from = 0; from < slots_.count(); ++from) {
         Slot& slot = slots_[from];
