@@ -114,6 +114,8 @@ private:
     bool is_small(const Box_Cells::Cell& leaf) const;
     template<class Probe>
     void collect(const Probe& probe, Slot_Set& found) const;
+    void collect_visible(const Matrix4& m, Slot_Set& found) const;
+    void collect_odd(Slot_Set& found) const;
     void collect_all(Slot_Set& found) const;
 
     template<class Query, class Collect>

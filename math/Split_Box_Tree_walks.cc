@@ -62,6 +62,10 @@ template<class Probe>
 void BSplit_Box_Tree::collect(const Probe& probe, Slot_Set& found) const {
     for (const Box_Index& index : index_)
         index.collect(probe, [&](std::uint32_t slot) { found.put(slot); });
+    collect_odd(found);
+}
+
+void BSplit_Box_Tree::collect_odd(Slot_Set& found) const {
     for (std::size_t i = 0; i < odd_slots_.count(); ++i) found.put(odd_slots_[i]);
 }
 
@@ -375,25 +379,27 @@ bool BSplit_Box_Tree::apply(SUniv* user, const Bbox& query, BSplit_Box_Tree_Appl
     return report_in_order(*scratch, static_cast<std::size_t>(last - first), user, fn);
 }
 
-// All that the probes may meet: of the items, and of the cells.
-static Bbox reach_of(const Bbox& bounds, const Box_Index (&index)[2]) {
-    Bbox reach = bounds;
-    for (const Box_Index& i : index)
-        if (i.count() > 0) reach.merge(i.get_bbox());
-    return reach;
+// A probe for each index: the slack grows with what it is to meet, and that of an infinite box, which is
+// among the large ones, would let all small ones pass.
+void BSplit_Box_Tree::collect_visible(const Matrix4& m, Slot_Set& found) const {
+    for (const Box_Index& index : index_) {
+        if (index.count() == 0) continue;
+        Bbox reach = index.get_bbox();
+        reach.merge(get_bbox());
+        index.collect(View_Probe(m, reach), [&](std::uint32_t slot) { found.put(slot); });
+    }
+    collect_odd(found);
 }
 
 bool BSplit_Box_Tree::apply(SUniv* user, const Matrix4& m, BSplit_Box_Tree_Apply fn) const {
-    return walk(user, In_View{m}, fn, [&](Slot_Set& found) {
-        collect(View_Probe(m, reach_of(get_bbox(), index_)), found);
-    });
+    return walk(user, In_View{m}, fn, [&](Slot_Set& found) { collect_visible(m, found); });
 }
 
 bool BSplit_Box_Tree::apply(SUniv* user, const Matrix4& m1, const Matrix4& m2,
                             BSplit_Box_Tree_Apply fn) const {
     return walk(user, In_Either_View{m1, m2}, fn, [&](Slot_Set& found) {
-        collect(View_Probe(m1, reach_of(get_bbox(), index_)), found);
-        collect(View_Probe(m2, reach_of(get_bbox(), index_)), found);
+        collect_visible(m1, found);
+        collect_visible(m2, found);
     });
 }
 
