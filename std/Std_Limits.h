@@ -20,10 +20,12 @@ struct Std_Limits {
     int imports = 10000;
     double import_seconds = 600;
 
-    // An answer over http: its size, the time for all of it, and what must come in each minute.
+    // An answer over http: its size, the time for all of it from the connection on, and what must come
+    // in each minute, which is looked at once in so many seconds.
     long long http_bytes = 1ll << 32;
     double http_seconds = 3600;
     long long http_bytes_a_minute = 1024;
+    double http_pace_seconds = 60;
 };
 
 inline constinit Std_Limits std_limits;

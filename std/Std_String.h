@@ -251,8 +251,10 @@ std::istream& operator>>(std::istream& in, Std_String& s);
 // On failure: 0, and the text stays, if the stream is not good.
 int readline(std::istream& in, Std_String& s, char terminator = '\n', int discard = 1);
 
+// Classes derived from these included.
 template<class T>
-concept Std_String_Or_View = std::same_as<T, Std_String> || std::same_as<T, Std_Sub_String>;
+concept Std_String_Or_View =
+    std::derived_from<T, Std_String> || std::derived_from<T, Std_Sub_String>;
 template<class T>
 concept Std_Plain_Text = std::convertible_to<T, const char*> && !Std_String_Or_View<T>;
 
@@ -268,7 +270,7 @@ requires(Std_String_Or_View<A>&& std::convertible_to<const B&, Std_Text>) ||
 // What the relational operators go by: a view and a string are compared the other way round.
 template<class A, class B>
 int std_relation(const A& a, const B& b) {
-    if constexpr (std::same_as<A, Std_Sub_String> && std::same_as<B, Std_String>) {
+    if constexpr (std::derived_from<A, Std_Sub_String> && std::derived_from<B, Std_String>) {
         return -compare(b, a);
     } else {
         return compare(a, b);
@@ -304,6 +306,24 @@ template<class A, class B>
 requires Std_String_Or_View<A> &&(Std_String_Or_View<B> || Std_Plain_Text<B>)bool
 operator>=(const A& a, const B& b) {
     return std_relation(a, b) >= 0;
+}
+
+// A plain text in front; without these its address would be compared.
+template<Std_Plain_Text A, Std_String_Or_View B>
+bool operator<(const A& a, const B& b) {
+    return b > a;
+}
+template<Std_Plain_Text A, Std_String_Or_View B>
+bool operator<=(const A& a, const B& b) {
+    return b >= a;
+}
+template<Std_Plain_Text A, Std_String_Or_View B>
+bool operator>(const A& a, const B& b) {
+    return b < a;
+}
+template<Std_Plain_Text A, Std_String_Or_View B>
+bool operator>=(const A& a, const B& b) {
+    return b <= a;
 }
 
 #endif

@@ -3,26 +3,24 @@
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
-#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <ostream>
 #include <string>
 
-#include <arpa/inet.h>
-#include <netdb.h>
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
-#include "std/Std_Shell.h"
+#include "std/Std_Descriptor.h"
+#include "std/Std_Http.h"
+#include "std/Std_Limits.h"
 
-static void warn(const char* message) {
-    std_assert(2, message, __FILE__, __LINE__);
+static void warn(const char* message, int line = __builtin_LINE()) {
+    std_assert(2, message, __FILE__, line);
 }
 
 static void tell(const char* message) {
@@ -194,212 +192,87 @@ void Std_URL::open() {
     }
 }
 
+// With the URL last: reports are cut at their end.
+void Std_URL::tell_failure(const char* what, const char* reason) const {
+    tell(str_format("Error - %.40s (%.90s): %s", what, reason, url_string_.chars()));
+}
+
 void Std_URL::close() {
-    pclose(file_);
+    if (std::ferror(file_)) tell_failure("cannot be read", "input error");
+    if (unpacking_.is_running()) {
+        const int status = unpacking_.finish();
+        const int warning = 2,
+                  not_found = 127; // of gzip, for what follows the document; of the shell
+        if (status == not_found) {
+            tell_failure("command not found", command_);
+        } else if (status != 0 && status != warning) {
+            tell_failure("cannot be unpacked",
+                         str_format("%s ended with status %d", command_, status));
+        }
+    } else {
+        std::fclose(file_);
+    }
     file_ = nullptr;
-    if (temporary_name_.empty()) return;
-    if (unlink(temporary_name_) != 0) tell("Problems unlinking temporary file");
-    temporary_name_ = "";
 }
 
 std::size_t Std_URL::read(char* to, std::size_t count) {
+    if (is_ended_) return 0;
     ssize_t got;
     do got = ::read(fileno(file_), to, count);
     while (got < 0 && errno == EINTR);
-    return got > 0 ? static_cast<std::size_t>(got) : 0;
+    is_ended_ = got <= 0;
+    if (got < 0) tell_failure("cannot be read", std::strerror(errno));
+    if (got > may_come_) {
+        got = static_cast<ssize_t>(may_come_);
+        is_ended_ = true;
+        tell_failure("ends here", "it unpacks to more than the limit");
+    }
+    if (got <= 0) return 0;
+    may_come_ -= got;
+    return static_cast<std::size_t>(got);
 }
 
-static const int request_size = 512;
-
-// Formats into one of the buffers below. False, with a report, if the text does not fit.
-static bool put_command(char* buffer, const char* format, const char* argument) {
-    const int length = std::snprintf(buffer, request_size, format, argument);
-    if (length >= 0 && length < request_size) return true;
-    tell(str_format("Path too long: %.100s...", argument));
-    return false;
+// Null for a document that is not compressed.
+static const char* unpacking_command(const Std_String& compression) {
+    if (compression == "Z") return "zcat";
+    if (compression == "gz") return "gunzip";
+    return compression == "z" ? "pcat" : nullptr;
 }
 
-void Std_URL::open_pipe(const char* path) {
-    static char cmd[request_size]; // overwritten by every open
-    const char* format = "cat %s";
-    if (compression_ == "Z") format = "cat %s | zcat";
-    if (compression_ == "gz") format = "cat %s | gunzip";
-    if (compression_ == "z") format = "pcat %s";
-    if (put_command(cmd, format, std_shell_word(path))) file_ = popen(cmd, "r");
+static long long unpacked_limit(int document) {
+    struct stat status = {};
+    long long limit;
+    if (fstat(document, &status) != 0 ||
+        __builtin_mul_overflow(status.st_size, std_limits.unpacked_ratio, &limit))
+        limit = LLONG_MAX;
+    return std::max(limit, std_limits.unpacked_bytes);
+}
+
+// Takes the descriptor over; a negative one opens nothing.
+void Std_URL::open_document(int document) {
+    if (document < 0) return;
+    is_ended_ = false;
+    command_ = unpacking_command(compression_);
+    if (!command_) {
+        may_come_ = LLONG_MAX;
+        file_ = fdopen(document, "r");
+        if (file_) return;
+    } else {
+        may_come_ = unpacked_limit(document);
+        file_ = unpacking_.start(command_, document);
+    }
+    ::close(document);
 }
 
 void Std_URL::local_open() {
-    if (path_ != "-") {
-        std::FILE* const probe = std::fopen(path_, "r");
-        if (!probe) return;
-        std::fclose(probe);
-    }
-    temporary_name_ = "";
-    open_pipe(path_);
+    open_document(path_ == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                               : std_open_plain(path_));
 }
 
 void Std_URL::ftp_open() {
     warn("ftp_open not implemented");
 }
 
-static bool find_address(const char* host, in_addr& address) {
-    address.s_addr = inet_addr(host);
-    if (address.s_addr != INADDR_NONE) return true;
-    const hostent* const found = gethostbyname(host);
-    if (!found || found->h_addrtype != AF_INET || !found->h_addr_list[0]) return false;
-    std::memcpy(&address, found->h_addr_list[0], sizeof address);
-    return true;
-}
-
-// 0, or what went wrong.
-static int connect_to(int socket, const in_addr& address, int port) {
-    if (port < 0 || port > USHRT_MAX) return EINVAL;
-    sockaddr_in name = {};
-    name.sin_family = AF_INET;
-    name.sin_port = htons(static_cast<std::uint16_t>(port));
-    name.sin_addr = address;
-    const auto* const peer = reinterpret_cast<const sockaddr*>(&name);
-    if (connect(socket, peer, sizeof name) == 0) return 0;
-    if (errno != ETIMEDOUT) return errno;
-    tell("Retrying...");
-    return connect(socket, peer, sizeof name) == 0 ? 0 : errno;
-}
-
-// On failure: -1, reported.
-int Std_URL::connected_socket() const {
-    const int channel = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (channel < 0) {
-        tell("Unable to open socket");
-        return -1;
-    }
-    tell(str_format("Connecting to host %s:%d", host_.chars(), port_));
-    in_addr address;
-    if (!find_address(host_, address)) {
-        tell("Unable to get host address by name");
-    } else if (const int error = connect_to(channel, address, port_)) {
-        tell(str_format("Unable to connect to host: %s", std::strerror(error)));
-    } else {
-        return channel;
-    }
-    ::close(channel);
-    return -1;
-}
-
-static bool is_sent(int socket, const char* text) {
-    for (std::size_t rest = std::strlen(text); rest > 0;) {
-        // A peer that has gone must not end the process by a signal.
-        const ssize_t sent = send(socket, text, rest, MSG_NOSIGNAL);
-        if (sent < 0 && errno == EINTR) continue;
-        if (sent <= 0) return false;
-        text += sent;
-        rest -= static_cast<std::size_t>(sent);
-    }
-    return true;
-}
-
-// Waits until there is something to read: positive; 0 after the time is over, negative for an
-// error. Signals do not make the time longer.
-static int wait_once(int socket) {
-    using namespace std::chrono;
-    const auto end = steady_clock::now() + seconds(20);
-    pollfd channel = {socket, POLLIN, 0};
-    for (;;) {
-        const auto left = duration_cast<milliseconds>(end - steady_clock::now()).count();
-        const int ready = poll(&channel, 1, static_cast<int>(std::max<long long>(left, 0)));
-        if (ready >= 0 || errno != EINTR) return ready;
-    }
-}
-
-static int wait_for_data(int socket) {
-    int ready = wait_once(socket);
-    if (ready != 0) return ready;
-    tell("Retrying...");
-    return wait_once(socket);
-}
-
-// Sends the request and waits for the answer. On failure: false, reported.
-bool Std_URL::is_requested(int socket) const {
-    static char http_request[request_size]; // overwritten by every request
-    if (!put_command(http_request, "GET /%s\n", path_)) return false;
-    for (const char* c = path_; *c; ++c) {
-        // It would end the request and begin another one.
-        if (*c != '\n' && *c != '\r') continue;
-        tell("Line feed in HTTP request");
-        return false;
-    }
-    tell(str_format("Sending HTTP request for /%s", path_.chars()));
-    if (!is_sent(socket, http_request)) {
-        tell("Unable to send HTTP request");
-        return false;
-    }
-    tell("Waiting for response...");
-    const int ready = wait_for_data(socket);
-    if (ready < 0) tell("Unable to select");
-    if (ready == 0) tell("Connection Timeout.");
-    return ready > 0;
-}
-
-// Stores all that comes. On failure: false, reported.
-bool Std_URL::fetch(int socket, std::FILE* store) const {
-    static char buf[4096]; // overwritten by every read
-    const long long progress_interval = 51200;
-    long long total = 0, told = 0;
-    for (;;) {
-        // A server that falls silent halfway is given up like one that never answers.
-        const bool is_ready = wait_for_data(socket) > 0;
-        const ssize_t got = is_ready ? ::read(socket, buf, sizeof buf) : -1;
-        if (is_ready && got < 0 && errno == EINTR) continue;
-        if (got < 0) tell("Transfert error");
-        if (got < 1) return got == 0;
-        total += got;
-        if (total - told > progress_interval) {
-            told = total;
-            tell(str_format("%d Kbytes transferred so far", static_cast<int>(total / 1024)));
-        }
-        const auto size = static_cast<std::size_t>(got);
-        if (std::fwrite(buf, 1, size, store) < size) {
-            tell("Problem writing to tmpfile");
-            return false;
-        }
-    }
-}
-
 void Std_URL::http_open() {
-    const int channel = connected_socket();
-    if (channel < 0) return;
-    if (!is_requested(channel)) {
-        ::close(channel);
-        return;
-    }
-    tell("Beginning data transfert");
-    const char* name;
-    const int descriptor = std_open_tmp_file(&name);
-    std::FILE* const store = descriptor < 0 ? nullptr : fdopen(descriptor, "w");
-    if (!store) {
-        if (descriptor >= 0) {
-            ::close(descriptor);
-            unlink(name);
-        }
-        tell("Unable to open local tmp file");
-        ::close(channel);
-        return;
-    }
-    bool is_stored = fetch(channel, store);
-    if (std::fclose(store) != 0 && is_stored) {
-        // What was buffered did not fit on the disk.
-        tell("Problem writing to tmpfile");
-        is_stored = false;
-    }
-    ::close(channel);
-    if (!is_stored) {
-        unlink(name);
-        return;
-    }
-    tell("Data transfert completed.");
-    temporary_name_ = name;
-    open_pipe(name);
-    if (!is_open()) {
-        unlink(name);
-        temporary_name_ = "";
-    }
+    open_document(std_http_fetch(*this));
 }

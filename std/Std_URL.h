@@ -10,15 +10,16 @@
 // are no queries, fragments or escapes: "?" and "%" belong to the path. A path that ends in ".Z",
 // ".gz" or ".z" is unpacked on the way.
 //
-// The stream is always a pipe from a command ("cat", "gunzip", "zcat", "pcat"). A path is quoted,
-// so nothing in it can run. A document from http is first stored in a temporary file, which close
-// deletes. Not to be used from two threads.
+// A document is opened as a file and judged by what was opened: only plain files are read. The stream
+// is that file, or a pipe from a command that unpacks it ("gunzip", "zcat", "pcat"). A document from
+// http is first stored in a file without a name. Not to be used from two threads.
 #ifndef STD_STD_URL_H
 #define STD_STD_URL_H
 
 #include <cstdio>
 #include <iosfwd>
 
+#include "std/Std_Filter.h"
 #include "std/Std_Obj.h"
 #include "std/Std_String.h"
 
@@ -67,10 +68,12 @@ class Std_URL : public Std_Obj {
 
     // Makes the document readable through get_file, closing it first if it is open. The path "-"
     // is the standard input.
-    // On failure: is_open is false; one report, but none for a local file that cannot be read. So
-    // also for a port that there is not, a path with a line feed, a command longer than 511
-    // characters, and a server that falls silent for 40 seconds, at first or on the way.
+    // On failure: is_open is false; one report, but none for a local file that cannot be read, such as
+    // a folder or a pipe. So also for a port that there is not, a path with a line feed, and a server
+    // that does not answer for 40 seconds. Of an answer that breaks off, what came is the document.
     void open();
+    // Reports that the document is not whole, if it was read to its end and could not be unpacked or
+    // read any further.
     // Requires: is_open().
     void close();
     bool is_open() const { return file_ != nullptr; }
@@ -92,17 +95,18 @@ private:
     bool parse_with_host();
     void clear_fields();
     void derive_names();
-    void open_pipe(const char* path);
-    int connected_socket() const;
-    bool is_requested(int socket) const;
-    bool fetch(int socket, std::FILE* store) const;
+    void open_document(int document);
+    void tell_failure(const char* what, const char* reason) const;
 
     bool valid_ = false;
     Std_String url_string_, protocol_, host_;
     int port_ = 0;
     Std_String path_, name_, extension_, compression_;
     std::FILE* file_ = nullptr;
-    Std_String temporary_name_;
+    Std_Filter unpacking_;          // gives the file, if there is anything to unpack
+    const char* command_ = nullptr; // that unpacks it
+    long long may_come_ = 0;        // bytes, by the limits
+    bool is_ended_ = false;         // as far as read is concerned
 };
 
 std::ostream& operator<<(std::ostream& out, const Std_URL& url);

@@ -30,6 +30,16 @@ TEST(Std_Assert, lines) {
     EXPECT_EQ(report(2, "100%s%n"), "WARNING: 100%s%n in line 12 of file a/b.cc\n");
     const std::string huge(5000, 'x');
     EXPECT_EQ(report(2, huge.c_str()), "WARNING: " + huge.substr(0, 1023 - 9) + "\n");
+    // Control characters, of C1 in UTF-8 and alone; other characters of several bytes stay.
+    EXPECT_EQ(report(1, "\x1b]0;x\a\x7f\r \xc2\x9b \x9b \xc3\xa9\t\n\xe2\x80\x9b \xf0\x9f\x80\x80"),
+              "DEBUG  : \\x1b]0;x\\x07\\x7f\\x0d \\xc2\\x9b \\x9b \xc3\xa9\t\n\xe2\x80\x9b "
+              "\xf0\x9f\x80\x80\n");
+    // Cut, longer than needed, no character, past the last one.
+    EXPECT_EQ(
+        report(1, "\xe2\x80|\xe0\x80\x80|\xed\x9f\x80|\xed\xa0\x80|\xf4\x90\x80\x80|\xff\xc2"),
+        "DEBUG  : \xe2\\x80|\xe0\\x80\\x80|\xed\x9f\x80|\xed\xa0\\x80|\xf4\\x90\\x80\\x80|"
+        "\xff\xc2\n");
+    EXPECT_EQ(report(2, "\x1b[31m"), "WARNING: \\x1b[31m in line 12 of file a/b.cc\n");
     EXPECT_EQ(report(0, huge.c_str()), "INFO   : " + huge.substr(0, 256) + "\n");
 }
 

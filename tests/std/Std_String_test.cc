@@ -201,6 +201,14 @@ TEST(Std_String, order) {
     EXPECT_EQ(compare(x.at(0, 2), static_cast<const char*>(nullptr)), 2);
     EXPECT_EQ(compare(x, x.at(0, 1)), 3);
     EXPECT_TRUE(x.before(2) < x && x.at(1, 1) != "a" && x.at(1, 1) == x.at('b'));
+    // Not by address, and classes derived from these no more than they.
+    struct Name : Std_String {
+        using Std_String::Std_String;
+    };
+    const Name name("abcd"), same("abcd");
+    const char text[] = "abcd";
+    EXPECT_TRUE(name == text && text == name && name == same && name == x && !(name != text));
+    EXPECT_TRUE(name < "b" && "b" > name && "b" >= x && "a" <= x.at(0, 1) && "a" < x);
     EXPECT_EQ(compare(Std_String("a\0b", 3), "a"), 0);
     EXPECT_GT(compare(Std_String("a\0b", 3).at(0, 3), "a"), 0);
     EXPECT_EQ(fcompare("HeLLo", Std_String("hEllO")), 0);

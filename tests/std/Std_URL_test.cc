@@ -1,9 +1,14 @@
 #include "std/Std_URL.h"
 
 #include <algorithm>
+#include <csignal>
+#include <fcntl.h>
 #include <set>
+#include <sstream>
+#include <sys/stat.h>
 
 #include "std/Std_Common.h"
+#include "std/Std_Limits.h"
 #include "std/Std_Shell.h"
 #include "tests/Bits.h"
 #include "tests/Http_Server.h"
@@ -14,19 +19,38 @@ using std::string_literals::operator""s;
 
 class Std_URL_test : public Scratch_Folder_Test {
 protected:
-    Std_URL_test() { setenv("PATH", (NOLT_TOOLS_DIR ":"s + getenv("PATH")).c_str(), 1); }
+    Std_URL_test() { set_path(NOLT_TOOLS_DIR ":"s + path); }
+    ~Std_URL_test() override {
+        set_path(path);
+        std_limits = Std_Limits();
+    }
+    static void set_path(const std::string& folders) { setenv("PATH", folders.c_str(), 1); }
+    const std::string path = getenv("PATH");
 };
 
-static std::string contents(const std::string& name) {
+static std::string contents(const std::string& name, bool is_stream = false) {
     Std_URL url(name.c_str());
     std::string text;
     url.open();
     if (!url.is_open()) return "(closed)";
+    EXPECT_GT(fileno(url.get_file()), 2);
+    EXPECT_TRUE(fs::is_empty("tmp")) << "a file would stay if the process were killed now";
     char buffer[1000];
-    while (const std::size_t got = std::fread(buffer, 1, sizeof buffer, url.get_file()))
+    while (const std::size_t got = is_stream ? fread(buffer, 1, sizeof buffer, url.get_file())
+                                             : url.read(buffer, sizeof buffer))
         text.append(buffer, got);
     url.close();
     return text;
+}
+
+// Of a call, the lines of the library alone.
+template<class Call>
+static std::string information_of(Call call) {
+    std::istringstream all(reports_of(call));
+    std::string line, told;
+    while (std::getline(all, line))
+        if (line.starts_with("INFO   : ")) told += line.substr(9) + "\n";
+    return told;
 }
 
 static std::string fields(const Std_URL& u) {
@@ -60,6 +84,7 @@ TEST(Std_URL, parse) {
         {"news://h/x", "||0||||", "Unsupported protocol news in URL news://h/x"},
         {"HTTP://h/x", "||0||||", "Unsupported protocol HTTP in URL HTTP://h/x"},
     };
+    std::set<std::string> places;
     for (const auto& r : rows) {
         const std::string reports = reports_of([&] {
             const Std_URL url(r.text);
@@ -68,7 +93,9 @@ TEST(Std_URL, parse) {
         });
         const std::string should = *r.report ? "WARNING: "s + r.report + " in line" : "";
         EXPECT_EQ(reports.substr(0, should.size()), should);
+        places.insert(reports.substr(should.size()));
     }
+    EXPECT_EQ(places.size(), 4u) << "each warning has its line, and there may be none";
 }
 
 TEST(Std_URL, composed_with) {
@@ -130,13 +157,90 @@ TEST_F(Std_URL_test, local_documents) {
     std::string folders;
     for (int i = 0; i < 6; ++i) folders += std::string(100, 'd') + "/";
     fs::create_directories(folders);
-    put_file(folders + "f", text);
-    const std::string reports = reports_of([&] {
-        EXPECT_EQ(contents(folders + "f"), "(closed)");
-        EXPECT_EQ(contents("ftp://h/p") + contents("file://h/p"), "(closed)(closed)");
+    ASSERT_EQ(std::system(("cp plain.txt c.gz " + folders).c_str()), 0);
+    EXPECT_EQ(contents(folders + "plain.txt") + contents(folders + "c.gz", true), text + text);
+    const std::string reports = reports_of(
+        [] { EXPECT_EQ(contents("ftp://h/p") + contents("file://h/p"), "(closed)(closed)"); });
+    EXPECT_EQ(reports.find("WARNING: ftp_open not implemented in line"), 0u) << reports;
+}
+
+// Whatever is behind a name: only plain files are read, and nothing waits.
+TEST_F(Std_URL_test, what_is_no_plain_file) {
+    const auto link_to = [](int descriptor) {
+        return "/proc/self/fd/" + std::to_string(descriptor);
+    };
+    int ends[2];
+    put_file("plain.txt", "text");
+    ASSERT_TRUE(pipe(ends) == 0 && mkfifo("fifo", 0600) == 0 && mkfifo("fifo.gz", 0600) == 0);
+    const int plain = open("plain.txt", O_RDONLY), input = dup(STDIN_FILENO);
+    const std::string told = information_of([&] {
+        for (const std::string& name :
+             {"tmp"s, "fifo"s, "fifo.gz"s, "/dev/zero"s, link_to(ends[0]), "/dev/fd/99"s})
+            EXPECT_EQ(contents(name), "(closed)") << name;
+        EXPECT_EQ(contents(link_to(plain)), "text");
+        dup2(ends[0], STDIN_FILENO);
+        EXPECT_EQ(write(ends[1], "input", 5), 5);
+        for (int end : ends) close(end);
+        EXPECT_EQ(contents("-"), "input");
+        close(STDIN_FILENO); // and nothing takes its number
+        EXPECT_EQ(contents("-") + contents("plain.txt"), "(closed)text");
     });
-    EXPECT_EQ(reports.find("INFO   : Path too long: ddd"), 0u) << reports;
-    EXPECT_NE(reports.find("WARNING: ftp_open not implemented in line"), std::string::npos);
+    EXPECT_EQ(told, "");
+    dup2(input, STDIN_FILENO);
+    close(input);
+    close(plain);
+}
+
+TEST_F(Std_URL_test, packed_documents_that_are_not_whole) {
+    const std::string large(5000, 'x'), bin = home / "bin";
+    put_file("x", large);
+    ASSERT_EQ(std::system("gzip < x > x.gz; head -c -5 x.gz > cut.gz; (cat x.gz; echo x) > more.gz;"
+                          "mkdir bin; cp x.gz f.Z; cp x.gz k.z; cp x no.gz"),
+              0);
+    put_file("bin/zcat", "#!/bin/sh\nprintf half\nexit 3\n");
+    put_file("bin/pcat", "#!/bin/sh\nkill -9 $$\n");
+    ASSERT_EQ(chmod("bin/zcat", 0700) + chmod("bin/pcat", 0700), 0);
+    const std::string failed = "Error - cannot be unpacked (";
+    const struct {
+        std::string path, name, should, report;
+        long long limit;
+    } rows[] = {
+        {path, "x.gz", large, "", 5000},
+        {path, "more.gz", large, "", 5000},
+        {path, "cut.gz", large, failed + "gunzip ended with status 1): cut.gz\n", 5000},
+        {path, "no.gz", "", failed + "gunzip ended with status 1): no.gz\n", 5000},
+        {bin, "x.gz", "", "Error - command not found (gunzip): x.gz\n", 5000},
+        {bin, "f.Z", "half", failed + "zcat ended with status 3): f.Z\n", 5000},
+        {bin, "k.z", "", failed + "pcat ended with status 137): k.z\n", 5000},
+        {path, "x.gz", large.substr(1),
+         "Error - ends here (it unpacks to more than the limit): x.gz\n", 4999},
+    };
+    for (const auto& r : rows) {
+        set_path(r.path);
+        std_limits.unpacked_bytes = r.limit;
+        std_limits.unpacked_ratio = 1;
+        const std::string told =
+            information_of([&] { EXPECT_EQ(contents(r.name), r.should) << r.name; });
+        EXPECT_EQ(told, r.report) << r.name;
+    }
+}
+
+// Who has read enough closes; the command ends, also under a program that ignores its signals.
+TEST_F(Std_URL_test, packed_documents_that_are_not_read_to_the_end) {
+    put_file("zcat", "#!/bin/sh\nwhile :; do echo x; done\n");
+    put_file("x.Z", "");
+    ASSERT_EQ(chmod("zcat", 0700), 0);
+    set_path(home);
+    const auto before = signal(SIGPIPE, SIG_IGN);
+    EXPECT_EQ(information_of([] {
+                  Std_URL url("x.Z");
+                  char byte;
+                  url.open();
+                  EXPECT_EQ(url.read(&byte, 1), 1u);
+                  url.close();
+              }),
+              "");
+    signal(SIGPIPE, before);
 }
 
 TEST(Std_Shell, words) {
@@ -203,13 +307,73 @@ TEST_F(Std_URL_test, http_failures) {
         EXPECT_EQ(reports.find("INFO   : Connecting to host "), 0u) << r.url;
         EXPECT_EQ(reports.substr(reports.find('\n') + 1), "INFO   : " + r.last + "\n") << r.url;
     }
-    for (const std::string& path : {std::string(600, 'p'), "a\nGET /b"s}) {
+    {
+        const std::string longer(600, 'p');
+        const Http_Server server{{"GET /" + longer + "\n", {"text"}}};
+        reports_of([&] { EXPECT_EQ(contents(server.host + longer), "text"); });
+    }
+    {
         const Http_Server server{{"GET", {"must not be asked"}}};
-        reports_of([&] { EXPECT_EQ(contents(server.host + path), "(closed)"); });
+        reports_of([&] { EXPECT_EQ(contents(server.host + "a\nGET /b"), "(closed)"); });
     }
     setenv("TMPDIR", "/no/such/folder", 1);
     const Http_Server server{{"GET /x\n", {"text"}}};
     const std::string reports =
         reports_of([&] { EXPECT_EQ(contents(server.host + "x"), "(closed)"); });
     EXPECT_NE(reports.find("Unable to open local tmp file"), std::string::npos);
+}
+
+TEST_F(Std_URL_test, http_answers_that_are_not_whole) {
+    const auto row = [](Http_Server::Exchange exchange, double seconds, long long bytes,
+                        const char* should, std::string report) {
+        const Http_Server server{{exchange}};
+        const std::string url = server.host + "x";
+        if (report.ends_with(": ")) report += url;
+        std_limits.http_seconds = seconds;
+        std_limits.http_bytes = bytes;
+        const std::string told = information_of([&] { EXPECT_EQ(contents(url), should); });
+        EXPECT_NE(told.find(report + "\n"), std::string::npos) << told;
+    };
+    const std::string get = "GET /x\n", given_up = "Transfert given up, ";
+    const std::vector<std::string> text = {"some ", "text"}, slow(100, "x"),
+                                   later = {"HTTP/1.0 400 Bad \x1b[2J\r\n\r\n"};
+    std_limits.http_bytes_a_minute = 1 << 20;
+    std_limits.http_pace_seconds = 0.1;
+    row({get, text, Http_Server::RESETS}, 9, 99, "some text", "Transfert error");
+    row({get, {}, Http_Server::RESETS}, 9, 99, "(closed)", "Transfert error");
+    row({get, text, Http_Server::WAITS}, 9, 9, "some text", "Data transfert completed.");
+    row({get, text}, 9, 8, "some tex", given_up + "the document is too large: ");
+    row({get, {}, Http_Server::HOLDS}, 0.2, 99, "(closed)", "Connection Timeout.");
+    row({get, later}, 9, 99, later[0].c_str(),
+        "The document begins with the status line of a later protocol "
+        "(HTTP/1.0 400 Bad \\x1b[2J): ");
+    reports_of([&] {
+        const Http_Server server{{get, slow, Http_Server::TRICKLES}};
+        EXPECT_LT(contents(server.host + "x").size(), 50u);
+    });
+    std_limits.http_bytes_a_minute = 0;
+    row({get, text, Http_Server::HOLDS}, 0.2, 99, "some text", given_up + "it takes too long: ");
+}
+
+// Connections that nobody takes: more than the host keeps waiting.
+TEST_F(Std_URL_test, http_hosts_that_do_not_answer) {
+    const int listener = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in name = {};
+    socklen_t size = sizeof name;
+    name.sin_family = AF_INET;
+    name.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    auto* const peer = reinterpret_cast<sockaddr*>(&name);
+    ASSERT_TRUE(bind(listener, peer, size) == 0 && listen(listener, 0) == 0);
+    getsockname(listener, peer, &size);
+    std::vector<int> waiting(4);
+    for (int& client : waiting) {
+        client = socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
+        connect(client, peer, size);
+    }
+    std_limits.http_seconds = 0.2;
+    const std::string url = "http://127.0.0.1:" + std::to_string(ntohs(name.sin_port)) + "/x";
+    const std::string told = information_of([&] { EXPECT_EQ(contents(url), "(closed)"); });
+    EXPECT_NE(told.find("Unable to connect to host: Connection timed out\n"), std::string::npos);
+    waiting.push_back(listener);
+    for (int descriptor : waiting) close(descriptor);
 }

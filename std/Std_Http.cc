@@ -1,0 +1,276 @@
+#include "std/Std_Http.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include <arpa/inet.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+#include "std/Std_Descriptor.h"
+#include "std/Std_Limits.h"
+#include "std/Std_URL.h"
+
+static void tell(const char* message) {
+    std_assert(0, message, __FILE__, __LINE__);
+}
+
+static double now() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+static bool is_to_be_tried_again(int error) {
+    return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
+}
+
+namespace {
+// One request and its answer, on a socket that never blocks.
+class Exchange {
+public:
+    explicit Exchange(const Std_URL& url) : url_(url) {}
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+    ~Exchange() {
+        if (socket_ >= 0) close(socket_);
+    }
+
+    // In this order, while they answer true. False is reported.
+    bool connect();
+    bool request();
+    bool store(int file);
+
+private:
+    enum Ending { NONE, COMPLETE, BROKEN, NOT_STORED };
+
+    int connect_once(const sockaddr_in& name);
+    bool send_all(const std::string& text);
+    int wait(short event, double until) const;
+    int wait_for_answer();
+    double end_of_time() const { return start_ + std_limits.http_seconds; }
+    static double pace_period() {
+        return std_limits.http_pace_seconds > 0 ? std_limits.http_pace_seconds : HUGE_VAL;
+    }
+    Ending end_of_patience();
+    Ending take(char* bytes, ssize_t got, int file);
+    Ending give_up(const char* reason) const;
+
+    static constexpr double longest_silence_ = 20; // twice
+    const Std_URL& url_;
+    const double start_ = now();
+    int socket_ = -1;
+    long long total_ = 0, told_ = 0;
+    double last_data_ = 0;
+    bool is_silent_ = false; // already for the first time of two
+    double pace_start_ = 0;
+    long long pace_total_ = 0; // when the pace was looked at last
+};
+} // namespace
+
+// Until the socket is ready: positive; 0 when it is `until` or all time is over, negative for an error.
+int Exchange::wait(short event, double until) const {
+    pollfd channel = {socket_, event, 0};
+    until = std::min(until, end_of_time());
+    for (;;) {
+        const double milliseconds = std::ceil((until - now()) * 1000);
+        const bool is_over = !(milliseconds > 0);
+        const double longest = 1e6;
+        const int ready =
+            poll(&channel, 1, is_over ? 0 : static_cast<int>(std::min(milliseconds, longest)));
+        if (ready > 0 || (ready == 0 && is_over)) return ready;
+        if (ready < 0 && errno != EINTR) return ready;
+    }
+}
+
+static bool find_address(const char* host, in_addr& address) {
+    address.s_addr = inet_addr(host);
+    if (address.s_addr != INADDR_NONE) return true;
+    const hostent* const found = gethostbyname(host);
+    if (!found || found->h_addrtype != AF_INET || !found->h_addr_list[0]) return false;
+    std::memcpy(&address, found->h_addr_list[0], sizeof address);
+    return true;
+}
+
+// 0, or what went wrong.
+int Exchange::connect_once(const sockaddr_in& name) {
+    const auto* const peer = reinterpret_cast<const sockaddr*>(&name);
+    if (::connect(socket_, peer, sizeof name) == 0) return 0;
+    if (errno != EINPROGRESS && errno != EINTR) return errno;
+    if (wait(POLLOUT, end_of_time()) <= 0) return ETIMEDOUT;
+    int error = 0;
+    socklen_t size = sizeof error;
+    return getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
+}
+
+bool Exchange::connect() {
+    socket_ = std_above_standard(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (socket_ < 0) {
+        tell("Unable to open socket");
+        return false;
+    }
+    const int port = url_.get_port();
+    tell(str_format("Connecting to host %s:%d", url_.get_host().chars(), port));
+    sockaddr_in name = {};
+    name.sin_family = AF_INET;
+    name.sin_port = htons(static_cast<std::uint16_t>(port));
+    if (!find_address(url_.get_host(), name.sin_addr)) {
+        tell("Unable to get host address by name");
+        return false;
+    }
+    int error = port < 0 || port > USHRT_MAX ? EINVAL : connect_once(name);
+    if (error == ETIMEDOUT && now() < end_of_time()) {
+        tell("Retrying...");
+        error = connect_once(name);
+    }
+    if (error) tell(str_format("Unable to connect to host: %s", std::strerror(error)));
+    return !error;
+}
+
+bool Exchange::send_all(const std::string& text) {
+    for (std::size_t sent = 0; sent < text.size();) {
+        if (wait(POLLOUT, end_of_time()) <= 0) return false;
+        // A peer that has gone must not end the process by a signal.
+        const ssize_t put = send(socket_, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
+        if (put < 0 && is_to_be_tried_again(errno)) continue;
+        if (put <= 0) return false;
+        sent += static_cast<std::size_t>(put);
+    }
+    return true;
+}
+
+int Exchange::wait_for_answer() {
+    const double begin = now();
+    int ready = wait(POLLIN, begin + 1);
+    if (ready != 0 || now() >= end_of_time()) return ready;
+    // Servers of later forms of the protocol wait for headers, until nothing can come any more.
+    shutdown(socket_, SHUT_WR);
+    ready = wait(POLLIN, begin + longest_silence_);
+    if (ready != 0 || now() >= end_of_time()) return ready;
+    tell("Retrying...");
+    return wait(POLLIN, now() + longest_silence_);
+}
+
+bool Exchange::request() {
+    const char* const path = url_.get_path();
+    if (std::strpbrk(path, "\r\n")) {
+        // It would end the request and begin another one.
+        tell("Line feed in HTTP request");
+        return false;
+    }
+    tell(str_format("Sending HTTP request for /%s", path));
+    if (!send_all(std::string("GET /") + path + "\n")) {
+        tell("Unable to send HTTP request");
+        return false;
+    }
+    tell("Waiting for response...");
+    const int ready = wait_for_answer();
+    if (ready < 0) tell("Unable to select");
+    if (ready == 0) tell("Connection Timeout.");
+    return ready > 0;
+}
+
+Exchange::Ending Exchange::give_up(const char* reason) const {
+    tell(str_format("Transfert given up, %s: %s", reason, url_.get_url_string().chars()));
+    return BROKEN;
+}
+
+// Looks whether it is time to wait no longer.
+Exchange::Ending Exchange::end_of_patience() {
+    const double time = now();
+    if (time >= end_of_time()) return give_up("it takes too long");
+    const double period = pace_period();
+    if (time - pace_start_ >= period) {
+        const double least = static_cast<double>(std_limits.http_bytes_a_minute) * period / 60;
+        if (static_cast<double>(total_ - pace_total_) < least)
+            return give_up("the server is too slow");
+        pace_start_ = time;
+        pace_total_ = total_;
+    }
+    if (time - last_data_ < longest_silence_ * (is_silent_ ? 2 : 1)) return NONE;
+    tell(is_silent_ ? "Transfert error" : "Retrying...");
+    if (is_silent_) return BROKEN;
+    is_silent_ = true;
+    return NONE;
+}
+
+// What a read gave.
+Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
+    const long long progress_interval = 51200;
+    if (got < 0) tell("Transfert error");
+    if (got < 1) return got == 0 ? COMPLETE : BROKEN;
+    const long long room = std::max(std_limits.http_bytes - total_, 0ll);
+    const long long taken = std::min<long long>(got, room);
+    total_ += taken;
+    last_data_ = now();
+    is_silent_ = false;
+    if (total_ - told_ > progress_interval) {
+        told_ = total_;
+        tell(str_format("%lld Kbytes transferred so far", total_ / 1024));
+    }
+    if (!std_write_all(file, bytes, static_cast<std::size_t>(taken))) {
+        tell("Problem writing to tmpfile");
+        return NOT_STORED;
+    }
+    return taken < got ? give_up("the document is too large") : NONE;
+}
+
+bool Exchange::store(int file) {
+    static char buf[4096]; // overwritten by every read
+    Ending ending = NONE;
+    last_data_ = pace_start_ = now();
+    while (ending == NONE) {
+        const double silence = longest_silence_ * (is_silent_ ? 2 : 1);
+        const double pace_end = pace_start_ + pace_period();
+        const int ready = wait(POLLIN, std::min(last_data_ + silence, pace_end));
+        if (ready != 0) {
+            const ssize_t got = ready < 0 ? -1 : recv(socket_, buf, sizeof buf, 0);
+            if (got < 0 && is_to_be_tried_again(errno)) continue;
+            ending = take(buf, got, file);
+        }
+        if (ending == NONE) ending = end_of_patience();
+    }
+    if (ending == COMPLETE) tell("Data transfert completed.");
+    return ending == COMPLETE || (ending == BROKEN && total_ > 0);
+}
+
+// A server that does not know our form of request answers in its own, which is then the document.
+static void tell_status_line(int document, const Std_URL& url) {
+    char line[100];
+    const ssize_t got = pread(document, line, sizeof line - 1, 0);
+    line[std::max<ssize_t>(got, 0)] = '\0';
+    static const char mark[] = "HTTP/";
+    const std::size_t length = sizeof mark - 1;
+    if (std::strncmp(line, mark, length) != 0) return;
+    if (!std::isdigit(static_cast<unsigned char>(line[length]))) return;
+    line[std::strcspn(line, "\r\n")] = '\0';
+    tell(str_format("The document begins with the status line of a later protocol (%s): %s", line,
+                    url.get_url_string().chars()));
+}
+
+int std_http_fetch(const Std_URL& url) {
+    Exchange exchange(url);
+    if (!exchange.connect() || !exchange.request()) return -1;
+    tell("Beginning data transfert");
+    const int document = std_open_nameless();
+    if (document < 0) {
+        tell("Unable to open local tmp file");
+        return -1;
+    }
+    const bool is_stored = exchange.store(document);
+    if (is_stored) tell_status_line(document, url);
+    if (is_stored && lseek(document, 0, SEEK_SET) == 0) return document;
+    close(document);
+    return -1;
+}
