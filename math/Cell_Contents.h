@@ -1,6 +1,6 @@
 // The box of what cells hold, where boxes with a NaN or with min above max are among it.
 //
-//     Cell_Contents contents(cells, boxes, count);       // the boxes that reach the cells, as they came
+//     Cell_Contents contents(cells, boxes);  // the boxes that reach the cells, as they came
 //     Bbox all = contents.get_bbox();
 //
 // Each leaf merges the boxes that reach it in the order of their arrival and cuts the result to its
