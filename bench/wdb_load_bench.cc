@@ -1,6 +1,6 @@
 // Reading scenes: triangle lines against sscanf with the full format, a scene of a million
 // triangles against the plain way (the pipe, fgets, sscanf), and how time and memory grow with the
-// nodes.
+// nodes, small ones and such that fill the world.
 #include "wdb/wdb_load.h"
 
 #include <cmath>
@@ -193,24 +193,29 @@ static double load_aside(const std::string& path, double* peak_megabytes) {
     return seconds;
 }
 
-static void write_nodes(int count, const std::string& path) {
+// Small ones all over a cube of 1000, or such that each fills most of it.
+static void write_nodes(int count, bool fill, const std::string& path) {
+    const char* const row = fill ? "  Frame m 900 0 0 \\\n 0 900 0 \\\n 0 0 900 \\\n"
+                                 : "  Frame m 2.5 0 0 \\\n 0 2.5 0 \\\n 0 0 2.5 \\\n";
+    const double place = fill ? 100 : 1000;
     std::FILE* const file = std::fopen(path.c_str(), "w");
-    std::fputs("material m {\n}\ntrianglelist g {\n triangle p 0 0 0 1 0 0 0 1 0\n}\n", file);
+    std::fputs("material m {\n}\ntrianglelist g {\n triangle p 0 0 0 1 0 0 0 1 1\n}\n", file);
     std::mt19937 random(3);
     for (int i = 0; i < count; ++i) {
-        std::fprintf(file, "Node Sphere_%d {\n  Frame m 2.5 0 0 \\\n 0 2.5 0 \\\n 0 0 2.5 \\\n", i);
+        std::fprintf(file, "Node Sphere_%d {\n%s", i, row);
         for (int axis = 0; axis < 3; ++axis)
-            std::fprintf(file, "%.6f ", static_cast<double>(random() % 1000000) / 1000 - 500);
+            std::fprintf(file, "%.6f ",
+                         static_cast<double>(random() % 1000000) / 1e6 * place - 500);
         std::fputs("\n  Material m\n  Geometry  g\n}\n\n", file);
     }
     std::fclose(file);
 }
 
 // Stands before the large mesh: a child begins with its parent's memory.
-static void nodes(benchmark::State& state) {
+static void nodes(benchmark::State& state, bool fill) {
     const Scratch_File scene("nodes.3d");
     const int count = static_cast<int>(state.range(0));
-    write_nodes(count, scene.path);
+    write_nodes(count, fill, scene.path);
     double best = 1e9, peak = 0;
     for (auto _ : state) {
         const double seconds = load_aside(scene.path, &peak);
@@ -222,12 +227,39 @@ static void nodes(benchmark::State& state) {
     state.counters["file MB"] =
         static_cast<double>(std::filesystem::file_size(scene.path)) / (1 << 20);
 }
-BENCHMARK(nodes)
+BENCHMARK_CAPTURE(nodes, small, false)
+    ->Arg(2000)
     ->RangeMultiplier(10)
     ->Range(10000, 1000000)
     ->Iterations(3)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(nodes, world_filling, true)
+    ->Arg(2000)
+    ->Arg(20000)
+    ->Iterations(3)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+// Each list reaches all over the world.
+static void scattered_triangles(benchmark::State& state) {
+    const Scratch_File scene("scattered.3d");
+    const int lists = 600, each = 500;
+    std::mt19937 random(11);
+    WDB_Database world;
+    for (int i = 0; i < lists; ++i) {
+        auto* const list = new WDB_Tri_List(each);
+        list->set_with_colors(true);
+        list->begin_editing();
+        for (int k = 0; k < each; ++k) list->put(random_triangle(random), k);
+        list->end_editing();
+        world.put(new WDB_Node("n", HFrame::identity(), list, nullptr, nullptr));
+    }
+    wdb_save(world, scene.path.c_str());
+    side_by_side(state, lists * each, {{"fgets+sscanf", [&] { return load_plainly(scene.path); }}},
+                 {"wdb_load", [&] { return load_with_us(scene.path); }});
+}
+BENCHMARK(scattered_triangles)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 static void million_triangles(benchmark::State& state) {
     const Scratch_File scene("mesh.3d");
