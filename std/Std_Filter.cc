@@ -4,7 +4,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <initializer_list>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -30,10 +29,20 @@ static int spawn_shell(const char* command, int input, int output, pid_t* child)
     if (!error) error = posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     char shell[] = "sh", option[] = "-c";
     char* const arguments[] = {shell, option, const_cast<char*>(command), nullptr};
-    if (!error) error = posix_spawn(child, "/bin/sh", &actions, &attributes, arguments, environ);
+    pid_t started;
+    if (!error) error = posix_spawn(&started, "/bin/sh", &actions, &attributes, arguments, environ);
+    if (!error) *child = started;
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
     return error;
+}
+
+// As a shell tells it; 0 if it cannot be known.
+static int wait_for(pid_t child) {
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0)
+        if (errno != EINTR) return 0;
+    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 std::FILE* Std_Filter::start(const char* command, int input) {
@@ -45,27 +54,28 @@ std::FILE* Std_Filter::start(const char* command, int input) {
     // Fewer turns between the processes at both ends. No matter if it is refused.
     fcntl(ends[0], F_SETPIPE_SZ, 1 << 20);
 #endif
-    output_ = ends[0] < 0 ? nullptr : fdopen(ends[0], "r");
-    int error = output_ && ends[1] >= 0 ? 0 : errno;
-    if (!error) error = spawn_shell(command, input, ends[1], &child_);
+    int error = ends[0] < 0 || ends[1] < 0 ? EMFILE : spawn_shell(command, input, ends[1], &child_);
     if (ends[1] >= 0) close(ends[1]);
-    if (error && output_) std::fclose(output_);
-    if (error && !output_ && ends[0] >= 0) close(ends[0]);
-    if (error) output_ = nullptr;
+    if (!error) {
+        output_ = fdopen(ends[0], "r");
+        if (output_) return output_;
+        error = errno;
+    }
+    if (ends[0] >= 0) close(ends[0]);
+    if (child_ >= 0) wait_for(child_);
+    child_ = -1;
     errno = error;
-    return output_;
+    return nullptr;
 }
 
 int Std_Filter::finish() {
     if (!is_running()) return 0;
-    pollfd output = {fileno(output_), POLLIN, 0};
-    const bool is_at_end = poll(&output, 1, 0) == 1 && output.revents == POLLHUP;
+    char byte;
+    fcntl(fileno(output_), F_SETFL, O_NONBLOCK);
+    const bool is_at_end = read(fileno(output_), &byte, 1) == 0;
     std::fclose(output_);
     output_ = nullptr;
-    int status = 0;
-    pid_t ended;
-    do ended = waitpid(child_, &status, 0);
-    while (ended < 0 && errno == EINTR);
-    if (!is_at_end || ended < 0) return 0;
-    return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    const int status = wait_for(child_);
+    child_ = -1;
+    return is_at_end ? status : 0;
 }
