@@ -201,8 +201,8 @@ void Std_URL::close() {
     if (std::ferror(file_)) tell_failure("cannot be read", "input error");
     if (unpacking_.is_running()) {
         const int status = unpacking_.finish();
-        const int warning = 2,
-                  not_found = 127; // of gzip, for what follows the document; of the shell
+        const int warning = 2; // of gzip, for what follows the document
+        const int not_found = 127;
         if (status == not_found) {
             tell_failure("command not found", command_);
         } else if (status != 0 && status != warning) {
