@@ -316,7 +316,10 @@ void Scene_Writer::save_node_common(const WDB_Node* node) {
     if (const WDB_Texture* texture = node->get_texture())
         out.text("  Texture ").text(saved_name(texture)).text("\n");
     save_levels(node);
-    if (const Std_URL* url = node->get_url()) save_string("URL", url->get_url_string());
+    if (const Std_URL* url = node->get_url()) {
+        save_string("URL", url->get_url_string());
+        if (!url->is_valid()) warn_unreadable("its URL is none");
+    }
 }
 
 void Scene_Writer::save_node_body(const WDB_Node* node) {

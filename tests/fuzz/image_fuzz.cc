@@ -8,6 +8,7 @@
 #include "images/image.h"
 #include "images/pix_support.h"
 #include "std/Std_Common.h"
+#include "std/Std_Limits.h"
 
 static void load(const char* name, int component) {
     if (!pixmap_open_read(name)) return;
@@ -24,6 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int file = memfd_create("image", 0);
     if (file < 0 || write(file, data, size) != static_cast<ssize_t>(size)) std::abort();
     const char* const name = str_new(str_format("/proc/self/fd/%d", file));
+    std_limits.image_pixels = 1 << 16; // larger ones would only take time
     for (int component = 1; component <= 4; ++component) load(name, component);
     if (IMAGE* const image = iopen(name, "r")) {
         // Also what pixel maps would refuse.

@@ -217,6 +217,7 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {with_url(std::string(127, 'u')), ""},
         {with_url(std::string(128, 'u')), "a text is empty, too long or holds a quote"},
         {with_url("a\"b"), "a text is empty, too long or holds a quote"},
+        {with_url("news://h/x"), "its URL is none"},
         {node_named("m", mesh, endless), "a number is infinite or none"},
         {new WDB_Node("f", HFrame(Frame::translation(NAN, 0, 0)), nullptr, nullptr, nullptr),
          "a number is infinite or none"},
