@@ -104,7 +104,9 @@ static Reports_Kept* reports() {
 static WDB_Database* load_from_memory(const std::uint8_t* data, std::size_t size) {
     reports()->text.clear();
     const bool is_vrml = size >= 5 && std::memcmp(data, "#VRML", 5) == 0;
-    if (ftruncate(scene, 0) != 0 || pwrite(scene, data, size, 0) < 0) std::abort();
+    // A scene may import what was saved before: that is to be nothing.
+    if (ftruncate(saved, 0) != 0 || ftruncate(scene, 0) != 0 || pwrite(scene, data, size, 0) < 0)
+        std::abort();
     WDB_Database* const world = wdb_load(scene_path, nullptr);
     if (!world && !is_vrml) std::abort();
     return world;
