@@ -14,13 +14,16 @@ static std::string save_to_memory(WDB_Database& world) {
     return text;
 }
 
-// Whether a joined line, or a word in one, is longer than the reader takes.
+// Whether a joined line, or a word or text in one, is longer than the reader takes.
 static bool is_beyond_limits(const std::string& text) {
     std::size_t line = 0, word = 0;
+    bool is_quoted = false;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const bool is_joined = text[i] == '\\' && i + 1 < text.size() && text[i + 1] == '\n';
+        if (text[i] == '"') is_quoted = !is_quoted;
         line = text[i] == '\n' ? 0 : line + 1;
-        word = text[i] == '\n' || text[i] == ' ' || text[i] == '"' ? 0 : word + 1;
+        const bool ends = text[i] == '\n' || text[i] == '"' || (text[i] == ' ' && !is_quoted);
+        word = ends ? 0 : word + 1;
         if (is_joined) ++i, word = 0;
         if (line > WDB_Lex_Context::LONGEST_LINE || word > WDB_Lex_Context::LONGEST_NAME)
             return true;
