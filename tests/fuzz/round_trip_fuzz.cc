@@ -50,7 +50,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
                              reports()->text.find("triangles skipped") != std::string::npos ||
                              reports()->text.find("invalid url") != std::string::npos;
     if (is_told && !may_be_told) std::abort();
-    if (is_told) return 0;
+    // Names of pictures grow with each way, by the folder of the scene.
+    if (may_be_told) return 0;
     const std::string second = save_to_memory(*again);
     WDB_Database* const third =
         load_from_memory(reinterpret_cast<const std::uint8_t*>(second.data()), second.size());
