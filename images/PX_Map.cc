@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <fcntl.h>
 #include <unistd.h>
 #include <vector>
 
@@ -136,7 +137,9 @@ bool PX_Map::save(const char* file_name) {
     bool is_saved = component_ >= 1 && component_ <= most_channels &&
                     file.open(file_name, Std_Output_File::REPLACE_LINKS);
     if (is_saved) {
-        pixmap_open_write(dup(file.descriptor()), width_, height_, component_);
+        // Above the standard ones: errors of the image are not to land in it.
+        const int copy = fcntl(file.descriptor(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        pixmap_open_write(copy, width_, height_, component_);
         is_saved = pixmap_is_open();
     }
     if (is_saved) {
