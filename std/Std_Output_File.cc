@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <initializer_list>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -13,11 +14,18 @@
 #include "std/Std_Descriptor.h"
 #include "std/Std_GC.h"
 
+// A descriptor under the name of a file: what is behind it, is written where it stands.
+static bool names_a_descriptor(const char* path) {
+    for (const char* const begin : {"/dev/std", "/dev/fd/", "/proc/"})
+        if (std::strncmp(path, begin, std::strlen(begin)) == 0) return true;
+    return false;
+}
+
 // `target` with what its own link, if it is one, leads to in its place. Also for a link that leads to
-// nothing yet.
+// nothing yet. The name of a descriptor stays.
 static const char* resolved(const char* target) {
     const int most_links = 40; // as many as the system follows
-    for (int i = 0; i < most_links; ++i) {
+    for (int i = 0; i < most_links && !names_a_descriptor(target); ++i) {
         char link[PATH_MAX];
         const ssize_t length = readlink(target, link, sizeof link - 1);
         if (length < 0) break;
@@ -32,24 +40,21 @@ static const char* resolved(const char* target) {
     return target;
 }
 
-// A descriptor under the name of a file: what is behind it, is written where it stands.
-static bool names_a_descriptor(const char* path) {
-    return std::strncmp(path, "/dev/", 5) == 0 || std::strncmp(path, "/proc/", 6) == 0;
-}
-
 bool Std_Output_File::open(const char* path, Links links) {
     discard();
     target_ = str_new(path);
     struct stat status;
+    errno = 0;
     const bool exists = (links == FOLLOW_LINKS ? stat(path, &status) : lstat(path, &status)) == 0;
     replaces_ = exists && S_ISREG(status.st_mode);
+    if (errno == ELOOP) return false;
     if (exists && S_ISDIR(status.st_mode)) {
         errno = EISDIR;
         return false;
     }
     const bool is_special = exists && !replaces_ && !S_ISLNK(status.st_mode);
-    if (is_special || names_a_descriptor(path)) return open_in_place(0);
     if (links == FOLLOW_LINKS) target_ = resolved(path);
+    if (is_special || names_a_descriptor(target_)) return open_in_place(0);
     // A file that may not be written is not replaced either.
     if (replaces_ && access(target_, W_OK) != 0) return false;
     if (open_beside()) {
