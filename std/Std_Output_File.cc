@@ -67,16 +67,56 @@ bool Std_Output_File::open(const char* path, Links links) {
     return open_in_place(links == REPLACE_LINKS ? O_NOFOLLOW : 0);
 }
 
+// `name` in the folder of `target`.
+static char* beside(const char* target, const char* name) {
+    const char* const slash = std::strrchr(target, '/');
+    const std::size_t folder = slash ? static_cast<std::size_t>(slash + 1 - target) : 0;
+    const std::size_t length = std::strlen(name);
+    char* const path = new (GCAtomic) char[folder + length + 1];
+    std::memcpy(path, target, folder);
+    std::memcpy(path + folder, name, length + 1);
+    return path;
+}
+
+static char* pattern_beside(const char* target) {
+    return beside(target, ".noltXXXXXX");
+}
+
+// Where a descriptor has a name, by which a file without one gets one.
+static const char* name_of(int descriptor) {
+    return str_format("/proc/self/fd/%d", descriptor);
+}
+
+// Without a name, if that can be had: a process that is killed leaves nothing then.
 bool Std_Output_File::open_beside() {
-    static const char pattern[] = ".noltXXXXXX";
-    const char* const slash = std::strrchr(target_, '/');
-    const std::size_t folder = slash ? static_cast<std::size_t>(slash + 1 - target_) : 0;
-    char* const path = new (GCAtomic) char[folder + sizeof pattern];
-    std::memcpy(path, target_, folder);
-    std::memcpy(path + folder, pattern, sizeof pattern);
+#ifdef O_TMPFILE
+    const int flags = O_TMPFILE | O_WRONLY | O_CLOEXEC;
+    descriptor_ = std_above_standard(::open(beside(target_, "."), flags, 0600));
+    is_nameless_ = descriptor_ >= 0 && access(name_of(descriptor_), F_OK) == 0;
+    if (is_nameless_) return true;
+    if (descriptor_ >= 0) ::close(descriptor_);
+#endif
+    char* const path = pattern_beside(target_);
     descriptor_ = std_above_standard(mkostemp(path, O_CLOEXEC));
     temporary_ = descriptor_ < 0 ? nullptr : path;
     return descriptor_ >= 0;
+}
+
+bool Std_Output_File::give_name() {
+    const int most_tries = 100;
+    for (int i = 0; i < most_tries; ++i) {
+        char* const path = pattern_beside(target_);
+        const int placeholder = mkostemp(path, O_CLOEXEC);
+        if (placeholder < 0) return false;
+        ::close(placeholder);
+        unlink(path);
+        if (linkat(AT_FDCWD, name_of(descriptor_), AT_FDCWD, path, AT_SYMLINK_FOLLOW) == 0) {
+            temporary_ = path;
+            return true;
+        }
+        if (errno != EEXIST) return false;
+    }
+    return false;
 }
 
 bool Std_Output_File::open_in_place(int more_flags) {
@@ -87,7 +127,8 @@ bool Std_Output_File::open_in_place(int more_flags) {
 
 bool Std_Output_File::commit() {
     // Without the sync, a crash may leave the new name with none of its bytes, and the old ones gone.
-    bool is_good = !temporary_ || !replaces_ || fsync(descriptor_) == 0;
+    bool is_good = !(temporary_ || is_nameless_) || !replaces_ || fsync(descriptor_) == 0;
+    if (is_nameless_ && is_good) is_good = give_name();
     int error = errno;
     if (::close(descriptor_) != 0 && is_good) {
         is_good = false;
@@ -100,6 +141,7 @@ bool Std_Output_File::commit() {
     }
     if (temporary_ && !is_good) unlink(temporary_);
     temporary_ = nullptr;
+    is_nameless_ = false;
     errno = error;
     return is_good;
 }
@@ -111,5 +153,6 @@ void Std_Output_File::discard() {
     if (temporary_) unlink(temporary_);
     descriptor_ = -1;
     temporary_ = nullptr;
+    is_nameless_ = false;
     errno = error;
 }

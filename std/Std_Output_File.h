@@ -6,7 +6,8 @@
 //     if (!is_good || !out.commit()) complain(errno);    // an old town.3d is as it was
 //
 // The bytes go into a new file beside the target, which takes the target's place at the end: it has the
-// mode bits of an old file, and is on the disk before that one goes. Where no file can be made beside the
+// mode bits of an old file, and is on the disk before that one goes. Until then it has no name, where the
+// system allows that, so that a process that is killed leaves nothing. Where no file can be made beside the
 // target, and where the target is no plain file (such as /dev/stdout), it is written in place.
 // Not for several writers of one target: the last to commit wins.
 #ifndef STD_STD_OUTPUT_FILE_H
@@ -40,11 +41,13 @@ public:
 private:
     bool open_beside();
     bool open_in_place(int more_flags);
+    bool give_name();
 
     int descriptor_ = -1;
     bool replaces_ = false;           // a file that was there
     const char* target_ = nullptr;    // links resolved
-    const char* temporary_ = nullptr; // null when written in place
+    bool is_nameless_ = false;        // beside the target, until it is complete
+    const char* temporary_ = nullptr; // its name, if it has one
 };
 
 #endif
