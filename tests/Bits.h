@@ -1,5 +1,5 @@
 // Plain values of floats, compared bit by bit: a failure prints each float as a number and in
-// hexadecimal. And the text that a value prints.
+// hexadecimal. The text that a value prints, and the sum of a text that is too long to show.
 //
 //     EXPECT_EQ(bits_of(p * f), bits_of(Point(3, 2, 2)));
 //     EXPECT_EQ(printed(p), "Point(3,2,2)\n");
@@ -41,6 +41,15 @@ std::string printed(const T& value) {
     std::ostringstream os;
     os << value;
     return os.str();
+}
+
+// Of all bytes: FNV-1a in 64 bits.
+inline std::string checksum(const std::string& text) {
+    std::uint64_t sum = 0xCBF29CE484222325;
+    for (const unsigned char c : text) sum = (sum ^ c) * 0x100000001B3;
+    char shown[17];
+    std::snprintf(shown, sizeof shown, "%016llx", static_cast<unsigned long long>(sum));
+    return shown;
 }
 
 #endif

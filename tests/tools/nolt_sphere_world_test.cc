@@ -1,7 +1,5 @@
 // Runs the tool in an empty folder and looks at its streams, its status and its file.
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +8,8 @@
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
+
+#include "tests/Bits.h"
 
 static std::string content(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -33,15 +33,6 @@ struct Tool_Run {
         std::filesystem::remove_all(folder);
     }
 };
-
-// Of all bytes: FNV-1a in 64 bits.
-static std::string checksum(const std::string& text) {
-    std::uint64_t sum = 0xCBF29CE484222325;
-    for (const unsigned char c : text) sum = (sum ^ c) * 0x100000001B3;
-    char shown[17];
-    std::snprintf(shown, sizeof shown, "%016llx", static_cast<unsigned long long>(sum));
-    return shown;
-}
 
 TEST(nolt_sphere_world, a_whole_file) {
     const Tool_Run run("-s 2 -l 0 -m 1");
