@@ -77,6 +77,7 @@ TEST(Gap_List, can_be_used_again_after_wipe_out) {
     const Record* const first = &list[0];
     list.wipe_out();
     EXPECT_TRUE(list.is_empty());
+    EXPECT_EQ(first->id, 0) << "nothing is kept alive";
     list.insert_last(record(9));
     EXPECT_EQ(ids(list), std::vector<int>{9});
     EXPECT_EQ(&list[0], first) << "the cells should stay";

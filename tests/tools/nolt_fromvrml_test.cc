@@ -93,10 +93,15 @@ TEST_F(From_VRML, shapes_and_boxes) {
         EXPECT_TRUE(box.min.is_epsilon_equal(r.box.min, 1e-5f)) << box.min;
         EXPECT_TRUE(box.max.is_epsilon_equal(r.box.max, 1e-5f)) << box.max;
     }
-    put_file("t",
-             vrml1("Cube {}\nCone { parts (SIDES | BOTTOM) }\nAsciiText { string \"a } b\" }"));
-    load_quietly("t");
-    EXPECT_EQ(said, "nolt_fromvrml: skipped 1: AsciiText\nnolt_fromvrml: skipped 1: Cone\n");
+}
+
+TEST_F(From_VRML, blocks_of_the_file) {
+    for_each_block(TEST_SCENES, [this](std::map<std::string, std::string>& parts) {
+        put_file("t", parts["text"]);
+        EXPECT_EQ(std::system("nolt_fromvrml < t > out 2> err"), 0);
+        EXPECT_EQ(file("out"), parts["scene"]);
+        EXPECT_EQ(file("err"), parts["said"]);
+    });
 }
 
 // Normals look outwards, whatever the shape is made of.

@@ -193,6 +193,7 @@ TEST(WDB_Camera, visibility_and_coverage) {
     EXPECT_FALSE(camera->is_visible(behind));
     // At distance 8 the picture spans 16 units, the box 4.
     EXPECT_NEAR(camera->coverage(ahead), 1 / 16.0f, 1e-6);
+    camera->set_geometry(ahead->get_geometry());
     const WDB_Node* const nodes[] = {camera, node_with(nullptr), nullptr};
     for (const WDB_Node* none : nodes) {
         EXPECT_FALSE(camera->is_visible(none));
@@ -269,7 +270,8 @@ TEST(WDB_Light, state) {
     auto* const glow = new WDB_Material;
     light->set_material(glow);
     EXPECT_EQ(&light->get_color(), &glow->get_emission());
-    const WDB_Light shaped("s", HFrame::identity(), 0, list_in({0, 0, 0}, {1, 1, 1}), nullptr);
+    const WDB_Light shaped("s", HFrame::identity(), 0, list_in({0, 0, 0}, {1, 1, 1}), glow);
     EXPECT_EQ(shaped.get_stamp(), 5);
+    EXPECT_EQ(&shaped.get_color(), &glow->get_emission());
     EXPECT_FALSE(WDB_Camera::is_instance(&shaped));
 }

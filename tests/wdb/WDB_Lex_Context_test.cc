@@ -38,6 +38,8 @@ TEST_F(Lex_Context, lines) {
         {"longest string", "node a {\n url \"" + name + "\"\n}", "", "a:-,-@" + name + " "},
         {"longer string", "node a {\n url \"" + name + "n\"\n}",
          "1 string too long |url \"" + name + "n\"|\n", "a:-,- "},
+        {"longest reference", "node a {\n geometry " + name + "\n}",
+         "2 `" + name + "' unknown geometry\n", "a:-,- "},
         {"longer reference", mesh + "node a {\n geometry " + name + "n g\n}",
          "4 reference name "
          "too long |geometry " +

@@ -190,6 +190,12 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         while (n->lod_count() < levels) n->insert_lod(mesh, 0);
         return n;
     };
+    WDB_Node* const with_long_levels = node_named("long", nullptr);
+    for (int i = 0; i < 12; ++i) {
+        with_long_levels->insert_lod(list_in({0, 0, 0}, {1, 1, 1}), i);
+        const_cast<WDB_Geometry*>(with_long_levels->lod_item(i))
+            ->set_name((std::string(90, 'l') + std::to_string(i)).c_str());
+    }
     const auto with_url = [&](const std::string& text) {
         WDB_Node* const n = node_named("n", nullptr);
         n->set_url(new Std_URL(text.c_str()));
@@ -214,6 +220,7 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {node_named("", mesh), "its name holds other signs than names do"},
         {with_levels(12), ""},
         {with_levels(13), "it has too many levels of detail for a line"},
+        {with_long_levels, "it has too many levels of detail for a line"},
         {with_url(std::string(127, 'u')), ""},
         {with_url(std::string(128, 'u')), "a text is empty, too long or holds a quote"},
         {with_url("a\"b"), "a text is empty, too long or holds a quote"},
@@ -257,6 +264,12 @@ TEST_F(Wdb_Save, textures) {
     reports_of([&] { saved(&textures); });
     EXPECT_EQ(file("precious"), "precious");
     EXPECT_EQ(file("planted.rgb").substr(0, 2), "\xDA\x01");
+    WDB_Database outside;
+    outside.put(textured("a/../../x", new PX_Map(2, 2, 3)));
+    reports_of([&] {
+        const Report_Catcher silence;
+        EXPECT_NE(wdb_save(outside, "saved"), 0);
+    });
     std::filesystem::create_directory("folder.rgb");
     textures.put(textured("folder", new PX_Map(2, 2, 3)));
     reports_of([&] {
