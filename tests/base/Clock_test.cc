@@ -30,36 +30,34 @@ static std::string shown(Clock& clock) {
 }
 
 TEST(Clock, adds_up_the_periods_in_which_it_runs) {
-    Clock clock, assigned;
-    EXPECT_EQ(shown(clock), "stopped 0 0");
-    pass(3, 2, 1);
-    EXPECT_EQ(shown(clock), "stopped 0 0");
-    clock.start();
-    EXPECT_EQ(shown(clock), "running 0 0");
-    pass(50, 20, 10);
-    EXPECT_EQ(shown(clock), "running 50 30");
-    clock.stop();
-    pass(100, 100, 100);
-    EXPECT_EQ(shown(clock), "stopped 50 30");
-    clock.start();
-    pass(5, 1, 0);
-    clock.start(); // the period of 5 is lost, the one of 50 is not
-    pass(7, 3, 1);
-    EXPECT_EQ(shown(clock), "running 57 34");
+    Clock clock;
+    const struct {
+        void (Clock::*act)();
+        int real, user, system; // pass then
+        const char* shown;
+    } rows[] = {
+        {nullptr, 3, 2, 1, "stopped 0 0"},
+        {&Clock::start, 0, 0, 0, "running 0 0"},
+        {nullptr, 50, 20, 10, "running 50 30"},
+        {&Clock::stop, 100, 100, 100, "stopped 50 30"},
+        {&Clock::start, 5, 1, 0, "running 55 31"},
+        {&Clock::start, 7, 3, 1, "running 57 34"}, // the period of 5 is lost, not that of 50
+        {&Clock::restart, 2, 1, 1, "running 2 2"},
+        {&Clock::stop, 1, 1, 1, "stopped 2 2"},
+        {&Clock::restart, 0, 0, 0, "running 0 0"},
+        {&Clock::terminate, 1, 1, 1, "stopped 0 0"},
+        {&Clock::start, 4, 3, 0, "running 4 3"},
+    };
+    for (const auto& r : rows) {
+        if (r.act) (clock.*r.act)();
+        pass(r.real, r.user, r.system);
+        EXPECT_EQ(shown(clock), r.shown) << &r - rows;
+    }
     pass(1, 1, 0);
-    Clock copy(clock);
+    Clock copy(clock), assigned;
     assigned = clock;
-    EXPECT_EQ(shown(copy), "stopped 57 34") << "as when last asked";
-    EXPECT_EQ(shown(assigned), "running 58 35");
-    clock.restart();
-    pass(2, 1, 1);
-    clock.stop();
-    EXPECT_EQ(shown(clock), "stopped 2 2");
-    clock.restart();
-    EXPECT_EQ(shown(clock), "running 0 0");
-    clock.terminate();
-    pass(1, 1, 1);
-    EXPECT_EQ(shown(clock), "stopped 0 0");
+    EXPECT_EQ(shown(copy), "stopped 4 3") << "as when last asked";
+    EXPECT_EQ(shown(assigned), "running 5 4");
 }
 
 TEST(Clock, prints_a_line) {

@@ -18,6 +18,7 @@
 #include <unistd.h>
 
 #include "std/Std_Messager.h"
+#include "tests/fuzz/shell_word.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/wdb_load.h"
 
@@ -28,27 +29,13 @@ static const char* const scene_path = "/proc/self/fd/199";
 static const char neighbour_text[] = "world w {\n unit 2\n}\nnode p {\n frame t 1 2 3\n}\n"
                                      "import file {\n frame s 2 2 2\n file \"199\"\n}\n";
 
-// One word as the shell reads it, to the end of the text: plain, or in single quotes.
-static bool is_word(const char* c) {
-    bool is_quoted = false;
-    for (; *c; ++c) {
-        if (*c == '\'') {
-            is_quoted = !is_quoted;
-        } else if (!is_quoted && *c == '\\') {
-            if (*++c != '\'') return false;
-        } else if (!is_quoted && std::strchr("|&;<>()$`\"*?[]#~!{}\n\t ", *c)) {
-            return false;
-        }
-    }
-    return !is_quoted;
-}
-
 static bool is_known(const char* command) {
     static const char convert[] = "nolt_fromvrml -tmp ";
     for (const char* unpack : {"zcat", "gunzip", "pcat"})
         if (std::strcmp(command, unpack) == 0) return true;
-    return std::strncmp(command, convert, sizeof convert - 1) == 0 &&
-           is_word(command + sizeof convert - 1);
+    if (std::strncmp(command, convert, sizeof convert - 1) != 0) return false;
+    word_of(command + sizeof convert - 1);
+    return true;
 }
 
 extern "C" {

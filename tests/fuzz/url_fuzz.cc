@@ -7,26 +7,7 @@
 
 #include "std/Std_Shell.h"
 #include "std/Std_URL.h"
-
-// What a shell makes of a word without expansions: plain bytes, 'quoted' and \escaped ones.
-static std::string unquoted(const char* word) {
-    std::string text;
-    bool is_quoted = false;
-    for (; *word; ++word) {
-        if (*word == '\'') {
-            is_quoted = !is_quoted;
-        } else if (!is_quoted && *word == '\\' && word[1]) {
-            text += *++word;
-        } else if (!is_quoted &&
-                   std::string(" \t\n$`\"&|;<>()*?[]#~!{}").find(*word) != std::string::npos) {
-            std::abort();
-        } else {
-            text += *word;
-        }
-    }
-    if (is_quoted) std::abort();
-    return text;
-}
+#include "tests/fuzz/shell_word.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string text(reinterpret_cast<const char*>(data), size);
@@ -39,6 +20,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!base.is_valid() && !base.get_path().empty()) std::abort();
 
     const std::string path = composed->get_path().chars();
-    if (unquoted(std_shell_argument(path.c_str())) != path) std::abort();
+    if (word_of(std_shell_argument(path.c_str())) != path) std::abort();
     return 0;
 }
