@@ -3,8 +3,11 @@
 #include <bit>
 #include <gtest/gtest.h>
 
+#include "images/PX_Map.h"
 #include "support.h"
 #include "wdb/WDB_Material.h"
+#include "wdb/WDB_Node.h"
+#include "wdb/WDB_Texture.h"
 
 TEST(WDB_Obj, names_and_stamps) {
     WDB_Tri_List* const list = new WDB_Tri_List(0);
@@ -55,5 +58,23 @@ TEST(WDB_Material, purity) {
                   lit == 0                             ? 15
                   : std::has_single_bit(unsigned(lit)) ? lit
                                                        : 0);
+    }
+}
+
+TEST(WDB_Texture, aligns_and_prints) {
+    const struct {
+        int width, height, component;
+        const char* image;
+    } rows[] = {{100, 100, 3, "image (128 x 128 x 3)\n"}, {64, 256, 1, "image (64 x 256 x 1)\n"}};
+    for (const auto& r : rows) {
+        auto* const map = new PX_Map(r.width, r.height, r.component);
+        auto* const texture = new WDB_Texture(map);
+        EXPECT_EQ(texture->get_image(), map);
+        EXPECT_EQ(texture->get_stamp(), 0);
+        EXPECT_EQ(printed(*texture), std::string("WDB_Texture WDB_Obj{\n") + r.image + "}\n");
+        texture->set_name("checker");
+        const WDB_Node node("n", HFrame::identity(), list_in({0, 0, 0}, {1, 1, 1}), nullptr,
+                            texture);
+        EXPECT_NE(printed(node).find("}\n\n  Texture checker\n  Bbox "), std::string::npos);
     }
 }

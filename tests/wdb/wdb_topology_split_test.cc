@@ -1,6 +1,5 @@
 #include "wdb/wdb_topology_split.h"
 
-#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
