@@ -200,7 +200,7 @@ Exchange::Ending Exchange::end_of_patience() {
     }
     if (time - last_data_ < longest_silence_ * (is_silent_ ? 2 : 1)) return NONE;
     tell(is_silent_ ? "Transfert error" : "Retrying...");
-    if (is_silent_) return BROKEN;
+    if (is_silent_) return give_up("the server is silent");
     is_silent_ = true;
     return NONE;
 }
@@ -208,8 +208,12 @@ Exchange::Ending Exchange::end_of_patience() {
 // What a read gave.
 Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
     const long long progress_interval = 51200;
-    if (got < 0) tell("Transfert error");
-    if (got < 1) return got == 0 ? COMPLETE : BROKEN;
+    if (got == 0) return COMPLETE;
+    if (got < 0) {
+        const char* const reason = std::strerror(errno);
+        tell("Transfert error");
+        return give_up(reason);
+    }
     const long long room = std::max(std_limits.http_bytes - total_, 0ll);
     const long long taken = std::min<long long>(got, room);
     total_ += taken;

@@ -338,7 +338,8 @@ TEST_F(Std_URL_test, http_answers_that_are_not_whole) {
                                    later = {"HTTP/1.0 400 Bad \x1b[2J\r\n\r\n"};
     std_limits.http_bytes_a_minute = 1 << 20;
     std_limits.http_pace_seconds = 0.1;
-    row({get, text, Http_Server::RESETS}, 9, 99, "some text", "Transfert error");
+    row({get, text, Http_Server::RESETS}, 9, 99, "some text",
+        given_up + "Connection reset by peer: ");
     row({get, {}, Http_Server::RESETS}, 9, 99, "(closed)", "Transfert error");
     row({get, text, Http_Server::WAITS}, 9, 9, "some text", "Data transfert completed.");
     row({get, text}, 9, 8, "some tex", given_up + "the document is too large: ");
