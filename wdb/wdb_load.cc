@@ -152,7 +152,8 @@ void try_get_material(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 static WDB_Texture* new_texture(const WDB_Lex_Context& lex, Std_URL* url) {
     if (may_be_endless(url)) {
         lex.show_error_near(lex.get_last_string(), "not a plain file");
-        url = new Std_URL(""); // nothing to be read: the map makes its dummy
+        // Nothing is read; of what is no plain file, the map says so itself and keeps the name.
+        if (url->get_path() == "-") url = new Std_URL("");
     }
     auto* const texture = new WDB_Texture(new PX_Map(url, 0));
     texture->set_name(lex.get_last_header());
