@@ -73,7 +73,7 @@ TEST(Gap_List, can_be_used_again_after_wipe_out) {
     Gap_List<Record> list;
     list.wipe_out();
     EXPECT_TRUE(list.is_empty());
-    for (int i = 0; i < 7; ++i) list.insert_last(record(i));
+    for (int i = 1; i < 8; ++i) list.insert_last(record(i));
     const Record* const first = &list[0];
     list.wipe_out();
     EXPECT_TRUE(list.is_empty());

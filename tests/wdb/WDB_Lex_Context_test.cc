@@ -79,8 +79,8 @@ TEST_F(Lex_Context, odd_lines) {
         {"#c\\\n#d\na\\\n\\\n#b", "4 #ca#b\n"},
         {"a\\", "1 a\n"},
         {std::string(1024, 'x') + "\ny", "0 "s + std::string(1023, 'x') + "\n1 x\n2 y\n"},
-        {"ab\\\n"s + std::string(1021, 'x') + "\\\n\nc",
-         "2 ab" + std::string(1021, 'x') + "\n3 c\n"},
+        {"#\nab\\\n"s + std::string(1021, 'x') + "\\\n\nc",
+         "3 ab" + std::string(1021, 'x') + "\n4 c\n"},
         {"#\n#"s + std::string(900, 'c') + "\\\n" + std::string(900, 'c') + "\na", "3 a\n"},
     };
     for (const auto& [text, lines] : rows) {

@@ -57,7 +57,7 @@ TEST(Picking, random_worlds) {
 TEST(Picking, lines_within_a_tolerance) {
     auto* const line = new WDB_Line_List(2);
     line->put(WDB_Line(Point(-1, 0, 0), Point(1, 0, 0)), 0);
-    line->put(WDB_Line(Point(-1, 5, 1), Point(1, 5, 1)), 1); // gives the box some room
+    line->put(WDB_Line(Point(-1, 5, 9), Point(1, 5, 9)), 1); // near the eye
     line->end_editing();
     WDB_Database world;
     WDB_Camera* const camera = eye_at(Frame::translation(0, 0, 10));

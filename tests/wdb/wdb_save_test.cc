@@ -148,6 +148,16 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
     long_triangle.t0 = long_triangle.t1 = long_triangle.t2 = Point(huge, huge, huge);
     WDB_Tri_List* const long_lines = list_of({long_triangle});
     long_lines->set_with_colors(true);
+    // Four rows of zeros have 355 letters, 8 of them blanks to drop; 38 are one large number's, 30
+    // that of the last one.
+    const auto with_longest_line = [](float first) {
+        WDB_Triangle t({0, 0, 0}, {0, 0, 0}, {0, 0, 0}, Color(0, 0, 0));
+        for (int i = 0; i < 17; ++i) t.n0.to_c()[i] = i ? 3e38f : first;
+        t.n0.to_c()[17] = 1e30f;
+        WDB_Tri_List* const list = list_of({t});
+        list->set_with_colors(true);
+        return node_named("l", list);
+    };
     const struct {
         WDB_Node* node;
         const char* warning;
@@ -166,6 +176,8 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {node_named("m", mesh, endless), "a number is infinite or none"},
         {new WDB_Node("f", HFrame(Frame::translation(NAN, 0, 0)), nullptr, nullptr, nullptr),
          "a number is infinite or none"},
+        {with_longest_line(3e38f), ""},
+        {with_longest_line(-3e38f), "a triangle is longer than a line"},
         {node_named("t", long_lines), "a triangle is longer than a line"},
         {textured(std::string(124, 't').c_str(), new PX_Map(1, 1, 1)),
          "a text is empty, too long or holds a quote"},
@@ -202,8 +214,9 @@ TEST_F(Wdb_Save, textures) {
     reports_of([&] { saved(&textures); });
     EXPECT_EQ(file("precious"), "precious");
     EXPECT_EQ(file("planted.rgb").substr(0, 2), "\xDA\x01");
+    std::filesystem::create_directory("a");
     WDB_Database outside;
-    outside.put(textured("a/../../x", new PX_Map(2, 2, 3)));
+    outside.put(textured("a/../x", new PX_Map(2, 2, 3)));
     reports_of([&] {
         const Report_Catcher silence;
         EXPECT_NE(wdb_save(outside, "saved"), 0);
