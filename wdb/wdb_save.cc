@@ -2,9 +2,12 @@
 
 #include <cerrno>
 #include <charconv>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <unistd.h>
 
 #include "base/Hash_Set.h"
 #include "base/Hash_Table.h"
@@ -63,7 +66,7 @@ private:
 class Scene_Writer {
 public:
     // As wdb_save.
-    int save(WDB_Database& world, const char* path);
+    int save(WDB_Database& world, const char* target);
 
 private:
     bool is_saved(const WDB_Obj* obj);
@@ -99,6 +102,7 @@ private:
     void write_counter(const char* title, long long count);
     void write_counters();
 
+    const char* path = nullptr; // of the scene
     Scene_Buffer out;
     Hash_Table<WDB_Obj*, const char*> saved_objects;
     Hash_Set<const char*> saved_names{name_hash, name_equal};
@@ -374,11 +378,25 @@ static bool leads_out(const char* name) {
     return false;
 }
 
+// What names `source`, a document as this program sees it, in a scene that is saved at `scene`: there,
+// local names are taken against the scene's folder.
+static std::string name_from(const char* scene, const char* source) {
+    const Std_URL url(source);
+    const char* const slash = std::strrchr(scene, '/');
+    const std::string folder = slash && slash != scene ? std::string(scene, slash + 1) : "";
+    const std::string path = url.get_path().chars();
+    if (!url.is_valid() || url.get_protocol() != URL_LOCAL_PROTOCOL || path.empty()) return source;
+    if (path.starts_with(folder)) return path.substr(folder.size());
+    if (path[0] == '/') return "file:" + path;
+    char here[PATH_MAX];
+    return getcwd(here, sizeof here) ? "file:" + std::string(here) + "/" + path : path;
+}
+
 // The picture as a file of its own, or, if it was not read as a whole, the name of what it was read from:
 // nothing is to take the place of a file that the user may still mend.
 void Scene_Writer::save_image(PX_Map* image, const char* name) {
     if (!image->is_complete()) {
-        save_string("Image", image->get_source());
+        save_string("Image", name_from(path, image->get_source()).c_str());
         std_assert(2, str_format("Image %s was not read and is not written", image->get_source()),
                    __FILE__, __LINE__);
         return;
@@ -480,7 +498,8 @@ static int warn_unwritten(const char* path) {
     return EOF;
 }
 
-int Scene_Writer::save(WDB_Database& world, const char* path) {
+int Scene_Writer::save(WDB_Database& world, const char* target) {
+    path = target;
     Std_Output_File file;
     if (!file.open(path, Std_Output_File::FOLLOW_LINKS)) return warn_unwritten(path);
     out.open(file.descriptor());

@@ -214,6 +214,19 @@ TEST_F(Wdb_Save, textures) {
     reports_of([&] { saved(&textures); });
     EXPECT_EQ(file("precious"), "precious");
     EXPECT_EQ(file("planted.rgb").substr(0, 2), "\xDA\x01");
+    std::filesystem::create_directory("d");
+    const std::string here = std::filesystem::current_path();
+    const std::pair<const char*, std::string> lost[] = {
+        {"d/t.rgb", "t.rgb"}, {"/x/t.rgb", "file:/x/t.rgb"}, {"t.rgb", "file:" + here + "/t.rgb"}};
+    for (const auto& [source, name] : lost) {
+        WDB_Database one;
+        reports_of([&, from = source] {
+            const Report_Catcher silence;
+            one.put(textured("t", new PX_Map(from, 0)));
+            wdb_save(one, "d/s");
+        });
+        EXPECT_NE(file("d/s").find("Image \"" + name + "\""), std::string::npos) << name;
+    }
     std::filesystem::create_directory("a");
     WDB_Database outside;
     outside.put(textured("a/../x", new PX_Map(2, 2, 3)));
