@@ -1,6 +1,7 @@
 #include "images/PX_Map.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -134,6 +135,7 @@ const char* PX_Map::load_file(int descriptor, int component) {
 bool PX_Map::save(const char* file_name) {
     const int most_channels = 4;
     Std_Output_File file;
+    errno = 0; // what has no reason of the system's own says so before
     bool is_saved = component_ >= 1 && component_ <= most_channels &&
                     file.open(file_name, Std_Output_File::REPLACE_LINKS);
     if (is_saved) {
@@ -142,12 +144,24 @@ bool PX_Map::save(const char* file_name) {
         pixmap_open_write(copy, width_, height_, component_);
         is_saved = pixmap_is_open();
     }
+    int error = errno;
     if (is_saved) {
         is_saved = pixmap_save(pixels_, width_ * component_);
-        is_saved = pixmap_close() && is_saved && file.commit();
+        error = errno;
+        if (!pixmap_close() && is_saved) {
+            is_saved = false;
+            error = errno;
+        }
+    }
+    if (is_saved && !file.commit()) {
+        is_saved = false;
+        error = errno;
     }
     if (!is_saved)
-        std_assert(2, str_format("Unable to save image %s", file_name), __FILE__, __LINE__);
+        std_assert(2,
+                   str_format("Unable to save image %s%s%s", file_name, error ? ": " : "",
+                              error ? std::strerror(error) : ""),
+                   __FILE__, __LINE__);
     return is_saved;
 }
 

@@ -14,7 +14,7 @@ struct Std_Limits {
 
     // A compressed document may unpack to this many bytes, and beyond to so many times its own size.
     long long unpacked_bytes = 1ll << 26;
-    long long unpacked_ratio = 256;
+    long long unpacked_ratio = 64;
 
     // Files that one load imports, and the time after which it imports no more.
     int imports = 10000;

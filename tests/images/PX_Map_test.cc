@@ -192,10 +192,11 @@ TEST_F(PX_Map_test, what_cannot_be_saved_is_reported) {
         const char* name;
         int width, component;
         bool is_full;
-    } rows[] = {{"/no/such/folder/f.rgb", 2, 3, false},
-                {"old.rgb", 65536, 1, false},
-                {"old.rgb", 2, 5, false},
-                {"old.rgb", 2000, 3, true}};
+        std::string why;
+    } rows[] = {{"/no/such/folder/f.rgb", 2, 3, false, ": No such file or directory"},
+                {"old.rgb", 65536, 1, false, ""},
+                {"old.rgb", 2, 5, false, ""},
+                {"old.rgb", 2000, 3, true, ": File too large"}};
     for (const auto& r : rows) {
         SCOPED_TRACE(r.name + std::to_string(r.width));
         PX_Map& map = *random_map(r.width, 2, r.component);
@@ -206,7 +207,7 @@ TEST_F(PX_Map_test, what_cannot_be_saved_is_reported) {
         const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
         setrlimit(RLIMIT_FSIZE, &none);
         EXPECT_NE(::testing::internal::GetCapturedStderr().find(
-                      std::string("WARNING: Unable to save image ") + r.name),
+                      std::string("WARNING: Unable to save image ") + r.name + r.why + " in "),
                   std::string::npos);
         EXPECT_EQ(file("old.rgb"), "old");
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator("."), {}), files);
