@@ -264,9 +264,15 @@ void Std_URL::open_document(int document) {
     ::close(document);
 }
 
+// It may be a pipe or a terminal, but a folder is no document under this name either.
+static int open_standard_input() {
+    struct stat status;
+    if (fstat(STDIN_FILENO, &status) == 0 && S_ISDIR(status.st_mode)) return -1;
+    return fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+}
+
 void Std_URL::local_open() {
-    open_document(path_ == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
-                               : std_open_plain(path_));
+    open_document(path_ == "-" ? open_standard_input() : std_open_plain(path_));
 }
 
 void Std_URL::ftp_open() {
