@@ -6,8 +6,8 @@
 #include <climits>
 
 #include "bench/meshes.h"
+#include "bench/plain_smooth.h"
 #include "bench/side_by_side.h"
-#include "tests/wdb/plain_smooth.h"
 
 static std::uint64_t add(std::uint64_t sum, const Vector& v) {
     for (int axis = 0; axis < 3; ++axis) sum = sum * 31 + std::bit_cast<std::uint32_t>(v[axis]);

@@ -6,9 +6,9 @@
 #include <climits>
 
 #include "bench/meshes.h"
+#include "bench/plain_split.h"
 #include "bench/side_by_side.h"
 #include "std/Std_Messager.h"
-#include "tests/wdb/plain_split.h"
 #include "wdb/WDB_Database.h"
 
 namespace {
