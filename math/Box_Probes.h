@@ -12,11 +12,6 @@
 #include "math/Box_Index.h"
 #include "math/Matrix4.h"
 
-// All boxes.
-struct Any_Probe {
-    unsigned int meets(const Box_Lanes&) const { return ~0u; }
-};
-
 // As Bbox::is_overlapping. Requires: an ordered query without NaN.
 struct Box_Probe {
     explicit Box_Probe(const Bbox& q) : query(q) {}

@@ -210,7 +210,11 @@ private:
         if (rest == last) return left;
         std::uint32_t* const moved = scratch_.moved.cells();
         std::uint32_t* const moved_end = std::copy(first, left, moved);
-        return std::merge(moved, moved_end, rest, last, first);
+        // Not std::merge: the result may reach into what is left of the second list.
+        const std::uint32_t* from = moved;
+        while (from != moved_end && rest != last) *first++ = *from < *rest ? *from++ : *rest++;
+        first = std::copy(from, static_cast<const std::uint32_t*>(moved_end), first);
+        return std::copy(rest, last, first);
     }
 
     const BSplit_Box_Tree& tree_;
