@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <string>
 #include <unistd.h>
 
@@ -76,12 +77,7 @@ void std_write_line(const char* prefix, const char* text) {
 }
 
 static int assert_level() {
-    static bool is_read = false;
-    static int level = 0;
-    if (!is_read) {
-        is_read = true;
-        level = Std_Env::getenv_value("STD_ASSERT_LEVEL");
-    }
+    static const int level = Std_Env::getenv_value("STD_ASSERT_LEVEL");
     return level;
 }
 
@@ -107,6 +103,9 @@ void std_assert(int level, const char* message, const char* file, int line) {
         const std::size_t length = strnlen(message, report_size - 1);
         std::memcpy(text, message, length);
         text[length] = '\0';
+        // One thread at a time; a messager may report on its own.
+        static std::recursive_mutex delivery;
+        const std::lock_guard lock(delivery);
         std_get_current_messager()->refresh(text);
         return;
     }

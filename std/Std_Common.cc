@@ -25,9 +25,9 @@ void str_delete(char* text) {
 char* str_format(const char* format, ...) {
     constexpr int buffer_count = 16;
     constexpr int buffer_size = 512;
-    // Overwritten in turn by every call; all reports pass through here.
-    static char buffers[buffer_count][buffer_size];
-    static int current = 0;
+    // Overwritten in turn by every call of the thread; all reports pass through here.
+    static thread_local char buffers[buffer_count][buffer_size];
+    static thread_local int current = 0;
 
     current = (current + 1) % buffer_count;
     char* text = buffers[current];

@@ -17,7 +17,7 @@ void str_delete(char* text);
 
 // printf into one of 16 static buffers of 512 bytes, in rotation. Longer results
 // are cut.
-// Lifetime: until the 16th call after this one; copy what must last.
+// Lifetime: until the 16th call of the same thread after this one; copy what must last.
 char* str_format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 float deg_to_rad(float degrees);

@@ -6,79 +6,43 @@
 #include <cstdlib>
 #include <cstring>
 
-#define GC_THREADS // declares GC_set_markers_count; we start no threads
-#define GC_NO_THREAD_REDIRECTS
 #include <gc.h>
 
 #include "std/Std_Assert.h"
+#include "std/Std_Collector.h"
 #include "std/Std_Common.h"
 #include "std/Std_Tmp_Alloc.h"
 
 int Std_GC::is_debugging = 0;
 
-static void say_nothing(char*, GC_word) {}
+// While the thread asks for memory whose lack it reports itself.
+static thread_local bool is_null_welcome = false;
 
-// True while a nothrow form of new asks.
-static bool is_null_welcome = false;
-
-static void* report_out_of_memory(std::size_t size) {
+void* std_out_of_memory(std::size_t size) {
     if (is_null_welcome) return nullptr;
     std_assert(-1, str_format("Out of memory: %zu bytes are not to be had", size), __FILE__,
                __LINE__);
     return nullptr;
 }
 
-// Other files' static objects may allocate before ours are built: the first
-// allocation starts the collector, whoever asks for it.
-static bool is_started = false;
-
-static void start() {
-    is_started = true;
-    // The process stays single-threaded: a forked child then finds a collector
-    // that waits for nobody.
-    GC_set_markers_count(1);
-    GC_INIT();
-    GC_set_warn_proc(say_nothing);
-    GC_set_oom_fn(report_out_of_memory);
-    // Worlds mostly grow: collect half as often as the collector would by itself.
-    GC_set_free_space_divisor(1);
-}
-
-static const bool started_with_the_program = [] {
-    if (!is_started) start();
-    return true;
-}();
+// The first thread is the one to start the collector, whatever the others do later.
+static const bool started_with_the_program = (Std_Collector::meet(), true);
 
 #ifdef NOLT_PLAIN_HEAP
 // For the fuzzers, who watch the blocks of malloc: an overrun inside the collector's heap would go
 // unseen. Nothing is collected and no cleanup is called.
 static void* allocate(std::size_t size, STD_TMP_ALLOC_POOL_T*, void (*)(void*, void*), void*) {
     void* const block = std::calloc(1, size ? size : 1);
-    return block ? block : report_out_of_memory(size);
+    return block ? block : std_out_of_memory(size);
 }
 
 static void release(void* p) {
     std::free(p);
 }
 
-void* std_try_uncollectable(std::size_t size) {
-    return std::calloc(1, size);
-}
 #else
 static void release(void* p) {
     GC_free(p);
-}
-
-static void* answer_null(std::size_t) {
-    return nullptr;
-}
-
-void* std_try_uncollectable(std::size_t size) {
-    if (!is_started) start();
-    GC_set_oom_fn(answer_null);
-    void* const block = GC_malloc_uncollectable(size);
-    GC_set_oom_fn(report_out_of_memory);
-    return block;
 }
 
 // Null counts as GC.
@@ -86,10 +50,8 @@ static bool is_pool(STD_TMP_ALLOC_POOL_T* placement) {
     return placement > NoGCAtomic;
 }
 
-static void* allocate(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
-                      void (*cleanup)(void*, void*), void* client_data) {
-    if (is_pool(placement)) return std_tmp_alloc(placement, size);
-    if (!is_started) start();
+static void* allocate_known(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
+                            void (*cleanup)(void*, void*), void* client_data) {
     if (placement == NoGC || placement == NoGCAtomic) return GC_malloc_uncollectable(size);
     void* block;
     if (placement == GCAtomic) {
@@ -100,6 +62,22 @@ static void* allocate(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
     }
     if (cleanup) GC_register_finalizer(block, cleanup, client_data, nullptr, nullptr);
     return block;
+}
+
+[[gnu::cold, gnu::noinline]] static void* allocate_for_guest(std::size_t size,
+                                                             STD_TMP_ALLOC_POOL_T* placement,
+                                                             void (*cleanup)(void*, void*),
+                                                             void* client_data) {
+    const Std_Collector::Guest guest;
+    return allocate_known(size, placement, cleanup, client_data);
+}
+
+static void* allocate(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
+                      void (*cleanup)(void*, void*), void* client_data) {
+    if (is_pool(placement)) return std_tmp_alloc(placement, size);
+    if (!Std_Collector::knows_this_thread())
+        return allocate_for_guest(size, placement, cleanup, client_data);
+    return allocate_known(size, placement, cleanup, client_data);
 }
 #endif
 
@@ -146,18 +124,19 @@ void* operator new[](std::size_t size) {
     return allocate(size, NoGC, nullptr, nullptr);
 }
 
-// Not left to the standard library: a sanitizer would put its own in their place.
-static void* allocate_politely(std::size_t size) {
+void* std_try_uncollectable(std::size_t size) {
     is_null_welcome = true;
     void* const block = allocate(size, NoGC, nullptr, nullptr);
     is_null_welcome = false;
     return block;
 }
+
+// Not left to the standard library: a sanitizer would put its own in their place.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate_politely(size);
+    return std_try_uncollectable(size);
 }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return allocate_politely(size);
+    return std_try_uncollectable(size);
 }
 
 void operator delete(void* p) noexcept {
@@ -178,7 +157,7 @@ void operator delete[](void* p, std::size_t) noexcept {
 static void* allocate_aligned(std::size_t size, std::align_val_t alignment) {
     const std::size_t unit =
         std::max(static_cast<std::size_t>(alignment), sizeof(std::max_align_t));
-    if (size > SIZE_MAX - unit) return report_out_of_memory(size);
+    if (size > SIZE_MAX - unit) return std_out_of_memory(size);
     char* const block = static_cast<char*>(allocate(size + unit, NoGC, nullptr, nullptr));
     char* const aligned = block + unit - reinterpret_cast<std::uintptr_t>(block) % unit;
     reinterpret_cast<void**>(aligned)[-1] = block;
@@ -209,7 +188,7 @@ void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
 }
 
 Std_Heap_Watch::Std_Heap_Watch() {
-    if (!is_started) start();
+    Std_Collector::meet();
     const std::size_t free_share = 8;
     const std::size_t heap = GC_get_heap_size();
     // Growing by little at a time would mean a collection at almost every step.
@@ -223,7 +202,7 @@ void Std_Heap_Watch::collect_if_grown() const {
 
 STD_TMP_ALLOC_POOL_T* std_get_placement(const void* p) {
     if (STD_TMP_ALLOC_POOL_T* const pool = std_tmp_pool_of(p)) return pool;
-    if (!is_started) start();
+    Std_Collector::meet();
     return GC_base(const_cast<void*>(p)) ? GC : nullptr;
 }
 

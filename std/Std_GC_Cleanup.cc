@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <gc.h>
 
+#include "std/Std_Collector.h"
 #include "std/Std_Tmp_Alloc.h"
 
 static void* distance(const void* block, const void* object) {
@@ -18,6 +19,7 @@ Std_GC_Cleanup::Std_GC_Cleanup(int enable) {
     void* const block = GC_base(this);
     // The block of a pool goes while nobody knows of the objects in it.
     if (!block || std_tmp_pool_of(this)) return;
+    const Std_Collector::Guest guest;
     GC_register_finalizer(block, gc_cleanup_callback, distance(block, this), nullptr, nullptr);
 }
 

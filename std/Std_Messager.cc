@@ -1,5 +1,6 @@
 #include "std/Std_Messager.h"
 
+#include <atomic>
 #include <cstring>
 
 #include "std/Std_Assert.h"
@@ -46,15 +47,15 @@ static Std_Messager* default_messager() {
 
 [[maybe_unused]] static Std_Messager* const built_with_the_program = default_messager();
 
-static Std_Messager* current_messager = nullptr;
+static std::atomic<Std_Messager*> current_messager = nullptr;
 
 void std_set_current_messager(Std_Messager* messager) {
     current_messager = messager;
 }
 
 Std_Messager* std_get_current_messager() {
-    if (!current_messager) current_messager = default_messager();
-    return current_messager;
+    Std_Messager* const messager = current_messager;
+    return messager ? messager : default_messager();
 }
 
 void std_refresh_current_messager() {

@@ -2,12 +2,12 @@
 
 #include "std/Std_Compare.h"
 
-int Std_Obj::instance_counter = 0;
+std::atomic<int> Std_Obj::instance_counter = 0;
 
 int Std_Obj::next_instance_id() {
     // Past 2^31 objects the counter goes on through the negative numbers.
-    instance_counter = static_cast<int>(static_cast<unsigned int>(instance_counter) + 1u);
-    return instance_counter;
+    const int last = instance_counter.fetch_add(1, std::memory_order_relaxed);
+    return static_cast<int>(static_cast<unsigned int>(last) + 1u);
 }
 
 unsigned int Std_Obj::get_hash() const {

@@ -17,6 +17,8 @@
 #ifndef STD_STD_OBJ_H
 #define STD_STD_OBJ_H
 
+#include <atomic>
+
 #include "std/Std_GC.h"
 
 // Stands first in the body of class X with the direct base BASE; what follows
@@ -73,7 +75,7 @@ using Std_Conformance = bool (*)(unsigned long id);
 class Std_Obj : public virtual Std_GC {
 public:
     // Objects built so far, copies included; the newest bears this id.
-    static int instance_counter;
+    static std::atomic<int> instance_counter;
 
     Std_Obj() : instance_id_(next_instance_id()) {}
 

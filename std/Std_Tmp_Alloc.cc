@@ -6,6 +6,7 @@
 #include <gc.h>
 #include <gc/gc_mark.h>
 #include <iterator>
+#include <mutex>
 
 #include "std/Std_Assert.h"
 
@@ -15,12 +16,17 @@ using Block = STD_TMP_ALLOC_BLOCK_T;
 static const std::size_t unit = 4;
 static const std::size_t least_block_size = 256;
 
-Pool* Pool::active_pools = nullptr;
+std::atomic<Pool*> Pool::active_pools = nullptr;
 
 // No block of any pool lies outside. The bounds only widen while there are pools: most addresses
 // that are asked for are not of a pool, and many are told by this alone.
-static const char* lowest = nullptr;
-static const char* highest = nullptr;
+static std::atomic<const char*> lowest = nullptr;
+static std::atomic<const char*> highest = nullptr;
+
+// Held while the lists change or are searched: any thread may delete, and then searches. Nothing is
+// allocated or freed under it, since that may run a cleanup, which may delete. A collection reads
+// the lists without it, the threads being stopped at any place: each link is made last.
+static std::mutex pools_in_change;
 
 static void* allocate(std::size_t size) {
     void* const memory = std_try_uncollectable(size);
@@ -37,9 +43,14 @@ static Block* new_block(std::size_t size, Block* next) {
     block->next = next;
     block->start = block->cursor = static_cast<char*>(allocate(size));
     block->end = block->start + size;
-    lowest = lowest ? std::min<const char*>(lowest, block->start) : block->start;
-    highest = std::max<const char*>(highest, block->end);
     return block;
+}
+
+// Under the lock.
+static void widen_bounds(const Block* block) {
+    const char* const low = lowest;
+    if (!low || block->start < low) lowest = block->start;
+    if (block->end > highest) highest = block->end;
 }
 
 #ifndef NOLT_PLAIN_HEAP
@@ -73,11 +84,12 @@ static void push_words_between_in_all_blocks() {
 
 static void begin_to_push_words_between() {
 #ifndef NOLT_PLAIN_HEAP
-    static bool has_begun = false;
-    if (has_begun) return;
-    has_begun = true;
-    push_earlier_roots = GC_get_push_other_roots();
-    GC_set_push_other_roots(push_words_between_in_all_blocks);
+    static const bool has_begun = [] {
+        push_earlier_roots = GC_get_push_other_roots();
+        GC_set_push_other_roots(push_words_between_in_all_blocks);
+        return true;
+    }();
+    (void)has_begun;
 #endif
 }
 
@@ -85,8 +97,10 @@ Pool* std_tmp_alloc_new_pool(std::size_t size) {
     auto* const pool = static_cast<Pool*>(allocate(sizeof(Pool)));
     begin_to_push_words_between();
     pool->first_block = pool->current_block = new_block(std::max(size, least_block_size), nullptr);
-    pool->next = Pool::active_pools;
-    if (pool->next) pool->next->previous = pool;
+    const std::lock_guard lock(pools_in_change);
+    widen_bounds(pool->first_block);
+    pool->next = Pool::active_pools.load();
+    if (pool->next) pool->next.load()->previous = pool;
     Pool::active_pools = pool;
     return pool;
 }
@@ -100,7 +114,10 @@ void* std_tmp_alloc_in_next_block(Pool* pool, std::size_t size) {
     if (!block || size >= size_of(block)) {
         std::size_t new_size = std::max(least_block_size, 2 * size);
         if (!block) new_size = std::max(new_size, size_of(pool->first_block));
-        block = full->next = new_block(new_size, block);
+        block = new_block(new_size, block);
+        const std::lock_guard lock(pools_in_change);
+        widen_bounds(block);
+        full->next = block;
     }
     pool->current_block = block;
     block->cursor = block->start + size;
@@ -114,14 +131,19 @@ void std_tmp_reset_pool(Pool* pool) {
         std::memset(block->start, 0, size_of(block));
 }
 
-void std_tmp_free_pool(Pool* pool) {
+static void unlink(Pool* pool) {
+    const std::lock_guard lock(pools_in_change);
     if (pool->previous) {
-        pool->previous->next = pool->next;
+        pool->previous->next = pool->next.load();
     } else {
-        Pool::active_pools = pool->next;
+        Pool::active_pools = pool->next.load();
     }
-    if (pool->next) pool->next->previous = pool->previous;
+    if (pool->next) pool->next.load()->previous = pool->previous;
     if (!Pool::active_pools) lowest = highest = nullptr;
+}
+
+void std_tmp_free_pool(Pool* pool) {
+    unlink(pool);
     Block* next;
     for (Block* block = pool->first_block; block; block = next) {
         next = block->next;
@@ -135,6 +157,7 @@ void std_tmp_free_pool(Pool* pool) {
 Pool* std_tmp_get_pool(const void* p) {
     const auto* const at = static_cast<const char*>(p);
     if (!at || at < lowest || at >= highest) return nullptr;
+    const std::lock_guard lock(pools_in_change);
     for (Pool* pool = Pool::active_pools; pool; pool = pool->next) {
         for (const Block* block = pool->first_block; block; block = block->next) {
             if (block->start <= at && at < block->end) return pool;

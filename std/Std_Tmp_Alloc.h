@@ -22,16 +22,17 @@
 // lies in one: the blocks of all pools are searched one by one, unless the address lies below or
 // above all of them.
 // On failure: running out of memory, or a size that overflows, is the fatal report "Out of memory".
-// Single-threaded.
+// A pool is used by one thread at a time; several may have pools of their own.
 #ifndef STD_STD_TMP_ALLOC_H
 #define STD_STD_TMP_ALLOC_H
 
+#include <atomic>
 #include <cstddef>
 
 #include "std/Std_GC.h"
 
 struct STD_TMP_ALLOC_BLOCK_T {
-    STD_TMP_ALLOC_BLOCK_T* next;
+    std::atomic<STD_TMP_ALLOC_BLOCK_T*> next;
     char* start;
     char* cursor; // start <= cursor < end: the last byte is never handed out
     char* end;
@@ -39,12 +40,12 @@ struct STD_TMP_ALLOC_BLOCK_T {
 
 // The fields are for the operations below only.
 struct STD_TMP_ALLOC_POOL_T {
-    STD_TMP_ALLOC_POOL_T* next; // of all pools, the newest first
+    std::atomic<STD_TMP_ALLOC_POOL_T*> next; // of all pools, the newest first
     STD_TMP_ALLOC_POOL_T* previous;
     STD_TMP_ALLOC_BLOCK_T* first_block;
     STD_TMP_ALLOC_BLOCK_T* current_block;
 
-    static STD_TMP_ALLOC_POOL_T* active_pools;
+    static std::atomic<STD_TMP_ALLOC_POOL_T*> active_pools;
 };
 
 // A pool with one block of `size` bytes, at least 256. Later blocks are not smaller than the first,
@@ -70,7 +71,8 @@ STD_TMP_ALLOC_POOL_T* std_tmp_get_pool(const void* p);
 
 // std_tmp_get_pool at the cost of one test where there is no pool at all.
 inline STD_TMP_ALLOC_POOL_T* std_tmp_pool_of(const void* p) {
-    return STD_TMP_ALLOC_POOL_T::active_pools ? std_tmp_get_pool(p) : nullptr;
+    return STD_TMP_ALLOC_POOL_T::active_pools.load(std::memory_order_acquire) ? std_tmp_get_pool(p)
+                                                                              : nullptr;
 }
 
 inline void* std_tmp_alloc(STD_TMP_ALLOC_POOL_T* pool, std::size_t size) {

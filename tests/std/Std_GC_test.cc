@@ -120,7 +120,7 @@ TEST(Std_Obj, instance_ids_only_grow_and_copies_get_their_own) {
     Shape a;
     Shape b(a);
     EXPECT_EQ(b.get_instance_id(), a.get_instance_id() + 1);
-    EXPECT_EQ(Std_Obj::instance_counter, b.get_instance_id());
+    EXPECT_EQ(Std_Obj::instance_counter.load(), b.get_instance_id());
     b = a;
     EXPECT_EQ(b.get_instance_id(), a.get_instance_id() + 1);
     EXPECT_EQ(b.get_hash(), static_cast<unsigned>(b.get_instance_id()) * 3);
