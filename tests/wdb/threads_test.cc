@@ -55,7 +55,7 @@ static int grow_and_shrink(int seed) {
         list.insert_last(kept);
         table.put(kept, round);
         plain.emplace_back(text);
-        wrong += std_tmp_get_pool(new (pool) char[40]) != pool;
+        wrong += std_tmp_get_pool(std_tmp_alloc(pool, 40)) != pool;
         if (round % 150 != 149) continue;
         for (int i = 0; i < list.count(); ++i) wrong += plain[std::size_t(i)] != list[i]->chars();
         list.wipe_out();
