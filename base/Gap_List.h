@@ -165,7 +165,7 @@ void Gap_List<T>::double_size() {
     }
     const int added = capacity_ == 0 ? first_capacity_ : capacity_;
     T* const old = data_;
-    data_ = new (GC) T[static_cast<std::size_t>(capacity_) + static_cast<std::size_t>(added)];
+    data_ = new (std_gc) T[static_cast<std::size_t>(capacity_) + static_cast<std::size_t>(added)];
     if (old) {
         std::memcpy(static_cast<void*>(data_), old,
                     static_cast<std::size_t>(capacity_) * sizeof(T));

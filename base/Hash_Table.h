@@ -364,7 +364,7 @@ template<class K, class V>
 void Hash_Table<K, V>::make_cells(int size) {
     static_assert(std::is_trivially_copyable_v<Pair>, "keys and items are words");
     pairs_ = static_cast<Pair*>(
-        ::operator new[](static_cast<std::size_t>(size) * sizeof(Pair), GC)); // reads as zero
+        ::operator new[](static_cast<std::size_t>(size) * sizeof(Pair), std_gc)); // reads as zero
     size_ = size;
     if (modulus() >= Hash_Index::least_modulus) index_.make(modulus());
     count_ = 0;

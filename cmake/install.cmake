@@ -1,13 +1,15 @@
-# What `cmake --install` puts in place: libraries and headers, a CMake package and
-# a pkg-config file for other programs, the commands and their man pages.
+# What `cmake --install` puts in place: libraries and headers, a CMake package and a pkg-config file
+# for other programs, the commands with their man pages, the documentation. The same goes into the
+# packages of `cpack`.
 include(CMakePackageConfigHelpers)
 
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/nolt")
-install(TARGETS nolt_std nolt_base nolt_math nolt_images nolt_wdb
+get_property(libraries GLOBAL PROPERTY nolt_installed)
+install(TARGETS ${libraries}
   EXPORT noltTargets
-  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}"
-  FILE_SET HEADERS DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/nolt")
-install(EXPORT noltTargets NAMESPACE nolt:: DESTINATION "${package_dir}")
+  ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT development
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT library NAMELINK_COMPONENT development)
+install(EXPORT noltTargets NAMESPACE nolt:: DESTINATION "${package_dir}" COMPONENT development)
 configure_package_config_file(cmake/noltConfig.cmake.in "${PROJECT_BINARY_DIR}/noltConfig.cmake"
   INSTALL_DESTINATION "${package_dir}")
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/noltConfigVersion.cmake"
@@ -16,14 +18,44 @@ install(FILES
   "${PROJECT_BINARY_DIR}/noltConfig.cmake"
   "${PROJECT_BINARY_DIR}/noltConfigVersion.cmake"
   cmake/FindBDWgc.cmake
-  DESTINATION "${package_dir}")
+  DESTINATION "${package_dir}" COMPONENT development)
+
+get_property(headers GLOBAL PROPERTY nolt_headers)
+install(CODE "
+  set(SOURCE \"${PROJECT_SOURCE_DIR}\")
+  set(GENERATED \"${PROJECT_BINARY_DIR}/include/nolt\")
+  set(WORK \"${PROJECT_BINARY_DIR}/installed-headers\")
+  set(HEADERS \"${headers}\")
+  set(DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}/nolt\")
+  include(\"${PROJECT_SOURCE_DIR}/cmake/install-headers.cmake\")"
+  COMPONENT development)
 
 # The way back from the file itself, so that an installed tree can be moved.
 file(RELATIVE_PATH NOLT_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+set(NOLT_PC_LIBS "-lnolt")
+if(NOT BUILD_SHARED_LIBS)
+  set(NOLT_PC_LIBS "-lnolt_wdb -lnolt_images -lnolt_math -lnolt_base -lnolt_std")
+endif()
 configure_file(cmake/nolt.pc.in "${PROJECT_BINARY_DIR}/nolt.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/nolt.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+install(FILES "${PROJECT_BINARY_DIR}/nolt.pc"
+  DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
-install(TARGETS nolt_sphere_world nolt_fromvrml RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}")
-install(PROGRAMS tools/pcat DESTINATION "${CMAKE_INSTALL_BINDIR}")
-install(FILES docs/man/nolt_sphere_world.1 docs/man/nolt_fromvrml.1 docs/man/pcat.1
-  DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
+if(NOLT_BUILD_TOOLS)
+  get_property(commands GLOBAL PROPERTY nolt_commands)
+  install(TARGETS ${commands} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+  install(PROGRAMS tools/pcat DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+  foreach(command ${commands} pcat)
+    install(FILES "docs/man/${command}.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
+  endforeach()
+endif()
+
+install(FILES README.md CHANGELOG.md docs/scene-format.md docs/reliability.md docs/how-do-i.md
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation OPTIONAL)
+install(FILES docs/sphere_world.png
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs" COMPONENT documentation OPTIONAL)
+install(DIRECTORY examples DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation
+  FILES_MATCHING PATTERN "*.cc")
+
+if(PROJECT_IS_TOP_LEVEL)
+  include(cmake/package.cmake)
+endif()

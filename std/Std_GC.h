@@ -33,7 +33,13 @@
 struct STD_TMP_ALLOC_POOL_T;
 
 // The kinds of memory. These are reserved values: nothing stands behind them.
-inline STD_TMP_ALLOC_POOL_T* const GC = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(1);
+//
+// X11 has a type of the name GC. Where its headers come before ours, or NOLT_NO_GC is defined so
+// that they may come later, the name is left to them, and std_gc says the same.
+inline STD_TMP_ALLOC_POOL_T* const std_gc = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(1);
+#if !defined(NOLT_NO_GC) && !defined(_X11_XLIB_H_)
+inline STD_TMP_ALLOC_POOL_T* const GC = std_gc;
+#endif
 inline STD_TMP_ALLOC_POOL_T* const NoGC = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(2);
 inline STD_TMP_ALLOC_POOL_T* const GCAtomic = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(3);
 inline STD_TMP_ALLOC_POOL_T* const NoGCAtomic = reinterpret_cast<STD_TMP_ALLOC_POOL_T*>(4);

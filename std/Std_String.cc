@@ -36,7 +36,7 @@ static void release(Std_Str_Rep* rep) {
 }
 
 static char* text_of(Std_Str_Rep* rep) {
-    return rep->text;
+    return rep->text();
 }
 
 static void set_length(Std_Str_Rep* rep, int length) {
@@ -65,7 +65,7 @@ static bool fits(const Std_Str_Rep* rep, long long length) {
 }
 
 static bool lies_in(const Std_Str_Rep* rep, const char* text) {
-    const auto start = reinterpret_cast<std::uintptr_t>(rep->text);
+    const auto start = reinterpret_cast<std::uintptr_t>(rep->text());
     const auto place = reinterpret_cast<std::uintptr_t>(text);
     return !is_nil(rep) && place >= start && place <= start + rep->capacity;
 }
@@ -80,7 +80,7 @@ static Std_Str_Rep* set(Std_Str_Rep* old, const Std_Text& y) {
 
 static Std_Str_Rep* copy_of(Std_Str_Rep* old, Std_Str_Rep* source) {
     if (old == source) return old;
-    if (!is_nil(source)) return set(old, Std_Text(source->text, source->length));
+    if (!is_nil(source)) return set(old, Std_Text(source->text(), source->length));
     if (!is_nil(old)) set_length(old, 0);
     return old;
 }
@@ -88,7 +88,7 @@ static Std_Str_Rep* copy_of(Std_Str_Rep* old, Std_Str_Rep* source) {
 static Std_Str_Rep* with_room(Std_Str_Rep* old, int length) {
     if (fits(old, length)) return old;
     Std_Str_Rep* rep = new_rep(length);
-    copy(text_of(rep), old->text, old->length);
+    copy(text_of(rep), old->text(), old->length);
     set_length(rep, old->length);
     release(old);
     return rep;
@@ -115,7 +115,7 @@ static Std_Str_Rep* joined(Std_Str_Rep* old, const Std_Text& a, const Std_Text& 
 }
 
 static Std_Str_Rep* prefixed(Std_Str_Rep* old, const Std_Text& y) {
-    const Std_Text text(old->text, old->length);
+    const Std_Text text(old->text(), old->length);
     const long long length = static_cast<long long>(text.length()) + y.length();
     Std_Str_Rep* rep = fits(old, length) && !lies_in(old, y.chars()) ? old : new_rep(length);
     copy(text_of(rep) + y.length(), text.chars(), text.length());
@@ -252,11 +252,11 @@ static bool is_digit(char c) {
 
 // The nil record is never written to, not even with what it holds already.
 static void change_each(Std_Str_Rep* rep, char (*change)(char)) {
-    if (rep->length) std::transform(rep->text, rep->text + rep->length, text_of(rep), change);
+    if (rep->length) std::transform(rep->text(), rep->text() + rep->length, text_of(rep), change);
 }
 
 void Std_String::reverse() {
-    std::reverse(rep_->text, rep_->text + rep_->length);
+    std::reverse(rep_->text(), rep_->text() + rep_->length);
 }
 
 void Std_String::upcase() {
@@ -358,7 +358,7 @@ int Std_String::gsub(const Std_Text& pattern, const Std_Text& replacement) {
     copy(text_of(result) + at, chars() + done, length() - done);
     set_length(result, at + length() - done);
     if (fits(rep_, result->length)) {
-        rep_ = set(rep_, Std_Text(result->text, result->length));
+        rep_ = set(rep_, Std_Text(result->text(), result->length));
         release(result);
     } else {
         release(rep_);
@@ -457,8 +457,8 @@ Std_Sub_String& Std_Sub_String::splice(const Std_Text& y) {
     const bool stays = !is_nil(rep) && !lies_in(rep, y.chars()) && total < rep->capacity;
     Std_Str_Rep* result = stays ? rep : new_rep(total);
     char* const to = text_of(result);
-    if (!stays) copy(to, rep->text, pos_);
-    copy(to + pos_ + y.length(), rep->text + end, tail);
+    if (!stays) copy(to, rep->text(), pos_);
+    copy(to + pos_ + y.length(), rep->text() + end, tail);
     copy(to + pos_, y.chars(), y.length());
     if (!stays) release(rep);
     rep = result;

@@ -25,7 +25,10 @@ class Std_Sub_String;
 struct Std_Str_Rep {
     unsigned short length;
     unsigned short capacity; // characters that fit, without the terminator
-    char text[];             // to the end of the block
+
+    // Behind the record, to the end of the block.
+    char* text() { return reinterpret_cast<char*>(this + 1); }
+    const char* text() const { return reinterpret_cast<const char*>(this + 1); }
 };
 
 // Shared by all strings without a buffer. Never written to.
@@ -76,7 +79,7 @@ class Std_String : public Std_Obj {
     bool empty() const { return rep_->length == 0; }
 
     // Lifetime: until the string changes.
-    const char* chars() const { return rep_->text; }
+    const char* chars() const { return rep_->text(); }
     operator const char*() const { return chars(); }
 
     // Characters that fit without a new buffer: 6, 22, 54, 118 and so on.
@@ -86,7 +89,7 @@ class Std_String : public Std_Obj {
 
     // Requires: 0 <= index < length().
     char operator[](int index) const { return elem(index); }
-    char& operator[](int index) { return rep_->text[index]; }
+    char& operator[](int index) { return rep_->text()[index]; }
     char elem(int index) const { return chars()[index]; }
     // The zero byte for an empty string.
     char firstchar() const { return elem(0); }

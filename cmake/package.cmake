@@ -1,0 +1,20 @@
+# `cpack` in a build folder makes nolt_..._.deb and nolt-....tar.gz of all that is installed.
+set(CPACK_GENERATOR "TGZ;DEB")
+set(CPACK_PACKAGE_NAME nolt)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_PACKAGE_CONTACT "The nolt developers <nolt@localhost>")
+set(CPACK_PACKAGE_VENDOR nolt)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libgc-dev, gzip")
+# Adds those that the binaries themselves name.
+find_program(NOLT_DPKG_SHLIBDEPS dpkg-shlibdeps)
+mark_as_advanced(NOLT_DPKG_SHLIBDEPS)
+if(NOLT_DPKG_SHLIBDEPS)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}")
+endif()
+# So that the loader's list of libraries is renewed.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+include(CPack)
