@@ -35,8 +35,7 @@ public:
 private:
     static void make_known();
 
-    // Not lazily placed: every allocation asks.
-    [[gnu::tls_model("initial-exec")]] static constinit thread_local bool is_known_;
+    static constinit thread_local bool is_known_;
 };
 
 // What the collector answers when it has no memory; std/Std_GC.cc has the reasons.
