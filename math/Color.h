@@ -2,12 +2,14 @@
 //
 //     Color c = interp(Color(1, 0, 0), Color(0, 0, 1), 0.25f);  // a quarter red, the rest blue
 //     c += 0.5f * (Color(1, 1, 1) - c);                         // halfway to white
+//     Color lit = ambient + 0.8f * (sun * c);                   // light adds up, surfaces filter
 //
 // A plain value of three contiguous floats. Nothing clamps or tests them: values below 0 and above
 // 1 pass through everything. The default constructor sets nothing, indices are not tested.
 #ifndef MATH_COLOR_H
 #define MATH_COLOR_H
 
+#include <concepts>
 #include <iosfwd>
 
 #include "math/Geometry.h"
@@ -22,6 +24,16 @@ public:
 
     Color& operator+=(const Vector& v) { return *this = Color(r + v.x, g + v.y, b + v.z); }
     Color& operator-=(const Vector& v) { return *this = Color(r - v.x, g - v.y, b - v.z); }
+    // Light of two sources. A template, so that c += {x, y, z} keeps meaning a Vector.
+    template<std::same_as<Color> Light>
+    Color& operator+=(const Light& c) {
+        return *this = Color(r + c.r, g + c.g, b + c.b);
+    }
+    Color& operator*=(float s) { return *this = Color(r * s, g * s, b * s); }
+    // Three divisions, as for Vector.
+    Color& operator/=(float s) { return *this = Color(r / s, g / s, b / s); }
+    // Light through a filter, or on a surface: component by component.
+    Color& operator*=(const Color& c) { return *this = Color(r * c.r, g * c.g, b * c.b); }
     // Moves like a Point, with the frame's origin.
     Color& operator*=(const Frame& f);
 
@@ -54,6 +66,21 @@ inline Color operator+(const Vector& v, const Color& c) {
 }
 inline Color operator-(const Color& c, const Vector& v) {
     return Color(c) -= v;
+}
+inline Color operator+(const Color& a, const Color& b) {
+    return Color(a) += b;
+}
+inline Color operator*(const Color& c, float s) {
+    return Color(c) *= s;
+}
+inline Color operator*(float s, const Color& c) {
+    return Color(c) *= s;
+}
+inline Color operator/(const Color& c, float s) {
+    return Color(c) /= s;
+}
+inline Color operator*(const Color& a, const Color& b) {
+    return Color(a) *= b;
 }
 inline float pvdot(const Color& c, const Vector& v) {
     return (c.r * v.x + c.g * v.y) + c.b * v.z;

@@ -94,6 +94,39 @@ inline Vector4 operator*(const Vector4& v, const HFrame& m) {
     return v * static_cast<const Matrix4&>(m);
 }
 
+inline Homogeneous operator*(const Homogeneous& h, const Matrix4& m) {
+    return static_cast<const Vector4&>(h) * m;
+}
+
+// A sum of products mixes the two kinds: h * 2.0f is a Vector4.
+inline Homogeneous operator+(const Vector4& a, const Homogeneous& b) {
+    return Homogeneous(a) + b;
+}
+inline Homogeneous operator+(const Homogeneous& a, const Vector4& b) {
+    return a + Homogeneous(b);
+}
+inline Homogeneous operator-(const Vector4& a, const Homogeneous& b) {
+    return Homogeneous(a) - b;
+}
+inline Homogeneous operator-(const Homogeneous& a, const Vector4& b) {
+    return a - Homogeneous(b);
+}
+
+// A frame among matrices is its matrix form. The product is a Matrix4, as that of two HFrames is,
+// and converts to an HFrame.
+inline Matrix4 operator*(const Matrix4& m, const Frame& f) {
+    return m * toMatrix4(f);
+}
+inline Matrix4 operator*(const Frame& f, const Matrix4& m) {
+    return toMatrix4(f) * m;
+}
+inline Matrix4& operator*=(Matrix4& m, const Frame& f) {
+    return m *= toMatrix4(f);
+}
+inline Vector4& operator*=(Vector4& v, const Frame& f) {
+    return v *= toMatrix4(f);
+}
+
 // "Homogeneous(1,2,3,1)\n"; an HFrame six lines, whose rows print as Vector4.
 std::ostream& operator<<(std::ostream& os, const Homogeneous& h);
 std::ostream& operator<<(std::ostream& os, const HFrame& f);

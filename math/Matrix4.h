@@ -31,6 +31,7 @@ public:
 
     void zero() { *this = Vector4(0, 0, 0, 0); }
 
+    Vector4 operator-() const { return Vector4(-x, -y, -z, -w); }
     Vector4& operator+=(const Vector4& v) {
         return *this = Vector4(x + v.x, y + v.y, z + v.z, w + v.w);
     }

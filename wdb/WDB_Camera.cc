@@ -120,32 +120,57 @@ static Point unprojected(float x, float y, float z, const Matrix4& inverse_proje
     return toPoint(normalize(Homogeneous(Vector4(x, y, z, 1) * inverse_projection)));
 }
 
-WDB_Node* WDB_Camera::pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo) {
-    WDB_Database* const world = get_world();
-    if (!world) return nullptr;
+// Through a position of the picture: the segment from the near to the far plane, in world space,
+// and the tolerance on both planes, in camera space.
+struct WDB_Camera::Pick_Line {
+    Point p, q;
+    float near_tolerance, near_depth, far_tolerance, far_depth;
+};
+
+WDB_Camera::Pick_Line WDB_Camera::pick_line(float x, float y, float aspect, float tolerance,
+                                            bool stereo) {
     const Matrix4 projection =
         stereo ? get_right_render_projection(aspect) : get_render_projection(aspect);
-
-    // The segment from the near to the far plane, in world space.
     const Matrix4 to_world = inverse(viewing_ * projection);
-    const Point p = unprojected(x, y, -1, to_world);
-    const Point q = unprojected(x, y, 1, to_world);
-
-    // The tolerance on both planes, in camera space.
     const Matrix4 to_camera = inverse(projection);
     const Point a = unprojected(tolerance, 0, -1, to_camera);
     const Point b = unprojected(tolerance, 0, 1, to_camera);
-    const float near_tolerance = std::fabs(a.x), far_tolerance = std::fabs(b.x);
+    return {unprojected(x, y, -1, to_world),
+            unprojected(x, y, 1, to_world),
+            std::fabs(a.x),
+            a.z,
+            std::fabs(b.x),
+            b.z};
+}
 
-    WDB_Node* const node =
-        world->closest_object_on_line(p, q, near_tolerance, a.z, far_tolerance, b.z);
-    if (!node) {
-        last_picked_point_ = Point(0, 0, 0);
-        return nullptr;
-    }
-    const float t = node->line_intersection(p, q, near_tolerance, a.z, far_tolerance, b.z);
-    last_picked_point_ = interp(p, q, static_cast<float>(1.0 - static_cast<double>(t)));
+WDB_Node* WDB_Camera::closest_object_on(const Pick_Line& line) {
+    WDB_Node* const node = get_world()->closest_object_on_line(
+        line.p, line.q, line.near_tolerance, line.near_depth, line.far_tolerance, line.far_depth);
+    if (!node) last_picked_point_ = Point(0, 0, 0);
     return node;
+}
+
+WDB_Node* WDB_Camera::pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo) {
+    if (!get_world()) return nullptr;
+    const Pick_Line line = pick_line(x, y, aspect, tolerance, stereo);
+    WDB_Node* const node = closest_object_on(line);
+    if (!node) return nullptr;
+    const float t = node->line_intersection(line.p, line.q, line.near_tolerance, line.near_depth,
+                                            line.far_tolerance, line.far_depth);
+    last_picked_point_ = interp(line.p, line.q, static_cast<float>(1.0 - static_cast<double>(t)));
+    return node;
+}
+
+WDB_Pick WDB_Camera::detailed_pick_at_x_y(float x, float y, float aspect, float tolerance,
+                                          bool stereo) {
+    if (!get_world()) return WDB_Pick();
+    const Pick_Line line = pick_line(x, y, aspect, tolerance, stereo);
+    WDB_Node* const node = closest_object_on(line);
+    if (!node) return WDB_Pick();
+    const WDB_Pick pick = node->detailed_line_intersection(
+        line.p, line.q, line.near_tolerance, line.near_depth, line.far_tolerance, line.far_depth);
+    last_picked_point_ = pick.point;
+    return pick;
 }
 
 void WDB_Camera::invalidate_render_projection() {

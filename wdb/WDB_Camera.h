@@ -25,6 +25,7 @@
 #include "math/Matrix4.h"
 #include "wdb/Extent_Signal.h"
 #include "wdb/WDB_Node.h"
+#include "wdb/WDB_Pick.h"
 
 class WDB_Camera : public WDB_Node {
     STD_OBJ_CLASS(WDB_Camera, WDB_Node)
@@ -71,6 +72,8 @@ class WDB_Camera : public WDB_Node {
     // Afterwards get_last_picked_point tells where, in world space; (0, 0, 0) for no hit. A camera
     // without a world answers null and leaves that point. May add a default camera to the world.
     WDB_Node* pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo);
+    // The same, with the triangle or line that was hit, its normal and its texture point.
+    WDB_Pick detailed_pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo);
     const Point& get_last_picked_point() const { return last_picked_point_; }
 
     // The next use computes both caches anew.
@@ -98,6 +101,10 @@ class WDB_Camera : public WDB_Node {
     virtual void update_after_ipd_change();
 
 private:
+    struct Pick_Line;
+
+    Pick_Line pick_line(float x, float y, float aspect, float tolerance, bool stereo);
+    WDB_Node* closest_object_on(const Pick_Line& line);
     void drop_stale_projection();
     Matrix4 fitted_projection() const;
     Matrix4 eye_projection(float aspect, float ipd);

@@ -31,6 +31,7 @@
 using WDB_Apply_Callback = bool (*)(SUniv* user, const WDB_Node* node, const Bbox& box);
 
 class WDB_Camera;
+class WDB_Light;
 struct Extent_Signal;
 
 class WDB_Database : public WDB_Obj {
@@ -79,6 +80,26 @@ class WDB_Database : public WDB_Obj {
                          WDB_Apply_Callback callback) const;
     bool apply_to_shapes(SUniv* user, const Point& p, const Point& q,
                          WDB_Apply_Callback callback) const;
+
+    // The shapes that `camera`, which may stand outside the world, shows in a picture of that
+    // aspect: the form with one matrix, with the product of its viewing and render projection. A
+    // shape whose box may be seen is visited, also if another hides it. Cost: that of the parts of
+    // the tree in view.
+    bool apply_to_shapes(SUniv* user, WDB_Camera* camera, float aspect,
+                         WDB_Apply_Callback callback) const;
+
+    // The node, or only a shape, camera or light, of that name; null for none, and for a null name.
+    // Of several the first of the walk, so addresses may decide it. Cost: one walk.
+    WDB_Node* find_node(const char* name) const;
+    WDB_Node* find_shape(const char* name) const;
+    WDB_Camera* find_camera(const char* name) const;
+    WDB_Light* find_light(const char* name) const;
+
+    // The same for what the nodes show; of the geometries all levels of detail are looked at. What
+    // no node of the world shows is not found.
+    const WDB_Material* find_material(const char* name) const;
+    const WDB_Texture* find_texture(const char* name) const;
+    WDB_Geometry* find_geometry(const char* name) const;
 
     // Not reentrant: counts in one static.
     int visible_shape_count(const Matrix4& m) const;

@@ -32,6 +32,9 @@ public:
     Item& operator[](int index) { return items_[index]; }
     const Item& operator[](int index) const { return items_[index]; }
 
+    const Item* begin() const { return items_; }
+    const Item* end() const { return items_ + count_; }
+
     // The smallest fraction of all items. On failure: FLT_MAX.
     float line_intersection(const Point& p, const Point& q, float tolerance) const {
         float nearest = FLT_MAX;

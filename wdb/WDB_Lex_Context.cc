@@ -89,12 +89,13 @@ void WDB_Lex_Context::open(Std_URL* url, Std_URL* base) {
     url_ = url;
     base_url_ = base && base->is_valid() ? base : url;
     line_number_ = 0;
+    error_count_ = 0;
     input_ = nullptr;
     is_generated_ = has_end_mark_ = false;
     line_length_ = 0;
     current_line_[0] = '\0';
     if (!url->is_valid() || url->is_open()) {
-        tell("Invalid URL");
+        tell_error("Invalid URL");
         return;
     }
     url->open();
@@ -109,8 +110,8 @@ void WDB_Lex_Context::close() {
     line_length_ = 0;
     current_line_[0] = '\0';
     if (const int status = converter_.finish())
-        tell(str_format("[%s-%d]: Error - conversion failed with status %d",
-                        url_->get_url_string().chars(), line_number_, status));
+        tell_error(str_format("[%s-%d]: Error - conversion failed with status %d",
+                              url_->get_url_string().chars(), line_number_, status));
     if (url_ && url_->is_open()) url_->close();
     drop_input();
     line_number_ = 0;
@@ -228,15 +229,20 @@ const char* WDB_Lex_Context::current_line_after_keyword(const char* keyword) con
     return current_line_ + std::strlen(keyword);
 }
 
+void WDB_Lex_Context::tell_error(const char* message) const {
+    tell(message);
+    ++error_count_;
+}
+
 void WDB_Lex_Context::show_error(const char* message) const {
     const char* const name = url_->get_url_string();
-    tell(str_format("[%s-%d]: Error - %s", name, line_number_, message));
+    tell_error(str_format("[%s-%d]: Error - %s", name, line_number_, message));
     tell(str_format("[%s-%d]:         |%s|", name, line_number_, current_line_));
 }
 
 void WDB_Lex_Context::show_error_near(const char* near, const char* message) const {
-    tell(str_format("[%s-%d]: Error near `%s' - %s", url_->get_url_string().chars(), line_number_,
-                    near, message));
+    tell_error(str_format("[%s-%d]: Error near `%s' - %s", url_->get_url_string().chars(),
+                          line_number_, near, message));
 }
 
 // Ends a line that began with its keyword.
@@ -644,7 +650,7 @@ void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) 
     tell("Converting from VRML");
     const int store = std_open_nameless();
     if (store < 0) {
-        tell("Unable to open local tmp file");
+        tell_error("Unable to open local tmp file");
         abandon();
         return;
     }
@@ -656,7 +662,7 @@ void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) 
     if (is_stored) {
         start_conversion(store);
     } else {
-        tell("Problem writing to tmpfile");
+        tell_error("Problem writing to tmpfile");
     }
     ::close(store);
     if (converter_.is_running()) next_line();
@@ -673,5 +679,5 @@ void WDB_Lex_Context::start_conversion(int document) {
     if (std::FILE* const converted = converter_.start(command, document))
         input_ = new (GCAtomic) Input(url_, converted);
     else
-        tell(str_format("Unable to run nolt_fromvrml: %s", std::strerror(errno)));
+        tell_error(str_format("Unable to run nolt_fromvrml: %s", std::strerror(errno)));
 }

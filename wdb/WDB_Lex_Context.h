@@ -76,6 +76,8 @@ public:
     // Information reports that name the URL and the line.
     void show_error(const char* message) const;
     void show_error_near(const char* near, const char* message) const;
+    // How many were shown, failures to open, convert and close included. Kept by close.
+    int get_error_count() const { return error_count_; }
 
     bool try_get_header(const char* keyword); // on failure the whole block is skipped
     bool try_get_string(const char* keyword);
@@ -119,6 +121,7 @@ private:
     struct Input;
 
     bool accept(bool is_scanned, const char* error);
+    void tell_error(const char* message) const;
     bool append(const char* text, std::size_t length);
     void drop_line();
     void convert_vrml(const char* first_piece, std::size_t length);
@@ -146,6 +149,7 @@ private:
     bool last_line_is_colored_, last_line_is_lighted_, last_line_is_textured_;
     bool is_generated_, has_end_mark_;
     std::size_t line_length_;
+    mutable int error_count_;
     Std_Filter converter_;
     Input* input_; // what was read of the file and not taken yet
 };

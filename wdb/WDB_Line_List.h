@@ -73,6 +73,12 @@ class WDB_Line_List : public WDB_Geometry {
     // Requires: 0 <= index < count(), and that the slot was put.
     const WDB_Line& operator[](int index) const { return lines_[index]; }
 
+    // The slots in their order, also for loops:
+    //     for (const WDB_Line& line : *list) draw(line);
+    // Lifetime: that of the list, which must be kept as well; put writes into the same slots.
+    const WDB_Line* begin() const { return lines_.begin(); }
+    const WDB_Line* end() const { return lines_.end(); }
+
     int count() const { return lines_.count(); }
 
     bool get_with_colors() const override;

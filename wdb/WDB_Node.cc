@@ -7,6 +7,7 @@
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
 #include "wdb/WDB_Material.h"
+#include "wdb/WDB_Pick.h"
 #include "wdb/WDB_Texture.h"
 
 WDB_Node::WDB_Node(const char* name, const HFrame& transform, const WDB_Geometry* geometry,
@@ -50,18 +51,53 @@ void WDB_Node::set_url(Std_URL* url) {
     touch();
 }
 
+// A segment in the object space of a node, with its tolerance there.
+struct Object_Query {
+    Frame to_object;
+    Point p, q;
+    float tolerance;
+};
+
+// False if the node cannot be hit.
+static bool ask_object(const WDB_Node* node, const Point& p, const Point& q, float near_tolerance,
+                       float near_depth, float far_tolerance, float far_depth,
+                       Object_Query& query) {
+    Matrix4 to_object;
+    if (!node->get_geometry() || !node->get_world() || !invert(node->get_transform(), to_object))
+        return false;
+    const Frame view = toFrame(node->get_world()->default_camera()->get_viewing());
+    const float depth = (Point(0, 0, 0) * toFrame(node->get_transform()) * view).z;
+    query.tolerance = std::fabs((depth - near_depth) * (far_tolerance - near_tolerance) /
+                                    (far_depth - near_depth) +
+                                near_tolerance);
+    query.to_object = toFrame(to_object);
+    query.p = p * query.to_object;
+    query.q = q * query.to_object;
+    return true;
+}
+
 float WDB_Node::line_intersection(const Point& p, const Point& q, float near_tolerance,
                                   float near_depth, float far_tolerance, float far_depth) const {
+    Object_Query query;
+    if (!ask_object(this, p, q, near_tolerance, near_depth, far_tolerance, far_depth, query))
+        return FLT_MAX;
+    return get_geometry()->line_intersection(query.p, query.q, query.tolerance);
+}
+
+WDB_Pick WDB_Node::detailed_line_intersection(const Point& p, const Point& q, float near_tolerance,
+                                              float near_depth, float far_tolerance,
+                                              float far_depth) {
+    WDB_Pick pick;
+    Object_Query query;
+    if (!ask_object(this, p, q, near_tolerance, near_depth, far_tolerance, far_depth, query))
+        return pick;
     const WDB_Geometry* const geometry = get_geometry();
-    Matrix4 to_object;
-    if (!geometry || !world_ || !invert(transform_, to_object)) return FLT_MAX;
-    const Frame object_frame = toFrame(to_object);
-    const Frame view = toFrame(world_->default_camera()->get_viewing());
-    const float depth = (Point(0, 0, 0) * toFrame(transform_) * view).z;
-    const float tolerance = std::fabs((depth - near_depth) * (far_tolerance - near_tolerance) /
-                                          (far_depth - near_depth) +
-                                      near_tolerance);
-    return geometry->line_intersection(p * object_frame, q * object_frame, tolerance);
+    pick.fraction = geometry->line_intersection(query.p, query.q, query.tolerance);
+    if (pick.fraction == FLT_MAX) return pick;
+    pick.node = this;
+    pick.point = interp(p, q, static_cast<float>(1.0 - static_cast<double>(pick.fraction)));
+    pick.look_up(geometry, query.p, query.q, query.tolerance, query.to_object);
+    return pick;
 }
 
 void WDB_Node::print_contents(std::ostream& os) const {

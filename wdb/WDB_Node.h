@@ -22,6 +22,7 @@ class WDB_Database;
 class WDB_Geometry;
 class WDB_Material;
 class WDB_Texture;
+struct WDB_Pick;
 
 class WDB_Node : public WDB_Obj {
     STD_OBJ_CLASS(WDB_Node, WDB_Obj)
@@ -70,6 +71,10 @@ class WDB_Node : public WDB_Obj {
     // On failure: FLT_MAX; so also without a geometry or a world, and for a singular transform.
     float line_intersection(const Point& p, const Point& q, float near_tolerance, float near_depth,
                             float far_tolerance, float far_depth) const;
+
+    // The same with all that is known of the place; see WDB_Pick. No node in it on failure.
+    WDB_Pick detailed_line_intersection(const Point& p, const Point& q, float near_tolerance,
+                                        float near_depth, float far_tolerance, float far_depth);
 
     void print_contents(std::ostream& os) const override;
 

@@ -21,6 +21,12 @@ static void tell(const char* message) {
     std_assert(0, message, __FILE__, __LINE__);
 }
 
+// What is left out because another of its name came before.
+static void tell_duplicate(WDB_Load_Report& report, const char* message) {
+    tell(message);
+    ++report.warnings;
+}
+
 WDB_Sym_Context::WDB_Sym_Context()
     : database_(nullptr), current_default_url_(nullptr), current_transform_(HFrame::identity()),
       unit_factor_(1.0f), materials_(name_hash, name_equal), textures_(name_hash, name_equal),
@@ -29,7 +35,7 @@ WDB_Sym_Context::WDB_Sym_Context()
 
 void WDB_Sym_Context::put_database(WDB_Database* database) {
     if (database_) {
-        tell("Duplicate database: ignoring new one");
+        tell_duplicate(report_, "Duplicate database: ignoring new one");
         return;
     }
     database_ = database;
@@ -37,9 +43,10 @@ void WDB_Sym_Context::put_database(WDB_Database* database) {
 
 // True if the object has been entered.
 template<class T>
-static bool put_new(Hash_Table<const char*, T*>& table, T* object, const char* kind) {
+static bool put_new(Hash_Table<const char*, T*>& table, T* object, const char* kind,
+                    WDB_Load_Report& report) {
     if (table.has(object->get_name())) {
-        tell(str_format("Ignoring duplicate %s: %s", kind, object->get_name()));
+        tell_duplicate(report, str_format("Ignoring duplicate %s: %s", kind, object->get_name()));
         return false;
     }
     table.put(object, object->get_name());
@@ -47,20 +54,20 @@ static bool put_new(Hash_Table<const char*, T*>& table, T* object, const char* k
 }
 
 void WDB_Sym_Context::put_material(WDB_Material* material) {
-    if (put_new(materials_, material, "material")) give_load_info();
+    if (put_new(materials_, material, "material", report_)) give_load_info();
 }
 
 void WDB_Sym_Context::put_texture(WDB_Texture* texture) {
-    if (put_new(textures_, texture, "texture")) give_load_info();
+    if (put_new(textures_, texture, "texture", report_)) give_load_info();
 }
 
 void WDB_Sym_Context::put_geometry(WDB_Geometry* geometry) {
-    if (put_new(geometries_, geometry, "geometry")) give_load_info();
+    if (put_new(geometries_, geometry, "geometry", report_)) give_load_info();
 }
 
 void WDB_Sym_Context::put_node(WDB_Node* node) {
     if (nodes_.has(node->get_name())) {
-        tell(str_format("Ignoring duplicate node: %s", node->get_name()));
+        tell_duplicate(report_, str_format("Ignoring duplicate node: %s", node->get_name()));
         return;
     }
     if (!node->get_url() && current_default_url_) node->set_url(current_default_url_);

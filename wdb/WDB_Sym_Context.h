@@ -13,6 +13,7 @@
 #include "base/Gap_List.h"
 #include "base/Hash_Table.h"
 #include "math/Homogeneous.h"
+#include "wdb/WDB_Load_Report.h"
 
 class Std_URL;
 class WDB_Database;
@@ -66,6 +67,9 @@ public:
     const char* begin_file(const Std_URL* url);
     void end_file();
 
+    // How the load goes so far; the readers count in it. wipe_out leaves it.
+    WDB_Load_Report& report() { return report_; }
+
     // Whether all files that are being read are local.
     bool reads_local_files() const;
 
@@ -88,6 +92,7 @@ private:
     Gap_List<WDB_Node*> node_list_;
     Gap_List<Document> open_files_;
     int file_count_;
+    WDB_Load_Report report_;
     double start_; // of the load: seconds of a steady clock
 };
 

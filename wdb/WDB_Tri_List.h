@@ -86,6 +86,12 @@ class WDB_Tri_List : public WDB_Geometry {
     // Requires: 0 <= index < count(), and that the slot was put.
     const WDB_Triangle& operator[](int index) const { return triangles_[index]; }
 
+    // The slots in their order, also for loops:
+    //     for (const WDB_Triangle& triangle : *list) draw(triangle);
+    // Lifetime: that of the list, which must be kept as well; put writes into the same slots.
+    const WDB_Triangle* begin() const { return triangles_.begin(); }
+    const WDB_Triangle* end() const { return triangles_.end(); }
+
     // The length given at construction, whether or not the slots were put.
     int count() const { return triangles_.count(); }
 

@@ -87,6 +87,7 @@ static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     tell(str_format("Importing file: %s", url->get_url_string().chars()));
     WDB_Lex_Context imported(url, url);
     if (imported.is_open()) {
+        ++sym.report().imports;
         try_get_file(imported, sym);
         imported.close();
         tell("Returning to main file");
@@ -94,6 +95,7 @@ static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         imported.close();
         lex.show_error_near(lex.get_last_string(), "cannot open file");
     }
+    sym.report().errors += imported.get_error_count();
     sym.end_file();
 }
 
@@ -149,13 +151,16 @@ void try_get_material(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     sym.put_material(material);
 }
 
-static WDB_Texture* new_texture(const WDB_Lex_Context& lex, Std_URL* url) {
-    if (may_be_endless(url)) {
+static WDB_Texture* new_texture(const WDB_Lex_Context& lex, WDB_Sym_Context& sym, Std_URL* url) {
+    const bool is_refused = may_be_endless(url);
+    if (is_refused) {
         lex.show_error_near(lex.get_last_string(), "not a plain file");
         // Nothing is read; of what is no plain file, the map says so itself and keeps the name.
         if (url->get_path() == "-") url = new Std_URL("");
     }
     auto* const texture = new WDB_Texture(new PX_Map(url, 0));
+    // The map has told why.
+    if (!is_refused && !texture->get_image()->is_complete()) ++sym.report().errors;
     texture->set_name(lex.get_last_header());
     return texture;
 }
@@ -180,10 +185,10 @@ void try_get_texture(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("texture")) return;
     WDB_Texture* texture = nullptr;
     if (lex.try_get_string("image")) {
-        texture = new_texture(lex, relative_url_of_last_string(lex));
+        texture = new_texture(lex, sym, relative_url_of_last_string(lex));
     } else if (lex.try_get_string("tmpimage")) {
         Std_URL* const url = url_of_last_string(lex);
-        texture = new_texture(lex, url);
+        texture = new_texture(lex, sym, url);
         delete_source(lex, sym, url, texture->get_image());
     }
     check_close(lex, "unknown texture field");
@@ -448,19 +453,23 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         }
         heap.collect_if_grown();
     }
-    if (lex.is_cut())
+    if (lex.is_cut()) {
+        ++sym.report().warnings;
         std_assert(2,
                    str_format("[%s]: the file was cut, its end is missing",
                               lex.get_url()->get_url_string().chars()),
                    __FILE__, __LINE__);
+    }
 }
 
-WDB_Database* wdb_load(Std_URL* url, Std_URL* base) {
+WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
     const Std_Plain_Numbers plain;
+    report = WDB_Load_Report();
     WDB_Lex_Context lex(url, base);
     if (!lex.is_open()) {
         tell(str_format("Cannot open URL %s", url->get_url_string().chars()));
         lex.close();
+        report.errors = 1;
         return nullptr;
     }
     WDB_Sym_Context sym;
@@ -469,15 +478,27 @@ WDB_Database* wdb_load(Std_URL* url, Std_URL* base) {
     lex.close();
     tell("End of parsing");
     WDB_Database* const result = sym.build_database();
+    report = sym.report();
+    report.errors += lex.get_error_count();
     sym.wipe_out();
     return result;
 }
 
-WDB_Database* wdb_load(const char* url, const char* base) {
+WDB_Database* wdb_load(Std_URL* url, Std_URL* base) {
+    WDB_Load_Report report;
+    return wdb_load(url, base, report);
+}
+
+WDB_Database* wdb_load(const char* url, const char* base, WDB_Load_Report& report) {
     Std_URL* const document = new Std_URL(url);
     Std_URL* const base_url = base ? new Std_URL(base) : nullptr;
-    WDB_Database* const result = wdb_load(document, base_url);
+    WDB_Database* const result = wdb_load(document, base_url, report);
     delete document;
     delete base_url;
     return result;
+}
+
+WDB_Database* wdb_load(const char* url, const char* base) {
+    WDB_Load_Report report;
+    return wdb_load(url, base, report);
 }
