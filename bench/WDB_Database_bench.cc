@@ -1,9 +1,12 @@
 // Worlds of many cameras: what a moved shape and a pick cost, against a loop over all cameras for
-// each.
+// each. And the walk over what a camera shows of many spheres, against a loop over all nodes that
+// asks is_visible; "shown" is how many nodes both meet.
 #include "wdb/WDB_Database.h"
 
 #include <cstring>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "bench/side_by_side.h"
 #include "wdb/WDB_Camera.h"
@@ -75,5 +78,60 @@ static void pick(benchmark::State& state) {
     side_by_side(state, rounds, {{"loop", [&] { return sum_of(plainly); }}},
                  {"ours", [&] { return sum_of([&](int) { return stage.pick(); }); }});
 }
+namespace {
+// Of radius 5 in a cube of width 10000, seen from its middle or from where all is in view.
+struct Spheres {
+    explicit Spheres(std::int64_t count, bool all) {
+        auto* const list = new WDB_Tri_List(2);
+        list->put(WDB_Triangle(Point(-1, -1, -1), Point(1, -1, 1), Point(0, 1, 0)), 0);
+        list->put(WDB_Triangle(Point(-1, 1, 1), Point(1, 1, -1), Point(0, -1, 0)), 1);
+        list->end_editing();
+        std::mt19937 random(1);
+        const auto place = [&] { return static_cast<float>(random() % 10000) - 5000; };
+        for (std::int64_t i = 0; i < count; ++i) {
+            const float x = place(), y = place();
+            const Frame frame = Frame::scaling(5) * Frame::translation(x, y, place());
+            nodes.push_back(new WDB_Node("sphere", HFrame(frame), list, nullptr, nullptr));
+            world->put(nodes.back());
+        }
+        eye = new WDB_Camera("eye", HFrame::identity(), Matrix4::perspective(.6f, 1, 1000), nullptr,
+                             nullptr);
+        world->put(eye);
+        if (all) eye->lookat(*world, false);
+    }
+    WDB_Database* world = new WDB_Database;
+    std::vector<WDB_Node*> nodes;
+    WDB_Camera* eye;
+};
+} // namespace
+
+static bool count_shape(SUniv* user, const WDB_Node*, const Bbox&) {
+    ++*Conv<std::uint64_t*>::from_univ(user);
+    return false;
+}
+
+static void shapes_in_view(benchmark::State& state) {
+    Spheres stage(state.range(0), state.range(1) != 0);
+    const auto loop = [&] {
+        std::uint64_t count = 0;
+        for (const WDB_Node* node : stage.nodes) count += stage.eye->is_visible(node);
+        return count;
+    };
+    const auto walk = [&] {
+        std::uint64_t count = 0;
+        stage.world->apply_to_shapes(Conv<std::uint64_t*>::to_univ(&count), stage.eye, 1,
+                                     count_shape);
+        return count;
+    };
+    state.counters["shown"] = static_cast<double>(walk());
+    side_by_side(state, 1, {{"loop", loop}}, {"walk", walk});
+}
+
+BENCHMARK(shapes_in_view)
+    ->ArgNames({"spheres", "all"})
+    ->Args({100000, 0})
+    ->Args({100000, 1})
+    ->UseManualTime()
+    ->Iterations(20);
 BENCHMARK(move_and_look)->ArgName("cameras")->Arg(100)->Arg(10000)->UseManualTime()->Iterations(3);
 BENCHMARK(pick)->ArgName("cameras")->Arg(100)->Arg(10000)->UseManualTime()->Iterations(3);

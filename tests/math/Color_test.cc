@@ -16,6 +16,12 @@ TEST(Color, is_a_point_of_its_space) {
          interp(black, black, c, 0.025f, 0.025f),
          {0.95f, 0.95f, 0.95f}},
         {"moved with the origin", c * (Frame::scaling(5) * Frame::translation(1, 2, 3)), {6, 7, 8}},
+        {"half of it", b * 0.5f, {0, 1.5f, 0.5f}},
+        {"a number first", 2.0f * a / 4, {1, -0.5f, 0}},
+        {"divided, not by a reciprocal", Color(41, 49, 0) / 41, {1, 49.0f / 41, 0}},
+        {"two lights through a filter", (a + b) * Color(0.5f, 1, 2), {1, 2, 2}},
+        {"a Vector in braces", Color(c) += {1, 2, 3}, {2, 3, 4}},
+        {"in place", ((((Color(a) += b) *= c) *= 3.0f) /= 2.0f), {3, 3, 1.5f}},
         {"not clamped", toColor(a - c) - Vector(1, 1, 1), {0, -3, -2}},
     };
     for (const auto& [row, does, should] : rows) EXPECT_EQ(bits_of(does), bits_of(should)) << row;

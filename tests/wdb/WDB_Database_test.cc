@@ -1,5 +1,6 @@
 #include "wdb/WDB_Database.h"
 
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 #include <random>
@@ -7,8 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "images/PX_Map.h"
 #include "support.h"
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Light.h"
 #include "wdb/WDB_Material.h"
+#include "wdb/WDB_Texture.h"
 
 static WDB_Node* node_at(float x, float y, float z, const WDB_Geometry* geometry) {
     return node_with(geometry, Frame::translation(x, y, z), "Ball");
@@ -172,6 +177,75 @@ TEST(WDB_Database, queries_after_each_change) {
             all += std::to_string(count) + (world.has(n) ? "+" : "-");
     }
     EXPECT_EQ(checksum(all), "40a2c7a07865db5c");
+}
+
+TEST(WDB_Database, finds_by_name) {
+    WDB_Database world;
+    const auto named = [](auto* object, const char* name) {
+        object->set_name(name);
+        return object;
+    };
+    auto* const fine = named(list_in({0, 0, 0}, {1, 1, 1}), "fine");
+    auto* const coarse = named(list_in({0, 0, 0}, {1, 1, 1}), "coarse");
+    auto* const red = named(new WDB_Material, "red");
+    auto* const bark = named(new WDB_Texture(new PX_Map(4, 4, 1)), "bark");
+    auto* const tree = new WDB_Node("tree", HFrame::identity(), fine, red, bark);
+    tree->insert_lod(coarse, 1);
+    auto* const eye = new WDB_Camera("eye", HFrame::identity(), Matrix4::identity(), fine, nullptr);
+    auto* const lamp = new WDB_Light("lamp", HFrame::identity(), 0, nullptr, red);
+    auto* const bare =
+        named(new WDB_Node("x", HFrame::identity(), nullptr, nullptr, nullptr), nullptr);
+    for (WDB_Node* node : {tree, static_cast<WDB_Node*>(eye), static_cast<WDB_Node*>(lamp), bare})
+        world.put(node);
+    // Which search finds what: node, shape, camera, light, material, texture, geometry.
+    const struct {
+        const char* name;
+        std::vector<const WDB_Obj*> found;
+    } rows[] = {
+        {"tree", {tree, tree, 0, 0, 0, 0, 0}},  {"eye", {eye, eye, eye, 0, 0, 0, 0}},
+        {"lamp", {lamp, 0, 0, lamp, 0, 0, 0}},  {"red", {0, 0, 0, 0, red, 0, 0}},
+        {"bark", {0, 0, 0, 0, 0, bark, 0}},     {"fine", {0, 0, 0, 0, 0, 0, fine}},
+        {"coarse", {0, 0, 0, 0, 0, 0, coarse}}, {"Tree", {0, 0, 0, 0, 0, 0, 0}},
+        {nullptr, {0, 0, 0, 0, 0, 0, 0}},
+    };
+    for (const auto& r : rows) {
+        const std::vector<const WDB_Obj*> found = {
+            world.find_node(r.name),    world.find_shape(r.name),    world.find_camera(r.name),
+            world.find_light(r.name),   world.find_material(r.name), world.find_texture(r.name),
+            world.find_geometry(r.name)};
+        EXPECT_EQ(found, r.found) << (r.name ? r.name : "null");
+    }
+}
+
+// A walk of a camera's picture meets the nodes whose boxes may be seen.
+TEST(WDB_Database, shapes_in_a_view) {
+    WDB_Database world;
+    WDB_Tri_List* const list = list_in({0, 0, 0}, {1, 1, 1});
+    std::mt19937 random(5);
+    for (int i = 0; i < 500; ++i) {
+        const auto place = [&] { return static_cast<float>(random() % 1000) - 500; };
+        const float x = place(), y = place();
+        world.put(node_at(x, y, place(), list));
+    }
+    auto* const eye = new WDB_Camera("eye", HFrame(Frame::rotation(1, .4f)),
+                                     Matrix4::perspective(1, 1, 1000), nullptr, nullptr);
+    world.put(eye);
+    std::set<const WDB_Node*> seen;
+    const auto add = [](SUniv* user, const WDB_Node* node, const Bbox&) {
+        return !Conv<decltype(seen)*>::from_univ(user)->insert(node).second;
+    };
+    EXPECT_FALSE(world.apply_to_shapes(Conv<decltype(seen)*>::to_univ(&seen), eye, 1, add));
+    EXPECT_GT(seen.size(), 20u);
+    EXPECT_LT(seen.size(), 200u);
+    EXPECT_EQ(static_cast<int>(seen.size()),
+              world.visible_shape_count(eye->get_viewing_x_render_projection(1)));
+    const std::set<const WDB_Node*> square = seen;
+    EXPECT_TRUE(world.apply_to_shapes(Conv<decltype(seen)*>::to_univ(&seen), eye, 1, add))
+        << "stopped";
+    seen.clear();
+    world.apply_to_shapes(Conv<decltype(seen)*>::to_univ(&seen), eye, 2, add);
+    EXPECT_GT(seen.size(), square.size()) << "a wider picture";
+    EXPECT_TRUE(std::includes(seen.begin(), seen.end(), square.begin(), square.end()));
 }
 
 TEST(WDB_Database, print) {

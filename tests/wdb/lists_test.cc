@@ -160,6 +160,18 @@ TEST(WDB_Tri_List, nearest_of_many) {
     EXPECT_TRUE((*list)[2] == WDB_Triangle(Point(0, 0, 1), Point(2, 0, 1), Point(0, 2, 1)));
 }
 
+TEST(WDB_Tri_List, loops_see_the_slots_themselves) {
+    const WDB_Tri_List* const list = list_of({WDB_Triangle(p0, p1, p2), WDB_Triangle(p1, p2, p0)});
+    int slot = 0;
+    for (const WDB_Triangle& triangle : *list) EXPECT_EQ(&triangle, &(*list)[slot++]);
+    EXPECT_EQ(slot, 2);
+    WDB_Line_List lines(3);
+    EXPECT_EQ(lines.begin(), &lines[0]);
+    EXPECT_EQ(lines.end() - lines.begin(), 3);
+    const WDB_Tri_List none(0);
+    EXPECT_EQ(none.begin(), none.end());
+}
+
 TEST(WDB_Geometry, box_in_front_of_the_query) {
     Odd_Geometry* const odd = new Odd_Geometry;
     odd->touch();

@@ -1,5 +1,7 @@
+#include <cmath>
 #include <gtest/gtest.h>
 #include <random>
+#include <sstream>
 #include <vector>
 
 #include "support.h"
@@ -16,6 +18,27 @@ static WDB_Tri_List* tetrahedron() {
 static WDB_Camera* eye_at(const Frame& frame, float fov = 1) {
     return new WDB_Camera("eye", HFrame(frame), Matrix4::perspective(fov, 1, 1000), nullptr,
                           nullptr);
+}
+
+static Point placed(const WDB_Pick& pick, const Point& a, const Point& b, const Point& c) {
+    return interp(a, b, c, pick.weights.a, pick.weights.b) * toFrame(pick.node->get_transform());
+}
+
+// The details of a pick agree with one another and with the pick of a node.
+static void check_details(const WDB_Pick& pick, const WDB_Node* node, const Point& point) {
+    ASSERT_EQ(pick.node, node);
+    EXPECT_EQ(bits_of(pick.point), bits_of(point));
+    if (!node) return;
+    ASSERT_EQ(pick.tri_list, node->get_geometry());
+    const WDB_Triangle& t = (*pick.tri_list)[pick.index];
+    EXPECT_LT(dist(placed(pick, t.p0, t.p1, t.p2), point), 1e-3f);
+    const Frame frame = toFrame(node->get_transform());
+    EXPECT_NEAR(dot((t.p1 - t.p0) * frame, pick.face_normal), 0, 1e-4f);
+    EXPECT_NEAR(dot((t.p2 - t.p0) * frame, pick.face_normal), 0, 1e-4f);
+    EXPECT_LT(dot(toVector(t.p0) * frame, pick.face_normal), 0) << "its corners run clockwise";
+    EXPECT_NEAR(mag(pick.face_normal), 1, 1e-5f);
+    EXPECT_LT(mag(pick.normal - pick.face_normal), 1e-4f) << "the corners have that of the face";
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(pick.weights[i] > -1e-3f && pick.weights[i] < 1.001f);
 }
 
 // Random worlds and picture positions: which node, and where on it. The sum is that of picks which
@@ -47,6 +70,10 @@ TEST(Picking, random_worlds) {
             const float x = between(-1, 1), y = between(-1, 1);
             const WDB_Node* const picked = camera->pick_at_x_y(x, y, 1.5f, .01f, shot % 2 == 0);
             hits += picked != nullptr;
+            const Point point = camera->get_last_picked_point();
+            check_details(camera->detailed_pick_at_x_y(x, y, 1.5f, .01f, shot % 2 == 0), picked,
+                          point);
+            EXPECT_EQ(bits_of(camera->get_last_picked_point()), bits_of(point));
             all += (picked ? picked->get_name() : "-") + printed(camera->get_last_picked_point());
         }
     }
@@ -68,6 +95,63 @@ TEST(Picking, lines_within_a_tolerance) {
     EXPECT_EQ(camera->pick_at_x_y(0, .05f, 1, .06f, false), node);
     EXPECT_NEAR(camera->get_last_picked_point().z, 0, .05f);
     EXPECT_EQ(camera->pick_at_x_y(0, .05f, 1, .04f, false), nullptr);
+}
+
+// What a line along -z meets at x, y of a node, as text: weights, normal, colour, texture point.
+TEST(Picking, details) {
+    const Vector n0(0, 0, 1), n1(0, .6f, .8f), n2(.6f, 0, .8f), none(0, 0, 0);
+    const Color red(1, 0, 0), green(0, 1, 0), blue(0, 0, 1);
+    const Point a(0, 0, 0), b(4, 0, 0), c(0, 4, 0), s(0, 0, 0), t(1, 0, 0), u(0, 2, 0);
+    // The second stands nearer to the line's start; turned over, the first does.
+    WDB_Tri_List* const mesh =
+        list_of({WDB_Triangle({0, 0, -1}, {4, 0, -1}, {0, 4, -1}, none, none, none),
+                 WDB_Triangle(a, b, c, n0, n1, n2, red, green, blue, s, t, u)});
+    auto* const lines = new WDB_Line_List(2);
+    lines->put(WDB_Line({-1, 9, 0}, {1, 9, 0}), 0);
+    lines->put(WDB_Line({0, 1, 0}, {4, 1, 0}, n0, n1, red, green, s, t), 1);
+    lines->end_editing();
+    auto* const odd = new Odd_Geometry;
+    odd->touch();
+    odd->end_editing();
+    const struct {
+        const char* row;
+        const WDB_Geometry* geometry;
+        Frame frame;
+        float x, y;
+        const char* does;
+    } rows[] = {
+        {"a corner", mesh, Frame::identity(), 4, 0, "1: 0 1 0, 0 0.6 0.8, 0 1 0, 1 0"},
+        {"between", mesh, Frame::identity(), 1, 1,
+         "1: 0.5 0.25 0.25, 0.162 0.162 0.973, 0.5 0.25 0.25, 0.25 0.5"},
+        // Stretched along y, normals lean less that way.
+        {"stretched", mesh, Frame::scaling(1, 2, 1), 4, 0, "1: 0 1 0, 0 0.351 0.936, 0 1 0, 1 0"},
+        {"tiny and turned over", mesh, Frame::scaling(1e-3f, 1e-3f, -1e-3f), .001f, .001f,
+         "0: 0.5 0.25 0.25, 0 0 0, 0.5 0.5 0.5, 0 0"},
+        {"a line", lines, Frame::identity(), 3, 1,
+         "1: 0.25 0.75 0, 0 0.468 0.884, 0.25 0.75 0, 0.75 0"},
+        {"of no known kind", odd, Frame::identity(), .5f, .5f, "-1: 0 0 0, 0 0 0, 0 0 0, 0 0"},
+        {"beside", mesh, Frame::identity(), 5, 5, "none"},
+    };
+    for (const auto& r : rows) {
+        WDB_Database world;
+        WDB_Node* const node = node_with(r.geometry, r.frame);
+        world.put(node);
+        const WDB_Pick pick = node->detailed_line_intersection(
+            Point(r.x, r.y, 5), Point(r.x, r.y, -5), .001f, -1, .001f, -10);
+        std::ostringstream text;
+        text.precision(3);
+        const auto clean = [](float f) { return std::fabs(f) < 1e-6f ? 0 : f; };
+        const auto add = [&](float x, float y, float z) {
+            text << " " << clean(x) << " " << clean(y) << " " << clean(z) << ",";
+        };
+        text << pick.index << ":";
+        add(pick.weights.a, pick.weights.b, pick.weights.c);
+        add(pick.normal.x, pick.normal.y, pick.normal.z);
+        add(pick.color.r, pick.color.g, pick.color.b);
+        text << " " << clean(pick.texture_point.x) << " " << clean(pick.texture_point.y);
+        EXPECT_EQ(pick.node ? text.str() : "none", r.does) << r.row;
+    }
+    EXPECT_EQ(eye_at(Frame::identity())->detailed_pick_at_x_y(0, 0, 1, 0, false).node, nullptr);
 }
 
 TEST(Picking, who_can_be_picked) {
