@@ -8,6 +8,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "std/Std_Common.h"
 #include "std/Std_Env.h"
 #include "std/Std_Messager.h"
 
@@ -61,6 +62,10 @@ static bool may_be_harmful(const char* text) {
     for (; *text; ++text)
         if (is_control(static_cast<unsigned char>(*text))) return true;
     return false;
+}
+
+const char* std_harmless(const char* text) {
+    return may_be_harmful(text) ? str_new(harmless(text).c_str()) : text;
 }
 
 void std_write_line(const char* prefix, const char* text) {

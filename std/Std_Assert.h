@@ -28,4 +28,8 @@ void std_assert(int level, const char* message, const char* file, int line);
 // with the control characters of `text` shown as above.
 void std_write_line(const char* prefix, const char* text);
 
+// The text as reports show it, for those who write names to other streams: itself if it is harmless,
+// else a new text.
+const char* std_harmless(const char* text);
+
 #endif

@@ -1,0 +1,108 @@
+// nolt_check: loads scenes and tells what is in them, for those who make scenes and for scripts.
+//
+//     nolt_check garden.3d http://host/town.3d.gz
+//
+// The table goes to the standard output, what is wrong to the standard error stream. The status is
+// 1 if anything was.
+#include <chrono>
+#include <cstdio>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "base/Hash_Set.h"
+#include "std/Std_Assert.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Line_List.h"
+#include "wdb/WDB_Load_Report.h"
+#include "wdb/WDB_Tri_List.h"
+#include "wdb/wdb_load.h"
+
+// What a walk over all nodes finds.
+struct Contents {
+    long nodes = 0, shapes = 0;
+    long triangles = 0, lines = 0; // of the finest levels, as often as they are placed
+    Hash_Set<const WDB_Geometry*> geometries;
+    Hash_Set<const WDB_Material*> materials;
+    Hash_Set<const WDB_Texture*> textures;
+};
+
+static bool add_node(SUniv* user, const WDB_Node* node, const Bbox&) {
+    Contents& contents = *Conv<Contents*>::from_univ(user);
+    const WDB_Geometry* const finest = node->get_geometry();
+    ++contents.nodes;
+    if (finest) ++contents.shapes;
+    if (const auto* list = WDB_Tri_List::const_castdown(finest))
+        contents.triangles += list->count();
+    if (const auto* list = WDB_Line_List::const_castdown(finest)) contents.lines += list->count();
+    for (int i = 0; i < node->lod_count(); ++i) contents.geometries.put(node->lod_item(i));
+    if (node->get_material()) contents.materials.put(node->get_material());
+    if (node->get_texture()) contents.textures.put(node->get_texture());
+    return false;
+}
+
+static double seconds_now() {
+    using namespace std::chrono;
+    return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
+// The most that the process has held so far.
+static double peak_megabytes() {
+    const double kilobytes_in_one = 1024;
+    rusage usage;
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_maxrss) / kilobytes_in_one;
+}
+
+static void print_count(const char* what, long count) {
+    std::printf("  %-10s %ld\n", what, count);
+}
+
+static void print_contents(const WDB_Database& world) {
+    Contents contents;
+    world.apply(Conv<Contents*>::to_univ(&contents), add_node);
+    print_count("nodes", contents.nodes);
+    print_count("shapes", contents.shapes);
+    print_count("outside", world.shape_count() - contents.shapes);
+    print_count("geometries", contents.geometries.count());
+    print_count("triangles", contents.triangles);
+    print_count("lines", contents.lines);
+    print_count("cameras", world.camera_count());
+    print_count("lights", world.light_count());
+    print_count("materials", contents.materials.count());
+    print_count("textures", contents.textures.count());
+    const Bbox box = world.get_bbox();
+    std::printf("  %-10s %g %g %g  %g %g %g\n", "bounds", static_cast<double>(box.min.x),
+                static_cast<double>(box.min.y), static_cast<double>(box.min.z),
+                static_cast<double>(box.max.x), static_cast<double>(box.max.y),
+                static_cast<double>(box.max.z));
+}
+
+// True if there is nothing wrong with the scene.
+static bool check(const char* scene) {
+    const double start = seconds_now();
+    WDB_Load_Report report;
+    const WDB_Database* const world = wdb_load(scene, nullptr, report);
+    const double seconds = seconds_now() - start;
+    std::printf("%s\n", std_harmless(scene));
+    if (world) print_contents(*world);
+    print_count("imports", report.imports);
+    print_count("errors", report.errors);
+    print_count("warnings", report.warnings);
+    std::printf("  %-10s %.3f s\n", "time", seconds);
+    std::printf("  %-10s %.1f MB\n", "memory", peak_megabytes());
+    std::fflush(stdout); // a later scene may end the process
+    return report.errors == 0;
+}
+
+int main(int argc, char** argv) {
+    const int wrong_usage = 2;
+    const bool has_option = getopt(argc, argv, "") != -1; // getopt has said what is wrong
+    if (has_option || optind == argc) {
+        std::fputs("usage: nolt_check scene...\n", stderr);
+        return wrong_usage;
+    }
+    bool all_good = true;
+    for (int i = optind; i < argc; ++i)
+        if (!check(argv[i])) all_good = false;
+    return all_good && !std::ferror(stdout) ? 0 : 1;
+}
