@@ -46,6 +46,8 @@ if(NOLT_BUILD_TOOLS)
   install(PROGRAMS tools/pcat DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
   foreach(command ${commands} pcat)
     install(FILES "docs/man/${command}.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
+    install(FILES tools/completion/nolt.bash RENAME ${command}
+      DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
   endforeach()
 endif()
 
