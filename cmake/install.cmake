@@ -56,7 +56,7 @@ install(FILES README.md CHANGELOG.md docs/scene-format.md docs/reliability.md do
 install(FILES docs/sphere_world.png
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs" COMPONENT documentation OPTIONAL)
 install(DIRECTORY examples DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation
-  FILES_MATCHING PATTERN "*.cc")
+  FILES_MATCHING PATTERN "*.cc" PATTERN CMakeLists.txt)
 
 if(PROJECT_IS_TOP_LEVEL)
   include(cmake/package.cmake)

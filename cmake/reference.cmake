@@ -3,6 +3,8 @@
 find_program(NOLT_DOXYGEN doxygen)
 mark_as_advanced(NOLT_DOXYGEN)
 if(NOLT_DOXYGEN)
+  get_property(headers GLOBAL PROPERTY nolt_headers)
+  list(JOIN headers " " NOLT_REFERENCE_INPUT)
   configure_file(cmake/Doxyfile.in "${PROJECT_BINARY_DIR}/Doxyfile" @ONLY)
   add_custom_target(reference
     COMMAND "${NOLT_DOXYGEN}" "${PROJECT_BINARY_DIR}/Doxyfile"

@@ -26,7 +26,7 @@ TEST(Std_String, capacities) {
         EXPECT_EQ(Std_String(text.c_str()).allocation(), r.capacity) << r.length;
     }
     Std_String s;
-    EXPECT_EQ(s.chars(), _nil_Std_Str_Rep.text);
+    EXPECT_EQ(s.chars(), _nil_Std_Str_Rep.text());
     EXPECT_EQ(Std_String(static_cast<const char*>(nullptr)).allocation(), 6);
     s = "seven..";
     const char* const buffer = s.chars();
