@@ -60,8 +60,9 @@ Picture_Paint Picture_Facet::texture_at(const Picture_Sample& sample, const doub
         return mixed(triangle_.t0, triangle_.t1, triangle_.t2, s);
     };
     const auto step_to = [this](const Point& from, const Point& to) {
-        return std::hypot(static_cast<double>(to.x - from.x) * look_.texture->get_width(),
-                          static_cast<double>(to.y - from.y) * look_.texture->get_height());
+        const double x = static_cast<double>(to.x - from.x) * look_.texture->get_width();
+        const double y = static_cast<double>(to.y - from.y) * look_.texture->get_height();
+        return std::sqrt(x * x + y * y);
     };
     double right[3], above[3];
     sample.shares_right(right);

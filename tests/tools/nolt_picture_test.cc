@@ -1,0 +1,324 @@
+// Runs the tool in a folder of its own and looks at single pixels, whose colours are known from what
+// the scene says. The camera stands at z = 1 and sees -1 to 1 in the plane z = 0.
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+#ifdef NOLT_PNG
+#include <png.h>
+#endif
+
+#include "images/PX_Map.h"
+
+struct Rgb {
+    int r, g, b;
+};
+
+class Folder {
+public:
+    Folder() {
+        if (!mkdtemp(path_.data())) std::abort();
+    }
+    ~Folder() { std::filesystem::remove_all(path_); }
+
+    std::string operator/(const char* name) const { return path_ + "/" + name; }
+    void write(const char* name, const std::string& text) const {
+        std::ofstream(*this / name, std::ios::binary) << text;
+    }
+    std::string read(const char* name) const {
+        std::ifstream file(*this / name, std::ios::binary);
+        return std::string((std::istreambuf_iterator<char>(file)), {});
+    }
+    // The exit status; -1 after a signal.
+    int run(const std::string& arguments) const {
+        const std::string command = "cd '" + path_ + "' && '" NOLT_PICTURE "' " + arguments;
+        const int result = std::system((command + " >out 2>err </dev/null").c_str());
+        return WIFEXITED(result) && WEXITSTATUS(result) < 128 ? WEXITSTATUS(result) : -1;
+    }
+
+private:
+    std::string path_ = ::testing::TempDir() + "picture_XXXXXX";
+};
+
+// Of the pixel in that column and row, counted from the upper left.
+static void expect_pixel(const PX_Map& map, int x, int y, const Rgb& should) {
+    const int row = map.get_height() - 1 - y, near = 2;
+    EXPECT_NEAR(map.get_pixel_component(x, row, 0), should.r, near) << "red at " << x << " " << y;
+    EXPECT_NEAR(map.get_pixel_component(x, row, 1), should.g, near) << "green at " << x << " " << y;
+    EXPECT_NEAR(map.get_pixel_component(x, row, 2), should.b, near) << "blue at " << x << " " << y;
+}
+
+static const Rgb background = {28, 33, 43}, white = {255, 255, 255};
+
+// Things that shine of themselves: nothing of the light at the eye is to be added.
+#define GLOW(name, rgb) "material " name " {\n diffuse 0 0 0\n emission " rgb "\n}\n"
+#define NODE(name, frame, fields) "node " name " {\n frame " frame "\n" fields "\n}\n"
+// -1 to 1 in x and y, at z = 0.
+#define SQUARE                                                                                     \
+    "trianglelist square {\n"                                                                      \
+    " triangle p -1 -1 0 1 -1 0 1 1 0 t 0 0 0 1 0 0 1 1 0\n"                                       \
+    " triangle p -1 -1 0 1 1 0 -1 1 0 t 0 0 0 1 1 0 0 1 0\n}\n"
+#define CAMERA "camera eye {\n frame t 0 0 1\n perspective 90 1 1 100\n}\n"
+#define COLORS                                                                                     \
+    GLOW("red", "1 0 0") GLOW("green", "0 1 0") GLOW("blue", "0 0 1") GLOW("white", "1 1 1")
+// So many triangles or lines alike.
+static std::string list(const char* header, const char* item, int n) {
+    std::string text = header;
+    for (int i = 0; i < n; ++i) text += item;
+    return text + "}\n";
+}
+
+struct Pixel {
+    int x, y;
+    Rgb should;
+};
+
+TEST(nolt_picture, pixels) {
+    const std::string fine = "trianglelist fine {\n triangle p -1 -1 0 1 -1 0 1 1 0 c 0 1 0\n"
+                             " triangle p -1 -1 0 1 1 0 -1 1 0 c 0 1 0\n}\n";
+    const char* const coarse = " triangle p -1 -1 0 1 -1 0 1 1 0 c 1 0 0\n"
+                               " triangle p -1 -1 0 1 1 0 -1 1 0 c 1 0 0\n";
+    const struct {
+        const char* row;
+        std::string scene; // behind the square, before the camera
+        std::vector<Pixel> pixels;
+    } rows[] = {
+        {"emission, ambient and diffuse colour, in the light at the eye",
+         "material m {\n ambient 0 0.2 0.1\n diffuse 0.5 0.5 0\n emission 0.1 0 0.1\n}\n" NODE(
+             "n", "t 0 0 0", "material m\ngeometry square"),
+         // The cosine is 1 in the middle and 0.594 in the corner.
+         {{12, 12, {153, 178, 51}}, {23, 23, {101, 127, 51}}}},
+        {"no material: grey of 0.8",
+         NODE("n", "t 0 0 0", "geometry square"),
+         {{12, 12, {204, 204, 204}}}},
+        {"lights: two colours, and a black one that does not count",
+         GLOW("warm", "0.5 0 0") GLOW(
+             "cool", "0 0 1") "material m {\n diffuse 1 1 1\n}\nlight l1 {\n frame t 0 0 5\n "
+                              "material warm\n}\n"
+                              "light l2 {\n frame t 4.0416667 -0.0416667 4\n material cool\n}\n"
+                              "light l3 {\n frame t 0 0 1\n}\n" NODE("n", "t 0 0 0",
+                                                                     "material m\ngeometry square"),
+         {{12, 12, {127, 0, 180}}}},
+        {"a highlight: the light stands 60 degrees off, half of it from the eye",
+         GLOW("lamp", "1 1 1") "material m {\n diffuse 0 0 0\n specular 1 0.5 0\n shininess 8\n}\n"
+                               "light l {\n frame t 17.362 -0.0416667 10\n material lamp\n}\n" NODE(
+                                   "n", "t 0 0 0", "material m\ngeometry square"),
+         {{12, 12, {88, 44, 0}}}}, // the cosine of 28.9 degrees to the power of 8
+        {"the far side of a triangle is lit as well",
+         NODE("n", "r 0 180 0 t 0 0 0", "geometry square"),
+         {{12, 12, {204, 204, 204}}}},
+        {"a mirrored node shows its front",
+         NODE("n", "s -1 1 1 t 0 0 0", "geometry square"),
+         {{12, 12, {204, 204, 204}}}},
+        // From red at a distance of 1 to green at 3: the pixels show 1.09, and about 2.43.
+        {"colours in perspective",
+         "trianglelist floor {\n"
+         " triangle p -1 -0.5 0 1 -0.5 0 9 -0.5 -2 c 1 0 0 1 0 0 0 1 0\n"
+         " triangle p -1 -0.5 0 9 -0.5 -2 -9 -0.5 -2 c 1 0 0 0 1 0 0 1 0\n}\n"
+         "material m {\n diffuse 0 0 0\n}\nlight l {\n frame t 0 90000 -1\n material "
+         "white\n}\n" NODE("n", "t 0 0 0", "geometry floor"),
+         {{12, 17, {243, 12, 0}}, {12, 14, {73, 182, 0}}, {12, 12, background}}},
+        {"the near one hides the far one, whatever comes first",
+         NODE("n1", "s 0.5 0.5 0.5 t 0 0.5 0.5", "material red\ngeometry square")
+             NODE("n2", "t 0 0 0", "material green\ngeometry square")
+                 NODE("n3", "s 0.5 0.5 0.5 t 0 -0.5 -1", "material blue\ngeometry square"),
+         {{12, 5, {255, 0, 0}}, {12, 20, {0, 255, 0}}}},
+        {"glass: from far to near, before all else",
+         "material glass1 {\n diffuse 0 0 0\n emission 1 0 0\n alpha 0.5\n}\n"
+         "material glass2 {\n diffuse 0 0 0\n emission 0 1 0\n alpha 0.25\n}\n" NODE(
+             "n1", "t 0 0 0.25", "material glass1\ngeometry square")
+             NODE("n2", "t 0 0 0", "material glass2\ngeometry square")
+                 NODE("n3", "s 0.5 0.5 0.5 t 0 0 -0.5", "material blue\ngeometry square"),
+         {{12, 12, {127, 32, 96}}, {1, 12, {137, 44, 16}}}},
+        {"lines: one pixel wide, colours between the ends, cut behind the eye",
+         "linelist lines {\n line p -0.9583333 0.5416667 0 0.9583333 0.5416667 0 c 1 0 0 0 0 1\n"
+         " line p 0.2916667 -0.2916667 0 2 -2 5 c 0 1 0\n}\n" NODE("n", "t 0 0 0",
+                                                                   "geometry lines"),
+         {{0, 5, {250, 0, 5}},
+          {23, 5, {5, 0, 250}},
+          {12, 5, {122, 0, 133}},
+          {12, 4, background},
+          {12, 6, background},
+          {23, 23, {0, 255, 0}}}},
+        {"a line on a surface is seen",
+         "linelist lines {\n line p -1 0.0416667 0 1 0.0416667 0 c 0 1 0\n}\n" NODE(
+             "n1", "t 0 0 0", "material red\ngeometry square")
+             NODE("n2", "t 0 0 0", "geometry lines"),
+         {{7, 11, {0, 255, 0}}, {7, 13, {255, 0, 0}}}},
+        // An edge of 12 pixels asks for 96 triangles, one of 3 for 24.
+        {"levels of detail by size",
+         fine + list("trianglelist coarse {\n", coarse, 15) +
+             NODE("n1", "s 0.5 0.5 0.5 t -0.5 0 0", "geometry fine coarse")
+                 NODE("n2", "s 0.5 0.5 0.5 t 2 0 -3", "geometry fine coarse"),
+         {{6, 12, {0, 232, 0}}, {18, 12, {224, 0, 0}}}},
+        {"the plane before the eye cuts a floor that goes on behind it",
+         "trianglelist floor {\n triangle p -900 -0.5 50 900 -0.5 50 0 -0.5 -900\n}\n" NODE(
+             "n", "t 0 0 0", "material green\ngeometry floor"),
+         {{0, 23, {0, 255, 0}}, {23, 13, {0, 255, 0}}, {12, 11, background}, {0, 0, background}}},
+        {"an edge that leaves two thirds of a pixel",
+         NODE("n", "t 0.3611111 -1.1944444 0", "material white\ngeometry square"),
+         {{3, 20, background}, {4, 20, {179, 181, 184}}, {5, 20, white}, {12, 10, background}}},
+        {"a texture, its lower left corner first, and again beyond its edge",
+         "texture four {\n image \"four.rgb\"\n}\ntrianglelist twice {\n"
+         " triangle p -1 -1 0 1 -1 0 1 1 0 t 0 0 0 2 0 0 2 1 0\n"
+         " triangle p -1 -1 0 1 1 0 -1 1 0 t 0 0 0 2 1 0 0 1 0\n}\n" NODE(
+             "n", "t 0 0 0", "material white\ntexture four\ngeometry twice"),
+         {{3, 17, {255, 0, 0}},
+          {8, 17, {0, 255, 0}},
+          {3, 6, {0, 0, 255}},
+          {8, 6, white},
+          {15, 17, {255, 0, 0}},
+          {20, 6, white}}},
+        {"a texture far off is the mean of its pixels",
+         "texture four {\n image \"four.rgb\"\n}\ntrianglelist many {\n"
+         " triangle p -1 -1 0 1 -1 0 1 1 0 t 0 0 0 999 0 0 999 999 0\n}\n" NODE(
+             "n", "t 0 0 0", "material white\ntexture four\ngeometry many"),
+         {{15, 15, {128, 128, 128}}}},
+        {"coordinates that are no numbers, or too large, spoil nothing else",
+         "trianglelist bad {\n triangle p nan 0 0 1 0 0 0 1 0\n triangle p inf 0 0 1 inf 0 0 1 "
+         "-inf\n"
+         " triangle p -3e38 -3e38 0 3e38 -3e38 0 0 3e38 -3e38\n"
+         " triangle p 0 0 0 1 0 0 0 1 0 n nan nan nan inf 0 0 0 3e38 0 c nan inf -inf t nan inf "
+         "3e38 0 0 0 1 1 "
+         "1\n}\nlinelist bad2 {\n line p nan 0 0 0 0 0\n line p 3e38 0 0 -3e38 1 1\n}\n" NODE(
+             "n1", "t 0 0 -900", "material red\ngeometry bad")
+             NODE("n2", "s 3e38 3e38 3e38 t nan 0 0", "geometry bad")
+                 NODE("n3", "s 0 0 0 t 0 0 -5", "geometry square bad2 bad")
+                     NODE("n4", "t 0 0 -900", "geometry bad2")
+                         NODE("n5", "s 1e-30 1e-30 1e-30 t 0 0 0", "geometry square"),
+         {}},
+    };
+    const Folder folder;
+    PX_Map four(8, 8, 3);
+    const Rgb quarters[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, white};
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x) {
+            const Rgb& color = quarters[y / 4 * 2 + x / 4];
+            four.put_pixel_component(static_cast<unsigned char>(color.r), x, y, 0);
+            four.put_pixel_component(static_cast<unsigned char>(color.g), x, y, 1);
+            four.put_pixel_component(static_cast<unsigned char>(color.b), x, y, 2);
+        }
+    ASSERT_TRUE(four.save((folder / "four.rgb").c_str()));
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.row);
+        folder.write("x.3d", COLORS SQUARE + r.scene + CAMERA);
+        EXPECT_EQ(folder.run("-o x.rgb -size 24x24 x.3d"), 0) << folder.read("err");
+        const PX_Map map((folder / "x.rgb").c_str(), 3);
+        ASSERT_EQ(map.get_width(), 24);
+        for (const Pixel& p : r.pixels) expect_pixel(map, p.x, p.y, p.should);
+    }
+}
+
+TEST(nolt_picture, cameras) {
+    const Folder folder;
+    const std::string scene = COLORS SQUARE NODE("n1", "t 0 0 -1", "material red\ngeometry square")
+        NODE("n2", "r 0 180 0 t 0 0 20",
+             "material blue\ngeometry square") "camera zz {\n"
+                                               " frame t 0 0 1\n perspective 60 1 1 9\n}\n"
+                                               "camera aa {\n frame r 0 180 0 t 0 0 17\n "
+                                               "perspective 60 1 1 9\n}\n"
+                                               "camera off {\n frame r 0 90 0 t 0 0 9\n "
+                                               "perspective 60 1 1 9\n}\n";
+    folder.write("x.3d", scene);
+    folder.write("none.3d", COLORS SQUARE NODE("n", "t 0 0 0", "material red\ngeometry square"));
+    const struct {
+        const char *arguments, *err;
+        Rgb middle;
+    } rows[] = {
+        {"x.3d", "", {255, 0, 0}}, // the first in the scene
+        {"-camera aa x.3d", "", {0, 0, 255}},
+        {"-camera off x.3d", "nolt_picture: nothing is in view of the camera \"off\"\n",
+         background},
+        {"none.3d", "", {255, 0, 0}},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.arguments);
+        EXPECT_EQ(folder.run(std::string("-o x.sgi -size 40x20 ") + r.arguments), 0);
+        EXPECT_EQ(folder.read("err"), r.err);
+        const PX_Map map((folder / "x.sgi").c_str(), 0);
+        ASSERT_EQ(map.get_width(), 40);
+        ASSERT_EQ(map.get_height(), 20);
+        expect_pixel(map, 20, 10, r.middle);
+        expect_pixel(map, 1, 10, background);
+    }
+}
+
+// Drawn in many bands, the picture is the same as in one.
+TEST(nolt_picture, bands) {
+    const Folder folder;
+    folder.write("x.3d", COLORS SQUARE NODE("n1", "r 0 0 20 t 0 0 0", "geometry square")
+                             NODE("n2", "t 0 0.2 -1", "material red\ngeometry square") CAMERA);
+    EXPECT_EQ(folder.run("-o wide.rgb -size 16384x30 x.3d"), 0);
+    EXPECT_EQ(folder.run("-o small.rgb -size 30x30 x.3d"), 0);
+    const PX_Map wide((folder / "wide.rgb").c_str(), 3), small((folder / "small.rgb").c_str(), 3);
+    for (int y = 0; y < 30; ++y) {
+        const Rgb should = {small.get_pixel_component(15, y, 0),
+                            small.get_pixel_component(15, y, 1),
+                            small.get_pixel_component(15, y, 2)};
+        expect_pixel(wide, 8192, 29 - y, should);
+    }
+}
+
+#ifdef NOLT_PNG
+TEST(nolt_picture, the_png_is_the_same_picture) {
+    const Folder folder;
+    folder.write("x.3d", COLORS SQUARE NODE("n", "r 0 0 20 t 0.3 0.2 0", "geometry square") CAMERA);
+    EXPECT_EQ(folder.run("-o x.rgb -size 31x20 x.3d"), 0);
+    EXPECT_EQ(folder.run("-size 31x20 x.3d"), 0);
+    const PX_Map map((folder / "x.rgb").c_str(), 3);
+    png_image image = {};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_TRUE(png_image_begin_read_from_file(&image, (folder / "picture.png").c_str()));
+    ASSERT_EQ(image.width, 31u);
+    ASSERT_EQ(image.height, 20u);
+    image.format = PNG_FORMAT_RGB;
+    std::vector<unsigned char> pixels(PNG_IMAGE_SIZE(image));
+    ASSERT_TRUE(png_image_finish_read(&image, nullptr, pixels.data(), -31 * 3, nullptr));
+    EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), map.get_pixels()));
+}
+#endif
+
+TEST(nolt_picture, what_gives_no_picture) {
+    const Folder folder;
+    folder.write("x.3d", COLORS SQUARE NODE("n", "t 0 0 0", "geometry square") CAMERA);
+    folder.write("empty.3d", CAMERA);
+    const std::string size = "nolt_picture: a size is WxH, each from 1 to 16384, not \"";
+    const std::pair<const char*, std::string> rows[] = {
+        {"", "usage: nolt_picture "},
+        {"x.3d y.3d", "usage: nolt_picture "},
+        {"x.3d -o", "usage: nolt_picture "},
+        {"-z 1 x.3d", "usage: nolt_picture "},
+        {"missing.3d", "cannot read the scene missing.3d\n"},
+        {". ", "cannot read the scene .\n"},
+        {"empty.3d", "nothing to see in empty.3d\n"},
+        {"-camera nobody x.3d", "the scene has no camera \"nobody\"\n"},
+        {"-o missing/x.rgb x.3d", "cannot write missing/x.rgb: "},
+        {"-o missing/x.png x.3d", ""}, // without libpng there is another reason
+    };
+    for (const auto& [arguments, report] : rows) {
+        EXPECT_EQ(folder.run(arguments), 1) << arguments;
+        const std::string err = folder.read("err");
+        EXPECT_NE(err.find("nolt_picture: " + report), std::string::npos)
+            << arguments << ": " << err;
+        EXPECT_FALSE(std::filesystem::exists(folder / "picture.png")) << arguments;
+    }
+    for (const char* text : {"0x9", "9x0", "-9x9", "9x-9", "9", "9x", "x9", "9x9x9", "9 x9",
+                             "16385x1", "1x99999999999999999999", "4294967297x1", "''"}) {
+        EXPECT_EQ(folder.run("-size '" + std::string(text) + "' x.3d"), 1) << text;
+        EXPECT_EQ(folder.read("err").rfind(size, 0), 0u) << text;
+    }
+    // What is wrong in the scene is told, and the rest shown.
+    folder.write("bad.3d",
+                 "material x {\n color 9\n}\n" SQUARE NODE("n", "t 0 0 0", "geometry square"));
+    EXPECT_EQ(folder.run("-o x.rgb bad.3d"), 0);
+    const std::string err = folder.read("err");
+    EXPECT_EQ(err.rfind("INFO   : [bad.3d-1]: Error - ", 0), 0u) << err;
+    EXPECT_NE(err.find("nolt_picture: 1 errors in bad.3d: the picture shows the rest\n"),
+              std::string::npos);
+}
