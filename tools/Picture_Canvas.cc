@@ -1,5 +1,6 @@
 #include "tools/Picture_Canvas.h"
 
+#include <cmath>
 #include <cstddef>
 
 // A power of two: steps of 1/256 of a sample. A picture of 16384 pixels is 2^24 of them wide, so
@@ -11,8 +12,9 @@ static constexpr int step_bits = 8;
 static std::int64_t in_steps(double ratio, int samples) {
     const std::int64_t half = static_cast<std::int64_t>(samples) * steps / 2;
     const double clamped = ratio > -2 ? (ratio < 2 ? ratio : 2) : -2;
-    // Positive before it is cut off, so that all is rounded alike.
-    return static_cast<std::int64_t>((clamped + 2) * static_cast<double>(half) + 0.5) - half;
+    // Positive before the fraction is cut off, so that all is rounded alike.
+    const double offset = 2 * static_cast<double>(half) + 0.5;
+    return static_cast<std::int64_t>(clamped * static_cast<double>(half) + offset) - half;
 }
 
 // The first sample whose middle lies at or behind the step, and the last at or before it.
@@ -108,7 +110,7 @@ Color Picture_Canvas::mean(int x, int y) const {
 }
 
 static unsigned char to_byte(float f) {
-    return static_cast<unsigned char>(std::clamp(f, 0.0f, 1.0f) * 255.0f + 0.5f);
+    return static_cast<unsigned char>(std::lround(std::clamp(f, 0.0f, 1.0f) * 255.0f));
 }
 
 void Picture_Canvas::end_band(PX_Map* map) const {

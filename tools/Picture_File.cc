@@ -31,9 +31,11 @@ static const char* write_png(const PX_Map& map, std::FILE* file) {
     image.format = PNG_FORMAT_RGB;
     // Negative: row 0 of the map is the last one of the file.
     const png_int_32 stride = -map.get_width() * map.get_component();
+    errno = 0;
     if (png_image_write_to_stdio(&image, file, 0, map.get_pixels(), stride, nullptr))
         return nullptr;
-    return str_format("%s", image.message);
+    // The library says no more than "Write Error" where the system knows why.
+    return errno != 0 ? std::strerror(errno) : str_format("%s", image.message);
 }
 
 static const char* save_png(const PX_Map& map, const char* path) {
