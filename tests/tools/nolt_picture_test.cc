@@ -135,7 +135,18 @@ TEST(nolt_picture, pixels) {
              "n1", "t 0 0 0.25", "material glass1\ngeometry square")
              NODE("n2", "t 0 0 0", "material glass2\ngeometry square")
                  NODE("n3", "s 0.5 0.5 0.5 t 0 0 -0.5", "material blue\ngeometry square"),
-         {{12, 12, {127, 32, 96}}, {1, 12, {137, 44, 16}}}},
+         {{12, 12, {127, 32, 96}}, {12, 11, {127, 32, 96}}, {1, 12, {137, 44, 16}}}},
+        {"glass: the triangles of a node as well",
+         "trianglelist two {\n triangle p -1 -1 0 1 -1 0 0 1 0 c 1 0 0\n"
+         " triangle p -9 -9 -1 9 -9 -1 0 9 -1 c 0 1 0\n triangle p -1 -1 -0.5 1 -1 -0.5 0 1 -0.5 c "
+         "0 0 1\n}\n"
+         "material glass {\n diffuse 0 0 0\n alpha 0.5\n}\n" NODE("n", "t 0 0 0",
+                                                                  "material glass\ngeometry two"),
+         {{12, 12, {131, 36, 69}}}},
+        {"normals stay upright in a flattened node",
+         "trianglelist tilted {\n triangle p -3 -3 0 3 -3 0 0 3 0 n 0 1 1 0 1 1 0 1 1\n}\n" NODE(
+             "n", "s 1 1 0.5 t 0 0 0", "geometry tilted"),
+         {{12, 12, {186, 186, 186}}}},
         {"lines: one pixel wide, colours between the ends, cut behind the eye",
          "linelist lines {\n line p -0.9583333 0.5416667 0 0.9583333 0.5416667 0 c 1 0 0 0 0 1\n"
          " line p 0.2916667 -0.2916667 0 2 -2 5 c 0 1 0\n}\n" NODE("n", "t 0 0 0",
@@ -158,8 +169,9 @@ TEST(nolt_picture, pixels) {
                  NODE("n2", "s 0.5 0.5 0.5 t 2 0 -3", "geometry fine coarse"),
          {{6, 12, {0, 232, 0}}, {18, 12, {224, 0, 0}}}},
         {"the plane before the eye cuts a floor that goes on behind it",
-         "trianglelist floor {\n triangle p -900 -0.5 50 900 -0.5 50 0 -0.5 -900\n}\n" NODE(
-             "n", "t 0 0 0", "material green\ngeometry floor"),
+         "trianglelist floor {\n triangle p -900 -0.5 50 900 -0.5 50 0 -0.5 -900\n}\n"
+         "trianglelist off {\n triangle p 0 1 0 0 2 0 0 1 1\n}\n" NODE(
+             "n", "t 0 0 0", "material green\ngeometry floor off"),
          {{0, 23, {0, 255, 0}}, {23, 13, {0, 255, 0}}, {12, 11, background}, {0, 0, background}}},
         {"an edge that leaves two thirds of a pixel",
          NODE("n", "t 0.3611111 -1.1944444 0", "material white\ngeometry square"),
@@ -217,15 +229,28 @@ TEST(nolt_picture, pixels) {
 
 TEST(nolt_picture, cameras) {
     const Folder folder;
-    const std::string scene = COLORS SQUARE NODE("n1", "t 0 0 -1", "material red\ngeometry square")
-        NODE("n2", "r 0 180 0 t 0 0 20",
-             "material blue\ngeometry square") "camera zz {\n"
-                                               " frame t 0 0 1\n perspective 60 1 1 9\n}\n"
-                                               "camera aa {\n frame r 0 180 0 t 0 0 17\n "
-                                               "perspective 60 1 1 9\n}\n"
-                                               "camera off {\n frame r 0 90 0 t 0 0 9\n "
-                                               "perspective 60 1 1 9\n}\n";
-    folder.write("x.3d", scene);
+    // The first camera has a body, which it does not see itself.
+    const char* const cameras = R"(
+trianglelist body {
+ triangle p -1 -1 -1 1 -1 -1 0 1 -1
+}
+camera zz {
+ frame t 0 0 1
+ geometry body
+ perspective 60 1 1 9
+}
+camera aa {
+ frame r 0 180 0 t 0 0 17
+ perspective 60 1 1 9
+}
+camera off {
+ frame r 0 90 0 t 0 0 9
+ perspective 60 1 1 9
+}
+)";
+    folder.write("x.3d", COLORS SQUARE NODE("n1", "t 0 0 -1", "material red\ngeometry square") NODE(
+                             "n2", "r 0 180 0 t 0 0 20", "material blue\ngeometry square") +
+                             std::string(cameras));
     folder.write("none.3d", COLORS SQUARE NODE("n", "t 0 0 0", "material red\ngeometry square"));
     const struct {
         const char *arguments, *err;
@@ -253,7 +278,9 @@ TEST(nolt_picture, cameras) {
 TEST(nolt_picture, bands) {
     const Folder folder;
     folder.write("x.3d", COLORS SQUARE NODE("n1", "r 0 0 20 t 0 0 0", "geometry square")
-                             NODE("n2", "t 0 0.2 -1", "material red\ngeometry square") CAMERA);
+                             NODE("n2", "t 0 0.2 -1", "material red\ngeometry square")
+                                 NODE("n3", "s 0.5 0.5 0.5 t 0 -0.5 0.1",
+                                      "material blue\ngeometry square") CAMERA);
     EXPECT_EQ(folder.run("-o wide.rgb -size 16384x30 x.3d"), 0);
     EXPECT_EQ(folder.run("-o small.rgb -size 30x30 x.3d"), 0);
     const PX_Map wide((folder / "wide.rgb").c_str(), 3), small((folder / "small.rgb").c_str(), 3);
