@@ -150,7 +150,8 @@ static WDB_Database* load(const char* scene) {
     if (!world) fail(str_format("cannot read the scene %.400s", scene));
     if (world->shape_count() == 0) fail(str_format("nothing to see in %.400s", scene));
     if (report.errors > 0)
-        tell(str_format("%d errors in %.400s: the picture shows the rest", report.errors, scene));
+        tell(str_format("%d error%s in %.400s: the picture shows the rest", report.errors,
+                        report.errors == 1 ? "" : "s", scene));
     return world;
 }
 

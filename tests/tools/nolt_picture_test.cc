@@ -346,6 +346,6 @@ TEST(nolt_picture, what_gives_no_picture) {
     EXPECT_EQ(folder.run("-o x.rgb bad.3d"), 0);
     const std::string err = folder.read("err");
     EXPECT_EQ(err.rfind("INFO   : [bad.3d-1]: Error - ", 0), 0u) << err;
-    EXPECT_NE(err.find("nolt_picture: 1 errors in bad.3d: the picture shows the rest\n"),
+    EXPECT_NE(err.find("nolt_picture: 1 error in bad.3d: the picture shows the rest\n"),
               std::string::npos);
 }
