@@ -89,7 +89,8 @@ class WDB_Database : public WDB_Obj {
                          WDB_Apply_Callback callback) const;
 
     // The node, or only a shape, camera or light, of that name; null for none, and for a null name.
-    // Of several the first of the walk, so addresses may decide it. Cost: one walk.
+    // Of several the first of the walk, so addresses may decide it. Shapes outside the bounds are
+    // not found. Cost: one walk.
     WDB_Node* find_node(const char* name) const;
     WDB_Node* find_shape(const char* name) const;
     WDB_Camera* find_camera(const char* name) const;
