@@ -35,10 +35,10 @@ static void build(WDB_Database& world, int count) {
 }
 
 int main() {
-    const int helpers = 4;
-    std::vector<std::map<std::string, int>> words(helpers);
+    const int workers = 4;
+    std::vector<std::map<std::string, int>> words(workers);
     std::vector<std::thread> threads;
-    for (int i = 0; i < helpers; ++i) threads.emplace_back(count_words, i, std::ref(words[i]));
+    for (int i = 0; i < workers; ++i) threads.emplace_back(count_words, i, std::ref(words[i]));
 
     WDB_Database world;
     build(world, 10000);
