@@ -40,7 +40,6 @@ int main() {
         WDB_Database* const world = wdb_load("garden.3d", nullptr);
         WDB_Camera* const eye = world->find_camera("eye");
         eye->lookat(*world, false);
-        if (std::string(question).find("threads") != std::string::npos) continue; // built only
         answer(world, eye);
     }
     for (const char* name : {"garden.3d", "bark.rgb", "saved.3d"}) std::remove(name);
