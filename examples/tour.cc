@@ -31,7 +31,7 @@ int main() {
     auto* eye = new WDB_Camera("eye", HFrame::identity(),
                                Matrix4::perspective(deg_to_rad(45), 1, 100), nullptr, nullptr);
     again->put(eye);
-    eye->lookat(*again, false); // steps back until the world is in view
+    eye->lookat(*again, false); // from the front, as far away as the height needs
 
     const float aspect = 4.0f / 3.0f;
     if (const WDB_Node* node = eye->pick_at_x_y(0, 0, aspect, 0, false))

@@ -4,7 +4,7 @@
 //                                      Matrix4::perspective(deg_to_rad(45), 1, 1000),
 //                                      nullptr, nullptr);
 //     world.put(eye);
-//     eye->lookat(world, false);                // step back until the world is in view
+//     eye->lookat(world, false);                // in front of the world
 //     draw(eye->get_viewing(), eye->get_render_projection(width / height));
 //     WDB_Node* node = eye->pick_at_x_y(0, 0, width / height, 0.01f, false);
 //
@@ -57,8 +57,10 @@ class WDB_Camera : public WDB_Node {
     bool is_visible(const WDB_Node* node);
     float coverage(const WDB_Node* node);
 
-    // Place the camera in front of the box of the node or world, on its +z side, so that it is in
-    // view. The twist about the view axis becomes 0 unless it is kept.
+    // Place the camera in front of the box of the node or world, on its +z side, as far away as a
+    // picture 22.5 degrees high needs for the larger of its height and depth. Neither the width of
+    // the box nor the camera's own angle takes part. The twist about the view axis becomes 0 unless
+    // it is kept.
     void lookat(const WDB_Node& node, bool keep_twist);
     void lookat(const WDB_Database& world, bool keep_twist);
 
