@@ -51,10 +51,10 @@ if(NOLT_BUILD_TOOLS)
   endforeach()
 endif()
 
-install(FILES README.md CHANGELOG.md docs/scene-format.md docs/reliability.md docs/how-do-i.md
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation OPTIONAL)
-install(FILES docs/sphere_world.png
-  DESTINATION "${CMAKE_INSTALL_DOCDIR}/docs" COMPONENT documentation OPTIONAL)
+install(FILES README.md CHANGELOG.md
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
+install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN man EXCLUDE)
 install(DIRECTORY examples DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation
   FILES_MATCHING PATTERN "*.cc" PATTERN CMakeLists.txt)
 
