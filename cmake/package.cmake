@@ -8,13 +8,16 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libgc-dev, gzip")
-# Adds those that the binaries themselves name.
+# The libraries that the binaries name, in their least versions, and the renewal of the loader's list:
+# where the tools for it are there.
 find_program(NOLT_DPKG_SHLIBDEPS dpkg-shlibdeps)
-mark_as_advanced(NOLT_DPKG_SHLIBDEPS)
-if(NOLT_DPKG_SHLIBDEPS)
+find_program(NOLT_FILE file)
+mark_as_advanced(NOLT_DPKG_SHLIBDEPS NOLT_FILE)
+if(NOLT_DPKG_SHLIBDEPS AND NOLT_FILE)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}")
+  set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+elseif(PNG_FOUND)
+  string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", libpng-dev")
 endif()
-# So that the loader's list of libraries is renewed.
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 include(CPack)

@@ -11,32 +11,15 @@
 #include "wdb/wdb_save.h"
 
 // In centimetres.
-static const char small_scene[] = R"(world garden {
-  unit 0.01
-}
-material leaf {
-  diffuse 0.2 0.8 0.3
-}
-trianglelist blade {
-  triangle p 0 0 0  10 0 0  5 80 0
-  triangle p 0 0 0  5 80 0  -5 60 20
-}
-node grass {
-  frame s 2 2 2 r 0 90 0 t 300 0 0
-  material leaf
-  geometry blade
-}
-node more_grass {
-  frame t -300 0 50
-  material leaf
-  geometry blade
-  url "more.html"
-}
-camera eye {
-  frame t 0 100 500
-  perspective 45 1 1 10000
-}
-)";
+static const char small_scene[] =
+    "world garden {\n unit 0.01\n}\n"
+    "material leaf {\n diffuse 0.2 0.8 0.3\n}\n"
+    "trianglelist blade {\n triangle p 0 0 0  10 0 0  5 80 0\n triangle p 0 0 0  5 80 0  -5 60 "
+    "20\n}\n"
+    "node grass {\n frame s 2 2 2 r 0 90 0 t 300 0 0\n material leaf\n geometry blade\n}\n"
+    "node more_grass {\n frame t -300 0 50\n material leaf\n geometry blade\n url "
+    "\"more.html\"\n}\n"
+    "camera eye {\n frame t 0 100 500\n perspective 45 1 1 10000\n}\n";
 
 static bool write_small_scene(const char* path) {
     std::FILE* file = std::fopen(path, "w");

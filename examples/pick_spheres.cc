@@ -7,7 +7,6 @@
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Light.h"
-#include "wdb/WDB_Material.h"
 #include "wdb/WDB_Smoother.h"
 #include "wdb/WDB_Tri_List.h"
 
@@ -36,28 +35,23 @@ static WDB_Tri_List* make_sphere(int count) {
 
 int main() {
     WDB_Tri_List* sphere = make_sphere(32);
-    auto* glow = new WDB_Material;
-    glow->set_emission(Color(1, 1, 0.8f));
-
     WDB_Database world;
     world.put(new WDB_Node("near", HFrame(Frame::translation(-2, 0, 0)), sphere, nullptr, nullptr));
     world.put(new WDB_Node("far", HFrame(Frame::scaling(2) * Frame::translation(2, 0, -5)), sphere,
                            nullptr, nullptr));
-    world.put(
-        new WDB_Light("lamp", HFrame(Frame::translation(0, 9, 0)), deg_to_rad(30), nullptr, glow));
+    world.put(new WDB_Light("lamp", HFrame(Frame::translation(0, 9, 0)), deg_to_rad(30), nullptr,
+                            nullptr));
 
     auto* eye = new WDB_Camera("eye", HFrame::identity(),
                                Matrix4::perspective(deg_to_rad(60), 1, 1000), nullptr, nullptr);
     world.put(eye);
-    eye->lookat(world, false); // steps back until the world is in view
+    eye->lookat(world, false);
 
     const float aspect = 4.0f / 3.0f;
     for (float x : {-0.16f, -0.05f, 0.12f}) {
         const WDB_Node* node = eye->pick_at_x_y(x, 0, aspect, 0, false);
-        if (!node) {
-            std::printf("at %5.2f: nothing\n", double(x));
-            continue;
-        }
+        if (!node) std::printf("at %5.2f: nothing\n", double(x));
+        if (!node) continue;
         const Point& where = eye->get_last_picked_point();
         std::printf("at %5.2f: %s, at (%.1f, %.1f, %.1f), covers %.0f%% of the picture\n",
                     double(x), node->get_name(), double(where.x), double(where.y), double(where.z),
