@@ -37,7 +37,7 @@ private:
     std::uint32_t last_id_ = 0;
 };
 
-// "( < alpha, 1> < beta, 2> )", in the order of the table's cells.
+// "( < a, 2> < b, 1> )", in the order of the table's cells.
 std::ostream& operator<<(std::ostream& out, const Unique_Id& ids);
 // "Nil" for null.
 std::ostream& operator<<(std::ostream& out, const Unique_Id* ids);

@@ -10,8 +10,8 @@
 //     -1  fatal        "FATAL  : message in line 12 of file wdb/X.cc"
 //
 // All but information goes to the standard error stream, one line and one write
-// per report. Control characters, which may come from a document, are shown as
-// "\x1b", all but line feeds and tabs. Any other level is itself an error and aborts.
+// per report, with control characters shown as in std/Std_Line.h. Any other level is itself an error
+// and aborts.
 //
 // The environment variable STD_ASSERT_LEVEL, read once, decides about core
 // dumps: from 1 a fatal report aborts instead of exiting with status 1, from 2 a
@@ -23,13 +23,5 @@
 // otherwise; never for -1. A fatal exit runs no destructors and flushes nothing.
 // A null `message` reads "?". Lines are cut at 1023 characters.
 void std_assert(int level, const char* message, const char* file, int line);
-
-// Writes `prefix`, `text` and a line feed to the standard error stream in one go,
-// with the control characters of `text` shown as above.
-void std_write_line(const char* prefix, const char* text);
-
-// The text as reports show it, for those who write names to other streams: itself if it is harmless,
-// else a new text.
-const char* std_harmless(const char* text);
 
 #endif

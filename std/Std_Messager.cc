@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstring>
 
-#include "std/Std_Assert.h"
+#include "std/Std_Line.h"
 
 Std_Messager::Std_Messager(int history_count, int line_width)
     : line_width_(line_width > 0 ? line_width : 0),

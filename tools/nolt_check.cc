@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "base/Hash_Set.h"
-#include "std/Std_Assert.h"
+#include "std/Std_Line.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Load_Report.h"

@@ -20,9 +20,9 @@
 #include <string_view>
 #include <unistd.h>
 
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
+#include "std/Std_Line.h"
 #include "std/Std_Messager.h"
 #include "tools/Picture_File.h"
 #include "tools/Picture_Painter.h"

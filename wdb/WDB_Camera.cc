@@ -73,6 +73,7 @@ float WDB_Camera::coverage(const WDB_Node* node) {
 float compute_twist(const HFrame& h) {
     Vector up(h[1][0], h[1][1], 0);
     up.normalize();
+    // The z of a cross product with (0, 1, 0). The zero keeps a NaN, and the sign of a zero.
     const float side = up.x - up.y * 0;
     // Rounding may leave a unit vector a little too long.
     const float cosine = std::clamp(up.y, -1.0f, 1.0f);

@@ -36,7 +36,7 @@ TEST(Unique_Id, prints_its_names) {
     ids.id("a");
     std::ostringstream out;
     out << ids << &ids << none;
-    // Cells 0x3152 mod 8 and 0x30E1 mod 8.
+    // Cells 0x3162 mod 8 and 0x30E1 mod 8.
     EXPECT_EQ(out.str(), "( < a, 2> < b, 1> )( < a, 2> < b, 1> )Nil");
 }
 
