@@ -33,6 +33,7 @@ char* str_format(const char* format, ...) {
     char* text = buffers[current];
     va_list arguments;
     va_start(arguments, format);
+    // A format that fails, as for a character that the locale does not know, gives no text at all.
     if (std::vsnprintf(text, buffer_size, format, arguments) < 0) text[0] = '\0';
     va_end(arguments);
     return text;

@@ -49,6 +49,7 @@ bool float_equal(const float& a, const float& b) {
 unsigned int float_hash(const float& a) {
     // To thousandths and back: exact for a float, whose product has 34 bits at most.
     const double magnitude = std::fabs(static_cast<double>(a)) * 1000.0 / 1000.0;
+    // A cast of what does not fit is undefined: these would depend on the compiler.
     if (std::isnan(magnitude)) return hash_integer(0);
     if (magnitude >= 4294967296.0) return hash_integer(UINT32_MAX);
     return hash_integer(static_cast<std::uint32_t>(magnitude));

@@ -13,6 +13,8 @@
 #include "std/Std_GC.h"
 
 int std_above_standard(int descriptor) {
+    // In a program whose standard streams are closed a file would get their numbers, and then all
+    // that is printed.
     if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
     const int above = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     const int error = errno;
@@ -31,6 +33,8 @@ void std_take_standard_descriptors() {
 
 int std_open_plain(const char* path) {
     const int descriptor =
+        // A pipe without a writer would block the open, and a terminal become that of the process.
+        // What was opened is judged, not the name, which may lead elsewhere by then.
         std_above_standard(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (descriptor < 0) return -1;
     struct stat status;
@@ -42,6 +46,7 @@ int std_open_plain(const char* path) {
 
 int std_open_nameless() {
     const char* folder = std::getenv("TMPDIR");
+    // A relative folder would move with the working directory.
     if (!folder || folder[0] != '/') folder = "/tmp";
 #ifdef O_TMPFILE
     const int nameless = std_above_standard(open(folder, O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
@@ -59,8 +64,8 @@ int std_open_nameless() {
 }
 
 namespace {
-// While it lives, a reader that has gone and a file that is too large are errors of write alone, and no
-// signals that end the process, whatever the program does with these.
+// While it lives, a reader that has gone and a file that is too large are errors of write alone, and
+// no signals that end the process, whatever the program does with these.
 class Quiet_Writing {
 public:
     Quiet_Writing() {

@@ -28,6 +28,7 @@ int Std_Env::setenv(const char* name, const char* value, int overwrite) {
 }
 
 void Std_Env::unsetenv(const char* name) {
+    // The later entries move down, also those of the same name: an environment may hold one twice.
     const std::size_t length = std::strcspn(name, "=");
     char** kept = environ;
     if (!kept) return;

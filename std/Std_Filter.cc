@@ -11,6 +11,8 @@
 #include "std/Std_Descriptor.h"
 
 // 0, or what went wrong.
+// Not popen, which takes no descriptor as input and leaves the program's signals as they are: one
+// that ignores SIGPIPE would make a command write for ever that nobody reads.
 static int spawn_shell(const char* command, int input, int output, pid_t* child) {
     // A command that nobody reads is to end, whatever the program does with these signals.
     sigset_t defaults, mask;
@@ -55,6 +57,7 @@ std::FILE* Std_Filter::start(const char* command, int input) {
     fcntl(ends[0], F_SETPIPE_SZ, 1 << 20);
 #endif
     int error = ends[0] < 0 || ends[1] < 0 ? EMFILE : spawn_shell(command, input, ends[1], &child_);
+    // Ours must go, or the end of the output would never come.
     if (ends[1] >= 0) close(ends[1]);
     if (!error) {
         output_ = fdopen(ends[0], "r");
@@ -72,6 +75,8 @@ int Std_Filter::finish() {
     if (!is_running()) return 0;
     char byte;
     fcntl(fileno(output_), F_SETFL, O_NONBLOCK);
+    // A reader that stops early makes the command fail by that alone. Only who has seen the end may
+    // ask how it ended; without waiting, for there may be much to come.
     const bool is_at_end = read(fileno(output_), &byte, 1) == 0;
     std::fclose(output_);
     output_ = nullptr;

@@ -56,6 +56,7 @@ static inline char* put_short_integer(char* out, std::uint32_t value) {
     return out + length;
 }
 
+// From the back, a pair at a time, until at most two are left; these have no leading zero.
 static char* put_integer(char* out, std::uint64_t value) {
     char digits[20];
     char* first = digits + sizeof digits;
@@ -70,6 +71,7 @@ static char* put_integer(char* out, std::uint64_t value) {
     return out + length;
 }
 
+// The point and six digits behind the integer, whose length alone varies.
 static inline char* put_fixed(char* out, std::uint64_t whole, std::uint32_t millionths) {
     constexpr std::uint64_t short_limit = 10000;
     out = whole < short_limit ? put_short_integer(out, static_cast<std::uint32_t>(whole))

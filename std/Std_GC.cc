@@ -50,11 +50,14 @@ static bool is_pool(STD_TMP_ALLOC_POOL_T* placement) {
     return placement > NoGCAtomic;
 }
 
+// NoGCAtomic is scanned like NoGC: the collector has no memory that is neither collected nor
+// scanned.
 static void* allocate_known(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
                             void (*cleanup)(void*, void*), void* client_data) {
     if (placement == NoGC || placement == NoGCAtomic) return GC_malloc_uncollectable(size);
     void* block;
     if (placement == GCAtomic) {
+        // The one kind that the collector does not clear.
         block = GC_malloc_atomic(size);
         if (size != 0) std::memset(block, 0, size);
     } else {
@@ -64,6 +67,7 @@ static void* allocate_known(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
     return block;
 }
 
+// Out of line: a thread comes here once, the ends of threads apart.
 [[gnu::cold, gnu::noinline]] static void* allocate_for_guest(std::size_t size,
                                                              STD_TMP_ALLOC_POOL_T* placement,
                                                              void (*cleanup)(void*, void*),
@@ -189,6 +193,7 @@ void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
 
 Std_Heap_Watch::Std_Heap_Watch() {
     Std_Collector::meet();
+    // Of the heap; with less than this free, the next step would begin with a collection.
     const std::size_t free_share = 8;
     const std::size_t heap = GC_get_heap_size();
     // Growing by little at a time would mean a collection at almost every step.

@@ -32,6 +32,7 @@ static double now() {
         .count();
 }
 
+// The socket never blocks: a call may find nothing to do although poll promised something.
 static bool is_to_be_tried_again(int error) {
     return error == EINTR || error == EAGAIN || error == EWOULDBLOCK;
 }
@@ -79,8 +80,11 @@ private:
 };
 } // namespace
 
-// Until the socket is ready: positive; 0 when it is `until` or all time is over, negative for an error.
+// Until the socket is ready: positive; 0 when it is `until` or all time is over, negative for an
+// error.
 int Exchange::wait(short event, double until) const {
+    // A signal must not lengthen the wait, nor may milliseconds overflow an int: each time round,
+    // what is left is taken from the clock.
     pollfd channel = {socket_, event, 0};
     until = std::min(until, end_of_time());
     for (;;) {
@@ -94,6 +98,7 @@ int Exchange::wait(short event, double until) const {
     }
 }
 
+// A number is no question for a name server, which may take its time.
 static bool find_address(const char* host, in_addr& address) {
     address.s_addr = inet_addr(host);
     if (address.s_addr != INADDR_NONE) return true;
@@ -154,6 +159,8 @@ int Exchange::wait_for_answer() {
     const double begin = now();
     int ready = wait(POLLIN, begin + 1);
     if (ready != 0 || now() >= end_of_time()) return ready;
+    // The answer mostly comes within this second; only then is our side closed, which some servers
+    // take for the end of the whole connection.
     // Servers of later forms of the protocol wait for headers, until nothing can come any more.
     shutdown(socket_, SHUT_WR);
     ready = wait(POLLIN, begin + longest_silence_);
@@ -187,6 +194,8 @@ Exchange::Ending Exchange::give_up(const char* reason) const {
 }
 
 // Looks whether it is time to wait no longer.
+// Three limits: the time for all, a least pace in each period, and silence, which is told once and
+// waited out a second time.
 Exchange::Ending Exchange::end_of_patience() {
     const double time = now();
     if (time >= end_of_time()) return give_up("it takes too long");
@@ -207,6 +216,7 @@ Exchange::Ending Exchange::end_of_patience() {
 
 // What a read gave.
 Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
+    // Bytes; a line for each would be slower than the document.
     const long long progress_interval = 51200;
     if (got == 0) return COMPLETE;
     if (got < 0) {
@@ -214,6 +224,8 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
         tell("Transfert error");
         return give_up(reason);
     }
+    // What is still allowed is stored before the rest is refused: a document cut there is better
+    // than none.
     const long long room = std::max(std_limits.http_bytes - total_, 0ll);
     const long long taken = std::min<long long>(got, room);
     total_ += taken;
@@ -235,6 +247,7 @@ bool Exchange::store(int file) {
     Ending ending = NONE;
     last_data_ = pace_start_ = now();
     while (ending == NONE) {
+        // Never longer than to the next moment at which patience could end.
         const double silence = longest_silence_ * (is_silent_ ? 2 : 1);
         const double pace_end = pace_start_ + pace_period();
         const int ready = wait(POLLIN, std::min(last_data_ + silence, pace_end));
@@ -272,6 +285,8 @@ int std_http_fetch(const Std_URL& url) {
         tell("Unable to open local tmp file");
         return -1;
     }
+    // A file rather than the socket is what the caller reads: it can be unpacked and begun anew,
+    // and has no name that could stay behind.
     const bool is_stored = exchange.store(document);
     if (is_stored) tell_status_line(document, url);
     if (is_stored && lseek(document, 0, SEEK_SET) == 0) return document;

@@ -9,6 +9,7 @@ Std_Messager::Std_Messager(int history_count, int line_width)
     : line_width_(line_width > 0 ? line_width : 0),
       history_count_(history_count > 0 ? history_count : 1), next_slot_(0),
       history_(new (GC) char*[static_cast<std::size_t>(history_count_)]) {
+    // Of one character more than a line has, so that each line ends.
     for (int i = 0; i < history_count_; ++i)
         history_[i] = new (GCAtomic) char[static_cast<std::size_t>(line_width_) + 1];
 }
@@ -47,6 +48,7 @@ static Std_Messager* default_messager() {
 
 [[maybe_unused]] static Std_Messager* const built_with_the_program = default_messager();
 
+// Null stands for the default one, which static objects may need before it is built.
 static std::atomic<Std_Messager*> current_messager = nullptr;
 
 void std_set_current_messager(Std_Messager* messager) {

@@ -21,8 +21,8 @@ static bool names_a_descriptor(const char* path) {
     return false;
 }
 
-// `target` with what its own link, if it is one, leads to in its place. Also for a link that leads to
-// nothing yet. The name of a descriptor stays.
+// `target` with what its own link, if it is one, leads to in its place. Also for a link that leads
+// to nothing yet. The name of a descriptor stays.
 static const char* resolved(const char* target) {
     const int most_links = 40; // as many as the system follows
     for (int i = 0; i < most_links && !names_a_descriptor(target); ++i) {
@@ -45,6 +45,8 @@ bool Std_Output_File::open(const char* path, Links links) {
     target_ = str_new(path);
     struct stat status;
     errno = 0;
+    // What is there decides: a regular file is replaced, a folder refused, anything else, as a
+    // device or a pipe, is written where it stands.
     const bool exists = (links == FOLLOW_LINKS ? stat(path, &status) : lstat(path, &status)) == 0;
     replaces_ = exists && S_ISREG(status.st_mode);
     if (errno == ELOOP) return false;
@@ -58,6 +60,8 @@ bool Std_Output_File::open(const char* path, Links links) {
     // A file that may not be written is not replaced either.
     if (replaces_ && access(target_, W_OK) != 0) return false;
     if (open_beside()) {
+        // The new file takes the rights of the old one; there is no way to ask for the mask but to
+        // set it.
         const mode_t mask = umask(0);
         umask(mask);
         const mode_t mode = replaces_ ? status.st_mode & 07777 : 0666 & ~mask;
@@ -102,6 +106,8 @@ bool Std_Output_File::open_beside() {
     return descriptor_ >= 0;
 }
 
+// A link cannot replace a file, so the name is one beside it, which the rename of commit then
+// moves. mkostemp finds a free one; somebody may take it before the link does.
 bool Std_Output_File::give_name() {
     const int most_tries = 100;
     for (int i = 0; i < most_tries; ++i) {
@@ -126,9 +132,11 @@ bool Std_Output_File::open_in_place(int more_flags) {
 }
 
 bool Std_Output_File::commit() {
-    // Without the sync, a crash may leave the new name with none of its bytes, and the old ones gone.
+    // Without the sync, a crash may leave the new name with none of its bytes, and the old ones
+    // gone.
     bool is_good = !(temporary_ || is_nameless_) || !replaces_ || fsync(descriptor_) == 0;
     if (is_nameless_ && is_good) is_good = give_name();
+    // The first thing that went wrong is the one to tell.
     int error = errno;
     if (::close(descriptor_) != 0 && is_good) {
         is_good = false;

@@ -10,6 +10,8 @@ static bool is_space(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
+// What may stand behind a number in a scene: the letters begin the next group of a triangle, as in
+// "1n".
 static bool ends_number(char c) {
     return c == '\0' || is_space(c) || c == 'n' || c == 'c' || c == 't';
 }
@@ -60,6 +62,7 @@ bool std_scan_f(const char** text, float* value) {
     p += is_negative | (*p == '+');
 
     // Mostly few digits before the point, and many behind it.
+    // Digits may overflow 64 bits: `digits` tells, and then from_chars below answers.
     std::uint64_t mantissa = 0;
     const char* const whole = p;
     for (; is_digit(*p); ++p) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
@@ -76,8 +79,10 @@ bool std_scan_f(const char** text, float* value) {
         digits += decimals;
     }
     const int most_digits = 19; // fit 64 bits; their value is 0 or far above the denormal floats
+    // Exponents, hexadecimal digits, "inf": rare, and left to the caller's slower way.
     if (digits == 0 || !ends_number(*p)) return false;
     if (digits <= most_digits && mantissa < std::uint64_t(1) << 53) {
+        // Both operands are exact in double precision, so the quotient is the decimal rounded once.
         const double exact = static_cast<double>(mantissa) / power_of_ten[decimals];
         if (rounds_once(exact)) {
             const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(exact));

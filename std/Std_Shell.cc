@@ -19,6 +19,7 @@ static char* put(char* to, const char* text) {
 
 const char* std_shell_argument(const char* text) {
     static const char single_quote[] = "'\\''"; // out, an escaped quote, in again
+    // Each character may become the four of an escaped quote.
     const std::size_t longest = 4 * std::strlen(text) + sizeof "''";
     char* const word = new (GCAtomic) char[longest];
     char* to = word;

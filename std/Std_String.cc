@@ -70,6 +70,7 @@ static bool lies_in(const Std_Str_Rep* rep, const char* text) {
     return !is_nil(rep) && place >= start && place <= start + rep->capacity;
 }
 
+// The old buffer goes last: `y` may lie in it.
 static Std_Str_Rep* set(Std_Str_Rep* old, const Std_Text& y) {
     Std_Str_Rep* rep = fits(old, y.length()) ? old : new_rep(y.length());
     copy(text_of(rep), y.chars(), y.length());
@@ -78,6 +79,7 @@ static Std_Str_Rep* set(Std_Str_Rep* old, const Std_Text& y) {
     return rep;
 }
 
+// A string that becomes empty keeps its buffer for what comes next.
 static Std_Str_Rep* copy_of(Std_Str_Rep* old, Std_Str_Rep* source) {
     if (old == source) return old;
     if (!is_nil(source)) return set(old, Std_Text(source->text(), source->length));
@@ -100,6 +102,8 @@ static Std_Str_Rep* resized(Std_Str_Rep* old, int length) {
     return rep;
 }
 
+// The old buffer serves again unless `b` or `c` lies in it, where `a` would run over them. `a` may:
+// its characters move as a whole before anything else is written.
 static Std_Str_Rep* joined(Std_Str_Rep* old, const Std_Text& a, const Std_Text& b,
                            const Std_Text& c) {
     const long long length = static_cast<long long>(a.length()) + b.length() + c.length();
@@ -114,6 +118,7 @@ static Std_Str_Rep* joined(Std_Str_Rep* old, const Std_Text& a, const Std_Text& 
     return rep;
 }
 
+// The text makes room before `y` goes in front of it, so `y` must not lie in it.
 static Std_Str_Rep* prefixed(Std_Str_Rep* old, const Std_Text& y) {
     const Std_Text text(old->text(), old->length);
     const long long length = static_cast<long long>(text.length()) + y.length();
@@ -131,6 +136,7 @@ static bool stands_at(const char* s, const Std_Text& x) {
     return std::memcmp(s, x.chars(), static_cast<std::size_t>(x.length())) == 0;
 }
 
+// Forwards from `start`, or backwards from the end if it is negative. An empty text is nowhere.
 static int search(const char* s, int start, int sl, const Std_Text& x) {
     if (sl < 1 || x.length() < 1) return -1;
     if (start >= 0) {
@@ -144,6 +150,7 @@ static int search(const char* s, int start, int sl, const Std_Text& x) {
     return -1;
 }
 
+// At one place only; a negative `start` tells where `x` ends, counted from the end.
 static int match(const char* s, int start, int sl, bool exact, const Std_Text& x) {
     if (sl == 0 || x.length() == 0) return -1;
     int pos = start;
@@ -267,6 +274,8 @@ void Std_String::downcase() {
     change_each(rep_, to_lower);
 }
 
+// A word is letters, digits and apostrophes, so that "don't" gets one capital; it begins with no
+// apostrophe.
 void Std_String::capitalize() {
     char* const text = text_of(rep_);
     const int end = length();
@@ -321,6 +330,7 @@ bool Std_String::matches(const Std_Text& x, int pos) const {
     return match(chars(), pos, length(), true, x) >= 0;
 }
 
+// Those that overlap count each.
 int Std_String::freq(const Std_Text& x) const {
     int found = 0;
     for (int i = 0; i < length(); ++i) found += contains(x, i);

@@ -24,6 +24,8 @@ void Std_Test::start(const char* name) {
     std::printf("\nTesting %s:\n\n", shown(name_));
 }
 
+// Both streams are told: the standard output is the protocol, the error stream what somebody looks
+// at.
 void Std_Test::test(const char* description, const char* does, const char* should) {
     description = shown(description);
     does = shown(does);
@@ -43,6 +45,8 @@ void Std_Test::unchecked_test(const char* description, const char* does, const c
     print_both(shown(does), shown(should));
 }
 
+// A test may be finished by the start of the next one: the counts begin anew, so that it is summed
+// up once.
 void Std_Test::finish() {
     const struct {
         std::FILE* stream;

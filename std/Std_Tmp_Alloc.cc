@@ -62,6 +62,7 @@ static GC_push_other_roots_proc push_earlier_roots = nullptr;
 [[gnu::noinline]] static void push_words_between(const Block* block) {
     void* words[256];
     const char* from = block->start + unit;
+    // The words that begin in the middle of those which the collector reads are one fewer.
     std::size_t left = size_of(block) / sizeof(void*) - 1;
     while (left != 0) {
         const std::size_t count = std::min(left, std::size(words));
@@ -110,6 +111,8 @@ void* std_tmp_alloc_in_next_block(Pool* pool, std::size_t size) {
     if (size > PTRDIFF_MAX / 2 - unit) std_assert(-1, "Out of memory", __FILE__, __LINE__);
     size = (size + unit - 1) / unit * unit;
     Block* const full = pool->current_block;
+    // Behind a reset there are blocks to come, which may be too small for this request: one is put
+    // in front of them, for smaller ones that follow.
     Block* block = full->next;
     if (!block || size >= size_of(block)) {
         std::size_t new_size = std::max(least_block_size, 2 * size);
@@ -127,6 +130,7 @@ void* std_tmp_alloc_in_next_block(Pool* pool, std::size_t size) {
 void std_tmp_reset_pool(Pool* pool) {
     pool->current_block = pool->first_block;
     pool->first_block->cursor = pool->first_block->start;
+    // The cursors of later blocks are reset when their turn comes.
     for (Block* block = pool->first_block; block; block = block->next)
         std::memset(block->start, 0, size_of(block));
 }

@@ -43,6 +43,7 @@ void Std_URL::parse(const char* text) {
     const int longest = 32000; // leaves room for what is put in front of a text
     valid_ = false;
     if (!text) text = "";
+    // Documents put line feeds and blanks around addresses.
     while (is_space(*text)) ++text;
     std::size_t length = std::strlen(text);
     while (length > 0 && is_space(text[length - 1])) --length;
@@ -61,6 +62,7 @@ void Std_URL::parse(const char* text) {
 }
 
 bool Std_URL::parse_bare() {
+    // No colon, no protocol: a path, as scenes mostly have it.
     protocol_ = url_string_.before(":", 0);
     host_ = "";
     port_ = 0;
@@ -97,6 +99,7 @@ bool Std_URL::parse_with_host() {
         return false;
     }
     const Std_String rest = url_string_.after("://", 0);
+    // Without a slash all of it is the host, and the document is the root.
     host_ = rest.contains('/') ? rest.before('/') : rest.from(0);
     path_ = rest.after('/');
     if (host_.empty()) {
@@ -119,10 +122,12 @@ void Std_URL::clear_fields() {
 
 // Works on the reversed path, where the last dot and the last slash come first.
 void Std_URL::derive_names() {
+    // "a.b/c.rgb.gz" is "zg.bgr.c/b.a".
     const Std_String r = reverse(path_);
     const Std_String suffix = reverse(Std_String(r.before('.')));
     Std_String rest; // reversed, from the last character of the name on
     extension_ = compression_ = Std_String();
+    // A dot in front of the last slash belongs to a folder.
     if (suffix.empty() || suffix.contains('/')) {
         rest = r.before('/');
         if (rest.empty()) rest = r;
@@ -150,6 +155,7 @@ Std_URL* Std_URL::composed_with(const Std_URL* relative) const {
     const char* const path = path_;
     if (const char* slash = std::strrchr(path, '/'); slash && slash != path)
         text.append(path, slash + 1);
+    // In the folder of the base, that is in the place of what stands behind its last slash.
     text += relative->path_.chars();
     return new Std_URL(text.c_str());
 }
@@ -201,6 +207,7 @@ void Std_URL::close() {
     if (std::ferror(file_)) tell_failure("cannot be read", "input error");
     if (unpacking_.is_running()) {
         const int status = unpacking_.finish();
+        // The command may have failed in the middle, after good output: only its status tells.
         const int warning = 2; // of gzip, for what follows the document
         const int not_found = 127;
         if (status == not_found) {
@@ -222,6 +229,7 @@ std::size_t Std_URL::read(char* to, std::size_t count) {
     while (got < 0 && errno == EINTR);
     is_ended_ = got <= 0;
     if (got < 0) tell_failure("cannot be read", std::strerror(errno));
+    // A few bytes can unpack to any size: beyond the limit the document ends, and says so.
     if (got > may_come_) {
         got = static_cast<ssize_t>(may_come_);
         is_ended_ = true;
@@ -240,6 +248,7 @@ static const char* unpacking_command(const Std_String& compression) {
 }
 
 static long long unpacked_limit(int document) {
+    // Small documents may unpack to more than their ratio allows: texts of zeros are not hostile.
     struct stat status = {};
     long long limit;
     if (fstat(document, &status) != 0 ||
