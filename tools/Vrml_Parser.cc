@@ -1,162 +1,102 @@
+// 1. A prototype becomes known behind its body, so no body holds an instance of itself, however long the
+//    way around. Bodies have names of their own for DEF, and see the prototypes around them.
+// 2. Unknown text costs one token: files of any age have some, and what follows is good mostly.
 #include "tools/Vrml_Parser.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <map>
+#include <utility>
 
-static const std::size_t most_objects = 4'000'000; // nodes and fields in memory
+#include "tools/Vrml_Budget.h"
+#include "tools/Vrml_Files.h"
+#include "tools/Vrml_Report.h"
 
-// What was left out, and how often.
-static std::map<std::string, int> skipped;
-
-void vrml_skip(std::string_view what) {
-    const std::size_t most_kinds = 50, longest = 60;
-    std::string shown(what.substr(0, longest));
-    for (char& c : shown) // a terminal may show them
-        if (!std::isprint(static_cast<unsigned char>(c))) c = '?';
-    const bool is_known = skipped.contains(shown);
-    ++skipped[is_known || skipped.size() < most_kinds ? shown : "other things"];
-}
-
-void vrml_show_skipped() {
-    for (const auto& [what, count] : skipped)
-        std::fprintf(stderr, "nolt_fromvrml: skipped %d: %s\n", count, what.c_str());
-}
+static const double not_a_number = std::nan("");
 
 std::vector<const Vrml_Node*> Vrml_Parser::parse() {
     std::vector<const Vrml_Node*> nodes;
     while (!is_over()) {
-        if (token_ == "PROTO" || token_ == "EXTERNPROTO" || token_ == "ROUTE") {
-            skip_statement();
-        } else if (const Vrml_Node* node = parse_node(0)) {
+        if (skip_statement() || parse_prototype_statement(0)) continue;
+        if (const Vrml_Node* node = parse_node(0)) {
             nodes.push_back(node);
         } else if (!is_over()) {
-            fail("node expected");
+            report_.skip("text that is no node", token());
+            scanner_.take();
         }
     }
     return nodes;
 }
 
+const Vrml_Prototype* Vrml_Parser::prototype(std::string_view name) const {
+    if (name.empty()) return first_;
+    const auto at = prototypes_.find(name);
+    return at == prototypes_.end() ? nullptr : at->second;
+}
+
 void Vrml_Parser::fail(const char* reason) {
-    int line = 1;
-    for (std::size_t i = 0; i < start_; ++i) line += text_[i] == '\n';
-    std::fprintf(stderr, "nolt_fromvrml: line %d: %s, skipping the rest\n", line, reason);
-    at_ = text_.size();
-    token_ = {};
+    report_.fail(reason, token());
+    scanner_.end();
 }
 
-void Vrml_Parser::skip_blanks() {
-    bool in_comment = false;
-    for (; at_ < text_.size(); ++at_) {
-        const char c = text_[at_];
-        if (c == '\n') in_comment = false;
-        if (c == '#') in_comment = true;
-        if (!in_comment && c != ',' && !std::isspace(static_cast<unsigned char>(c))) return;
-    }
-}
-
-void Vrml_Parser::take() {
-    skip_blanks();
-    start_ = at_;
-    if (at_ >= text_.size()) {
-        token_ = {};
-    } else if (text_[at_] == '"') {
-        for (++at_; at_ < text_.size() && text_[at_] != '"'; ++at_)
-            if (text_[at_] == '\\') ++at_;
-        at_ = std::min(at_, text_.size());
-        token_ = std::string_view(text_).substr(start_, at_ - start_);
-        if (at_ < text_.size()) ++at_;
-    } else if (std::strchr("{}[]()|", text_[at_])) {
-        token_ = std::string_view(text_).substr(at_++, 1);
-    } else {
-        at_ = std::min(text_.find_first_of(" \t\r\n\v\f,{}[]()|\"#", at_), text_.size());
-        token_ = std::string_view(text_).substr(start_, at_ - start_);
-    }
-}
-
-bool Vrml_Parser::is_sign() const {
-    return token_.size() == 1 && std::strchr("{}[]()|", token_[0]);
-}
-
-bool Vrml_Parser::is_number(double* value) const {
-    if (!std::isdigit(static_cast<unsigned char>(token_[0])) && !std::strchr("+-.", token_[0]))
-        return false;
-    char* end;
-    *value = std::strtod(token_.data(), &end);
-    if (!std::isfinite(*value)) *value = 0;
-    return end == token_.data() + token_.size();
+bool Vrml_Parser::is_nested_too_deeply(int depth) {
+    if (depth <= VRML_DEEPEST) return false;
+    fail("nested too deeply, skipping the rest");
+    return true;
 }
 
 bool Vrml_Parser::begins_node() {
-    if (is_over() || is_sign() || token_[0] == '"') return false;
-    if (token_ == "DEF" || token_ == "USE") return true;
-    skip_blanks();
-    return at_ < text_.size() && text_[at_] == '{';
+    if (is_over() || scanner_.is_sign() || scanner_.is_string()) return false;
+    return token() == "DEF" || token() == "USE" || scanner_.is_followed_by_brace();
 }
 
-void Vrml_Parser::skip_enclosed() {
-    int open = 0;
-    do {
-        open += token_ == "{" || token_ == "[";
-        open -= token_ == "}" || token_ == "]";
-        take();
-    } while (open > 0 && !is_over());
-}
-
-void Vrml_Parser::skip_statement() {
-    vrml_skip(token_);
-    const bool is_proto = token_ == "PROTO", is_route = token_ == "ROUTE";
-    take();
-    take();
-    if (is_route) { // ROUTE a.b TO c.d
-        take();
-        take();
-        return;
+// ROUTE a.b TO c.d, EXPORT a AS b, IMPORT a.b AS c.
+bool Vrml_Parser::skip_statement() {
+    const bool is_route = token() == "ROUTE";
+    if (!is_route && token() != "EXPORT" && token() != "IMPORT") return false;
+    if (scanner_.is_followed_by_brace()) return false;
+    report_.skip(token(), token());
+    scanner_.take_name();
+    if (!is_over()) scanner_.take();
+    if (token() == (is_route ? "TO" : "AS")) {
+        scanner_.take_name();
+        if (!is_over()) scanner_.take();
     }
-    if (token_ == "[") skip_enclosed();
-    if (is_proto ? token_ == "{" : token_ == "[") {
-        skip_enclosed();
-    } else if (!is_proto) {
-        take();
-    }
+    return true;
 }
 
-bool Vrml_Parser::has_room() {
-    if (++objects_ <= most_objects) return true;
-    fail("too many nodes");
-    return false;
+const Vrml_Node* Vrml_Parser::parse_use() {
+    scanner_.take_name();
+    const auto known = names_.find(token());
+    const bool is_known = known != names_.end();
+    if (!is_known) report_.skip("USE of an unknown name", token());
+    if (!is_over()) scanner_.take();
+    return is_known ? known->second : &nothing_;
 }
 
 const Vrml_Node* Vrml_Parser::parse_node(int depth) {
     if (!begins_node()) return nullptr;
+    if (token() == "USE") return parse_use();
     std::string_view name;
-    if (token_ == "USE") {
-        take();
-        const auto known = names_.find(token_);
-        if (known == names_.end()) vrml_skip("USE of an unknown name");
-        if (!is_over()) take();
-        return known == names_.end() ? &nothing_ : known->second;
+    if (token() == "DEF") {
+        scanner_.take_name();
+        name = token();
+        scanner_.take();
+        if (!begins_node() || token() == "DEF" || token() == "USE") return nullptr;
     }
-    if (token_ == "DEF") {
-        take();
-        name = token_;
-        take();
+    if (is_nested_too_deeply(depth)) return nullptr;
+    if (!budget_.take_object(token())) {
+        scanner_.end();
+        return nullptr;
     }
-    if (!begins_node() || token_ == "DEF" || token_ == "USE") return nullptr;
-    if (depth > VRML_DEEPEST) fail("nested too deeply");
-    if (is_over() || !has_room()) return nullptr;
     Vrml_Node* const node = &nodes_.emplace_back();
-    node->type = token_;
+    node->type = token();
     node->name = name;
-    take();
-    if (node->type == "Script") {
-        skip_enclosed();
+    if (const auto at = prototypes_.find(node->type); at != prototypes_.end())
+        node->prototype = at->second;
+    scanner_.take();
+    if (node->type == "Script" && !node->prototype) {
+        scanner_.skip_enclosed();
     } else {
-        take();
+        scanner_.take();
         parse_body(node, depth);
     }
     if (!name.empty()) names_[name] = node;
@@ -164,54 +104,168 @@ const Vrml_Node* Vrml_Parser::parse_node(int depth) {
 }
 
 void Vrml_Parser::parse_body(Vrml_Node* node, int depth) {
-    while (!is_over() && token_ != "}") {
-        if (token_ == "ROUTE" || token_ == "PROTO" || token_ == "EXTERNPROTO") {
-            skip_statement();
-        } else if (begins_node()) {
-            if (const Vrml_Node* child = parse_node(depth + 1)) node->children.push_back(child);
-        } else if (is_sign() || token_[0] == '"') {
-            fail("field expected");
-        } else if (has_room()) {
-            parse_field(node, depth);
+    while (!is_over() && token() != "}") {
+        if (skip_statement() || parse_prototype_statement(depth)) continue;
+        if (begins_node()) {
+            const Vrml_Node* const child = parse_node(depth + 1);
+            if (child) node->children.push_back(child);
+        } else if (scanner_.is_sign() || scanner_.is_string()) {
+            report_.skip("text that is no field", token());
+            scanner_.take();
+        } else if (budget_.take_object(token())) {
+            parse_field(&node->fields, depth);
+        } else {
+            scanner_.end();
         }
     }
-    if (!is_over()) take();
+    if (!is_over()) scanner_.take();
+    for (const Vrml_Node* child : node->children) node->depends |= child->depends;
+    for (const Vrml_Field& field : node->fields) {
+        node->depends |= !field.from.empty();
+        for (const Vrml_Node* inner : field.nodes) node->depends |= inner->depends;
+    }
 }
 
-void Vrml_Parser::parse_field(Vrml_Node* node, int depth) {
-    Vrml_Node::Field field;
-    field.name = token_;
-    take();
-    if (!is_over() && (token_ == "[" || token_ == "(")) {
-        take();
-        while (!is_over() && token_ != "]" && token_ != ")") parse_value(&field, depth);
-        if (!is_over()) take();
-    } else if (!is_over() && token_ != "}") {
+void Vrml_Parser::parse_field(std::vector<Vrml_Field>* fields, int depth) {
+    Vrml_Field field;
+    field.name = token();
+    scanner_.take_numbers(&field.numbers);
+    scanner_.take();
+    if (!field.numbers.empty()) {
+        while (scanner_.looks_like_number()) parse_value(&field, depth);
+    } else if (token() == "IS") {
+        scanner_.take();
+        field.from = token();
+        if (!is_over()) scanner_.take();
+    } else if (token() == "[" || token() == "(") {
+        parse_list(&field, depth);
+    } else if (!is_over() && token() != "}") {
         parse_value(&field, depth);
-        double more;
-        while (!field.numbers.empty() && !is_over() && is_number(&more)) {
-            field.numbers.push_back(more);
-            take();
-        }
     }
-    if (field.name == "children" || field.name == "choice" || field.name == "level")
-        node->children.insert(node->children.end(), field.nodes.begin(), field.nodes.end());
-    node->fields.push_back(std::move(field));
+    fields->push_back(std::move(field));
 }
 
-void Vrml_Parser::parse_value(Vrml_Node::Field* field, int depth) {
+// Most lists are one run of numbers. What else they hold goes token by token.
+void Vrml_Parser::parse_list(Vrml_Field* field, int depth) {
+    const std::string_view close = token() == "[" ? "]" : ")";
+    scanner_.take_numbers(&field->numbers);
+    scanner_.take();
+    while (!is_over() && token() != close) parse_value(field, depth);
+    if (!is_over()) scanner_.take();
+    field->numbers.shrink_to_fit(); // all lists of a file are in memory at once
+}
+
+void Vrml_Parser::parse_value(Vrml_Field* field, int depth) {
     double number;
-    if (token_ == "|") {
-        take();
-    } else if (is_sign()) {
-        fail("value expected");
-    } else if (is_number(&number)) {
-        field->numbers.push_back(number);
-        take();
+    if (scanner_.is_sign()) {
+        if (token() != "|") report_.skip("text that is no value", token());
+        scanner_.take();
     } else if (begins_node()) {
         if (const Vrml_Node* node = parse_node(depth + 1)) field->nodes.push_back(node);
+    } else if (scanner_.is_number(&number)) {
+        field->numbers.push_back(number);
+        scanner_.take();
+    } else if (scanner_.looks_like_number()) {
+        field->numbers.push_back(not_a_number); // the numbers behind it keep their places
+        scanner_.take();
     } else {
-        field->word = token_;
-        take();
+        field->words.push_back(token());
+        scanner_.take();
     }
+}
+
+bool Vrml_Parser::parse_prototype_statement(int depth) {
+    const bool is_external = token() == "EXTERNPROTO";
+    if ((!is_external && token() != "PROTO") || scanner_.is_followed_by_brace()) return false;
+    if (is_nested_too_deeply(depth)) return true;
+    if (!budget_.take_object(token())) {
+        scanner_.end();
+    } else if (is_external) {
+        parse_external_prototype(depth);
+    } else {
+        parse_prototype(depth);
+    }
+    return true;
+}
+
+void Vrml_Parser::declare(std::string_view name, const Vrml_Prototype* prototype) {
+    const Vrml_Prototype*& at = prototypes_[name];
+    hidden_.emplace_back(name, at);
+    at = prototype;
+}
+
+void Vrml_Parser::parse_prototype(int depth) {
+    Vrml_Prototype* const prototype = &own_prototypes_.emplace_back();
+    scanner_.take_name();
+    prototype->name = token();
+    if (!is_over()) scanner_.take();
+    if (token() == "[") parse_interface(&prototype->fields, true, depth);
+    if (token() == "{") parse_prototype_body(prototype, depth);
+    declare(prototype->name, prototype);
+    if (!first_ && depth == 0) first_ = prototype;
+}
+
+void Vrml_Parser::parse_prototype_body(Vrml_Prototype* prototype, int depth) {
+    std::unordered_map<std::string_view, const Vrml_Node*> names;
+    names.swap(names_);
+    const std::size_t outer = hidden_.size();
+    scanner_.take();
+    while (!is_over() && token() != "}") {
+        if (skip_statement() || parse_prototype_statement(depth + 1)) continue;
+        if (const Vrml_Node* node = parse_node(depth + 1)) {
+            prototype->body.push_back(node);
+        } else if (!is_over()) {
+            report_.skip("text that is no node", token());
+            scanner_.take();
+        }
+    }
+    if (!is_over()) scanner_.take();
+    for (; hidden_.size() > outer; hidden_.pop_back())
+        prototypes_[hidden_.back().first] = hidden_.back().second;
+    names_.swap(names);
+}
+
+// Events have no values: [ field SFBool on TRUE  eventIn SFTime start ].
+void Vrml_Parser::parse_interface(std::vector<Vrml_Field>* fields, bool has_values, int depth) {
+    scanner_.take();
+    while (!is_over() && token() != "]") {
+        const bool is_field = token() == "field" || token() == "exposedField" ||
+                              token() == "inputOutput" || token() == "initializeOnly";
+        if (scanner_.is_sign() || scanner_.is_string()) {
+            report_.skip("text that is no field", token());
+            scanner_.take();
+            continue;
+        }
+        scanner_.take_name(); // the type of the field
+        if (is_over() || token() == "]") break;
+        scanner_.take_name();
+        if (is_over() || token() == "]") break;
+        if (!is_field || !has_values) {
+            scanner_.take();
+        } else if (budget_.take_object(token())) {
+            parse_field(fields, depth);
+        } else {
+            scanner_.end();
+        }
+    }
+    if (!is_over()) scanner_.take();
+}
+
+void Vrml_Parser::parse_external_prototype(int depth) {
+    scanner_.take_name();
+    const std::string_view name = token();
+    if (!is_over()) scanner_.take();
+    std::vector<Vrml_Field> no_fields;
+    if (token() == "[") parse_interface(&no_fields, false, depth);
+    Vrml_Field urls;
+    if (token() == "[") {
+        parse_list(&urls, depth);
+    } else if (!is_over()) {
+        parse_value(&urls, depth);
+    }
+    const Vrml_Prototype* found = nullptr;
+    for (const std::string_view url : urls.words)
+        if (files_ && !found) found = files_->prototype(url);
+    if (!found) report_.skip("EXTERNPROTO " + std::string(name), name);
+    declare(name, found);
 }

@@ -1,11 +1,10 @@
 // VRML text as a tree of nodes, VRML 1.0 and VRML97 alike, without knowing what they mean.
 //
-//     Vrml_Parser parser(text);
+//     Vrml_Parser parser(text, is_vrml1, files, report, budget);
 //     for (const Vrml_Node* node : parser.parse()) show(*node);
 //
-// A name becomes known behind its node, so no node contains itself; USE gives the named node again.
-// Prototypes, routes and scripts are passed over. What is wrong ends the reading with a message on
-// the standard error stream; what was read stays.
+// Instances of prototypes are not unfolded: they point at their prototype. Routes and scripts are passed
+// over. What is wrong in the text is told and passed over, too; what was read stays.
 #ifndef TOOLS_VRML_PARSER_H
 #define TOOLS_VRML_PARSER_H
 
@@ -16,74 +15,61 @@
 #include <unordered_map>
 #include <vector>
 
-// Braces in the text, and groups that are reached through USE, are nested no deeper.
-inline constexpr int VRML_DEEPEST = 200;
+#include "tools/Vrml_Node.h"
+#include "tools/Vrml_Scanner.h"
 
-// Counts what is left out.
-void vrml_skip(std::string_view what);
-// Tells the counts on the standard error stream.
-void vrml_show_skipped();
+class Vrml_Budget;
+class Vrml_Files;
+class Vrml_Report;
 
-// Names and words are parts of the text.
-struct Vrml_Node {
-    struct Field {
-        std::string_view name, word;
-        std::vector<double> numbers;
-        std::vector<const Vrml_Node*> nodes;
-    };
-    std::string_view type, name;
-    std::vector<Field> fields;
-    std::vector<const Vrml_Node*> children; // of the body, or of the fields that hold children
-
-    const Field* find(std::string_view field_name) const {
-        for (const Field& f : fields)
-            if (f.name == field_name) return &f;
-        return nullptr;
-    }
-    // Number `i` of a field, or what stands there if the file does not say.
-    double number(std::string_view field_name, std::size_t i, double otherwise) const {
-        const Field* const f = find(field_name);
-        return f && i < f->numbers.size() ? f->numbers[i] : otherwise;
-    }
-    bool has_word(std::string_view field_name, std::string_view word) const {
-        const Field* const f = find(field_name);
-        return f && f->word == word;
-    }
-    const Vrml_Node* node(std::string_view field_name) const {
-        const Field* const f = find(field_name);
-        return f && !f->nodes.empty() ? f->nodes[0] : nullptr;
-    }
-};
-
-// Lifetime: the text must outlive the parser, and the parser its nodes.
 class Vrml_Parser {
 public:
-    explicit Vrml_Parser(const std::string& text) : text_(text) { take(); }
+    // `files` gives the prototypes that lie in other files; it may be null.
+    // Lifetime: the text must outlive the parser, and the parser its nodes.
+    Vrml_Parser(const std::string& text, bool is_vrml1, Vrml_Files* files, Vrml_Report& report,
+                Vrml_Budget& budget)
+        : scanner_(text, is_vrml1), files_(files), report_(report), budget_(budget) {}
+
+    // The nodes outside of others and of prototypes. Once.
     std::vector<const Vrml_Node*> parse();
 
-private:
-    bool is_over() const { return token_.empty(); }
-    void fail(const char* reason);
-    void skip_blanks();
-    // The next token: a sign, a word, or a string with the quote in front.
-    void take();
-    bool is_sign() const;
-    bool is_number(double* value) const;
-    bool begins_node();
-    // Behind the close of what is open here.
-    void skip_enclosed();
-    void skip_statement();
-    bool has_room();
-    const Vrml_Node* parse_node(int depth);
-    void parse_body(Vrml_Node* node, int depth);
-    void parse_field(Vrml_Node* node, int depth);
-    void parse_value(Vrml_Node::Field* field, int depth);
+    // The prototype of that name, the first one if the name is empty; or null.
+    // Requires: parse was called.
+    const Vrml_Prototype* prototype(std::string_view name) const;
 
-    const std::string& text_;
-    std::size_t at_ = 0, start_ = 0, objects_ = 0;
-    std::string_view token_; // empty at the end
+private:
+    bool is_over() const { return scanner_.is_over(); }
+    std::string_view token() const { return scanner_.token(); }
+    void fail(const char* reason);
+    bool begins_node();
+    bool skip_statement();
+    bool is_nested_too_deeply(int depth);
+
+    const Vrml_Node* parse_node(int depth);
+    const Vrml_Node* parse_use();
+    void parse_body(Vrml_Node* node, int depth);
+    void parse_field(std::vector<Vrml_Field>* fields, int depth);
+    void parse_list(Vrml_Field* field, int depth);
+    void parse_value(Vrml_Field* field, int depth);
+
+    bool parse_prototype_statement(int depth);
+    void parse_prototype(int depth);
+    void parse_external_prototype(int depth);
+    void parse_interface(std::vector<Vrml_Field>* fields, bool has_values, int depth);
+    void parse_prototype_body(Vrml_Prototype* prototype, int depth);
+    void declare(std::string_view name, const Vrml_Prototype* prototype);
+
+    Vrml_Scanner scanner_;
+    Vrml_Files* const files_;
+    Vrml_Report& report_;
+    Vrml_Budget& budget_;
     std::deque<Vrml_Node> nodes_;
+    std::deque<Vrml_Prototype> own_prototypes_;
     std::unordered_map<std::string_view, const Vrml_Node*> names_;
+    std::unordered_map<std::string_view, const Vrml_Prototype*> prototypes_;
+    // What the names stood for before the prototype body that is read declared them.
+    std::vector<std::pair<std::string_view, const Vrml_Prototype*>> hidden_;
+    const Vrml_Prototype* first_ = nullptr;
     Vrml_Node nothing_;
 };
 

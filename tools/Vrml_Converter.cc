@@ -1,0 +1,353 @@
+#include "tools/Vrml_Converter.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "tools/Vrml_Budget.h"
+#include "tools/Vrml_Files.h"
+#include "tools/Vrml_Parser.h"
+#include "tools/Vrml_Report.h"
+#include "tools/Vrml_Text.h"
+#include "tools/Vrml_Writer.h"
+
+static bool is_one_of(std::string_view type, std::initializer_list<std::string_view> types) {
+    return std::find(types.begin(), types.end(), type) != types.end();
+}
+
+void Vrml_Converter::convert(const std::vector<const Vrml_Node*>& nodes) {
+    Vrml_State state;
+    for (const Vrml_Node* node : nodes) visit({node, nullptr}, state, 0);
+}
+
+// In VRML 1.0 what a node sets holds up to the end of the separator around it.
+void Vrml_Converter::visit(Vrml_Ref node, Vrml_State& state, int depth) {
+    if (node.type().empty() || !budget_.spend(1 + node.node->fields.size(), node.type())) return;
+    if (depth > VRML_DEEPEST) return report_.skip("groups nested too deeply", node.type());
+    const Vrml_Ref n = scene_.resolved(node);
+    if (!n || n.type().empty()) return;
+    const bool is_separator = is_one_of(n.type(), {"Separator", "TransformSeparator", "WWWAnchor"});
+    Vrml_State inner = state;
+    Vrml_State& own = is_separator || !is_vrml1_ ? inner : state;
+    const std::string_view outer_name = own.name;
+    if (!n.node->name.empty()) own.name = n.node->name;
+    if (!node.node->name.empty()) own.name = node.node->name;
+    if (!visit_group(n, own, depth) && !visit_shape(n, own) && !visit_other(n, own) &&
+        !(is_vrml1_ && visit_property(n, own)))
+        skip_node(n);
+    own.name = outer_name;
+    if (n.type() != "TransformSeparator") return;
+    inner.place = state.place; // all else goes on
+    inner.name = outer_name;
+    state = inner;
+}
+
+bool Vrml_Converter::visit_group(Vrml_Ref n, Vrml_State& state, int depth) {
+    const bool is_anchor = is_one_of(n.type(), {"Anchor", "WWWAnchor"});
+    if (n.type() == "Transform" && !is_vrml1_) {
+        state.place = Vrml_Place::transform(scene_, n, "scale") * state.place;
+    } else if (n.type() == "LOD") {
+        visit_levels(n, state, depth);
+        return true;
+    } else if (n.type() == "Switch") {
+        visit_switch(n, state, depth);
+        return true;
+    } else if (!is_anchor && !is_one_of(n.type(), {"Separator", "TransformSeparator", "Group",
+                                                   "Billboard", "Collision"})) {
+        return false;
+    }
+    if (is_anchor) state.url = scene_.word(n, is_vrml1_ ? "name" : "url");
+    for (const Vrml_Ref child : scene_.children(n)) visit(child, state, depth + 1);
+    return true;
+}
+
+void Vrml_Converter::visit_switch(Vrml_Ref n, Vrml_State& state, int depth) {
+    const std::vector<Vrml_Ref> children = scene_.children(n);
+    const auto end = static_cast<double>(children.size());
+    const double which = scene_.number(n, is_vrml1_ ? "whichChild" : "whichChoice", 0, -1);
+    const int all = -3;
+    if (which == all)
+        for (const Vrml_Ref child : children) visit(child, state, depth + 1);
+    if (which >= 0 && which < end)
+        visit(children[static_cast<std::size_t>(which)], state, depth + 1);
+}
+
+// Levels become one node if each is one shape, as nodes of the scene are. Within a level only the finest of
+// further levels counts.
+void Vrml_Converter::visit_levels(Vrml_Ref n, Vrml_State& state, int depth) {
+    const std::vector<Vrml_Ref> children = scene_.children(n);
+    if (children.empty()) return;
+    if (level_ || children.size() == 1) return visit(children[0], state, depth + 1);
+    const std::size_t most_levels = 12; // of a node
+    const Vrml_State before = state;
+    std::vector<Level> levels(std::min(children.size(), most_levels));
+    for (std::size_t i = 0; i < levels.size(); ++i) {
+        Vrml_State other = before;
+        level_ = &levels[i];
+        is_coarse_ = i > 0;
+        visit(children[i], i == 0 ? state : other, depth + 1);
+        // One that is empty makes the shape vanish far away, which a node cannot.
+        if (levels[i].size() != 1) levels.resize(i + 1);
+    }
+    level_ = nullptr;
+    is_coarse_ = false;
+    write_levels(levels, n);
+}
+
+// Properties of VRML 1.0, which hold for all that follows.
+bool Vrml_Converter::visit_property(Vrml_Ref n, Vrml_State& state) {
+    Vrml_Place& place = state.place;
+    if (n.type() == "Transform") {
+        place = Vrml_Place::transform(scene_, n, "scaleFactor") * place;
+    } else if (n.type() == "Translation") {
+        place = Vrml_Place::translation(scene_, n, "translation") * place;
+    } else if (n.type() == "Rotation") {
+        place = Vrml_Place::rotation(scene_, n, "rotation") * place;
+    } else if (n.type() == "Scale") {
+        place = Vrml_Place::scaling(scene_, n, "scaleFactor") * place;
+    } else if (n.type() == "MatrixTransform") {
+        place = Vrml_Place::matrix_transform(scene_, n) * place;
+    } else if (n.type() == "Texture2") {
+        const bool is_named = scene_.find(n, "filename") && !looks_.texture(n).empty();
+        state.texture = is_named ? n : Vrml_Ref();
+    } else {
+        const struct {
+            const char* type;
+            Vrml_Ref Vrml_State::*place;
+        } kept[] = {{"Material", &Vrml_State::material},
+                    {"MaterialBinding", &Vrml_State::material_binding},
+                    {"Coordinate3", &Vrml_State::coordinates},
+                    {"Normal", &Vrml_State::normals},
+                    {"NormalBinding", &Vrml_State::normal_binding},
+                    {"TextureCoordinate2", &Vrml_State::texture_points},
+                    {"Texture2Transform", &Vrml_State::texture_transform},
+                    {"ShapeHints", &Vrml_State::hints}};
+        for (const auto& k : kept)
+            if (n.type() == k.type) return state.*k.place = n, true;
+        return false;
+    }
+    return true;
+}
+
+bool Vrml_Converter::visit_shape(Vrml_Ref n, const Vrml_State& state) {
+    if (is_vrml1_ && shapes_.is_shape(n.type())) return find_shape(n, state), true;
+    if (is_vrml1_ || n.type() != "Shape") return false;
+    Vrml_State inner = state;
+    set_looks(n, inner);
+    const Vrml_Ref geometry = scene_.node(n, "geometry");
+    if (!geometry) return true;
+    if (shapes_.is_shape(geometry.type())) {
+        find_shape(geometry, inner);
+    } else {
+        skip_node(geometry);
+    }
+    return true;
+}
+
+void Vrml_Converter::set_looks(Vrml_Ref shape, Vrml_State& state) {
+    const Vrml_Ref appearance = scene_.node(shape, "appearance");
+    state.material = scene_.node(appearance, "material");
+    if (state.material.type() != "Material") state.material = {};
+    state.texture = scene_.node(appearance, "texture");
+    if (state.texture && looks_.texture(state.texture).empty()) state.texture = {};
+    state.texture_transform = scene_.node(appearance, "textureTransform");
+}
+
+bool Vrml_Converter::visit_other(Vrml_Ref n, const Vrml_State& state) {
+    if (is_one_of(n.type(), {"Inline", "WWWInline"})) {
+        write_import(n, state);
+    } else if (is_one_of(n.type(), {"Viewpoint", "PerspectiveCamera", "OrthographicCamera"})) {
+        write_camera(n, state);
+    } else if (is_one_of(n.type(), {"PointLight", "SpotLight"})) {
+        write_light(n, state);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+void Vrml_Converter::skip_node(Vrml_Ref n) {
+    if (!is_one_of(n.type(), {"Info", "WorldInfo", "NavigationInfo"}))
+        report_.skip(n.type(), n.type());
+}
+
+// Nodes of the scene.
+
+void Vrml_Converter::find_shape(Vrml_Ref node, const Vrml_State& state) {
+    if (!budget_.take_shape(node.type())) return;
+    if (!state.place.is_within_single_precision(1)) {
+        report_.skip("shape beyond single precision", node.type());
+    } else if (level_) {
+        level_->push_back({node, state});
+    } else {
+        write_node({node, state}, {});
+    }
+}
+
+void Vrml_Converter::write_levels(const std::vector<Level>& levels, Vrml_Ref lod) {
+    const auto fits = [&](const Level& level) {
+        const Vrml_State &a = level[0].state, &b = levels[0][0].state;
+        return a.place == b.place && a.material == b.material && a.texture == b.texture;
+    };
+    std::vector<Level> coarser;
+    const bool is_node = levels[0].size() == 1;
+    for (std::size_t i = 1; i < levels.size(); ++i) {
+        if (is_node && levels[i].size() == 1 && fits(levels[i])) {
+            coarser.push_back(levels[i]);
+        } else if (!levels[i].empty()) {
+            report_.skip("LOD levels that are no single shape like the finest", lod.type());
+            break;
+        }
+    }
+    if (is_node) return write_node(levels[0][0], coarser);
+    for (const Found& found : levels[0]) write_node(found, {});
+}
+
+void Vrml_Converter::put_frame(const Vrml_Place& place) {
+    out_.put("  frame m");
+    for (const auto& row : place.m) out_.put_numbers(row);
+    out_.put("\n");
+}
+
+void Vrml_Converter::put_url(std::string_view token) {
+    if (token.empty()) return;
+    const std::string url = vrml_string(token);
+    if (!vrml_is_scene_string(url) || url[0] == '#') {
+        report_.skip(url.starts_with('#') ? "Anchor within the file"
+                                          : "Anchor with a long or broken url",
+                     token);
+        return;
+    }
+    out_.put("  url \"" + url + "\"\n");
+}
+
+void Vrml_Converter::write_node(const Found& finest, const std::vector<Level>& coarser) {
+    const Vrml_State& state = finest.state;
+    const Vrml_Shapes::Shape shape = shapes_.shape(finest.node, state);
+    if (shape.list.empty()) return;
+    const Vrml_Place place = shape.frame * state.place;
+    if (!place.is_within_single_precision(shape.extent))
+        return report_.skip("shape beyond single precision", finest.node.type());
+    std::string lists = shape.list;
+    for (const Level& level : coarser) {
+        const Vrml_Shapes::Shape other = shapes_.shape(level[0].node, level[0].state);
+        const bool fits = !other.list.empty() && other.frame == shape.frame &&
+                          place.is_within_single_precision(other.extent);
+        if (!fits) {
+            report_.skip("LOD levels that are no single shape like the finest",
+                         level[0].node.type());
+            break;
+        }
+        lists += " " + other.list;
+    }
+    const std::string& material = looks_.material(state.material);
+    out_.put("node " + out_.new_name(state.name.empty() ? "shape" : state.name) + " {\n");
+    put_frame(place);
+    out_.put("  material " + material + "\n");
+    if (state.texture) out_.put("  texture " + looks_.texture(state.texture) + "\n");
+    out_.put("  geometry " + lists + "\n");
+    put_url(state.url);
+    out_.put("}\n");
+}
+
+void Vrml_Converter::write_import(Vrml_Ref n, const Vrml_State& state) {
+    if (is_coarse_ || !budget_.take_shape(n.type())) return;
+    const std::string_view token = scene_.word(n, n.type() == "Inline" ? "url" : "name");
+    const std::string url = vrml_string(token);
+    if (!vrml_is_scene_string(url) || !state.place.is_within_single_precision(1))
+        return report_.skip(std::string(n.type()) + " without a good url or place", n.type());
+    out_.put("import file {\n");
+    put_frame(state.place);
+    put_url(state.url);
+    out_.put("  file \"" + url + "\"\n}\n");
+}
+
+static const double degrees = 180 / 3.141592653589793;
+
+// The camera of a scene looks along its -z, as those of VRML do.
+void Vrml_Converter::write_camera(Vrml_Ref n, const Vrml_State& state) {
+    if (is_coarse_ || !budget_.take_shape(n.type())) return;
+    const double distance = n.type() == "Viewpoint" ? 10 : 1;
+    const Vrml_Place place = Vrml_Place::rotation(scene_, n, "orientation") *
+                             Vrml_Place::translation(scene_.number(n, "position", 0, 0),
+                                                     scene_.number(n, "position", 1, 0),
+                                                     scene_.number(n, "position", 2, distance)) *
+                             state.place;
+    double angle = scene_.number(n, is_vrml1_ ? "heightAngle" : "fieldOfView", 0, 0.785398);
+    if (n.type() == "OrthographicCamera") {
+        // As much is seen at the distance that the camera looks at.
+        report_.skip("the parallel view of an OrthographicCamera", n.type());
+        angle = 2 * std::atan(scene_.number(n, "height", 0, 2) / 2 /
+                              scene_.number(n, "focalDistance", 0, 5));
+    }
+    const double least = 0.001, most = 3.14;
+    if (!place.is_within_single_precision(1) || !place.is_regular() ||
+        !(angle >= least && angle <= most))
+        return report_.skip(std::string(n.type()) + " without a good place or angle", n.type());
+    std::string name(n.node->name);
+    if (name.empty()) name = vrml_string(scene_.word(n, "description"));
+    out_.put("camera " + out_.new_name(name.empty() ? "camera" : name) + " {\n");
+    put_frame(place);
+    out_.put("  perspective");
+    out_.put_number(angle * degrees);
+    out_.put(" 1 0.1 20000\n}\n");
+}
+
+// What turns -z to the direction.
+static Vrml_Place turn_to(double x, double y, double z) {
+    if (x == 0 && y == 0 && z > 0) return Vrml_Place::rotation(0, 1, 0, 180 / degrees);
+    return Vrml_Place::rotation(y, -x, 0, std::atan2(std::hypot(x, y), -z));
+}
+
+// A light of the scene has a place, a colour and an angle, as cut-off angles go: from the axis.
+void Vrml_Converter::write_light(Vrml_Ref n, const Vrml_State& state) {
+    if (is_coarse_ || !budget_.take_shape(n.type())) return;
+    if (scene_.has_word(n, "on", "FALSE"))
+        return report_.skip(std::string(n.type()) + " that is off", n.type());
+    const bool is_spot = n.type() == "SpotLight";
+    const auto direction = [&](std::size_t i) {
+        return scene_.number(n, "direction", i, i == 2 ? -1 : 0);
+    };
+    const Vrml_Place turn =
+        is_spot ? turn_to(direction(0), direction(1), direction(2)) : Vrml_Place();
+    const Vrml_Place place =
+        turn *
+        Vrml_Place::translation(scene_.number(n, "location", 0, 0),
+                                scene_.number(n, "location", 1, 0),
+                                scene_.number(n, "location", 2, is_vrml1_ ? 1 : 0)) *
+        state.place;
+    if (!place.is_within_single_precision(1))
+        return report_.skip(std::string(n.type()) + " without a good place", n.type());
+    const std::string material = looks_.light_material(n);
+    const double all_around = 180;
+    out_.put("light " + out_.new_name(n.node->name.empty() ? "light" : n.node->name) + " {\n");
+    put_frame(place);
+    out_.put("  material " + material + "\n  angle");
+    const double cut_off =
+        scene_.number(n, "cutOffAngle", 0, is_vrml1_ ? 0.785398 : 1.570796) * degrees;
+    out_.put_number(is_spot ? cut_off : all_around);
+    out_.put("\n}\n");
+}
+
+bool vrml_convert(const std::string& text, const Vrml_Options& options, std::FILE* out,
+                  std::FILE* told) {
+    const int version = vrml_version(text);
+    Vrml_Report report;
+    Vrml_Budget budget(report);
+    if (version == 0 || !budget.take_bytes(text.size())) {
+        report.fail(version == 0 ? "neither VRML 1.0 nor VRML97" : "the file is too long", {});
+        report.show(told);
+        return false;
+    }
+    report.add_text(text, "");
+    Vrml_Writer writer(out, options.prefix);
+    Vrml_Files files(options.folder, report, budget);
+    Vrml_Parser parser(text, version == 1, &files, report, budget);
+    const std::vector<const Vrml_Node*> nodes = parser.parse();
+    Vrml_Scene scene(report, budget);
+    Vrml_Converter(version == 1, scene, writer, report, budget).convert(nodes);
+    const bool is_written = writer.flush();
+    report.show(told);
+    // A file without a shape is no failure, but one is of which nothing was understood.
+    const bool is_read = !report.has_failures() && !(nodes.empty() && report.has_skipped());
+    return is_written && (is_read || writer.has_written());
+}

@@ -1,0 +1,47 @@
+// What a conversion leaves out: each kind once, with its count and first line.
+//
+//     report.add_text(text, "");
+//     report.skip("Fog", node.type);           // a part of the text, which tells the line
+//     report.show(stderr);                     // nolt_fromvrml: skipped 2: Fog, first in line 7
+#ifndef TOOLS_VRML_REPORT_H
+#define TOOLS_VRML_REPORT_H
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class Vrml_Report {
+public:
+    // `name` is shown with the lines of this text; the main file has none.
+    // Lifetime: the text must outlive the report.
+    void add_text(std::string_view text, const std::string& name);
+
+    // Counts one more of a kind. `where` lies in one of the texts, or nowhere.
+    void skip(std::string_view what, std::string_view where);
+    // Something that ends the reading of a text or the conversion; told once each.
+    void fail(std::string_view reason, std::string_view where);
+
+    bool has_failures() const { return !failures_.empty(); }
+    bool has_skipped() const { return !kinds_.empty(); }
+
+    // In alphabetical order, failures first.
+    void show(std::FILE* out) const;
+
+private:
+    struct Text {
+        std::string_view text;
+        std::string name;
+    };
+    struct Kind {
+        int count = 0;
+        const char* first = nullptr;
+    };
+    std::string line_of(const char* where) const;
+
+    std::vector<Text> texts_;
+    std::map<std::string, Kind, std::less<>> kinds_, failures_;
+};
+
+#endif

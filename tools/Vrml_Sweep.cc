@@ -1,0 +1,205 @@
+#include "tools/Vrml_Sweep.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "tools/Vrml_Budget.h"
+#include "tools/Vrml_Place.h"
+#include "tools/Vrml_Report.h"
+
+static void add_quad(Vrml_Sweep& sweep, std::size_t a, std::size_t b, std::size_t c,
+                     std::size_t d) {
+    for (const std::size_t corner : {a, b, c, d})
+        sweep.coord_index.push_back(static_cast<double>(corner));
+    sweep.coord_index.push_back(-1);
+}
+
+// Rows along x, each a step further in z. Seen from above, faces run counter-clockwise.
+Vrml_Sweep vrml_elevation_grid(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
+                               Vrml_Budget& budget) {
+    Vrml_Sweep sweep;
+    const std::span<const double> heights = scene.numbers(node, "height");
+    const double x_count = scene.number(node, "xDimension", 0, 0),
+                 z_count = scene.number(node, "zDimension", 0, 0);
+    // Every point has a height, so that the text bounds the product.
+    const auto most = static_cast<double>(heights.size());
+    if (!(x_count >= 2 && z_count >= 2 && x_count <= most && z_count <= most &&
+          x_count * z_count <= most)) {
+        report.skip("ElevationGrid without its heights", node.type());
+        return sweep;
+    }
+    const auto columns = static_cast<std::size_t>(x_count),
+               rows = static_cast<std::size_t>(z_count);
+    if (!budget.spend(columns * rows, node.type())) return sweep;
+    const double x_step = scene.number(node, "xSpacing", 0, 1),
+                 z_step = scene.number(node, "zSpacing", 0, 1);
+    for (std::size_t k = 0; k < rows; ++k)
+        for (std::size_t i = 0; i < columns; ++i) {
+            const std::size_t at = k * columns + i;
+            for (const double v :
+                 {static_cast<double>(i) * x_step, heights[at], static_cast<double>(k) * z_step})
+                sweep.points.push_back(v);
+            if (i + 1 < columns && k + 1 < rows)
+                add_quad(sweep, at, at + columns, at + columns + 1, at + 1);
+        }
+    return sweep;
+}
+
+namespace {
+struct Vector {
+    double x = 0, y = 0, z = 0;
+};
+
+struct Axes {
+    Vector x, y, z;
+};
+} // namespace
+
+static Vector operator-(const Vector& a, const Vector& b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+static double dot(const Vector& a, const Vector& b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+static Vector cross(const Vector& a, const Vector& b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+static Vector operator*(const Vector& v, const Vrml_Place& p) {
+    return {v.x * p.m[0][0] + v.y * p.m[1][0] + v.z * p.m[2][0],
+            v.x * p.m[0][1] + v.y * p.m[1][1] + v.z * p.m[2][1],
+            v.x * p.m[0][2] + v.y * p.m[1][2] + v.z * p.m[2][2]};
+}
+
+// False, and the vector stays, if it has hardly any length.
+static bool normalize(Vector* v, double least) {
+    const double length = std::sqrt(dot(*v, *v));
+    if (!(length > least) || !std::isfinite(length)) return false;
+    *v = {v->x / length, v->y / length, v->z / length};
+    return true;
+}
+
+static std::vector<Vector> vectors_of(std::span<const double> numbers) {
+    std::vector<Vector> vectors(numbers.size() / 3);
+    for (std::size_t i = 0; i < vectors.size(); ++i)
+        vectors[i] = {numbers[3 * i], numbers[3 * i + 1], numbers[3 * i + 2]};
+    return vectors;
+}
+
+static bool is_same(const Vector& a, const Vector& b) {
+    return a.x == b.x && a.y == b.y && a.z == b.z;
+}
+
+// What turns the y axis to `y`; its z axis serves where the spine is straight.
+static Vector z_axis_of_straight(const Vector& y) {
+    const Vector up = {0, 1, 0};
+    const Vector axis = cross(up, y);
+    const double angle = std::atan2(std::sqrt(dot(axis, axis)), y.y);
+    return Vector{0, 0, 1} * Vrml_Place::rotation(axis.x, axis.y, axis.z, angle);
+}
+
+// At each point of the spine: y along it, z across its bend, so that the cross-section lies in the
+// bisecting plane. Where there is no bend, z is that of the point before.
+static std::vector<Axes> axes_along(const std::vector<Vector>& spine, bool is_closed) {
+    const std::size_t count = spine.size(), last = count - 1;
+    const double least = 1e-9;
+    std::vector<Axes> axes(count);
+    std::vector<char> has_y(count), has_z(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const bool is_end = i == 0 || i == last;
+        const Vector& before = is_end && is_closed ? spine[last - 1] : spine[i > 0 ? i - 1 : 0];
+        const Vector& behind = is_end && is_closed ? spine[1] : spine[i < last ? i + 1 : last];
+        Vector to = behind - spine[i], from = before - spine[i];
+        axes[i].y = behind - before;
+        has_y[i] = normalize(&axes[i].y, 0);
+        axes[i].z = normalize(&to, 0) && normalize(&from, 0) ? cross(to, from) : Vector();
+        has_z[i] = normalize(&axes[i].z, least);
+    }
+    const auto first_of = [](const std::vector<char>& has) {
+        return static_cast<std::size_t>(std::find(has.begin(), has.end(), 1) - has.begin());
+    };
+    const std::size_t first_y = first_of(has_y), first_z = first_of(has_z);
+    Vector y = first_y < count ? axes[first_y].y : Vector{0, 1, 0};
+    Vector z = first_z < count ? axes[first_z].z : z_axis_of_straight(y);
+    for (std::size_t i = 0; i < count; ++i) {
+        Axes& a = axes[i];
+        if (has_y[i]) y = a.y;
+        if (has_z[i]) {
+            if (dot(a.z, z) < 0) a.z = {-a.z.x, -a.z.y, -a.z.z};
+            z = a.z;
+        }
+        a.y = y;
+        a.z = z;
+        a.x = cross(y, z);
+    }
+    return axes;
+}
+
+// The cross-section as it lies at one point of the spine.
+static void add_section(Vrml_Scene& scene, Vrml_Ref node, const std::vector<double>& section,
+                        std::size_t i, const Vector& origin, const Axes& a, Vrml_Sweep& sweep) {
+    const std::span<const double> scales = scene.numbers(node, "scale"),
+                                  turns = scene.numbers(node, "orientation");
+    // One value may stand for all points of the spine.
+    const auto row = [i](std::span<const double> values, std::size_t width) {
+        return values.size() < width ? nullptr
+                                     : &values[std::min(i, values.size() / width - 1) * width];
+    };
+    const double* const scale = row(scales, 2);
+    const double* const turn = row(turns, 4);
+    const Vrml_Place place =
+        turn ? Vrml_Place::rotation(turn[0], turn[1], turn[2], turn[3]) : Vrml_Place();
+    for (std::size_t k = 0; k + 1 < section.size(); k += 2) {
+        const Vector flat = {section[k] * (scale ? scale[0] : 1), 0,
+                             section[k + 1] * (scale ? scale[1] : 1)};
+        const Vector v = flat * place;
+        for (const double number : {origin.x + v.x * a.x.x + v.y * a.y.x + v.z * a.z.x,
+                                    origin.y + v.x * a.x.y + v.y * a.y.y + v.z * a.z.y,
+                                    origin.z + v.x * a.x.z + v.y * a.y.z + v.z * a.z.z})
+            sweep.points.push_back(number);
+    }
+}
+
+Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
+                          Vrml_Budget& budget) {
+    Vrml_Sweep sweep;
+    const std::span<const double> given_section = scene.numbers(node, "crossSection"),
+                                  given_spine = scene.numbers(node, "spine");
+    std::vector<double> section(given_section.begin(), given_section.end());
+    if (!scene.find(node, "crossSection")) section = {1, 1, 1, -1, -1, -1, -1, 1, 1, 1};
+    std::vector<Vector> spine = vectors_of(given_spine);
+    if (!scene.find(node, "spine")) spine = {{0, 0, 0}, {0, 1, 0}};
+    const std::size_t corners = section.size() / 2;
+    if (corners < 2 || spine.size() < 2) {
+        report.skip("Extrusion without a spine or a cross-section", node.type());
+        return sweep;
+    }
+    const std::size_t most = 4'000'000; // points; two short lists make a long product
+    if (corners > most / spine.size() || !budget.spend(4 * corners * spine.size(), node.type())) {
+        report.skip("Extrusion that is too large", node.type());
+        return sweep;
+    }
+    const bool is_ring = is_same(spine.front(), spine.back()) && spine.size() > 2;
+    const bool is_tube = section[0] == section[2 * corners - 2] &&
+                         section[1] == section[2 * corners - 1] && corners > 2;
+    const std::vector<Axes> axes = axes_along(spine, is_ring);
+    for (std::size_t i = 0; i < spine.size(); ++i)
+        add_section(scene, node, section, i, spine[i], axes[i], sweep);
+    // Ends that meet are one, so that they are smooth.
+    const auto corner = [&](std::size_t i, std::size_t k) {
+        return i * corners + (is_tube && k + 1 == corners ? 0 : k);
+    };
+    for (std::size_t i = 0; i + 1 < spine.size(); ++i)
+        for (std::size_t k = 0; k + 1 < corners; ++k)
+            add_quad(sweep, corner(i, k), corner(i, k + 1), corner(i + 1, k + 1), corner(i + 1, k));
+    const std::size_t around = is_tube ? corners - 1 : corners;
+    if (!is_ring && !scene.has_word(node, "beginCap", "FALSE")) {
+        for (std::size_t k = around; k-- > 0;) sweep.coord_index.push_back(static_cast<double>(k));
+        sweep.coord_index.push_back(-1);
+    }
+    if (!is_ring && !scene.has_word(node, "endCap", "FALSE")) {
+        for (std::size_t k = 0; k < around; ++k)
+            sweep.coord_index.push_back(static_cast<double>(corner(spine.size() - 1, k)));
+        sweep.coord_index.push_back(-1);
+    }
+    return sweep;
+}

@@ -1,0 +1,90 @@
+#include "tools/Vrml_Writer.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cfloat>
+#include <charconv>
+#include <cmath>
+
+#include "std/Std_Format.h"
+#include "std/Std_Scan.h"
+
+// Most numbers of a file have few decimals: those come from six decimals without the zeros. The others
+// need the search for the shortest text.
+char* vrml_put_number(char* out, double value) {
+    const double most = static_cast<double>(FLT_MAX);
+    const float f = std::isnan(value) ? 0 : static_cast<float>(std::clamp(value, -most, most));
+    *out++ = ' ';
+    const float size = std::fabs(f), many_digits = 1e15f, few_digits = 1e-7f;
+    if (size == 0) {
+        *out = '0';
+        return out + 1;
+    }
+    if (size < many_digits && size >= 1e-6f) {
+        char text[STD_FORMAT_F_MAX + STD_SCAN_MARGIN];
+        char* end = std_format_f(text, f);
+        while (end[-1] == '0') --end;
+        end -= end[-1] == '.';
+        *end = '\0';
+        const char* at = text;
+        float again;
+        if (std_scan_f(&at, &again) && again == f) {
+            const auto length = static_cast<std::size_t>(end - text);
+            std::memcpy(out, text, length);
+            return out + length;
+        }
+    }
+    const bool is_plain = size < many_digits && size >= few_digits;
+    return std::to_chars(out, out + VRML_LONGEST_NUMBER - 1, f,
+                         is_plain ? std::chars_format::fixed : std::chars_format::scientific)
+        .ptr;
+}
+
+static std::string scene_name(std::string_view text) {
+    std::string name(text);
+    for (char& c : name)
+        if (!std::isalnum(static_cast<unsigned char>(c)) && !std::strchr("-_.", c)) c = '_';
+    return name;
+}
+
+Vrml_Writer::Vrml_Writer(std::FILE* out, std::string_view prefix) : out_(out) {
+    // The end of a prefix tells conversions apart.
+    const std::size_t longest = 24;
+    if (prefix.size() > longest) prefix.remove_prefix(prefix.size() - longest);
+    if (!prefix.empty()) tail_.append(1, '.').append(scene_name(prefix));
+}
+
+std::string Vrml_Writer::new_name(std::string_view wish) {
+    const std::size_t longest = 100;
+    const std::string base = scene_name(wish.substr(0, longest - tail_.size()));
+    std::string name = base + tail_;
+    while (!names_.insert(name).second) {
+        name = base;
+        name += '_';
+        name += std::to_string(++name_count_);
+        name += tail_;
+    }
+    return name;
+}
+
+void Vrml_Writer::make_room(std::string_view text) {
+    flush();
+    if (text.size() > sizeof block_)
+        is_good_ &= std::fwrite(text.data(), 1, text.size(), out_) == text.size();
+}
+
+void Vrml_Writer::put_number(double value) {
+    char text[VRML_LONGEST_NUMBER + STD_FORMAT_F_MAX];
+    put(std::string_view(text, static_cast<std::size_t>(vrml_put_number(text, value) - text)));
+}
+
+void Vrml_Writer::put_numbers(std::span<const double> values) {
+    for (const double v : values) put_number(v);
+}
+
+bool Vrml_Writer::flush() {
+    has_written_ |= used_ > 0;
+    is_good_ &= std::fwrite(block_, 1, used_, out_) == used_;
+    used_ = 0;
+    return is_good_ && std::fflush(out_) == 0;
+}
