@@ -23,6 +23,7 @@ std::vector<const Vrml_Node*> Vrml_Parser::parse() {
             scanner_.take();
         }
     }
+    run_ = std::vector<double>();
     return nodes;
 }
 
@@ -126,11 +127,18 @@ void Vrml_Parser::parse_body(Vrml_Node* node, int depth) {
     }
 }
 
+// All lists of a file are in memory at once: they get no room to grow. The token behind them is taken.
+void Vrml_Parser::take_numbers(std::vector<double>* numbers) {
+    run_.clear();
+    scanner_.take_numbers(&run_);
+    numbers->assign(run_.begin(), run_.end());
+    scanner_.take();
+}
+
 void Vrml_Parser::parse_field(std::vector<Vrml_Field>* fields, int depth) {
     Vrml_Field field;
     field.name = token();
-    scanner_.take_numbers(&field.numbers);
-    scanner_.take();
+    take_numbers(&field.numbers);
     if (!field.numbers.empty()) {
         while (scanner_.looks_like_number()) parse_value(&field, depth);
     } else if (token() == "IS") {
@@ -148,11 +156,9 @@ void Vrml_Parser::parse_field(std::vector<Vrml_Field>* fields, int depth) {
 // Most lists are one run of numbers. What else they hold goes token by token.
 void Vrml_Parser::parse_list(Vrml_Field* field, int depth) {
     const std::string_view close = token() == "[" ? "]" : ")";
-    scanner_.take_numbers(&field->numbers);
-    scanner_.take();
+    take_numbers(&field->numbers);
     while (!is_over() && token() != close) parse_value(field, depth);
     if (!is_over()) scanner_.take();
-    field->numbers.shrink_to_fit(); // all lists of a file are in memory at once
 }
 
 void Vrml_Parser::parse_value(Vrml_Field* field, int depth) {

@@ -48,6 +48,7 @@ private:
     const Vrml_Node* parse_node(int depth);
     const Vrml_Node* parse_use();
     void parse_body(Vrml_Node* node, int depth);
+    void take_numbers(std::vector<double>* numbers);
     void parse_field(std::vector<Vrml_Field>* fields, int depth);
     void parse_list(Vrml_Field* field, int depth);
     void parse_value(Vrml_Field* field, int depth);
@@ -69,6 +70,7 @@ private:
     std::unordered_map<std::string_view, const Vrml_Prototype*> prototypes_;
     // What the names stood for before the prototype body that is read declared them.
     std::vector<std::pair<std::string_view, const Vrml_Prototype*>> hidden_;
+    std::vector<double> run_; // of numbers, overwritten by each
     const Vrml_Prototype* first_ = nullptr;
     Vrml_Node nothing_;
 };

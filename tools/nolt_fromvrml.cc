@@ -9,17 +9,23 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "tools/Vrml_Converter.h"
 
 static bool read_input(std::string* text) {
-    const std::size_t most_bytes = 128u << 20;
+    const std::size_t most_bytes = 128u << 20, block = 1 << 16;
+    struct stat status;
+    // The size of a file is known, and then the text needs no room to grow.
+    const bool is_file = fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode) &&
+                         static_cast<std::size_t>(status.st_size) <= most_bytes;
+    text->reserve(is_file ? static_cast<std::size_t>(status.st_size) + block : block);
     std::size_t got;
     do {
-        // Grows by doubling, without a copy of each block.
-        const std::size_t size = text->size(), least = 1 << 16;
-        text->resize(size + (size < least ? least : size));
-        got = std::fread(text->data() + size, 1, text->size() - size, stdin);
+        const std::size_t size = text->size();
+        text->resize(size + block);
+        got = std::fread(text->data() + size, 1, block, stdin);
         text->resize(size + got);
         if (text->size() > most_bytes) {
             std::fprintf(stderr, "nolt_fromvrml: the file is too long\n");

@@ -668,14 +668,29 @@ void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) 
     if (converter_.is_running()) next_line();
 }
 
+// Where a file may take parts from that lie beside it: nowhere, if it came from elsewhere.
+static const char* folder_of(const Std_URL* url) {
+    if (!url->is_valid() || !url->get_host().empty() || url->get_path() == "-") return "";
+    const char* const path = url->get_path();
+    const char* const slash = std::strrchr(path, '/');
+    if (!slash) return ".";
+    const std::size_t length = slash == path ? 1 : static_cast<std::size_t>(slash - path);
+    char* const folder = new (GCAtomic) char[length + 1];
+    std::memcpy(folder, path, length);
+    folder[length] = '\0';
+    return folder;
+}
+
 void WDB_Lex_Context::start_conversion(int document) {
     const char* prefix = vrml_prefix(base_url_->get_name());
     while (*prefix == ' ') ++prefix;
     const char* const quoted_prefix = std_shell_argument(prefix);
-    static const char format[] = "nolt_fromvrml -tmp %s";
-    const std::size_t size = sizeof format + std::strlen(quoted_prefix);
+    const char* const quoted_folder = std_shell_argument(folder_of(url_));
+    static const char format[] = "NOLT_VRML_FOLDER=%s nolt_fromvrml -tmp %s";
+    const std::size_t size =
+        sizeof format + std::strlen(quoted_folder) + std::strlen(quoted_prefix);
     char* const command = new (GCAtomic) char[size];
-    std::snprintf(command, size, format, quoted_prefix);
+    std::snprintf(command, size, format, quoted_folder, quoted_prefix);
     if (std::FILE* const converted = converter_.start(command, document))
         input_ = new (GCAtomic) Input(url_, converted);
     else

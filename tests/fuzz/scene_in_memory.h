@@ -30,11 +30,14 @@ static const char neighbour_text[] = "world w {\n unit 2\n}\nnode p {\n frame t 
                                      "import file {\n frame s 2 2 2\n file \"199\"\n}\n";
 
 static bool is_known(const char* command) {
-    static const char convert[] = "nolt_fromvrml -tmp ";
     for (const char* unpack : {"zcat", "gunzip", "pcat"})
         if (std::strcmp(command, unpack) == 0) return true;
-    if (std::strncmp(command, convert, sizeof convert - 1) != 0) return false;
-    word_of(command + sizeof convert - 1);
+    // NOLT_VRML_FOLDER=... nolt_fromvrml -tmp ...
+    static const char folder[] = "NOLT_VRML_FOLDER=", convert[] = " nolt_fromvrml -tmp ";
+    const char* const name = std::strstr(command, convert);
+    if (std::strncmp(command, folder, sizeof folder - 1) != 0 || !name) return false;
+    word_of(std::string(command + sizeof folder - 1, name).c_str());
+    word_of(name + sizeof convert - 1);
     return true;
 }
 
