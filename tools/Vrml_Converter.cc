@@ -14,6 +14,8 @@ static bool is_one_of(std::string_view type, std::initializer_list<std::string_v
     return std::find(types.begin(), types.end(), type) != types.end();
 }
 
+static const char unfit_levels[] = "LOD levels that are no single shape like the finest";
+
 void Vrml_Converter::convert(const std::vector<const Vrml_Node*>& nodes) {
     Vrml_State state;
     for (const Vrml_Node* node : nodes) visit({node, nullptr}, state, 0);
@@ -85,8 +87,11 @@ void Vrml_Converter::visit_levels(Vrml_Ref n, Vrml_State& state, int depth) {
         level_ = &levels[i];
         is_coarse_ = i > 0;
         visit(children[i], i == 0 ? state : other, depth + 1);
+        if (levels[i].size() == 1) continue;
         // One that is empty makes the shape vanish far away, which a node cannot.
-        if (levels[i].size() != 1) levels.resize(i + 1);
+        const bool is_end = i > 0 && levels[i].empty();
+        if (!is_end) report_.skip(unfit_levels, n.type());
+        levels.resize(i > 0 ? i : 1);
     }
     level_ = nullptr;
     is_coarse_ = false;
@@ -193,8 +198,8 @@ void Vrml_Converter::write_levels(const std::vector<Level>& levels, Vrml_Ref lod
     for (std::size_t i = 1; i < levels.size(); ++i) {
         if (is_node && levels[i].size() == 1 && fits(levels[i])) {
             coarser.push_back(levels[i]);
-        } else if (!levels[i].empty()) {
-            report_.skip("LOD levels that are no single shape like the finest", lod.type());
+        } else {
+            report_.skip(unfit_levels, lod.type());
             break;
         }
     }
@@ -233,8 +238,7 @@ void Vrml_Converter::write_node(const Found& finest, const std::vector<Level>& c
         const bool fits = !other.list.empty() && other.frame == shape.frame &&
                           place.is_within_single_precision(other.extent);
         if (!fits) {
-            report_.skip("LOD levels that are no single shape like the finest",
-                         level[0].node.type());
+            report_.skip(unfit_levels, level[0].node.type());
             break;
         }
         lists += " " + other.list;

@@ -53,8 +53,13 @@ bool Vrml_Scanner::ends_word(char c) const {
 
 void Vrml_Scanner::take_word() {
     const std::size_t start = at_;
-    while (at_ < text_.size() && !ends_word(text_[at_])) ++at_;
+    while (at_ < text_.size() && (!ends_word(text_[at_]) || is_broken_number(start))) ++at_;
     token_ = std::string_view(text_).substr(start, at_ - start);
+}
+
+// Some writers have numbers such as -1.#IND, whose sign is no comment.
+bool Vrml_Scanner::is_broken_number(std::size_t start) const {
+    return text_[at_] == '#' && at_ > start && text_[at_ - 1] == '.';
 }
 
 void Vrml_Scanner::take() {
@@ -168,7 +173,7 @@ void Vrml_Scanner::take_numbers(std::vector<double>* numbers) {
         }
         double value;
         const char* const end = scan_number(text + at_, &value);
-        if (end == text + at_ || !ends_word(*end)) return;
+        if (end == text + at_ || !ends_word(*end) || (*end == '#' && end[-1] == '.')) return;
         numbers->push_back(value);
         at_ = static_cast<std::size_t>(end - text);
     }

@@ -43,6 +43,7 @@ private:
     void skip_blanks();
     bool ends_word(char c) const;
     void take_word();
+    bool is_broken_number(std::size_t start) const;
 
     const std::string& text_;
     const bool is_vrml1_;

@@ -1,5 +1,6 @@
 // VRML files through the reader: with the converter on the PATH, one that fails, and none.
 #include <cmath>
+#include <regex>
 
 #include "std/Std_Common.h"
 #include "tests/wdb/scene_support.h"
@@ -25,6 +26,10 @@ protected:
         put_file("bin/nolt_fromvrml", "#!/bin/sh\n" + commands);
         std::filesystem::permissions("bin/nolt_fromvrml", std::filesystem::perms::owner_all);
     }
+    // The names without the tails that tell conversions apart.
+    std::string names() const {
+        return std::regex_replace(nodes(), std::regex("\\.[a-z]+_vrml_[0-9]+"), "");
+    }
     // All names; the triangles of the first shape and its box.
     std::string first_shape() {
         const std::string all = nodes();
@@ -34,14 +39,18 @@ protected:
             const auto thousands = [](float f) { return std::lround(f * 1000); };
             return str_format(" %ld %ld %ld", thousands(p.x), thousands(p.y), thousands(p.z));
         };
-        return all + str_format("\n%d", triangles(n->get_name())->count()) + shown(box.min) +
+        return names() + str_format("\n%d", triangles(n->get_name())->count()) + shown(box.min) +
                shown(box.max) + "\n";
     }
     std::string said;
 };
 
 static std::string vrml1(const std::string& text) {
-    return "#VRML V1.0 ascii\n" + text;
+    return std::string("#VRML V1.0 ascii\n").append(text);
+}
+
+static std::string vrml97(const std::string& text) {
+    return std::string("#VRML V2.0 utf8\n").append(text);
 }
 
 TEST_F(From_VRML, blocks_of_the_file) {
@@ -59,34 +68,114 @@ TEST_F(From_VRML, blocks_of_the_file) {
     });
 }
 
-// Normals look outwards, whatever the shape is made of.
+// So do their normals, whatever the shape is made of.
 TEST_F(From_VRML, triangles_look_outwards) {
-    for (const char* text : {"Cube {}", "Sphere {}"}) {
-        put_file("t", vrml1(text));
-        load_quietly("t");
+    const std::string spine = " creaseAngle 2 spine [ 0 -1 0, 0 1 0 ] ";
+    const std::string shapes[] = {
+        "Box {}",
+        "Sphere {}",
+        "Cylinder {}",
+        "Cone {}",
+        "Extrusion {" + spine + "}",
+        "Extrusion {" + spine + "ccw FALSE crossSection [ 1 1, -1 1, -1 -1, 1 -1, 1 1 ] }",
+        "Extrusion { spine [ -1 0 0, 1 0 0 ] }",
+        "Extrusion { spine [ 0 1 0, 0 -1 0 ] orientation [ 0 1 0 0, 0 1 0 1 ] }"};
+    for (const std::string& shape : shapes) {
+        put_file("t", vrml97(std::string("Shape { geometry ").append(shape) + " }"));
+        ASSERT_EQ(std::system("nolt_fromvrml < t > out"), 0);
+        ASSERT_TRUE(load("out"));
         const WDB_Tri_List& list = *triangles("shape");
+        double volume = 0;
         for (int i = 0; i < list.count(); ++i) {
             const WDB_Triangle& t = list[i];
-            EXPECT_GT(dot(cross(t.p1 - t.p0, t.p2 - t.p0), toVector(t.p0)), 0) << text << i;
-            EXPECT_GT(dot(t.n1, toVector(t.p1)), 0) << text << i;
+            const Vector face = cross(t.p1 - t.p0, t.p2 - t.p0);
+            EXPECT_GT(dot(face, toVector(t.p0)), 0) << shape << i;
+            for (const Vector& n : {t.n0, t.n1, t.n2}) EXPECT_GT(dot(n, face), 0) << shape << i;
+            volume += static_cast<double>(dot(face, toVector(t.p0))) / 6;
         }
+        EXPECT_GT(volume, 0.9) << shape; // closed, with a unit box at least inside
     }
 }
 
 TEST_F(From_VRML, what_costs_too_much_ends) {
-    std::string laughs = "DEF a0 Group { Sphere {} }\n", braces;
+    // Each thing names the one before ten times.
+    std::string uses = "DEF a0 Shape { geometry Sphere {} }\n",
+                prototypes = "PROTO a0 [] { Shape { geometry Sphere {} } }\n";
     for (int i = 1; i < 60; ++i) {
-        laughs += "DEF a" + std::to_string(i) + " Group { ";
-        for (int k = 0; k < 10; ++k) laughs += "USE a" + std::to_string(i - 1) + " ";
-        laughs += "}\n";
+        const std::string name = str_format(" a%d ", i), before = str_format(" a%d ", i - 1);
+        uses.append("DEF").append(name).append("Group {");
+        prototypes.append("PROTO").append(name).append("[] { Group {");
+        for (int k = 0; k < 10; ++k) {
+            uses.append(" USE").append(before);
+            prototypes.append(before).append("{}");
+        }
+        uses += "}\n";
+        prototypes += "} }\n";
     }
+    std::string braces, numbers, ears;
     for (int i = 0; i < 1000000; ++i) braces += "Group{";
-    const std::string bombs[] = {vrml1(laughs), vrml1(braces), vrml1("A { b [ " + braces)};
+    for (int i = 0; i < 100000; ++i) numbers += "1 0 0 ";
+    for (int i = 0; i < 30000; ++i) // a comb
+        ears += std::to_string(i) + (i % 2 ? " 9 0 " : " 1 0 ");
+    std::string index = "30000 30001 ";
+    for (int i = 29999; i >= 0; --i) index += std::to_string(i) + " ";
+    const std::string bombs[] = {
+        vrml97(uses),
+        vrml97(prototypes + "a59 {}"),
+        vrml1(braces),
+        vrml1("A { b [ " + braces),
+        vrml97("Shape { geometry Extrusion { spine [ " + numbers + "] crossSection [ " + numbers +
+               "] } }"),
+        vrml97("Shape { geometry IndexedFaceSet { convex FALSE coord Coordinate { point [ " + ears +
+               "30000 0 0 0 0 0 ] } coordIndex [ " + index + "] } }")};
     for (const std::string& bomb : bombs) {
         put_file("t", bomb);
-        ASSERT_EQ(std::system("nolt_fromvrml < t 2> err | wc -c > size"), 0);
-        EXPECT_NE(file("err"), "");
+        ASSERT_EQ(std::system("ulimit -t 60; nolt_fromvrml < t > out 2> err; "
+                              "[ $? -lt 2 ] && wc -c < out > size"),
+                  0)
+            << bomb.substr(0, 50);
+        EXPECT_NE(file("err") + file("out"), "");
         EXPECT_LT(std::stol(file("size")), 50000000);
+    }
+}
+
+TEST_F(From_VRML, files_that_belong_together) {
+    std::filesystem::create_directory("sub");
+    put_file("sub/lib.wrl", vrml97("PROTO Ball [] { Box {} } PROTO Box1 [ field SFVec3f s 1 1 1 ] "
+                                   "{ Shape { geometry Box { size IS s } } }"));
+    put_file("sub/a.wrl",
+             vrml97("EXTERNPROTO Block [ field SFVec3f s ] [ \"no.wrl\" \"lib.wrl#Box1\" ]\n"
+                    "DEF x Block { s 2 2 2 } Transform { translation 5 0 0 children "
+                    "Inline { url \"b.wrl\" } }"));
+    put_file("sub/b.wrl", vrml97("DEF x Shape { geometry Box {} }"));
+    load_quietly("sub/a.wrl");
+    EXPECT_EQ(names(), "x:material,-,box x:material,-,box ") << errors();
+    EXPECT_EQ(said, "");
+    load_text("import file {\n frame t 0 9 0\n file \"sub/b.wrl\"\n file \"sub/b.wrl\"\n}");
+    EXPECT_EQ(names(), "x:material,-,box x:material,-,box ") << errors();
+    // Text that came from elsewhere takes nothing from here.
+    std::filesystem::current_path("sub");
+    ASSERT_EQ(std::system("nolt_fromvrml -tmp x < a.wrl > out 2> err"), 0);
+    EXPECT_NE(file("err").find("skipped 1: EXTERNPROTO Block, line 2\n"), std::string::npos);
+    ASSERT_EQ(std::system("nolt_fromvrml < a.wrl > out 2> err"), 0);
+    EXPECT_EQ(file("err"), "");
+}
+
+TEST_F(From_VRML, status_and_lines) {
+    const struct {
+        std::string text, said;
+        int status;
+    } rows[] = {
+        {"#VRML V2.0 utf8\n", "", 0},
+        {"#VRML V3.0 utf8\n", "nolt_fromvrml: neither VRML 1.0 nor VRML97\n", 1},
+        {vrml97("] 7"), "nolt_fromvrml: skipped 2: text that is no node, first in line 2\n", 1},
+        {"#VRML V2.0 utf8\r# a comment\rFog {}\rSound {}\r",
+         "nolt_fromvrml: skipped 1: Fog, line 3\nnolt_fromvrml: skipped 1: Sound, line 4\n", 0},
+        {"#VRML V2.0 utf8\r\n\r\nFog {}\r\n", "nolt_fromvrml: skipped 1: Fog, line 3\n", 0}};
+    for (const auto& row : rows) {
+        put_file("t", row.text);
+        EXPECT_EQ(std::system("nolt_fromvrml < t > out 2> err"), row.status << 8) << row.text;
+        EXPECT_EQ(file("err"), row.said);
     }
 }
 
