@@ -10,7 +10,11 @@ class Vrml_Report;
 
 class Vrml_Budget {
 public:
-    explicit Vrml_Budget(Vrml_Report& report) : report_(report) {}
+    // Nodes, fields and indices looked at; the standard number takes a few seconds.
+    static constexpr std::size_t MOST_WORK = 60'000'000;
+
+    explicit Vrml_Budget(Vrml_Report& report, std::size_t most_work = MOST_WORK)
+        : report_(report), work_left_(most_work) {}
 
     // False once the conversion has cost enough, which is told once with a place in the text. Then
     // it stays false for all that costs anything.
@@ -28,7 +32,7 @@ private:
 
     Vrml_Report& report_;
     bool is_spent_ = false;
-    std::size_t work_left_ = 60'000'000; // nodes, fields and indices looked at: a few seconds
+    std::size_t work_left_;
     std::size_t objects_left_ = 4'000'000;
     std::size_t instances_left_ = 500'000;
     std::size_t shapes_left_ = 200'000;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/Vrml_Budget.h"
 #include "tools/Vrml_Files.h"
 #include "tools/Vrml_Parser.h"
 #include "tools/Vrml_Report.h"
@@ -336,7 +335,7 @@ bool vrml_convert(const std::string& text, const Vrml_Options& options, std::FIL
                   std::FILE* told) {
     const int version = vrml_version(text);
     Vrml_Report report;
-    Vrml_Budget budget(report);
+    Vrml_Budget budget(report, options.most_work);
     if (version == 0 || !budget.take_bytes(text.size())) {
         report.fail(version == 0 ? "neither VRML 1.0 nor VRML97" : "the file is too long", {});
         report.show(told);

@@ -9,17 +9,18 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/Vrml_Budget.h"
 #include "tools/Vrml_Looks.h"
 #include "tools/Vrml_Shapes.h"
 #include "tools/Vrml_State.h"
 
-class Vrml_Budget;
 class Vrml_Report;
 class Vrml_Writer;
 
 struct Vrml_Options {
     std::string prefix; // its end goes into all names; may be empty
     std::string folder; // of the files that prototypes are taken from; none are, if it is empty
+    std::size_t most_work = Vrml_Budget::MOST_WORK;
 };
 
 // Writes to `out` what arrives, and tells on `told` what does not.

@@ -130,7 +130,9 @@ void Vrml_Normals::smooth_point(std::span<const std::uint32_t> around, float lea
         const double length = mag(sum);
         const double least = 1e-6; // faces back to back leave nothing
         if (is_flat || !(length > least)) continue;
-        for (double& s : sum) s /= length;
+        // Six decimals, as scenes have when they are saved: more would cost time and show nowhere.
+        const double million = 1e6;
+        for (double& s : sum) s = std::nearbyint(s / length * million) / million;
         std::size_t row = first_row;
         while (3 * row < values_.size() && !std::equal(sum, sum + 3, &values_[3 * row])) ++row;
         if (3 * row == values_.size()) values_.insert(values_.end(), sum, sum + 3);

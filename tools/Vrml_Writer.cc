@@ -1,13 +1,24 @@
 #include "tools/Vrml_Writer.h"
 
 #include <algorithm>
+#include <bit>
 #include <cctype>
 #include <cfloat>
 #include <charconv>
 #include <cmath>
+#include <cstdint>
 
 #include "std/Std_Format.h"
-#include "std/Std_Scan.h"
+
+// Whether the nearest number with six decimals reads back as `f`. The product is exact, having 44 bits.
+static bool has_six_decimals(float f) {
+    const double million = 1e6;
+    const double nearest = std::nearbyint(static_cast<double>(f) * million) / million;
+    // Half way between two floats nobody knows which one the decimals are nearer to.
+    const std::uint64_t below_float = (std::uint64_t(1) << 29) - 1, half = std::uint64_t(1) << 28;
+    return static_cast<float>(nearest) == f &&
+           (std::bit_cast<std::uint64_t>(nearest) & below_float) != half;
+}
 
 // Most numbers of a file have few decimals: those come from six decimals without the zeros. The others
 // need the search for the shortest text.
@@ -20,19 +31,14 @@ char* vrml_put_number(char* out, double value) {
         *out = '0';
         return out + 1;
     }
-    if (size < many_digits && size >= 1e-6f) {
-        char text[STD_FORMAT_F_MAX + STD_SCAN_MARGIN];
+    if (size < many_digits && has_six_decimals(f)) {
+        char text[STD_FORMAT_F_MAX];
         char* end = std_format_f(text, f);
         while (end[-1] == '0') --end;
         end -= end[-1] == '.';
-        *end = '\0';
-        const char* at = text;
-        float again;
-        if (std_scan_f(&at, &again) && again == f) {
-            const auto length = static_cast<std::size_t>(end - text);
-            std::memcpy(out, text, length);
-            return out + length;
-        }
+        const auto length = static_cast<std::size_t>(end - text);
+        std::memcpy(out, text, length);
+        return out + length;
     }
     const bool is_plain = size < many_digits && size >= few_digits;
     return std::to_chars(out, out + VRML_LONGEST_NUMBER - 1, f,
