@@ -31,19 +31,21 @@ void Vrml_Faces::find_faces() {
     const std::span<const double> index = set_.coord_index;
     const auto count = static_cast<double>(set_.points.size() / 3);
     std::uint32_t number = 0, corner = 0;
+    int bad = 0;
     std::size_t end;
     for (std::size_t begin = 0; begin < index.size(); begin = end + 1, ++number) {
         bool is_valid = true;
         for (end = begin; end < index.size() && index[end] >= 0; ++end)
             is_valid &= index[end] < count;
         if (end - begin < 3 || !is_valid) {
-            report_.skip("face with wrong indices", where_);
+            ++bad;
         } else {
             faces_.push_back({static_cast<std::uint32_t>(begin), static_cast<std::uint32_t>(end),
                               number, corner});
         }
         corner += static_cast<std::uint32_t>(end - begin);
     }
+    if (bad > 0) report_.skip("face with wrong indices", where_, bad);
 }
 
 bool Vrml_Faces::are_points_good() {
@@ -64,10 +66,11 @@ bool Vrml_Faces::are_points_good() {
 // The reader takes normals of a length near 1 as they are, and others as they are if they are longer.
 void Vrml_Faces::straighten_normals() {
     const std::span<const double> given = set_.normals.values;
-    // Many shapes may share their normals and colours, all of which are looked at for each.
+    // Many shapes may share what varies over them, all of which is looked at for each.
     const std::size_t much = 16;
-    if (!budget_.spend((given.size() + set_.colors.values.size()) / much, where_) ||
-        set_.normals.binding == Vrml_Attribute::NONE)
+    const std::size_t shared =
+        given.size() + set_.colors.values.size() + set_.texture_points.values.size();
+    if (!budget_.spend(shared / much, where_) || set_.normals.binding == Vrml_Attribute::NONE)
         return;
     straight_normals_.assign(given.begin(), given.end() - given.size() % 3);
     const double least = 1e-6, slack = 0.01;
@@ -85,6 +88,10 @@ std::string Vrml_Faces::write(Vrml_Writer& out, std::string_view wish) {
     wish_ = wish;
     for (const Vrml_Face& face : faces_) write_face(out, face);
     if (!name_.empty()) out.put("}\n");
+    if (empty_faces_ > 0) report_.skip("face without area", where_, empty_faces_);
+    if (bad_colors_ > 0) report_.skip("colours with wrong indices", where_, bad_colors_);
+    if (bad_texture_points_ > 0)
+        report_.skip("texture points with wrong indices", where_, bad_texture_points_);
     return name_;
 }
 
@@ -102,7 +109,7 @@ void Vrml_Faces::write_face(Vrml_Writer& out, const Vrml_Face& face) {
         if (set_.is_clockwise) std::swap(corners[1], corners[2]);
         is_empty &= !write_triangle(out, face, corners);
     }
-    if (is_empty && !budget_.is_spent()) report_.skip("face without area", where_);
+    empty_faces_ += is_empty && !budget_.is_spent();
 }
 
 namespace {
@@ -193,9 +200,7 @@ void Vrml_Faces::write_rows(Vrml_Writer& out, std::string_view letter,
     for (std::size_t i = 0; i < 3; ++i) {
         row[i] = attribute.row(face.number, corners[i].place, corners[i].number);
         if (row[i] != Vrml_Attribute::NO_ROW) continue;
-        report_.skip(letter == " c" ? "colours with wrong indices"
-                                    : "texture points with wrong indices",
-                     where_);
+        ++(letter == " c" ? bad_colors_ : bad_texture_points_);
         return;
     }
     out.put(letter);

@@ -70,7 +70,8 @@ private:
     std::vector<double> straight_normals_;
     Vrml_Rows& points_;
     Vrml_Rows normals_, colors_, texture_points_;
-    std::vector<Vrml_Cutter::Point> corners_; // of the face that is cut
+    std::vector<Vrml_Cutter::Point> corners_;                       // of the face that is cut
+    int empty_faces_ = 0, bad_colors_ = 0, bad_texture_points_ = 0; // to be told
     std::string_view wish_;
     std::string name_; // once the list is begun
 };

@@ -32,12 +32,13 @@ bool Vrml_Lines::is_point(std::size_t place) const {
 std::string Vrml_Lines::write(Vrml_Writer& out, std::string_view wish) {
     std::string name;
     std::size_t line = 0, corner = 0;
+    int bad = 0;
     for (std::size_t i = 0; i < set_.coord_index.size(); ++i) {
         if (!(set_.coord_index[i] >= 0)) {
             ++line;
             continue;
         }
-        if (!is_point(i)) report_.skip("line with wrong indices", where_);
+        bad += !is_point(i);
         if (is_point(i) && is_point(i + 1)) {
             if (!budget_.take_triangle(where_)) break;
             if (name.empty()) {
@@ -49,6 +50,7 @@ std::string Vrml_Lines::write(Vrml_Writer& out, std::string_view wish) {
         ++corner;
     }
     if (!name.empty()) out.put("}\n");
+    if (bad > 0) report_.skip("line with wrong indices", where_, bad);
     return name;
 }
 

@@ -174,9 +174,11 @@ void Vrml_Parser::parse_value(Vrml_Field* field, int depth) {
     } else if (scanner_.looks_like_number()) {
         field->numbers.push_back(not_a_number); // the numbers behind it keep their places
         scanner_.take();
-    } else {
+    } else if (budget_.take_object(token())) {
         field->words.push_back(token());
         scanner_.take();
+    } else {
+        scanner_.end();
     }
 }
 

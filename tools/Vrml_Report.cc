@@ -16,14 +16,15 @@ void Vrml_Report::add_text(std::string_view text, const std::string& name) {
     texts_.push_back({text, shown(name)});
 }
 
-void Vrml_Report::skip(std::string_view what, std::string_view where) {
+void Vrml_Report::skip(std::string_view what, std::string_view where, int count) {
     const std::size_t most_kinds = 60;
     const std::string text = shown(what);
     auto at = kinds_.find(text);
     if (at == kinds_.end())
         at = kinds_.try_emplace(kinds_.size() < most_kinds ? text : "other things").first;
     Kind& kind = at->second;
-    if (kind.count++ == 0) kind.first = where.data();
+    if (kind.count == 0) kind.first = where.data();
+    kind.count += count;
 }
 
 void Vrml_Report::fail(std::string_view reason, std::string_view where) {
@@ -31,32 +32,40 @@ void Vrml_Report::fail(std::string_view reason, std::string_view where) {
     if (kind.count++ == 0) kind.first = where.data();
 }
 
-// Counted when it is shown only: most places are never asked for. Lines end with CR LF, LF or CR.
-std::string Vrml_Report::line_of(const char* where) const {
-    const std::less<const char*> before;
+// The lines of all places that are to be shown, in one sweep over the texts. Lines end with CR LF, LF or
+// CR.
+Vrml_Report::Lines Vrml_Report::find_lines() const {
+    Lines lines;
+    for (const auto* kinds : {&failures_, &kinds_})
+        for (const auto& [what, kind] : *kinds)
+            if (kind.first) lines[kind.first];
     for (const Text& t : texts_) {
-        const char* const end = t.text.data() + t.text.size();
-        if (!where || before(where, t.text.data()) || before(end, where)) continue;
-        int line = 1;
-        for (const char* p = t.text.data(); p < where; ++p)
-            line += *p == '\n' || (*p == '\r' && p + 1 < end && p[1] != '\n');
-        return "line " + std::to_string(line) + (t.name.empty() ? "" : " of " + t.name);
+        const char *p = t.text.data(), *const end = p + t.text.size();
+        int number = 1;
+        for (auto at = lines.lower_bound(p); at != lines.end() && at->first <= end; ++at) {
+            for (; p < at->first; ++p)
+                number += *p == '\n' || (*p == '\r' && p + 1 < end && p[1] != '\n');
+            at->second = "line ";
+            at->second += std::to_string(number) + (t.name.empty() ? "" : " of ") + t.name;
+        }
     }
-    return "";
+    return lines;
 }
 
 void Vrml_Report::show(std::FILE* out) const {
+    const Lines lines = find_lines();
+    const auto line_of = [&](const Kind& kind) {
+        const auto at = lines.find(kind.first);
+        return at == lines.end() ? "" : at->second.c_str();
+    };
     for (const auto& [reason, kind] : failures_) {
-        const std::string line = line_of(kind.first);
-        std::fprintf(out, "nolt_fromvrml: %s%s%s\n", line.c_str(), line.empty() ? "" : ": ",
-                     reason.c_str());
+        const char* const line = line_of(kind);
+        std::fprintf(out, "nolt_fromvrml: %s%s%s\n", line, *line ? ": " : "", reason.c_str());
     }
     for (const auto& [what, kind] : kinds_) {
-        const std::string line = line_of(kind.first);
+        const char* const line = line_of(kind);
+        const char* const first = kind.count > 1 ? ", first in " : ", ";
         std::fprintf(out, "nolt_fromvrml: skipped %d: %s%s%s\n", kind.count, what.c_str(),
-                     line.empty()     ? ""
-                     : kind.count > 1 ? ", first in "
-                                      : ", ",
-                     line.c_str());
+                     *line ? first : "", line);
     }
 }

@@ -18,8 +18,8 @@ public:
     // Lifetime: the text must outlive the report.
     void add_text(std::string_view text, const std::string& name);
 
-    // Counts one more of a kind. `where` lies in one of the texts, or nowhere.
-    void skip(std::string_view what, std::string_view where);
+    // Counts so many more of a kind. `where` lies in one of the texts, or nowhere.
+    void skip(std::string_view what, std::string_view where, int count = 1);
     // Something that ends the reading of a text or the conversion; told once each.
     void fail(std::string_view reason, std::string_view where);
 
@@ -38,7 +38,8 @@ private:
         int count = 0;
         const char* first = nullptr;
     };
-    std::string line_of(const char* where) const;
+    using Lines = std::map<const char*, std::string>;
+    Lines find_lines() const;
 
     std::vector<Text> texts_;
     std::map<std::string, Kind, std::less<>> kinds_, failures_;

@@ -55,9 +55,14 @@ std::span<const double> Vrml_Scene::numbers(Vrml_Ref ref, std::string_view field
 }
 
 bool Vrml_Scene::has_word(Vrml_Ref ref, std::string_view field, std::string_view word) {
+    // Bits of a mask are few; a list of a million words is none.
+    const std::size_t most_bits = 8;
     const Vrml_Value v = find(ref, field);
-    return v &&
-           std::find(v.field->words.begin(), v.field->words.end(), word) != v.field->words.end();
+    if (!v) return false;
+    const auto begin = v.field->words.begin();
+    const auto end =
+        begin + static_cast<std::ptrdiff_t>(std::min(v.field->words.size(), most_bits));
+    return std::find(begin, end, word) != end;
 }
 
 std::string_view Vrml_Scene::word(Vrml_Ref ref, std::string_view field) {

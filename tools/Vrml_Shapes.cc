@@ -227,6 +227,9 @@ void Vrml_Shapes::spread_texture(const Vrml_Face_Set& set) {
 
 Vrml_Rows& Vrml_Shapes::rows_of(std::span<const double> points) {
     if (points.data() != points_of_rows_.data() || points.size() != points_of_rows_.size()) {
+        // Shapes that take turns with two long lists of points would cost the lists each time.
+        const std::size_t much = 16;
+        if (!budget_.spend(points.size() / much, {})) points = {};
         rows_ = Vrml_Rows(points, 3);
         points_of_rows_ = points;
     }

@@ -135,10 +135,9 @@ static std::vector<Axes> axes_along(const std::vector<Vector>& spine, bool is_cl
 }
 
 // The cross-section as it lies at one point of the spine.
-static void add_section(Vrml_Scene& scene, Vrml_Ref node, const std::vector<double>& section,
-                        std::size_t i, const Vector& origin, const Axes& a, Vrml_Sweep& sweep) {
-    const std::span<const double> scales = scene.numbers(node, "scale"),
-                                  turns = scene.numbers(node, "orientation");
+static void add_section(std::span<const double> section, std::span<const double> scales,
+                        std::span<const double> turns, std::size_t i, const Vector& origin,
+                        const Axes& a, Vrml_Sweep& sweep) {
     // One value may stand for all points of the spine.
     const auto row = [i](std::span<const double> values, std::size_t width) {
         return values.size() < width ? nullptr
@@ -163,7 +162,9 @@ Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
                           Vrml_Budget& budget) {
     Vrml_Sweep sweep;
     const std::span<const double> given_section = scene.numbers(node, "crossSection"),
-                                  given_spine = scene.numbers(node, "spine");
+                                  given_spine = scene.numbers(node, "spine"),
+                                  scales = scene.numbers(node, "scale"),
+                                  turns = scene.numbers(node, "orientation");
     std::vector<double> section(given_section.begin(), given_section.end());
     if (!scene.find(node, "crossSection")) section = {1, 1, 1, -1, -1, -1, -1, 1, 1, 1};
     std::vector<Vector> spine = vectors_of(given_spine);
@@ -183,7 +184,7 @@ Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
                          section[1] == section[2 * corners - 1] && corners > 2;
     const std::vector<Axes> axes = axes_along(spine, is_ring);
     for (std::size_t i = 0; i < spine.size(); ++i)
-        add_section(scene, node, section, i, spine[i], axes[i], sweep);
+        add_section(section, scales, turns, i, spine[i], axes[i], sweep);
     // Ends that meet are one, so that they are smooth.
     const auto corner = [&](std::size_t i, std::size_t k) {
         return i * corners + (is_tube && k + 1 == corners ? 0 : k);

@@ -14,6 +14,8 @@ int vrml_version(std::string_view text) {
 }
 
 std::string vrml_string(std::string_view token) {
+    const std::size_t longest = 1000; // beyond all that a scene can hold
+    token = token.substr(0, longest);
     if (token.empty() || token[0] != '"') return std::string(token);
     std::string plain;
     for (std::size_t i = 1; i < token.size(); ++i) {
