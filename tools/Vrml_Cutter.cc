@@ -95,24 +95,26 @@ void Vrml_Cutter::cut_off(std::uint32_t corner) {
 }
 
 void Vrml_Cutter::cut_ears(std::string_view where) {
+    // A face of ten thousand corners is cut properly; one of many more must not cost the rest of the file.
+    std::size_t work_left = 10'000'000;
+    const std::size_t corners_for_work = 16; // one costs far less here than a node elsewhere
     std::uint32_t corner = 0, tried = 0;
     bool is_crossing = false, is_paid = true;
     while (left_ > 3) {
-        // A corner costs far less here than a node elsewhere.
-        is_paid = is_paid && budget_.spend(1 + left_ / 16, where);
-        const bool is_stuck = tried >= left_;
-        // Nothing but crossing or straight sides is left: straight corners cost no area.
-        if (!is_paid || is_ear(corner) || (is_stuck && turn(corner) == 0) || tried >= 2 * left_) {
-            is_crossing |= tried >= 2 * left_;
-            const std::uint32_t behind = next_[corner];
-            cut_off(corner);
-            corner = next_[behind]; // not the neighbour: that would make slivers
-            tried = 0;
-        } else {
-            corner = next_[corner];
-            ++tried;
-        }
+        const std::size_t work = 1 + left_ / corners_for_work;
+        is_paid = is_paid && work <= work_left && budget_.spend(work, where);
+        work_left -= is_paid ? work : 0;
+        // Where nothing but crossing or straight sides is left, straight corners cost no area.
+        const bool is_stuck = tried >= left_, is_hopeless = tried >= 2 * left_;
+        const bool is_cut =
+            !is_paid || is_ear(corner) || is_hopeless || (is_stuck && turn(corner) == 0);
+        is_crossing |= is_hopeless;
+        const std::uint32_t behind = next_[corner];
+        if (is_cut) cut_off(corner);
+        corner = is_cut ? next_[behind] : behind; // not the neighbour: that would make slivers
+        tried = is_cut ? 0 : tried + 1;
     }
     triangles_.push_back({previous_[corner], corner, next_[corner]});
     if (is_crossing) report_.skip("the right area of a face whose sides cross", where);
+    if (!is_paid) report_.skip("the right area of a face of too many corners", where);
 }
