@@ -139,7 +139,8 @@ Vrml_Attribute Vrml_Shapes::attribute1(Vrml_Ref node, std::string_view binding,
                                        std::span<const double> coord_index) {
     Vrml_Attribute a;
     a.values = values;
-    if (binding == "PER_FACE" || binding == "PER_FACE_INDEXED")
+    // The parts of a face set are its faces.
+    if (binding.starts_with("PER_FACE") || binding.starts_with("PER_PART"))
         a.binding = Vrml_Attribute::PER_FACE;
     if (binding == "PER_VERTEX" || binding == "PER_VERTEX_INDEXED")
         a.binding = Vrml_Attribute::PER_CORNER;
@@ -157,9 +158,10 @@ Vrml_Attribute Vrml_Shapes::attribute1(Vrml_Ref node, std::string_view binding,
 
 void Vrml_Shapes::set_attributes1(Vrml_Ref node, const Vrml_State& state, Vrml_Face_Set* set) {
     const std::string_view colors = scene_.word(state.material_binding, "value");
-    if (!colors.empty() && colors != "OVERALL" && colors != "DEFAULT")
-        set->colors = attribute1(node, colors, "materialIndex",
-                                 scene_.numbers(state.material, "diffuseColor"), set->coord_index);
+    const std::span<const double> diffuse = scene_.numbers(state.material, "diffuseColor");
+    // A single colour is the material's.
+    if (diffuse.size() > 3 && colors.starts_with("PER_"))
+        set->colors = attribute1(node, colors, "materialIndex", diffuse, set->coord_index);
     const std::span<const double> normals = scene_.numbers(state.normals, "vector");
     std::string_view binding = scene_.word(state.normal_binding, "value");
     if (binding.empty() || binding == "DEFAULT") binding = "PER_VERTEX_INDEXED";
