@@ -1,6 +1,5 @@
 // VRML files through the reader: with the converter on the PATH, one that fails, and none.
 #include <cmath>
-#include <regex>
 
 #include "std/Std_Common.h"
 #include "tests/wdb/scene_support.h"
@@ -28,7 +27,12 @@ protected:
     }
     // The names without the tails that tell conversions apart.
     std::string names() const {
-        return std::regex_replace(nodes(), std::regex("\\.[a-z]+_vrml_[0-9]+"), "");
+        std::string text = nodes();
+        for (std::size_t at; (at = text.find("_vrml_")) != std::string::npos;) {
+            const std::size_t begin = text.rfind('.', at);
+            text.erase(begin, text.find_first_of(":, ", at) - begin);
+        }
+        return text;
     }
     // All names; the triangles of the first shape and its box.
     std::string first_shape() {
