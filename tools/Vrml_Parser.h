@@ -33,6 +33,8 @@ public:
     // The nodes outside of others and of prototypes. Once.
     std::vector<const Vrml_Node*> parse();
 
+    // Whether there was a node or a prototype.
+    bool has_read() const { return !nodes_.empty() || !prototypes_.empty(); }
     // The prototype of that name, the first one if the name is empty; or null.
     // Requires: parse was called.
     const Vrml_Prototype* prototype(std::string_view name) const;
