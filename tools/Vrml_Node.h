@@ -5,7 +5,6 @@
 #ifndef TOOLS_VRML_NODE_H
 #define TOOLS_VRML_NODE_H
 
-#include <cmath>
 #include <string_view>
 #include <vector>
 

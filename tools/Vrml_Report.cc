@@ -1,7 +1,6 @@
 #include "tools/Vrml_Report.h"
 
 #include <cctype>
-#include <functional>
 
 // A terminal may show them.
 static std::string shown(std::string_view what) {
