@@ -51,24 +51,26 @@ int Vrml_Shapes::parts_of(Vrml_Ref node) {
 }
 
 Vrml_Shapes::Shape Vrml_Shapes::solid(Vrml_Ref node, const Vrml_State& state) {
-    if (state.texture) report_.skip("texture points of a " + std::string(node.type()), node.type());
+    const bool is_textured = static_cast<bool>(state.texture);
+    if (is_textured && state.texture_transform)
+        report_.skip("texture transform of a solid", node.type());
     const auto size = [&](const char* field, std::size_t i) {
         return scene_.number(node, field, i, 2);
     };
     if (node.type() == "Box")
-        return {solids_.box(),
+        return {solids_.box(is_textured),
                 Vrml_Place::scaling(size("size", 0), size("size", 1), size("size", 2))};
     if (node.type() == "Cube")
-        return {solids_.box(),
+        return {solids_.box(is_textured),
                 Vrml_Place::scaling(size("width", 0), size("height", 0), size("depth", 0))};
     if (node.type() == "Sphere") {
         const double r = scene_.number(node, "radius", 0, 1);
-        return {solids_.sphere(), Vrml_Place::scaling(r, r, r)};
+        return {solids_.sphere(is_textured), Vrml_Place::scaling(r, r, r)};
     }
-    return round_solid(node);
+    return round_solid(node, is_textured);
 }
 
-Vrml_Shapes::Shape Vrml_Shapes::round_solid(Vrml_Ref node) {
+Vrml_Shapes::Shape Vrml_Shapes::round_solid(Vrml_Ref node, bool is_textured) {
     const bool is_cone = node.type() == "Cone";
     const double r = scene_.number(node, is_cone ? "bottomRadius" : "radius", 0, 1),
                  h = scene_.number(node, "height", 0, 2);
@@ -78,11 +80,11 @@ Vrml_Shapes::Shape Vrml_Shapes::round_solid(Vrml_Ref node) {
         report_.skip(std::string(node.type()) + " without a part or a size", node.type());
         return {};
     }
-    if (!is_cone) return {solids_.cylinder(parts), Vrml_Place::scaling(r, h, r)};
+    if (!is_cone) return {solids_.cylinder(parts, is_textured), Vrml_Place::scaling(r, h, r)};
     const int triangles = 48;
     for (int i = 0; i < triangles; ++i)
         if (!budget_.take_triangle(node.type())) return {};
-    return {solids_.cone(r, h, parts), Vrml_Place(), std::max(r, h)};
+    return {solids_.cone(r, h, parts, is_textured), Vrml_Place(), std::max(r, h)};
 }
 
 // Lists.

@@ -46,7 +46,7 @@ private:
     Key key_of(Vrml_Ref node, const Vrml_State& state) const;
 
     Shape solid(Vrml_Ref node, const Vrml_State& state);
-    Shape round_solid(Vrml_Ref node);
+    Shape round_solid(Vrml_Ref node, bool is_textured);
     int parts_of(Vrml_Ref node);
     Shape list(Vrml_Ref node, const Vrml_State& state);
 

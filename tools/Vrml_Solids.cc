@@ -8,101 +8,116 @@
 static const double pi = 3.141592653589793;
 static const int strips = 24; // around all that is round
 
-void Vrml_Solids::begin(std::string* name, const char* wish) {
+struct Vrml_Solids::Corner {
+    double p[3], n[3], t[2];
+};
+
+void Vrml_Solids::begin(std::string* name, const char* wish, bool is_textured) {
+    is_textured_ = is_textured;
     *name = out_.new_name(wish);
     out_.put("trianglelist " + *name + " {\n");
 }
 
-void Vrml_Solids::put_triangle(const double* a, const double* b, const double* c) {
+void Vrml_Solids::put_triangle(const Corner& a, const Corner& b, const Corner& c, bool is_round) {
     out_.put("  triangle p");
-    for (const double* p : {a, b, c}) out_.put_numbers(std::span(p, 3));
+    for (const Corner* corner : {&a, &b, &c}) out_.put_numbers(corner->p);
+    if (is_round) out_.put(" n");
+    for (const Corner* corner : {&a, &b, &c})
+        if (is_round) out_.put_numbers(corner->n);
+    if (is_textured_) out_.put(" t");
+    for (const Corner* corner : {&a, &b, &c}) {
+        if (!is_textured_) break;
+        out_.put_numbers(corner->t);
+        out_.put(" 0");
+    }
     out_.put("\n");
 }
 
-void Vrml_Solids::put_triangle(const double* a, const double* b, const double* c, const double* na,
-                               const double* nb, const double* nc) {
-    out_.put("  triangle p");
-    for (const double* p : {a, b, c}) out_.put_numbers(std::span(p, 3));
-    out_.put(" n");
-    for (const double* n : {na, nb, nc}) out_.put_numbers(std::span(n, 3));
-    out_.put("\n");
+static double angle_of(double strip) {
+    return 2 * pi * (strip < strips ? strip : strip - strips) / strips;
 }
 
-const std::string& Vrml_Solids::sphere() {
-    if (!sphere_.empty()) return sphere_;
+// Textures begin at the back, half way around; the last strip ends with 1.
+static double texture_of(int strip, int step) {
+    return static_cast<double>((strip + strips / 2) % strips + step) / strips;
+}
+
+const std::string& Vrml_Solids::sphere(bool is_textured) {
+    std::string& name = spheres_[is_textured];
+    if (!name.empty()) return name;
     const int bands = 12;
-    double p[bands + 1][strips + 1][3];
-    for (int i = 0; i <= bands; ++i)
-        for (int k = 0; k <= strips; ++k) {
-            const double theta = pi * i / bands, phi = 2 * pi * (k % strips) / strips;
-            const double ring = i % bands ? std::sin(theta) : 0;
-            p[i][k][0] = ring * std::sin(phi);
-            p[i][k][1] = std::cos(theta);
-            p[i][k][2] = ring * std::cos(phi);
-        }
-    begin(&sphere_, "sphere");
-    const auto put = [this](const double* a, const double* b, const double* c) {
-        put_triangle(a, b, c, a, b, c); // corners are normals
+    // `step` is 1 for the far side of the strip.
+    const auto corner = [](int band, int strip, int step) {
+        const double theta = pi * band / bands, phi = angle_of(strip + step);
+        const double ring = band % bands ? std::sin(theta) : 0;
+        Corner c = {{ring * std::sin(phi), std::cos(theta), ring * std::cos(phi)},
+                    {},
+                    {texture_of(strip, step), 1 - static_cast<double>(band) / bands}};
+        for (int i = 0; i < 3; ++i) c.n[i] = c.p[i];
+        return c;
     };
+    begin(&name, "sphere", is_textured);
     for (int i = 0; i < bands; ++i)
         for (int k = 0; k < strips; ++k) {
-            if (i != bands - 1) put(p[i][k], p[i + 1][k], p[i + 1][k + 1]);
-            if (i != 0) put(p[i][k], p[i + 1][k + 1], p[i][k + 1]);
+            const Corner top = corner(i, k, 0), low = corner(i + 1, k, 0),
+                         far_low = corner(i + 1, k, 1);
+            if (i != bands - 1) put_triangle(top, low, far_low, true);
+            if (i != 0) put_triangle(top, far_low, corner(i, k, 1), true);
         }
     out_.put("}\n");
-    return sphere_;
+    return name;
 }
 
-const std::string& Vrml_Solids::box() {
-    if (!box_.empty()) return box_;
-    begin(&box_, "box");
+// Upright on the four sides, seen from outside; from above and below with the front towards the viewer.
+static void set_box_texture(const double* p, int axis, double side, double* t) {
+    t[0] = 0.5 + (axis == 0 ? (side > 0 ? -p[2] : p[2]) : axis == 2 && side < 0 ? -p[0] : p[0]);
+    t[1] = 0.5 + (axis == 1 ? (side > 0 ? -p[2] : p[2]) : p[1]);
+}
+
+const std::string& Vrml_Solids::box(bool is_textured) {
+    std::string& name = boxes_[is_textured];
+    if (!name.empty()) return name;
+    begin(&name, "box", is_textured);
     for (int axis = 0; axis < 3; ++axis)
         for (const double side : {-0.5, 0.5}) {
-            double p[4][3]; // counter-clockwise from outside
+            Corner c[4]; // counter-clockwise from outside
             for (int i = 0; i < 4; ++i) {
                 const double u = i == 0 || i == 3 ? -0.5 : 0.5, v = i < 2 ? -0.5 : 0.5;
-                p[i][axis] = side;
-                p[i][(axis + 1) % 3] = side > 0 ? u : v;
-                p[i][(axis + 2) % 3] = side > 0 ? v : u;
+                c[i].p[axis] = side;
+                c[i].p[(axis + 1) % 3] = side > 0 ? u : v;
+                c[i].p[(axis + 2) % 3] = side > 0 ? v : u;
+                set_box_texture(c[i].p, axis, side, c[i].t);
             }
-            put_triangle(p[0], p[1], p[2]);
-            put_triangle(p[0], p[2], p[3]);
+            put_triangle(c[0], c[1], c[2], false);
+            put_triangle(c[0], c[2], c[3], false);
         }
     out_.put("}\n");
-    return box_;
-}
-
-static void set_rim(int strip, double radius, double y, double* p) {
-    const double phi = 2 * pi * (strip % strips) / strips;
-    p[0] = radius * std::sin(phi);
-    p[1] = y;
-    p[2] = radius * std::cos(phi);
+    return name;
 }
 
 // Looks up if it lies above the middle, else down.
 void Vrml_Solids::put_disc(double radius, double y) {
-    const double center[3] = {0, y, 0};
-    for (int k = 0; k < strips; ++k) {
-        double a[3], b[3];
-        set_rim(y > 0 ? k : k + 1, radius, y, a);
-        set_rim(y > 0 ? k + 1 : k, radius, y, b);
-        put_triangle(center, a, b);
-    }
+    const auto rim = [&](int strip) {
+        const double x = std::sin(angle_of(strip)), z = std::cos(angle_of(strip));
+        return Corner{{radius * x, y, radius * z}, {}, {0.5 + x / 2, 0.5 + (y > 0 ? -z : z) / 2}};
+    };
+    const Corner center = {{0, y, 0}, {}, {0.5, 0.5}};
+    for (int k = 0; k < strips; ++k)
+        put_triangle(center, rim(y > 0 ? k : k + 1), rim(y > 0 ? k + 1 : k), false);
 }
 
-const std::string& Vrml_Solids::cylinder(int parts) {
-    std::string& name = cylinders_[parts];
+const std::string& Vrml_Solids::cylinder(int parts, bool is_textured) {
+    std::string& name = cylinders_[{parts, is_textured}];
     if (!name.empty()) return name;
-    begin(&name, "cylinder");
+    const auto corner = [](int strip, int step, double y) {
+        const double x = std::sin(angle_of(strip + step)), z = std::cos(angle_of(strip + step));
+        return Corner{{x, y, z}, {x, 0, z}, {texture_of(strip, step), y + 0.5}};
+    };
+    begin(&name, "cylinder", is_textured);
     for (int k = 0; k < strips && parts & VRML_SIDES; ++k) {
-        double low[2][3], high[2][3], n[2][3];
-        for (int i = 0; i < 2; ++i) {
-            set_rim(k + i, 1, -0.5, low[i]);
-            set_rim(k + i, 1, 0.5, high[i]);
-            set_rim(k + i, 1, 0, n[i]);
-        }
-        put_triangle(low[0], low[1], high[1], n[0], n[1], n[1]);
-        put_triangle(low[0], high[1], high[0], n[0], n[1], n[0]);
+        const Corner low = corner(k, 0, -0.5), high = corner(k, 1, 0.5);
+        put_triangle(low, corner(k, 1, -0.5), high, true);
+        put_triangle(low, high, corner(k, 0, 0.5), true);
     }
     if (parts & VRML_TOP) put_disc(1, 0.5);
     if (parts & VRML_BOTTOM) put_disc(1, -0.5);
@@ -110,22 +125,21 @@ const std::string& Vrml_Solids::cylinder(int parts) {
     return name;
 }
 
-const std::string& Vrml_Solids::cone(double radius, double height, int parts) {
-    std::string& name = cones_[{radius, height, parts}];
+const std::string& Vrml_Solids::cone(double radius, double height, int parts, bool is_textured) {
+    std::string& name = cones_[{radius, height, parts, is_textured}];
     if (!name.empty()) return name;
-    begin(&name, "cone");
-    const double slant = std::hypot(radius, height), apex[3] = {0, height / 2, 0};
-    for (int k = 0; k < strips && parts & VRML_SIDES; ++k) {
-        double rim[2][3], n[3][3]; // of the rim's ends, and of the apex half way between
-        for (int i = 0; i < 2; ++i) set_rim(k + i, radius, -height / 2, rim[i]);
-        for (int i = 0; i < 3; ++i) {
-            const double phi = 2 * pi * (i < 2 ? k + i : k + 0.5) / strips;
-            n[i][0] = std::sin(phi) * height / slant;
-            n[i][1] = radius / slant;
-            n[i][2] = std::cos(phi) * height / slant;
-        }
-        put_triangle(rim[0], rim[1], apex, n[0], n[1], n[2]);
-    }
+    const double slant = std::hypot(radius, height);
+    // The apex has the normal and the texture point of the middle of its strip.
+    const auto corner = [&](int strip, double step, bool is_apex) {
+        const double phi = angle_of(strip + step), x = std::sin(phi), z = std::cos(phi);
+        const double r = is_apex ? 0 : radius;
+        return Corner{{r * x, is_apex ? height / 2 : -height / 2, r * z},
+                      {x * height / slant, radius / slant, z * height / slant},
+                      {texture_of(strip, 0) + step / strips, is_apex ? 1.0 : 0.0}};
+    };
+    begin(&name, "cone", is_textured);
+    for (int k = 0; k < strips && parts & VRML_SIDES; ++k)
+        put_triangle(corner(k, 0, false), corner(k, 1, false), corner(k, 0.5, true), true);
     if (parts & VRML_BOTTOM) put_disc(radius, -height / 2);
     out_.put("}\n");
     return name;

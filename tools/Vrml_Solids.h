@@ -16,24 +16,25 @@ class Vrml_Solids {
 public:
     explicit Vrml_Solids(Vrml_Writer& out) : out_(out) {}
 
-    // Names of lists, which are written at the first call.
-    const std::string& sphere();            // radius 1
-    const std::string& box();               // from -0.5 to 0.5
-    const std::string& cylinder(int parts); // radius 1, from -0.5 to 0.5 along y
+    // Names of lists, which are written at the first call. With texture points these lie as the standard
+    // says: on each side of a box, and around the others from the back.
+    const std::string& sphere(bool is_textured);              // radius 1
+    const std::string& box(bool is_textured);                 // from -0.5 to 0.5
+    const std::string& cylinder(int parts, bool is_textured); // radius 1, from -0.5 to 0.5 along y
     // The slope of the sides shows in their normals: the frame must not change it.
-    const std::string& cone(double radius, double height, int parts);
+    const std::string& cone(double radius, double height, int parts, bool is_textured);
 
 private:
-    void begin(std::string* name, const char* wish);
-    void put_triangle(const double* a, const double* b, const double* c);
-    void put_triangle(const double* a, const double* b, const double* c, const double* na,
-                      const double* nb, const double* nc);
+    struct Corner;
+    void begin(std::string* name, const char* wish, bool is_textured);
+    void put_triangle(const Corner& a, const Corner& b, const Corner& c, bool is_round);
     void put_disc(double radius, double y);
 
     Vrml_Writer& out_;
-    std::string sphere_, box_;
-    std::map<int, std::string> cylinders_;
-    std::map<std::tuple<double, double, int>, std::string> cones_;
+    bool is_textured_ = false; // the list that is written
+    std::string spheres_[2], boxes_[2];
+    std::map<std::tuple<int, bool>, std::string> cylinders_;
+    std::map<std::tuple<double, double, int, bool>, std::string> cones_;
 };
 
 #endif
