@@ -225,6 +225,19 @@ TEST_F(Std_URL_test, packed_documents_that_are_not_whole) {
     }
 }
 
+// The first page of no process can be read.
+TEST_F(Std_URL_test, a_document_that_cannot_be_read) {
+    const std::string told = information_of([] {
+        EXPECT_EQ(contents("/proc/self/mem"), "");
+        Std_URL url("/proc/self/mem");
+        url.open();
+        EXPECT_EQ(std::fgetc(url.get_file()), EOF);
+        url.close();
+    });
+    EXPECT_EQ(told, "Error - cannot be read (Input/output error): /proc/self/mem\n"
+                    "Error - cannot be read (input error): /proc/self/mem\n");
+}
+
 // Who has read enough closes; the command ends, also under a program that ignores its signals.
 TEST_F(Std_URL_test, packed_documents_that_are_not_read_to_the_end) {
     put_file("zcat", "#!/bin/sh\nwhile :; do echo x; done\n");

@@ -139,6 +139,9 @@ TEST(WDB_Camera, hears_from_the_worlds_that_list_it) {
     home.remove(middle);
     home.put(near_box);
     EXPECT_EQ(bits_of(copy.get_render_projection()), fresh) << "nobody lists the copy";
+    copy = *camera; // which has not looked yet
+    EXPECT_EQ(bits_of(copy.get_render_projection()), bits_of(camera->get_render_projection()));
+    EXPECT_NE(bits_of(copy.get_render_projection()), fresh);
 }
 
 // Its world changes each time that it is asked.

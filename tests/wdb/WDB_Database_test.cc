@@ -90,6 +90,7 @@ TEST(WDB_Node, moves_between_worlds) {
 
 TEST(WDB_Database, bounds_and_editing) {
     WDB_Database world;
+    EXPECT_FALSE(world.is_editing());
     world.begin_editing();
     EXPECT_TRUE(world.is_editing());
     world.end_editing();
@@ -98,6 +99,7 @@ TEST(WDB_Database, bounds_and_editing) {
     EXPECT_EQ(world.get_bbox(), Bbox(Point(-1e4f, -1e4f, -1e4f), Point(1e4f, 1e4f, 1e4f)));
     const Bbox bounds(Point(0, 0, 0), Point(4, 4, 4));
     WDB_Database small(bounds);
+    EXPECT_FALSE(small.is_editing());
     EXPECT_EQ(small.get_bbox(), bounds);
     Report_Catcher reports;
     small.put(node_at(3, 3, 3, list_in({0, 0, 0}, {2, .5f, .5f})));
