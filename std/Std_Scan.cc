@@ -6,14 +6,20 @@
 #include <cstdint>
 #include <cstring>
 
-static bool is_space(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
+static bool is_blank(char c) {
+    return c == ' ' || c == '\t' || (c >= '\v' && c <= '\r');
 }
 
-// What may stand behind a number in a scene: the letters begin the next group of a triangle, as in
-// "1n".
+static bool is_space(char c) {
+    return c == '\n' || is_blank(c);
+}
+
 static bool ends_number(char c) {
     return c == '\0' || is_space(c) || c == 'n' || c == 'c' || c == 't';
+}
+
+static bool ends_number_in_row(char c) {
+    return c == ' ' || ends_number(c) || c == '\\';
 }
 
 // 10^n; all exact in double precision.
@@ -27,42 +33,76 @@ static inline bool is_digit(char c) {
     return static_cast<unsigned char>(c - '0') < 10;
 }
 
-// Up to 8 digits at `p`, all looked at in one word: their value, and in `*count` how many there
-// are.
-static inline std::uint64_t short_digits(const char* p, int* count) {
+// Eight characters as one word, the first of them lowest, with digits turned into their values.
+static inline std::uint64_t eight_at(const char* p) {
     std::uint64_t word;
     std::memcpy(&word, p, sizeof word);
     if constexpr (std::endian::native == std::endian::big) word = __builtin_bswap64(word);
-    const std::uint64_t digits = word ^ 0x3030303030303030u;
-    // A byte is a digit if it is below 10 now: neither it nor it plus 6 reaches the high half.
-    const std::uint64_t others = (digits | (digits + 0x0606060606060606u)) & 0xF0F0F0F0F0F0F0F0u;
-    const int n = others == 0 ? 8 : std::countr_zero(others) / 8;
-    *count = n;
-    if (n == 0) return 0;
-    // To the end of the word, with zeros in front, and then pairs, fours and eights are joined.
-    std::uint64_t v = digits << 8 * (8 - n);
-    v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFu;
-    v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFu;
-    return (v * 10000 + (v >> 32)) & 0x00000000FFFFFFFFu;
+    return word ^ 0x3030303030303030u;
 }
 
-// Rounding to double and then to float goes wrong only where the double lies just between two
-// floats.
-static bool rounds_once(double value) {
-    const std::uint64_t below_float = (std::uint64_t(1) << 29) - 1;
-    return (std::bit_cast<std::uint64_t>(value) & below_float) != std::uint64_t(1) << 28;
+// A high half that is not zero for each of the eight that is no digit, at least for the first of them.
+static inline std::uint64_t others_in(std::uint64_t eight) {
+    // A byte is a digit if it is below 10: neither it nor it plus 6 reaches the high half.
+    return (eight | (eight + 0x0606060606060606u)) & 0xF0F0F0F0F0F0F0F0u;
 }
 
-bool std_scan_f(const char** text, float* value) {
-    const char* p = *text;
-    while (is_space(*p)) ++p;
+// The value of the first `count` of the eight. Requires: 0 <= count <= 8, all of them digits.
+static inline std::uint64_t value_of(std::uint64_t eight, int count) {
+    // To the end of the word, with zeros in front, and then pairs, fours and eights are joined. In two
+    // steps, since none may shift by a whole word.
+    const int half_way = 4 * (8 - count);
+    std::uint64_t v = eight << half_way << half_way;
+    v = v * (1 + (std::uint64_t{10} << 8)) >> 8 & 0x00FF00FF00FF00FFu;
+    v = v * (1 + (std::uint64_t{100} << 16)) >> 16 & 0x0000FFFF0000FFFFu;
+    return v * (1 + (std::uint64_t{10000} << 32)) >> 32;
+}
+
+// Whether `value`, and all up to `steps` last bits of a double away from it, become the same float as
+// the number that it was rounded from: the middle between two floats must not be among them.
+static inline bool rounds_once(double value, std::uint64_t steps) {
+    const std::uint64_t below_float = (std::uint64_t{1} << 29) - 1, middle = std::uint64_t{1} << 28;
+    const std::uint64_t place = std::bit_cast<std::uint64_t>(value) & below_float;
+    return place - (middle - steps) > 2 * steps;
+}
+
+static inline float with_sign(double magnitude, std::uint32_t is_negative) {
+    const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(magnitude));
+    return std::bit_cast<float>(bits | is_negative << 31);
+}
+
+// A number as our writer puts it, with few digits and six decimals. Returns its end, or null if none
+// stands there.
+// The next number waits for this end, so all on the way there that can be foreseen is a branch: how many
+// digits there are mostly stays. A sign is as good as random and none.
+template<class Is_End>
+static inline const char* scan_six_decimals(const char* p, Is_End is_end, float* value) {
+    const std::uint32_t is_negative = *p == '-';
+    const char* const first = p + is_negative;
+    const char* point = first;
+    std::uint64_t whole = 0;
+    for (; is_digit(*point); ++point) whole = whole * 10 + static_cast<std::uint64_t>(*point - '0');
+    const std::uint64_t decimals = eight_at(point + 1), first_six = (std::uint64_t{1} << 48) - 1;
+    const std::ptrdiff_t most_digits = 9; // whose value, with six more behind, is exact as a double
+    if (*point != '.' || point - first > most_digits || (others_in(decimals) & first_six) != 0 ||
+        !is_end(point[7]))
+        return nullptr;
+    // A product is there sooner than a quotient, but rounded twice, and 1e-6 is not exact either.
+    const double near = static_cast<double>(whole * 1000000 + value_of(decimals, 6)) * 1e-6;
+    if (!rounds_once(near, 4)) return nullptr;
+    *value = with_sign(near, is_negative);
+    return point + 7;
+}
+
+// Any number that starts at `p`, with its sign. Returns its end, or null if none stands there that
+// `is_end` would let end.
+template<class Is_End>
+static const char* scan_any(const char* p, Is_End is_end, float* value) {
     const char* const start = p;
-    // No branch: signs are as good as random.
     const std::uint32_t is_negative = *p == '-';
     p += is_negative | (*p == '+');
 
     // Mostly few digits before the point, and many behind it.
-    // Digits may overflow 64 bits: `digits` tells, and then from_chars below answers.
     std::uint64_t mantissa = 0;
     const char* const whole = p;
     for (; is_digit(*p); ++p) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
@@ -71,29 +111,49 @@ bool std_scan_f(const char** text, float* value) {
         const char* const point = p++;
         int n;
         do {
-            const std::uint64_t part = short_digits(p, &n);
-            mantissa = mantissa * integer_power_of_ten[n] + part;
+            const std::uint64_t eight = eight_at(p);
+            n = std::countr_zero(others_in(eight)) / 8;
+            mantissa = mantissa * integer_power_of_ten[n] + value_of(eight, n);
             p += n;
         } while (n == 8);
         decimals = p - point - 1;
         digits += decimals;
     }
     const int most_digits = 19; // fit 64 bits; their value is 0 or far above the denormal floats
-    // Exponents, hexadecimal digits, "inf": rare, and left to the caller's slower way.
-    if (digits == 0 || !ends_number(*p)) return false;
+    if (digits == 0 || !is_end(*p)) return nullptr;
     if (digits <= most_digits && mantissa < std::uint64_t(1) << 53) {
-        // Both operands are exact in double precision, so the quotient is the decimal rounded once.
         const double exact = static_cast<double>(mantissa) / power_of_ten[decimals];
-        if (rounds_once(exact)) {
-            const auto bits = std::bit_cast<std::uint32_t>(static_cast<float>(exact));
-            *value = std::bit_cast<float>(bits | is_negative << 31);
-            *text = p;
-            return true;
+        if (rounds_once(exact, 0)) {
+            *value = with_sign(exact, is_negative);
+            return p;
         }
     }
-    const char* const first = *start == '+' ? start + 1 : start;
-    const auto [end, error] = std::from_chars(first, p, *value);
-    if (error != std::errc() || end != p) return false;
+    const auto [end, error] = std::from_chars(*start == '+' ? whole : start, p, *value);
+    return error == std::errc() && end == p ? p : nullptr;
+}
+
+template<class Is_End>
+static inline const char* scan_number(const char* p, Is_End is_end, float* value) {
+    const char* const end = scan_six_decimals(p, is_end, value);
+    return end ? end : scan_any(p, is_end, value);
+}
+
+bool std_scan_f(const char** text, float* value) {
+    const char* p = *text;
+    while (is_space(*p)) ++p;
+    p = scan_number(p, ends_number, value);
+    if (!p) return false;
+    *text = p;
+    return true;
+}
+
+bool std_scan_row(const char** text, float* values, int count) {
+    const char* p = *text;
+    for (float* const end = values + count; values != end; ++values) {
+        while (is_blank(*p)) ++p;
+        p = scan_number(p, ends_number_in_row, values);
+        if (!p) return false;
+    }
     *text = p;
     return true;
 }

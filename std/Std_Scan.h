@@ -13,4 +13,11 @@ inline constexpr int STD_SCAN_MARGIN = 8;
 // Requires: STD_SCAN_MARGIN readable bytes behind the terminating zero byte.
 bool std_scan_f(const char** text, float* value);
 
+// Reads `count` such numbers that stand in one line, also where the line lies in a larger text: no
+// line feed may stand in front of a number, and a backslash, which may join the line with the next
+// one, ends a number too.
+// On failure: false, and nothing is moved; of the values, some may have been written.
+// Requires: as above; the zero byte may stand behind many lines.
+bool std_scan_row(const char** text, float* values, int count);
+
 #endif
