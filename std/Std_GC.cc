@@ -36,6 +36,10 @@ static void* allocate(std::size_t size, STD_TMP_ALLOC_POOL_T*, void (*)(void*, v
     return block ? block : std_out_of_memory(size);
 }
 
+void* std_allocate_unfilled(std::size_t size) {
+    return allocate(size, GCAtomic, nullptr, nullptr);
+}
+
 static void release(void* p) {
     std::free(p);
 }
@@ -82,6 +86,12 @@ static void* allocate(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
     if (!Std_Collector::knows_this_thread())
         return allocate_for_guest(size, placement, cleanup, client_data);
     return allocate_known(size, placement, cleanup, client_data);
+}
+
+void* std_allocate_unfilled(std::size_t size) {
+    if (Std_Collector::knows_this_thread()) return GC_malloc_atomic(size);
+    const Std_Collector::Guest guest;
+    return GC_malloc_atomic(size);
 }
 #endif
 

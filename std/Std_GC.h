@@ -92,6 +92,9 @@ private:
 // The placement in which the object at `p` allocates its parts: the pool that holds it, else GC.
 STD_TMP_ALLOC_POOL_T* std_get_subobject_placement(const void* p);
 
+// GCAtomic memory that is not cleared, for those who fill it themselves. Never null.
+void* std_allocate_unfilled(std::size_t size);
+
 // NoGC memory, for those who report its lack themselves.
 // On failure: null.
 void* std_try_uncollectable(std::size_t size);

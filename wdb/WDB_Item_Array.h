@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cstddef>
+#include <cstring>
 
 #include "math/Geometry.h"
 #include "std/Std_Assert.h"
@@ -22,6 +23,12 @@ public:
     // negative.
     WDB_Item_Array(int n, const char* items)
         : items_(new (GCAtomic) Item[checked_length(n, items)]), count_(n) {}
+    // A copy of `n` items.
+    WDB_Item_Array(const Item* from, int n, const char* items) : count_(n) {
+        const std::size_t size = checked_length(n, items) * sizeof(Item);
+        items_ = static_cast<Item*>(std_allocate_unfilled(size));
+        if (size > 0) std::memcpy(static_cast<void*>(items_), from, size);
+    }
     WDB_Item_Array(const WDB_Item_Array&) = delete;
     WDB_Item_Array& operator=(const WDB_Item_Array&) = delete;
     ~WDB_Item_Array() { delete[] items_; }

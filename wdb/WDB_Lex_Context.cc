@@ -38,6 +38,7 @@ struct WDB_Lex_Context::Input {
         start = 0;
         const std::size_t got = more(block + end, block_size - end);
         end += got;
+        block[end] = '\0'; // where any scan ends
         return got > 0;
     }
 
@@ -70,7 +71,7 @@ struct WDB_Lex_Context::Input {
     Std_URL* url;
     std::FILE* converted;
     std::size_t start = 0, end = 0;
-    char block[block_size];
+    char block[block_size + 1 + STD_SCAN_MARGIN];
 };
 
 WDB_Lex_Context::WDB_Lex_Context(Std_URL* url, Std_URL* base)
@@ -290,18 +291,12 @@ bool WDB_Lex_Context::try_get_string(const char* keyword) {
 }
 
 // Numbers. The sscanf forms decide what a line means; most lines are plain numbers, for which
-// std_scan_f gives the same at once.
-
-static bool scan_plain(const char** text, float* numbers, int count) {
-    for (int i = 0; i < count; ++i)
-        if (!std_scan_f(text, numbers + i)) return false;
-    return true;
-}
+// std_scan_row gives the same at once.
 
 // How many of up to six numbers, separated by white space, stand at `text`.
 static int scan_numbers(const char* text, float* n, int count) {
     const char* plain = text;
-    if (scan_plain(&plain, n, count)) return count;
+    if (std_scan_row(&plain, n, count)) return count;
     static const char format[] = "%f %f %f %f %f %f";
     const std::size_t characters_each = 3;
     char cut[sizeof format];
@@ -373,7 +368,7 @@ static bool scan_matrix(const char* text, float* n) {
     const int count = 12;
     if (*text != 'm') return false;
     const char* plain = text + 1;
-    if (scan_plain(&plain, n, count)) return true;
+    if (std_scan_row(&plain, n, count)) return true;
     return scan_frame(text, "m %f %f %f %f %f %f %f %f %f %f %f %f", n) == count;
 }
 
@@ -431,35 +426,44 @@ struct Sections {
     float p[9], n[9], c[9], t[9];
     bool has_n = false, has_t = false;
     int colors = 0; // numbers in c: 0, 3 or all
+    int joints = 0; // of the physical lines that hold them
 };
 } // namespace
 
-static bool scan_letter(const char** text, char letter) {
-    const char* p = *text;
-    while (is_space(*p)) ++p;
-    if (*p != letter) return false;
-    *text = p + 1;
+// Passes white space, and counts joints, where a backslash ends a physical line. In the current line
+// there are blanks alone.
+static const char* skip_joints(const char* text, Sections* s) {
+    for (;; ++s->joints) {
+        while (is_space(*text) && *text != '\n') ++text;
+        if (text[0] != '\\' || text[1] != '\n') return text;
+        text += 2;
+    }
+}
+
+static bool scan_letter(const char** text, char letter, Sections* s) {
+    *text = skip_joints(*text, s);
+    if (**text != letter) return false;
+    ++*text;
     return true;
 }
 
-// A line of nothing but plain sections. What is different in any way is left to sscanf.
-static bool scan_plain_sections(const char* text, int length, Sections* s) {
-    if (!scan_letter(&text, 'p') || !scan_plain(&text, s->p, length)) return false;
-    s->has_n = scan_letter(&text, 'n');
-    if (s->has_n && !scan_plain(&text, s->n, length)) return false;
-    s->colors = 0;
-    if (scan_letter(&text, 'c')) {
+// A line of nothing but plain sections, up to a zero byte or, where it lies in the file, a line feed,
+// which is returned. On failure: null; what is different in any way is left to sscanf.
+static const char* scan_plain_sections(const char* text, int length, Sections* s) {
+    s->joints = s->colors = 0;
+    if (!scan_letter(&text, 'p', s) || !std_scan_row(&text, s->p, length)) return nullptr;
+    s->has_n = scan_letter(&text, 'n', s);
+    if (s->has_n && !std_scan_row(&text, s->n, length)) return nullptr;
+    if (scan_letter(&text, 'c', s)) {
         const int single_color = 3;
-        if (!scan_plain(&text, s->c, single_color)) return false;
-        const char* rest = text;
-        const bool is_full = scan_plain(&rest, s->c + single_color, length - single_color);
+        if (!std_scan_row(&text, s->c, single_color)) return nullptr;
+        const bool is_full = std_scan_row(&text, s->c + single_color, length - single_color);
         s->colors = is_full ? length : single_color;
-        if (is_full) text = rest;
     }
-    s->has_t = scan_letter(&text, 't');
-    if (s->has_t && !scan_plain(&text, s->t, length)) return false;
-    while (is_space(*text)) ++text;
-    return *text == '\0';
+    s->has_t = scan_letter(&text, 't', s);
+    if (s->has_t && !std_scan_row(&text, s->t, length)) return nullptr;
+    text = skip_joints(text, s);
+    return *text == '\0' || *text == '\n' ? text : nullptr;
 }
 
 // " p %f ..." with `count` numbers, appended to `format`.
@@ -502,7 +506,8 @@ static bool scan_form(const char* text, int length, Sections* s) {
 }
 
 static bool scan_sections(const char* text, int length, Sections* s) {
-    if (scan_plain_sections(text, length, s)) return true;
+    if (const char* const end = scan_plain_sections(text, length, s); end && *end == '\0')
+        return true;
     // The letters that stand anywhere in the line choose the form.
     const auto has = [text](char letter) { return std::strchr(text, letter) != nullptr; };
     if (!has('p')) return false;
@@ -565,16 +570,43 @@ static WDB_Line line_of(const Sections& s, float scale) {
     return l;
 }
 
-bool WDB_Lex_Context::try_get_triangle(const char* keyword, float scale) {
-    if (!current_line_starts_with(keyword)) return false;
-    const int numbers = 9;
+static const int numbers_of_triangle = 9; // in a section
+
+bool WDB_Lex_Context::scan_triangle(const char* keyword, float scale) {
     Sections s;
-    const bool is_scanned = scan_sections(current_line_after_keyword(keyword), numbers, &s);
-    if (is_scanned) {
-        last_triangle_ = triangle_of(s, scale);
-        last_triangle_is_colored_ = s.colors != 0;
-    }
+    if (!scan_sections(current_line_after_keyword(keyword), numbers_of_triangle, &s)) return false;
+    last_triangle_ = triangle_of(s, scale);
+    last_triangle_is_colored_ = s.colors != 0;
+    return true;
+}
+
+// The line behind the current one, if all of it is in the block and of the plainest form; nothing moves
+// otherwise. Such a line would be joined to the same text: in front of a joint stands a number, and
+// behind it a letter.
+bool WDB_Lex_Context::scan_next_triangle(const char* keyword, float scale) {
+    if (!input_) return false;
+    const char* const start = input_->block + input_->start;
+    const char* text = start;
+    while (is_space(*text) && *text != '\n') ++text;
+    const std::size_t length = std::strlen(keyword);
+    if (strncasecmp(text, keyword, length) != 0) return false;
+    Sections s;
+    const char* const end = scan_plain_sections(text + length, numbers_of_triangle, &s);
+    if (!end || *end != '\n' || end - start > LONGEST_LINE) return false;
+    last_triangle_ = triangle_of(s, scale);
+    last_triangle_is_colored_ = s.colors != 0;
+    const int lines = s.joints + 1;
+    line_number_ = line_number_ < INT_MAX - lines ? line_number_ + lines : INT_MAX;
+    input_->start += static_cast<std::size_t>(end + 1 - start);
+    return true;
+}
+
+bool WDB_Lex_Context::accept_triangle(bool is_scanned) {
     return accept(is_scanned, "triangle p ... n ... c ... t ... expected");
+}
+
+bool WDB_Lex_Context::try_get_triangle(const char* keyword, float scale) {
+    return current_line_starts_with(keyword) && accept_triangle(scan_triangle(keyword, scale));
 }
 
 bool WDB_Lex_Context::try_get_line(const char* keyword, float scale) {

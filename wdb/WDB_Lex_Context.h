@@ -89,6 +89,10 @@ public:
     bool try_get_projection(const char* keyword, float scale);
     // `scale` multiplies the corners.
     bool try_get_triangle(const char* keyword, float scale);
+    // The same for all triangles from here on, up to a line that is none or a bad one:
+    // take(triangle, is_colored) is called for each.
+    template<class Take>
+    void try_get_triangles(const char* keyword, float scale, Take take);
     bool try_get_line(const char* keyword, float scale);
     bool try_get_references(const char* keyword);
 
@@ -121,6 +125,9 @@ private:
     struct Input;
 
     bool accept(bool is_scanned, const char* error);
+    bool scan_triangle(const char* keyword, float scale);
+    bool scan_next_triangle(const char* keyword, float scale);
+    bool accept_triangle(bool is_scanned);
     void tell_error(const char* message) const;
     bool append(const char* text, std::size_t length);
     void drop_line();
@@ -153,5 +160,18 @@ private:
     Std_Filter converter_;
     Input* input_; // what was read of the file and not taken yet
 };
+
+// Of a run of triangles only the first is made the current line. The others are taken where they lie
+// in the file, for as long as that is possible.
+template<class Take>
+void WDB_Lex_Context::try_get_triangles(const char* keyword, float scale, Take take) {
+    bool is_good = true;
+    while (is_good && current_line_starts_with(keyword)) {
+        is_good = scan_triangle(keyword, scale);
+        for (bool more = is_good; more; more = scan_next_triangle(keyword, scale))
+            take(last_triangle_, last_triangle_is_colored_);
+        accept_triangle(is_good);
+    }
+}
 
 #endif

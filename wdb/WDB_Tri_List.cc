@@ -117,6 +117,11 @@ std::ostream& operator<<(std::ostream& os, const WDB_Triangle& t) {
 
 WDB_Tri_List::WDB_Tri_List(int n) : triangles_(n, "triangles"), with_colors_(false) {}
 
+WDB_Tri_List::WDB_Tri_List(const WDB_Triangle* triangles, int n)
+    : triangles_(triangles, n, "triangles"), with_colors_(false) {
+    for (int i = 0; i < n; ++i) touch();
+}
+
 void WDB_Tri_List::put(const WDB_Triangle& triangle, int index) {
     triangles_[index] = triangle;
     touch();

@@ -76,6 +76,8 @@ class WDB_Tri_List : public WDB_Geometry {
 
     // On failure: a fatal report, if `n` is negative.
     explicit WDB_Tri_List(int n);
+    // With a copy of `n` triangles, as if each had been put.
+    WDB_Tri_List(const WDB_Triangle* triangles, int n);
     WDB_Tri_List(const WDB_Tri_List&) = delete;
     WDB_Tri_List& operator=(const WDB_Tri_List&) = delete;
 

@@ -203,6 +203,7 @@ class Scratch {
 public:
     int count() const { return count_; }
     const T& operator[](int i) const { return records_[i]; }
+    const T* records() const { return records_; }
 
     void append(const T& record) {
         if (count_ == capacity_) grow();
@@ -224,7 +225,8 @@ private:
         if (capacity_ > INT_MAX / 2)
             std_assert(-1, "A list of so many records cannot be read", __FILE__, __LINE__);
         capacity_ = capacity_ ? 2 * capacity_ : first_capacity;
-        T* const larger = new (GCAtomic) T[static_cast<std::size_t>(capacity_)];
+        T* const larger =
+            static_cast<T*>(std_allocate_unfilled(static_cast<std::size_t>(capacity_) * sizeof(T)));
         if (count_)
             std::memcpy(static_cast<void*>(larger), records_,
                         static_cast<std::size_t>(count_) * sizeof(T));
@@ -261,10 +263,9 @@ static Normals mend_normals(Vector* const (&normals)[Count], float floor) {
 }
 
 static WDB_Tri_List* new_tri_list(const char* name, bool with_colors) {
-    auto* const list = new WDB_Tri_List(triangle_scratch.count());
+    auto* const list = new WDB_Tri_List(triangle_scratch.records(), triangle_scratch.count());
     list->begin_editing();
     list->set_name(name);
-    for (int i = 0; i < triangle_scratch.count(); ++i) list->put(triangle_scratch[i], i);
     list->set_with_colors(with_colors);
     list->end_editing();
     return list;
@@ -275,13 +276,12 @@ void try_get_trilist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     const float floor = 1e-8f;
     bool any_colored = false;
     triangle_scratch.wipe_out();
-    while (lex.try_get_triangle("triangle", sym.get_unit_factor())) {
-        WDB_Triangle triangle = lex.get_last_triangle();
-        if (mend_normals<3>({&triangle.n0, &triangle.n1, &triangle.n2}, floor) == TOO_SHORT)
-            continue;
+    const auto take = [&](WDB_Triangle triangle, bool is_colored) {
+        if (mend_normals<3>({&triangle.n0, &triangle.n1, &triangle.n2}, floor) == TOO_SHORT) return;
         triangle_scratch.append(triangle);
-        any_colored |= lex.get_last_triangle_is_colored();
-    }
+        any_colored |= is_colored;
+    };
+    lex.try_get_triangles("triangle", sym.get_unit_factor(), take);
     check_close(lex, "Unknown trilist field");
     if (triangle_scratch.count() == 0) {
         lex.show_error("empty triangle list or all triangles skipped");
