@@ -60,7 +60,8 @@ void Plain_Array<T>::reserve(std::size_t count) {
     if (capacity < count) capacity = count;
     if (capacity < least) capacity = least;
     T* const old = cells_;
-    cells_ = new (GCAtomic) T[capacity];
+    // Cells that are never used do not come into memory at all.
+    cells_ = static_cast<T*>(std_allocate_unfilled(capacity * sizeof(T)));
     if (count_ > 0) std::memcpy(static_cast<void*>(cells_), old, count_ * sizeof(T));
     Std_GC::operator delete(old);
     capacity_ = capacity;

@@ -42,11 +42,11 @@ void BSplit_Box_Tree::put(SUniv* item, const Bbox& box) {
         std_assert(0, "BSplit_box_tree put: element out of bounds", __FILE__, __LINE__);
     const Bbox copy = box; // it may be that of a slot
     literal_contents_valid_ = false;
-    if (slot_of_.find(item)) take_out(*slot_of_.found_item());
+    if (const auto old = slot_of_.find(item); old != Slot_Table::absent) take_out(old);
     close_up();
     const auto slot = static_cast<std::uint32_t>(slots_.count());
     slots_.push({copy, item, 0, kind_of(copy)});
-    slot_of_.put(slot, item);
+    slot_of_.put(item, slot);
     if (!scratch_) scratch_ = new (std_get_subobject_placement(this)) Scratch;
     reserve_scratch(scratch_);
     file(slot);
@@ -98,9 +98,10 @@ void BSplit_Box_Tree::take_out(std::uint32_t slot) {
 }
 
 void BSplit_Box_Tree::remove(SUniv* item) {
-    if (!slot_of_.find(item)) return;
+    const std::uint32_t slot = slot_of_.find(item);
+    if (slot == Slot_Table::absent) return;
     literal_contents_valid_ = false;
-    take_out(*slot_of_.found_item());
+    take_out(slot);
     slot_of_.remove(item);
     close_up();
 }
@@ -114,7 +115,7 @@ void BSplit_Box_Tree::close_up() {
         if (slot.where == free_) continue;
         if (slot.where <= large_) index_[slot.where].rename(from, to);
         if (slot.where == odd_) odd_slots_[slot.home] = to;
-        if (slot_of_.find(slot.item)) *slot_of_.found_item() = to;
+        slot_of_.put(slot.item, to);
         slots_[to++] = slot;
     }
     slots_.resize(to);
@@ -137,13 +138,14 @@ int BSplit_Box_Tree::reaching_count() const {
 void BSplit_Box_Tree::reserve_scratch(Scratch* scratch) const {
     const std::size_t count = slots_.count();
     for (; scratch; scratch = scratch->inner) {
-        if (count <= scratch->list.count()) continue;
+        if (count <= scratch->room) continue;
         const std::size_t room = count + count / 2 + few_slots;
+        scratch->room = room;
         scratch->found.reserve(room);
-        scratch->list.resize(room);
-        scratch->moved.resize(room);
-        scratch->sorted.resize(room);
-        scratch->unsorted.resize(room);
+        scratch->list.reserve(room);
+        scratch->moved.reserve(room);
+        scratch->sorted.reserve(room);
+        scratch->unsorted.reserve(room);
     }
 }
 

@@ -25,7 +25,6 @@
 
 #include <cstdint>
 
-#include "base/Hash_Table.h"
 #include "base/Plain_Array.h"
 #include "math/Bbox.h"
 #include "math/Box_Cells.h"
@@ -33,6 +32,7 @@
 #include "math/Geometry.h"
 #include "math/Matrix4.h"
 #include "math/Slot_Set.h"
+#include "math/Slot_Table.h"
 #include "math/Split_Box_Tree_Node.h"
 #include "std/Std_Obj.h"
 #include "std/Std_Univ.h"
@@ -89,6 +89,7 @@ private:
     };
     // What a walk works with, of the size of all slots. A walk inside another has one of its own.
     struct Scratch : public Std_GC {
+        std::size_t room = 0; // for so many slots; of the arrays, only the room is used
         Slot_Set found;
         Plain_Array<std::uint32_t> list, moved;
         Plain_Array<std::uint64_t> sorted, unsorted;
@@ -131,7 +132,7 @@ private:
     Box_Index index_[2]; // of small boxes and of large ones
     Plain_Array<Slot> slots_;
     Plain_Array<std::uint32_t> odd_slots_;
-    Hash_Table<SUniv*, std::uint32_t> slot_of_;
+    Slot_Table slot_of_;
     Scratch* scratch_;
     mutable int depth_; // of walks that are under way
     mutable Bbox literal_contents_;

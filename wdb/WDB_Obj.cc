@@ -6,7 +6,8 @@
 
 std::uint64_t WDB_Obj::default_camera_namings_ = 0;
 
-WDB_Obj::WDB_Obj() : name_(str_new(WDB_Obj::get_static_class_name())), stamp_(0) {}
+// The text stays for ever, and most objects are given a name of their own at once.
+WDB_Obj::WDB_Obj() : name_(WDB_Obj::get_static_class_name()), stamp_(0) {}
 
 WDB_Obj& WDB_Obj::operator=(const WDB_Obj& other) {
     Std_Obj::operator=(other);

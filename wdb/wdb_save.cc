@@ -74,7 +74,9 @@ private:
     bool is_new_name(const char* name);
     const char* unused_numbered_name(const char* base);
     const char* unused_name(const WDB_Obj* obj);
+    const char* begin_object(const WDB_Obj* obj);
     const char* register_saved(const WDB_Obj* obj);
+    const char* register_node(const WDB_Node* node);
 
     void warn_unreadable(const char* why);
     void check_name(const char* name);
@@ -114,8 +116,10 @@ private:
     int texture_count = 0;
     long long triangle_count = 0; // many nodes share a mesh: the sum outgrows an int
     bool textures_are_saved = true;
-    const WDB_Obj* object = nullptr; // that is being written, until it is told to be unreadable
-    std::size_t line_length = 0;     // of the triangle that is being written, all its rows together
+    const WDB_Obj* object = nullptr;   // that is being written, until it is told to be unreadable
+    const char* object_name = nullptr; // its name in the file
+    bool are_shapes = false;           // the walk is that of the shapes
+    std::size_t line_length = 0; // of the triangle that is being written, all its rows together
 
     // Nodes between the walk and the file. Those of a large world lie far from the processor's cache:
     // asked for a few turns ahead, they are at hand when their turn comes.
@@ -172,12 +176,23 @@ const char* Scene_Writer::unused_name(const WDB_Obj* obj) {
 }
 
 // Gives `obj` a name that this file does not hold yet, and returns it.
-const char* Scene_Writer::register_saved(const WDB_Obj* obj) {
-    const char* const name = unused_name(obj);
-    saved_objects.put(name, const_cast<WDB_Obj*>(obj));
+const char* Scene_Writer::begin_object(const WDB_Obj* obj) {
     object = obj;
-    check_name(name);
+    object_name = unused_name(obj);
+    check_name(object_name);
+    return object_name;
+}
+
+const char* Scene_Writer::register_saved(const WDB_Obj* obj) {
+    const char* const name = begin_object(obj);
+    saved_objects.put(name, const_cast<WDB_Obj*>(obj));
     return name;
+}
+
+// Shapes, of which a world may have millions, are not kept: they come last and each once, and nothing
+// refers to them.
+const char* Scene_Writer::register_node(const WDB_Node* node) {
+    return are_shapes ? begin_object(node) : register_saved(node);
 }
 
 // What would not come back from the file is written all the same, but not without a word.
@@ -185,7 +200,7 @@ void Scene_Writer::warn_unreadable(const char* why) {
     if (!object) return;
     std_assert(2,
                str_format("%s %.100s cannot be read back: %s", object->get_dynamic_class_name(),
-                          saved_name(object), why),
+                          object_name, why),
                __FILE__, __LINE__);
     object = nullptr; // once
 }
@@ -328,7 +343,7 @@ void Scene_Writer::save_node_common(const WDB_Node* node) {
 
 void Scene_Writer::save_node_body(const WDB_Node* node) {
     if (is_saved(node)) return;
-    const char* const name = register_saved(node);
+    const char* const name = register_node(node);
     ++shape_count;
     out.text("Node ").text(name).text(" {\n");
     save_node_common(node);
@@ -337,7 +352,7 @@ void Scene_Writer::save_node_body(const WDB_Node* node) {
 
 void Scene_Writer::save_camera_body(const WDB_Camera* camera) {
     if (is_saved(camera)) return;
-    const char* const name = register_saved(camera);
+    const char* const name = register_node(camera);
     ++camera_count;
     out.text("Camera ").text(name).text(" {\n");
     save_node_common(camera);
@@ -358,7 +373,7 @@ void Scene_Writer::save_camera_body(const WDB_Camera* camera) {
 
 void Scene_Writer::save_light_body(const WDB_Light* light) {
     if (is_saved(light)) return;
-    const char* const name = register_saved(light);
+    const char* const name = register_node(light);
     ++light_count;
     out.text("Light ").text(name).text(" {\n");
     save_node_common(light);
@@ -509,6 +524,8 @@ int Scene_Writer::save(WDB_Database& world, const char* target) {
         return false;
     };
     world.apply_to_nodes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
+    while (dequeued != queued) save_first_in_queue();
+    are_shapes = true;
     world.apply_to_shapes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
     while (dequeued != queued) save_first_in_queue();
     write_counters();
