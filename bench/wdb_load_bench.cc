@@ -1,6 +1,6 @@
-// Reading scenes: triangle lines against sscanf with the full format, a scene of a million
-// triangles against the plain way (the pipe, fgets, sscanf), and how time and memory grow with the
-// nodes, small ones and such that fill the world.
+// Reading scenes: triangle lines against sscanf with the full format, many lists of triangles against
+// tinyobjloader and the plain way (the pipe, fgets, sscanf), a scene of a million triangles in one list,
+// and how time and memory grow with the nodes, small ones and such that fill the world.
 #include "wdb/wdb_load.h"
 
 #include <cmath>
@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "bench/side_by_side.h"
+#include "std/Std_Common.h"
 #include "std/Std_Messager.h"
 #include "std/Std_Scan.h"
 #include "wdb/WDB_Database.h"
@@ -77,13 +78,13 @@ static int sscanf_triangle(const char* text, float* f) {
                        f + 29, f + 30, f + 31, f + 32, f + 33, f + 34, f + 35);
 }
 
-// The same line by std_scan_f, as the reader's first try goes.
+// The same line by std_scan_row, as the reader's first try goes.
 static bool scan_triangle(const char* text, float* f) {
+    const int row = numbers_each / 4;
     for (const char letter : {'p', 'n', 'c', 't'}) {
         while (*text == ' ') ++text;
-        if (*text++ != letter) return false;
-        for (int i = 0; i < numbers_each / 4; ++i)
-            if (!std_scan_f(&text, f++)) return false;
+        if (*text++ != letter || !std_scan_row(&text, f, row)) return false;
+        f += row;
     }
     return true;
 }
@@ -137,7 +138,7 @@ static void triangle_lines(benchmark::State& state) {
         return sum;
     };
     side_by_side(state, count, {{"sscanf", [&] { return all(sscanf_triangle); }}},
-                 {"std_scan_f", [&] { return all(scan_triangle); }});
+                 {"std_scan_row", [&] { return all(scan_triangle); }});
 }
 BENCHMARK(triangle_lines)->UseManualTime();
 
@@ -241,25 +242,113 @@ BENCHMARK_CAPTURE(nodes, world_filling, true)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
 
+static const int scattered_lists = 600, triangles_of_list = 500;
+
 // Each list reaches all over the world.
-static void scattered_triangles(benchmark::State& state) {
-    const Scratch_File scene("scattered.3d");
-    const int lists = 600, each = 500;
+static void put_scattered_lists(WDB_Database& world) {
     std::mt19937 random(11);
-    WDB_Database world;
-    for (int i = 0; i < lists; ++i) {
-        auto* const list = new WDB_Tri_List(each);
+    for (int i = 0; i < scattered_lists; ++i) {
+        auto* const list = new WDB_Tri_List(triangles_of_list);
         list->set_with_colors(true);
         list->begin_editing();
-        for (int k = 0; k < each; ++k) list->put(random_triangle(random), k);
+        for (int k = 0; k < triangles_of_list; ++k) list->put(random_triangle(random), k);
         list->end_editing();
         world.put(new WDB_Node("n", HFrame::identity(), list, nullptr, nullptr));
     }
+}
+
+static void scattered_triangles(benchmark::State& state) {
+    const Scratch_File scene("scattered.3d");
+    WDB_Database world;
+    put_scattered_lists(world);
     wdb_save(world, scene.path.c_str());
-    side_by_side(state, lists * each, {{"fgets+sscanf", [&] { return load_plainly(scene.path); }}},
+    side_by_side(state, scattered_lists * triangles_of_list,
+                 {{"fgets+sscanf", [&] { return load_plainly(scene.path); }}},
                  {"wdb_load", [&] { return load_with_us(scene.path); }});
 }
 BENCHMARK(scattered_triangles)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+static void write_obj(const WDB_Tri_List& list, int& corners, std::FILE* file) {
+    const auto put = [file](const char* keyword, float x, float y, float z, const char* end) {
+        std::fprintf(file, "%s%f %f %f%s", keyword, static_cast<double>(x), static_cast<double>(y),
+                     static_cast<double>(z), end);
+    };
+    for (const WDB_Triangle& t : list) {
+        const Point p[] = {t.p0, t.p1, t.p2}, texture[] = {t.t0, t.t1, t.t2};
+        const Vector n[] = {t.n0, t.n1, t.n2};
+        const Color c[] = {t.c0, t.c1, t.c2};
+        for (int i = 0; i < 3; ++i) {
+            put("v ", p[i].x, p[i].y, p[i].z, " ");
+            put("", c[i].r, c[i].g, c[i].b, "\n");
+            put("vn ", n[i].x, n[i].y, n[i].z, "\n");
+            put("vt ", texture[i].x, texture[i].y, texture[i].z, "\n");
+        }
+        std::fputs("f", file);
+        for (int i = 0; i < 3; ++i, ++corners)
+            std::fprintf(file, " %d/%d/%d", corners, corners, corners);
+        std::fputs("\n", file);
+    }
+}
+
+// What a program beside this one says of `file`: how long it took and its peak of memory.
+struct Load_Figures {
+    double seconds = 0, peak_megabytes = 0, triangles = 0;
+};
+static Load_Figures load_by(const char* program, const std::string& file) {
+    const auto beside = std::filesystem::read_symlink("/proc/self/exe").parent_path() / program;
+    const char* const command = str_format("'%s' '%s' 2>/dev/null", beside.c_str(), file.c_str());
+    Load_Figures figures;
+    std::FILE* const pipe = popen(command, "r");
+    if (std::fscanf(pipe, "%lf %lf %lf", &figures.seconds, &figures.peak_megabytes,
+                    &figures.triangles) != 3)
+        figures.triangles = -1;
+    pclose(pipe);
+    return figures;
+}
+
+// The same numbers as OBJ, each file in a fresh process: the collector has no memory yet, and the other
+// one takes its own from malloc.
+static void scattered_triangles_and_obj(benchmark::State& state) {
+    const Scratch_File scene("scattered.3d"), obj("scattered.obj");
+    WDB_Database world;
+    put_scattered_lists(world);
+    wdb_save(world, scene.path.c_str());
+    std::FILE* const file = std::fopen(obj.path.c_str(), "w");
+    int corners = 1;
+    const auto write_shape = [&](const WDB_Node* node) {
+        write_obj(*WDB_Tri_List::const_castdown(node->get_geometry()), corners, file);
+    };
+    using Write_Shape = decltype(write_shape);
+    world.apply_to_shapes(Conv<const Write_Shape*>::to_univ(&write_shape),
+                          [](SUniv* user, const WDB_Node* node, const Bbox&) {
+                              (*Conv<const Write_Shape*>::from_univ(user))(node);
+                              return false;
+                          });
+    std::fclose(file);
+    Load_Figures ours, theirs;
+    const auto run = [](const char* program, const Scratch_File& from, Load_Figures& figures) {
+        figures = load_by(program, from.path);
+        return static_cast<std::uint64_t>(figures.triangles);
+    };
+    const double unit = 1e9 / (scattered_lists * triangles_of_list);
+    double best_of_ours = 1e9, best_of_theirs = 1e9;
+    for (auto _ : state) {
+        if (run("load_obj", obj, theirs) != run("load_scene", scene, ours))
+            state.SkipWithError("tinyobjloader answers otherwise");
+        best_of_ours = std::min(best_of_ours, ours.seconds);
+        best_of_theirs = std::min(best_of_theirs, theirs.seconds);
+        state.SetIterationTime(ours.seconds);
+    }
+    state.counters["wdb_load ns"] = best_of_ours * unit;
+    state.counters["tinyobjloader ns"] = best_of_theirs * unit;
+    state.counters["tinyobjloader/ours"] = best_of_theirs / best_of_ours;
+    state.counters["peak MB"] = ours.peak_megabytes;
+    state.counters["tinyobjloader's peak MB"] = theirs.peak_megabytes;
+}
+BENCHMARK(scattered_triangles_and_obj)
+    ->Iterations(5)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 static void million_triangles(benchmark::State& state) {
     const Scratch_File scene("mesh.3d");
