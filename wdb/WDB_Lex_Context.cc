@@ -592,7 +592,7 @@ bool WDB_Lex_Context::scan_next_triangle(const char* keyword, float scale) {
     if (strncasecmp(text, keyword, length) != 0) return false;
     Sections s;
     const char* const end = scan_plain_sections(text + length, numbers_of_triangle, &s);
-    if (!end || *end != '\n' || end - start > LONGEST_LINE) return false;
+    if (!end || *end != '\n' || end - start >= LONGEST_LINE) return false;
     last_triangle_ = triangle_of(s, scale);
     last_triangle_is_colored_ = s.colors != 0;
     const int lines = s.joints + 1;

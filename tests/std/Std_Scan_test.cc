@@ -39,6 +39,29 @@ TEST(Std_Scan, what_is_plain) {
     for (const char* text : others) EXPECT_TRUE(agrees(text, &is_taken) && !is_taken) << text;
 }
 
+TEST(Std_Scan, rows) {
+    const struct {
+        const char* text;
+        const char* rest; // null if it is no row of three
+    } rows[] = {{"1 -2.500000\t 3\\\n4", "\\\n4"},
+                {"1.000000 2.000000 3.000000n", "n"},
+                {"1 2\n3", nullptr},
+                {"1 2\\\n3", nullptr},
+                {"1.000000 2.000000", nullptr},
+                {"1 2.0000000 123456789012.000000", ""}};
+    for (const auto& r : rows) {
+        char buffer[64] = {};
+        std::strcpy(buffer, r.text);
+        const char* end = buffer;
+        float values[3], plain[3];
+        ASSERT_EQ(std_scan_row(&end, values, 3), r.rest != nullptr) << r.text;
+        EXPECT_STREQ(end, r.rest ? r.rest : r.text);
+        if (!r.rest) continue;
+        std::sscanf(buffer, "%f %f %f", plain, plain + 1, plain + 2);
+        EXPECT_EQ(std::memcmp(values, plain, sizeof plain), 0) << r.text;
+    }
+}
+
 TEST(Std_Scan, millions_of_numbers_as_sscanf_reads_them) {
     std::mt19937_64 random(11);
 #if defined(__OPTIMIZE__) && !defined(__SANITIZE_ADDRESS__)

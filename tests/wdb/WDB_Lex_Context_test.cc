@@ -1,5 +1,6 @@
 #include "wdb/WDB_Lex_Context.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -128,22 +129,25 @@ TEST_F(Lex_Context, frames) {
     }
 }
 
-// What the sections of the next triangle or line hold, and which of them the file gave.
-static std::string next(WDB_Lex_Context& lex, bool is_line, float scale) {
-    if (!(is_line ? lex.try_get_line("line", scale) : lex.try_get_triangle("triangle", scale)))
-        return "";
-    const float* const values =
-        is_line ? lex.get_last_line().p0.to_c() : lex.get_last_triangle().p0.to_c();
+// What the sections of a triangle or line hold, and which of them the file gave.
+static std::string described(const float* values, bool is_line, bool has_n, bool has_c,
+                             bool has_t) {
     std::string text;
     for (int i = 0; i < (is_line ? 24 : 36); ++i)
         text += str_format(i % (is_line ? 6 : 9) ? " %.9g" : " | %.9g",
                            std::isnan(values[i]) ? NAN : values[i]); // of one sign
-    const bool flags[] = {is_line && lex.get_last_line_is_lighted(),
-                          is_line ? lex.get_last_line_is_colored()
-                                  : lex.get_last_triangle_is_colored(),
-                          is_line && lex.get_last_line_is_textured()};
-    for (int i = 0; i < 3; ++i) text += flags[i] ? "nct"[i] : '-';
-    return text;
+    return text + (has_n ? 'n' : '-') + (has_c ? 'c' : '-') + (has_t ? 't' : '-');
+}
+
+// Of the next one.
+static std::string next(WDB_Lex_Context& lex, bool is_line, float scale) {
+    if (!(is_line ? lex.try_get_line("line", scale) : lex.try_get_triangle("triangle", scale)))
+        return "";
+    if (!is_line)
+        return described(lex.get_last_triangle().p0.to_c(), is_line, false,
+                         lex.get_last_triangle_is_colored(), false);
+    return described(lex.get_last_line().p0.to_c(), is_line, lex.get_last_line_is_lighted(),
+                     lex.get_last_line_is_colored(), lex.get_last_line_is_textured());
 }
 
 TEST_F(Lex_Context, triangles_and_lines) {
@@ -208,21 +212,45 @@ static std::string random_line(std::mt19937& random, std::size_t length) {
     return line;
 }
 
-// What sscanf was found to make of them, too.
+// Of all triangles up to the next bad line.
+static std::string next_run(WDB_Lex_Context& lex, float scale) {
+    std::string text;
+    lex.try_get_triangles("triangle", scale, [&](const WDB_Triangle& t, bool is_colored) {
+        text += described(t.p0.to_c(), false, false, is_colored, false);
+    });
+    return text;
+}
+
+// In several physical lines, where a section begins behind a blank.
+static std::string broken(std::string text) {
+    for (std::size_t i = 0; i + 1 < text.size(); ++i)
+        if (text[i] == ' ' && std::strchr("nct", text[i + 1])) text.insert(i + 1, "\\\n\t");
+    return text;
+}
+
+// What sscanf was found to make of them, too. Triangles are also read in runs, and from broken lines: these
+// are taken where they lie in the file.
 TEST_F(Lex_Context, random_triangles_and_lines) {
     const Report_Catcher silence;
-    for (const auto& [is_line, sum] :
-         {std::pair(false, "feda9aecb713524b"), std::pair(true, "563ef9033b43f936")}) {
+    const struct {
+        bool is_line, in_runs;
+        const char* sum;
+    } rows[] = {{false, false, "feda9aecb713524b"},
+                {false, true, "feda9aecb713524b"},
+                {true, false, "563ef9033b43f936"}};
+    for (const auto& r : rows) {
         std::mt19937 random(5);
         std::string text = "#\n", all;
         for (int i = 0; i < 20000; ++i)
-            text.append(is_line ? "line" : "triangle")
-                .append(random_line(random, is_line ? 6 : 9)) += '\n';
+            text.append(r.is_line ? "line" : "triangle")
+                .append(random_line(random, r.is_line ? 6 : 9)) += '\n';
+        if (r.in_runs) text = broken(text);
         put_file("t", text);
         Std_URL url("t");
         WDB_Lex_Context lex(&url, nullptr);
-        while (!lex.is_eof()) all += next(lex, is_line, .1f);
+        while (!lex.is_eof()) all += r.in_runs ? next_run(lex, .1f) : next(lex, r.is_line, .1f);
+        EXPECT_EQ(lex.get_line_number(), std::count(text.begin(), text.end(), '\n'));
         lex.close();
-        EXPECT_EQ(checksum(all), sum) << is_line;
+        EXPECT_EQ(checksum(all), r.sum) << r.is_line << r.in_runs;
     }
 }
