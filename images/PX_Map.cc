@@ -8,8 +8,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
-#include <vector>
 
+#include "images/PX_Map_Scale.h"
 #include "images/pix_support.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
@@ -25,13 +25,18 @@ static long long byte_count(int width, int height, int component) {
     return pixels * component;
 }
 
-static unsigned char* new_pixels(int width, int height, int component) {
+// The bytes of such an image; a fatal report if there cannot be one.
+static std::size_t require_pixels(int width, int height, int component) {
     const long long count = byte_count(width, height, component);
     if (count < 0)
         std_assert(-1,
                    str_format("An image of %d x %d x %d cannot be made", width, height, component),
                    __FILE__, __LINE__);
-    return new (GCAtomic) unsigned char[static_cast<std::size_t>(count)];
+    return static_cast<std::size_t>(count);
+}
+
+static unsigned char* new_pixels(int width, int height, int component) {
+    return new (GCAtomic) unsigned char[require_pixels(width, height, component)];
 }
 
 PX_Map::PX_Map(int width, int height, int component)
@@ -225,115 +230,6 @@ PX_Map::Filter PX_Map::get_bspline_filter() const {
     return bspline_filter;
 }
 
-namespace {
-// What source pixel goes into a target pixel, and by how much.
-struct Contribution {
-    int source;
-    float weight;
-};
-
-// The contributions of all target pixels of one row or column: those of pixel i stand from
-// starts[i] to starts[i + 1].
-struct Contributions {
-    std::vector<Contribution> all;
-    std::vector<std::size_t> starts;
-};
-} // namespace
-
-// Mirrored at both ends, as often as it takes.
-static int mirrored(long long j, int size) {
-    while (j < 0 || j >= size) {
-        if (j < 0) j = -j;
-        if (j >= size) j = (size - j) + size - 1;
-        if (size == 1) return 0;
-    }
-    return static_cast<int>(j);
-}
-
-static Contributions contributions(int size, int new_size, PX_Map::Filter filter,
-                                   int filter_width) {
-    const float scale = static_cast<float>(new_size) / static_cast<float>(size);
-    float w = static_cast<float>(filter_width);
-    float fscale = 1.0f;
-    if (scale < 1.0f) {
-        w = w / scale;
-        fscale = static_cast<float>(1.0 / static_cast<double>(scale));
-    }
-    Contributions result;
-    result.starts.push_back(0);
-    for (int i = 0; i < new_size; ++i) {
-        const float centre =
-            static_cast<float>(static_cast<double>(i) / static_cast<double>(scale));
-        const auto left = static_cast<long long>(std::ceil(static_cast<double>(centre - w)));
-        const auto right = static_cast<long long>(std::floor(static_cast<double>(centre + w)));
-        for (long long j = left; j <= right; ++j) {
-            const double distance = static_cast<double>(centre) - static_cast<double>(j);
-            const float weight = filter(static_cast<float>(distance) / fscale) / fscale;
-            result.all.push_back({mirrored(j, size), weight});
-        }
-        result.starts.push_back(result.all.size());
-    }
-    return result;
-}
-
-static unsigned char clamped(float sum) {
-    if (!(sum < 255.0f)) return 255;
-    return sum < 0.0f ? 0 : static_cast<unsigned char>(sum);
-}
-
-// sums[k] = the weighted sum over the contributions of target i, added in their order, for `count`
-// neighbouring values k of the lines. The inner loop runs over neighbours, so each sum is formed as
-// if alone, and many at a time.
-template<class Value>
-static void add_lines(const Contributions& c, int i, const Value* lines, std::size_t count,
-                      float* sums) {
-    std::fill(sums, sums + count, 0.0f);
-    const std::size_t end = c.starts[static_cast<std::size_t>(i) + 1];
-    for (std::size_t n = c.starts[static_cast<std::size_t>(i)]; n < end; ++n) {
-        const float weight = c.all[n].weight;
-        const Value* const line = lines + static_cast<std::size_t>(c.all[n].source) * count;
-        for (std::size_t k = 0; k < count; ++k) sums[k] += static_cast<float>(line[k]) * weight;
-    }
-}
-
-// Target columns come out of source columns. Some rows at a time are turned on their side, so that
-// the same columns of them are neighbours.
-static void scale_rows(const unsigned char* in, int width, int height, int component,
-                       unsigned char* out, int new_width, const Contributions& c) {
-    const int rows_at_once = std::min(32, height);
-    const auto size = static_cast<std::size_t>(component);
-    std::vector<float> columns(static_cast<std::size_t>(width) * rows_at_once * size);
-    std::vector<float> sums(static_cast<std::size_t>(rows_at_once) * size);
-    for (int y = 0; y < height; y += rows_at_once) {
-        const auto rows = static_cast<std::size_t>(std::min(rows_at_once, height - y));
-        const std::size_t count = rows * size;
-        for (std::size_t r = 0; r < rows; ++r) {
-            const unsigned char* pixel = in + (static_cast<std::size_t>(y) + r) * width * size;
-            for (int x = 0; x < width; ++x)
-                for (std::size_t k = 0; k < size; ++k)
-                    columns[static_cast<std::size_t>(x) * count + r * size + k] = *pixel++;
-        }
-        for (int i = 0; i < new_width; ++i) {
-            add_lines(c, i, columns.data(), count, sums.data());
-            for (std::size_t r = 0; r < rows; ++r) {
-                unsigned char* const target =
-                    out + ((static_cast<std::size_t>(y) + r) * new_width + i) * size;
-                for (std::size_t k = 0; k < size; ++k) target[k] = clamped(sums[r * size + k]);
-            }
-        }
-    }
-}
-
-// Target rows come out of source rows, of `count` bytes each.
-static void scale_columns(const unsigned char* in, std::size_t count, unsigned char* out,
-                          int new_height, const Contributions& c) {
-    std::vector<float> sums(count);
-    for (int i = 0; i < new_height; ++i, out += count) {
-        add_lines(c, i, in, count, sums.data());
-        for (std::size_t k = 0; k < count; ++k) out[k] = clamped(sums[k]);
-    }
-}
-
 void PX_Map::resize(int new_width, int new_height) {
     resize(new_width, new_height, get_default_filter(), get_default_filter_width());
 }
@@ -344,13 +240,11 @@ void PX_Map::resize(int new_width, int new_height, Filter filter, int filter_wid
                    str_format("An image of %d x %d cannot be resized to %d x %d", width_, height_,
                               new_width, new_height),
                    __FILE__, __LINE__);
-    unsigned char* const between = new_pixels(new_width, height_, component_);
+    require_pixels(new_width, height_, component_); // the image between the passes
     unsigned char* const result = new_pixels(new_width, new_height, component_);
-    scale_rows(pixels_, width_, height_, component_, between, new_width,
-               contributions(width_, new_width, filter, filter_width));
-    scale_columns(between, static_cast<std::size_t>(new_width) * component_, result, new_height,
-                  contributions(height_, new_height, filter, filter_width));
-    delete[] between;
+    if (component_ > 0)
+        px_map_scale(pixels_, width_, height_, component_, result, new_width, new_height, filter,
+                     filter_width);
     delete[] pixels_;
     pixels_ = result;
     width_ = new_width;

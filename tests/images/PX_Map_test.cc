@@ -282,16 +282,22 @@ static float overshooting(float t) {
     return std::fabs(t) < .5f ? 1.5f : std::fabs(t) < 1.5f ? -.2f : 0;
 }
 
+static float sometimes_no_number(float t) {
+    return t > 1.5f && t < 1.7f ? NAN : -0.3f;
+}
+
 TEST(PX_Map_resize, same_bytes_as_the_plain_way) {
     const struct {
         int w, h, n, nw, nh;
-    } rows[] = {{7, 5, 3, 6, 9}, {40, 33, 4, 20, 17}, {16, 16, 1, 16, 16}, {1, 1, 2, 5, 3},
-                {2, 3, 3, 1, 1}, {100, 3, 3, 128, 2}, {33, 70, 2, 90, 8}};
+    } rows[] = {{7, 5, 3, 6, 9},  {40, 33, 4, 20, 17}, {16, 16, 1, 16, 16}, {1, 1, 2, 5, 3},
+                {2, 3, 3, 1, 1},  {100, 3, 3, 128, 2}, {33, 70, 2, 90, 8},  {50, 21, 1, 25, 43},
+                {9, 7, 5, 12, 4}, {64, 31, 3, 4, 2},   {5, 4, 0, 2, 9}};
     for (const auto& r : rows) {
         const PX_Map* const map = random_map(r.w, r.h, r.n);
         for (PX_Map::Filter filter :
              {map->get_box_filter(), map->get_triangle_filter(), map->get_bell_filter(),
-              map->get_bspline_filter(), PX_Map::Filter(overshooting)}) {
+              map->get_bspline_filter(), PX_Map::Filter(overshooting),
+              PX_Map::Filter(sometimes_no_number)}) {
             PX_Map copy(r.w, r.h, r.n);
             std::memcpy(copy.get_pixels(), map->get_pixels(), pixels_of(*map).size());
             copy.resize(r.nw, r.nh, filter, 3);
@@ -312,6 +318,8 @@ TEST(PX_Map_resize, to_the_same_size_copies) {
     }
     EXPECT_EXIT(PX_Map(2, 2, 1).resize(0, 2), ::testing::ExitedWithCode(1),
                 "cannot be resized to 0 x 2");
+    EXPECT_EXIT(PX_Map(1, 65536, 1).resize(65536, 1), ::testing::ExitedWithCode(1),
+                "65536 x 65536 x 1 cannot be made");
     EXPECT_EXIT(PX_Map(65536, 65536, 1), ::testing::ExitedWithCode(1),
                 "65536 x 65536 x 1 cannot be made");
 }
