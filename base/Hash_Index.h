@@ -93,6 +93,11 @@ public:
     template<class Hash_Of>
     int take(unsigned int hash, Hash_Of hash_of);
 
+    // Takes cells for the keys of an older index of the same keys, in the order of its cells:
+    // move(from, to) is called at once for each. old_hash_of(cell) hashes a key where it was.
+    template<class Old_Hash_Of, class Move, class Hash_Of>
+    void take_all(const Hash_Index& old, Old_Hash_Of old_hash_of, Move move, Hash_Of hash_of);
+
     // The first taken cell from `from` on; the modulus if there is none.
     int next_taken(int from) const;
 
@@ -111,6 +116,9 @@ public:
     template<class Hash_Of>
     bool move(unsigned int hash, int from, int to, Hash_Of hash_of);
     void free_cell(int cell);
+    // While no key lies far, there is nothing to forget, and no hash takes part in a move.
+    bool has_far() const { return entries_ != nullptr; }
+    void move_near(int from, int to) { set_tag(to, tags_[from]); }
     template<class Hash_Of>
     void enter_all(Hash_Of hash_of);
 
@@ -214,8 +222,10 @@ inline int Hash_Index::next_taken(int from) const {
 
 template<class Visit>
 inline void Hash_Index::each_taken(Visit visit) const {
-    for (unsigned int first = 0; first < modulus(); first += word_bits_) {
-        for (std::uint64_t word = taken()[first / word_bits_]; word != 0; word &= word - 1) {
+    const unsigned int end = modulus();
+    const std::uint64_t* const words = taken();
+    for (unsigned int first = 0; first < end; first += word_bits_) {
+        for (std::uint64_t word = words[first / word_bits_]; word != 0; word &= word - 1) {
             visit(static_cast<int>(first + static_cast<unsigned int>(std::countr_zero(word))));
         }
     }
@@ -259,6 +269,44 @@ inline int Hash_Index::take(unsigned int hash, Hash_Of hash_of) {
     set_tag(cell, tag(hash));
     if (distance >= far_) enter(hash, cell);
     return cell;
+}
+
+// Half of the time of a growing table goes by here. What does not change is held in variables: a
+// stored tag might be any part of this object, for all that the compiler knows.
+template<class Old_Hash_Of, class Move, class Hash_Of>
+void Hash_Index::take_all(const Hash_Index& old, Old_Hash_Of old_hash_of, Move move,
+                          Hash_Of hash_of) {
+    const unsigned int mask = mask_, old_end = old.modulus();
+    const std::uint64_t* const old_words = old.taken();
+    std::uint64_t* words = taken();
+    std::uint8_t* tags = tags_;
+    unsigned int reach = reach_;
+    for (unsigned int first = 0; first < old_end; first += word_bits_) {
+        for (std::uint64_t left = old_words[first / word_bits_]; left != 0; left &= left - 1) {
+            const unsigned int from = first + static_cast<unsigned int>(std::countr_zero(left));
+            const unsigned int hash = old_hash_of(static_cast<int>(from));
+            const unsigned int home = hash & mask;
+            std::uint64_t& word = words[home / word_bits_];
+            const std::uint64_t free = ~word >> (home % word_bits_);
+            if (free == 0) [[unlikely]] {
+                reach_ = reach;
+                move(static_cast<int>(from), take(hash, hash_of));
+                reach = reach_;
+                words = taken(); // it may have gone over to a longer block
+                tags = tags_;
+                continue;
+            }
+            const auto distance = static_cast<unsigned int>(std::countr_zero(free));
+            const unsigned int cell = home + distance;
+            reach = std::max(reach, distance);
+            word |= std::uint64_t{1} << (cell % word_bits_);
+            if (word == UINT64_MAX) [[unlikely]]
+                mark_full_word(home / word_bits_);
+            tags[cell] = tags[((cell - far_) & mask) + far_] = tag(hash);
+            move(static_cast<int>(from), static_cast<int>(cell));
+        }
+    }
+    reach_ = reach;
 }
 
 template<class Hash_Of>

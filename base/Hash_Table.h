@@ -130,7 +130,7 @@ private:
     }
 
     bool is_found_again(const K& key) const;
-    int index_of(const K& key) const;
+    int index_of(const K& key, unsigned int hash) const;
     int cell_of(const K& key) const { return cell_of(key, hash_of(key)); }
     int cell_of(const K& key, unsigned int hash) const;
     [[gnu::noinline]] int cell_of_other(const K& key, unsigned int hash) const;
@@ -141,7 +141,9 @@ private:
 
     void fill(int cell, const Pair& pair);
     void clear_found();
-    bool close_run(int hole);
+    template<class Will_Move>
+    int close_run(int hole, int reach, Will_Move will_move);
+    void clear(int cell) { std::memset(static_cast<void*>(pairs_ + cell), 0, sizeof(Pair)); }
     [[gnu::noinline]] void double_size();
     void make_cells(int size);
 
@@ -241,8 +243,8 @@ bool Hash_Table<K, V>::is_found_again(const K& key) const {
 
 // The cell where the key is or should be put. Requires: cells, without an index.
 template<class K, class V>
-int Hash_Table<K, V>::index_of(const K& key) const {
-    int cell = home(hash_of(key));
+int Hash_Table<K, V>::index_of(const K& key, unsigned int hash) const {
+    int cell = home(hash);
     if (!pairs_[cell].state || is_equal(pairs_[cell].key, key)) return cell;
     if (is_found_again(key)) return found_index_;
     do cell = next(cell);
@@ -261,7 +263,7 @@ template<class K, class V>
 template<class K, class V>
 int Hash_Table<K, V>::cell_of_other(const K& key, unsigned int hash) const {
     if (!index_.is_used()) {
-        const int cell = index_of(key);
+        const int cell = index_of(key, hash);
         return pairs_[cell].state ? cell : Hash_Index::absent;
     }
     if (is_found_again(key)) {
@@ -282,12 +284,12 @@ inline int Hash_Table<K, V>::new_cell(unsigned int hash) {
 // Where to fill in the key, which is counted if it is new. Requires: cells.
 template<class K, class V>
 inline int Hash_Table<K, V>::cell_to_put(const K& key) {
+    const unsigned int hash = hash_of(key);
     if (!index_.is_used()) {
-        const int cell = index_of(key);
+        const int cell = index_of(key, hash);
         count_ += 1 - pairs_[cell].state;
         return cell;
     }
-    const unsigned int hash = hash_of(key);
     const int cell = cell_of(key, hash);
     return cell >= 0 ? cell : new_cell(hash);
 }
@@ -319,36 +321,58 @@ void Hash_Table<K, V>::clear_found() {
 
 template<class K, class V>
 void Hash_Table<K, V>::remove(const K& key) {
-    if (!find(key)) return;
-    const int cell = found_index_;
+    if (count_ == 0) return;
+    const unsigned int hash = hash_of(key);
+    const int cell = cell_of(key, hash);
+    if (cell < 0) return;
     --count_;
     clear_found();
-    const bool was_known = !index_.is_used() || index_.forget(hash_of(key), cell, hash_in());
-    // Keys that broke the rules and changed their hash may be lost; but an entry
-    // must never name a free cell.
-    if (!close_run(cell) || !was_known) index_.enter_all(hash_in());
+    const int all = modulus() - 1;
+    if (!index_.is_used()) {
+        clear(close_run(cell, all, [](unsigned int, int, int) {}));
+    } else if (!index_.has_far()) {
+        const int free = close_run(cell, index_.reach(), [this](unsigned int, int from, int to) {
+            index_.move_near(from, to);
+        });
+        clear(free);
+        index_.free_cell(free);
+    } else {
+        bool were_known = index_.forget(hash, cell, hash_in());
+        const int free = close_run(cell, index_.reach(), [&](unsigned int moved, int from, int to) {
+            were_known &= index_.move(moved, from, to, hash_in());
+        });
+        clear(free);
+        index_.free_cell(free);
+        // Keys that broke the rules and changed their hash may be lost; but an entry
+        // must never name a free cell.
+        if (!were_known) index_.enter_all(hash_in());
+    }
 }
 
 // Fills the hole with the next key of the run that may lie there, and so on
-// until the hole is at the end of the run. False if the index does not know a key
-// that moved.
+// until the hole is at the end of the run, which is the result. No key lies
+// farther than `reach` from home. will_move(hash, from, to) is called before
+// each move.
 template<class K, class V>
-bool Hash_Table<K, V>::close_run(int hole) {
-    const int mask = modulus() - 1;
-    const int reach = index_.is_used() ? index_.reach() : mask;
-    bool were_known = true;
-    for (int cell = next(hole); pairs_[cell].state; cell = next(cell)) {
-        const int from_hole = (cell - hole) & mask;
-        if (from_hole > reach) break;
-        const unsigned int hash = hash_of(pairs_[cell].key);
-        if (((cell - home(hash)) & mask) < from_hole) continue;
-        if (index_.is_used()) were_known &= index_.move(hash, cell, hole, hash_in());
-        pairs_[hole] = pairs_[cell];
-        hole = cell;
+template<class Will_Move>
+int Hash_Table<K, V>::close_run(int hole, int reach, Will_Move will_move) {
+    Pair* const pairs = pairs_;
+    const auto mask = static_cast<unsigned int>(modulus() - 1);
+    const Hash given_hash = hash_;
+    const bool is_default = given_hash == &default_hash;
+    auto cell = static_cast<unsigned int>(hole);
+    for (unsigned int from_hole = 1; from_hole <= static_cast<unsigned int>(reach); ++from_hole) {
+        cell = (cell + 1) & mask;
+        if (!pairs[cell].state) break;
+        const K& key = pairs[cell].key;
+        const unsigned int hash = is_default ? default_hash(key) : given_hash(key);
+        if (((cell - hash) & mask) < from_hole) continue;
+        will_move(hash, static_cast<int>(cell), hole);
+        pairs[hole] = pairs[cell];
+        hole = static_cast<int>(cell);
+        from_hole = 0;
     }
-    std::memset(static_cast<void*>(pairs_ + hole), 0, sizeof(Pair));
-    if (index_.is_used()) index_.free_cell(hole);
-    return were_known;
+    return hole;
 }
 
 template<class K, class V>
@@ -390,10 +414,15 @@ void Hash_Table<K, V>::double_size() {
         }
     } else if (has_default_equal()) {
         // Keys that are equal as words have become one long ago: nobody asks.
-        old_index.each_taken([&](int i) {
-            const int cell = index_.take(hash_of(old_pairs[i].key), hash_in());
-            pairs_[cell] = old_pairs[i];
-        });
+        Pair* const pairs = pairs_;
+        const Hash hash = hash_;
+        const auto move = [=](int from, int to) { pairs[to] = old_pairs[from]; };
+        if (hash == &default_hash)
+            index_.take_all(
+                old_index, [=](int i) { return default_hash(old_pairs[i].key); }, move, hash_in());
+        else
+            index_.take_all(
+                old_index, [=](int i) { return hash(old_pairs[i].key); }, move, hash_in());
         count_ = old_count;
     } else {
         // Others, such as those within a tolerance, may become equal only now.
