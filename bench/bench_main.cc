@@ -1,14 +1,18 @@
 // The main program of the benchmarks: prints a Markdown table, a row for each
-// benchmark, so that figures can be pasted into documents as they stand.
+// benchmark, so that figures can be pasted into documents as they stand, and above it on what they
+// were measured.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
 #include <string>
 #include <vector>
 
+#include "bench/machine.h"
+
 class Table_Reporter : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context&) override {
+        std::printf("%s\n\n", machine_line().c_str());
         std::puts("| benchmark | the plain way | ours | plain / ours | more |\n"
                   "|---|---|---|---|---|");
         return true;
@@ -73,6 +77,10 @@ private:
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    // For --benchmark_out: the table has a line of its own.
+    benchmark::AddCustomContext("processor", processor_name());
+    benchmark::AddCustomContext("compiler", NOLT_BENCH_COMPILER);
+    benchmark::AddCustomContext("flags", NOLT_BENCH_FLAGS);
     Table_Reporter table;
     benchmark::RunSpecifiedBenchmarks(&table);
     benchmark::Shutdown();

@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "bench/machine.h"
 #include "bench/plain_save.h"
 #include "bench/sphere_world.h"
 #include "tests/math/plain_tree.h"
@@ -127,6 +128,7 @@ static void print_row(int spheres) {
 int main(int argc, char** argv) {
     const int usual[] = {10000, 100000, 1000000};
     const int count = argc > 1 ? argc - 1 : 3;
+    printf("%s\n\n", machine_line().c_str());
     puts("| spheres | meshes | placing | filing | writing | each | each, plainly | plain / ours "
          "| peak memory | each |\n|---|---|---|---|---|---|---|---|---|---|");
     fflush(stdout);
