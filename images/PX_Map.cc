@@ -52,6 +52,7 @@ PX_Map::PX_Map(const PX_Map& other)
 
 PX_Map& PX_Map::operator=(const PX_Map& other) {
     if (this == &other) return *this;
+    // The copy first: if it cannot be made, this map is not left half changed.
     const PX_Map copy(other);
     width_ = copy.width_;
     height_ = copy.height_;
@@ -74,6 +75,7 @@ PX_Map::PX_Map(const char* url, int component) : PX_Map(0, 0, 0) {
 
 void PX_Map::load_error(const char* message, int component) {
     const int dummy_size = 4;
+    // A picture that shows at a glance that something is missing, but lets the scene go on.
     const unsigned char grey = 0x80;
     std::fprintf(stderr, "PX_Map: LOAD ERROR - %s\nPX_Map: CREATING DUMMY IMAGE\n", message);
     width_ = height_ = dummy_size;
@@ -107,6 +109,8 @@ void PX_Map::load(Std_URL* url, int component) {
         error = "Problem writing to tmpfile";
         ::close(store);
     }
+    // Closing may report that the document was not whole; the rows that came are tried all the
+    // same.
     url->close();
     if (!error) error = load_file(store, component);
     if (error) load_error(error, component);
@@ -118,6 +122,8 @@ const char* PX_Map::load_file(int descriptor, int component) {
     const int most_channels = 4;
     if (!pixmap_open_read(descriptor)) return error;
     const int width = pixmap_xsize(), height = pixmap_ysize();
+    // More channels than four have no meaning here; a caller who asks for none gets what the file
+    // has.
     if (component == 0) component = std::min(pixmap_zsize(), most_channels);
     if (byte_count(width, height, component) < 0) {
         pixmap_close();
@@ -150,6 +156,8 @@ bool PX_Map::save(const char* file_name) {
         is_saved = pixmap_is_open();
     }
     int error = errno;
+    // The first thing that fails gives the reason, but all is closed. Only what is whole takes the
+    // place of the old file.
     if (is_saved) {
         is_saved = pixmap_save(pixels_, width_ * component_);
         error = errno;
@@ -185,6 +193,7 @@ static float box_filter(float t) {
     return t > -0.5f && t <= 0.5f ? 1.0f : 0.0f;
 }
 
+// The difference in double precision, so that a distance just below 1 keeps a weight.
 static float triangle_filter(float t) {
     const float distance = std::fabs(t);
     return distance < 1.0f ? static_cast<float>(1.0 - static_cast<double>(distance)) : 0.0f;
@@ -234,6 +243,7 @@ void PX_Map::resize(int new_width, int new_height) {
     resize(new_width, new_height, get_default_filter(), get_default_filter_width());
 }
 
+// The old picture goes at once: pictures are large, and the collector may take its time.
 void PX_Map::resize(int new_width, int new_height, Filter filter, int filter_width) {
     if (new_width < 1 || new_height < 1 || width_ < 1 || height_ < 1)
         std_assert(-1,
@@ -253,6 +263,8 @@ void PX_Map::resize(int new_width, int new_height, Filter filter, int filter_wid
 
 void PX_Map::texture_align() {
     const float aligned = 0.0001f;
+    // Quotients of single-precision logarithms are whole numbers only nearly; `aligned` is as near
+    // as they come for sizes that are powers of two.
     const auto log2_of = [](int size) { return logf(static_cast<float>(size)) / logf(2.0f); };
     const auto rounded = [](float value) {
         return static_cast<float>(std::floor(static_cast<double>(value) + 0.5));
@@ -263,6 +275,7 @@ void PX_Map::texture_align() {
         return exponent > 30 ? 0 : static_cast<int>(powf(2.0f, exponent));
     };
     const float rw = rounded(lw), rh = rounded(lh);
+    // Both sizes change if one must, to the nearest powers in the sense of their logarithms.
     if (std::fabs(lw - rw) > aligned || std::fabs(lh - rh) > aligned)
         resize(power_of_two(rw), power_of_two(rh), get_bell_filter(), get_default_filter_width());
 }

@@ -21,6 +21,7 @@ static bool write_table(IMAGE* image, unsigned int* table, const char* error) {
     return is_written;
 }
 
+// The header once more: only now are the least and the greatest value known.
 static bool complete(IMAGE* image) {
     if (!img_write_header(image)) {
         i_errhdlr("iclose: error on write of image header\n");
@@ -34,6 +35,7 @@ static bool complete(IMAGE* image) {
 
 int iclose(IMAGE* image) {
     const bool are_put = iflush(image) == 0 && img_release_writes(image);
+    // Tried also after a failure: what could be written is then at least readable.
     bool is_complete = !(image->flags & IMAGE_WRITE) || complete(image);
     if (!are_put || image->flags & IMAGE_ERROR) {
         i_errhdlr("iclose: error on write of rows\n");

@@ -24,6 +24,7 @@ void i_setbyteorder(Image_Byte_Order order) {
     order_of_new_files = order;
 }
 
+// Without a hook a program is taken not to look at results, and ends here.
 void i_errhdlr(const char* format, ...) {
     char message[1024];
     va_list arguments;
@@ -46,6 +47,7 @@ void cvtshorts(unsigned short* values, std::size_t bytes) {
     for (std::size_t i = 0; i < bytes / sizeof *values; ++i) values[i] = swapped(values[i]);
 }
 
+// In place, twice the same: what is swapped for the file is swapped back behind it.
 void cvtlongs(unsigned int* values, std::size_t bytes) {
     for (std::size_t i = 0; i < bytes / sizeof *values; ++i)
         values[i] = __builtin_bswap32(values[i]);
@@ -61,6 +63,8 @@ void cvtimage(IMAGE* image) {
 
 std::size_t img_work_row_size(const IMAGE* image) {
     const std::size_t xsize = image->xsize;
+    // What encoding can give at most, a count before each value and the end, and the size that
+    // readers of old allow.
     const std::size_t longest = 2 * (2 * xsize + 1), usual = 4 * (xsize + (xsize >> 6));
     return std::max(longest, usual);
 }
@@ -74,6 +78,7 @@ static const std::size_t header_size = offsetof(IMAGE, file);
 static const std::size_t stored_size = 152;
 static_assert(header_size == 108);
 
+// Written twice: first to take its place, at the end with what was learnt of the pixels.
 bool img_write_header(IMAGE* image) {
     IMAGE stored = *image;
     if (image->dorev) cvtimage(&stored);
@@ -98,6 +103,7 @@ static bool start_writing(IMAGE* image, const char* name, unsigned type, unsigne
     image->ysize = dim < 2 ? 1 : static_cast<unsigned short>(ysize);
     image->zsize = dim < 3 ? 1 : static_cast<unsigned short>(zsize);
     image->dim = image->zsize != 1 ? 3 : image->ysize != 1 ? 2 : 1;
+    // No value is greater or less: the first row sets both.
     image->min = 10000000;
     image->max = 0;
     isetname(image, "no name");
@@ -118,6 +124,8 @@ static bool start_reading(IMAGE* image, const char* name) {
         i_errhdlr("iopen: error on read of image header\n");
         return false;
     }
+    // The record begins as the file does. A file from a machine of the other byte order shows its
+    // mark reversed.
     std::memcpy(static_cast<void*>(image), bytes, header_size);
     if (swapped(image->imagic) == image_magic) {
         image->dorev = 1;
@@ -161,6 +169,7 @@ static bool make_tables(IMAGE* image, bool is_new) {
         i_errhdlr("iopen: error on table alloc\n");
         return false;
     }
+    // Where the next encoded row goes: behind the tables, at first.
     image->rleend = static_cast<unsigned int>(data);
     if (is_new) {
         std::memset(image->rowsize, 0xFF, bytes); // -1: not written yet
@@ -187,6 +196,7 @@ IMAGE* imgopen(int fd, const char* name, const char* mode, unsigned type, unsign
         return nullptr;
     }
     image->file = fd;
+    // Nowhere: reading and writing fail until somebody seeks.
     image->offset = -1;
     if (mode[0] != '\0' && mode[1] == '+') {
         i_errhdlr("iopen: read/write mode not supported\n");
@@ -203,6 +213,7 @@ IMAGE* imgopen(int fd, const char* name, const char* mode, unsigned type, unsign
     std::free(image->rowstart);
     std::free(image->rowsize);
     std::free(image->tmpbuf);
+    // A descriptor that was handed in stays the caller's.
     if (name && image->file >= 0) ::close(image->file);
     std::free(image);
     return nullptr;

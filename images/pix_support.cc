@@ -36,6 +36,7 @@ static void print_error(char* message) {
     i_printerror(message);
 }
 
+// Before memory is asked for: a header of a few bytes can claim any size.
 static const char* reason_to_refuse() {
     if (static_cast<long long>(image->xsize) * image->ysize > std_limits.image_pixels)
         return "too large";
@@ -99,6 +100,7 @@ bool pixmap_is_open() {
     return image != nullptr;
 }
 
+// The error of a delayed write is seen here at the latest.
 bool pixmap_close() {
     const bool is_complete = iclose(image) == 0;
     std::free(image);
@@ -122,6 +124,7 @@ static unsigned char low(unsigned short value) {
     return static_cast<unsigned char>(value);
 }
 
+// A row that cannot be read is black; the others are none the worse.
 static bool get_channel(unsigned short* row, unsigned y, unsigned z) {
     if (getrow(image, row, y, z) >= 0) return true;
     std::fill_n(row, image->xsize, static_cast<unsigned short>(0));
@@ -147,6 +150,7 @@ static bool get_channels(unsigned y) {
     return get_channel(bbuf, y, 2) && are_read;
 }
 
+// Weights of red, green and blue in 256ths; their sum is 256, so white stays white.
 static unsigned char luminance(int x) {
     return static_cast<unsigned char>((rbuf[x] * 79 + gbuf[x] * 156 + bbuf[x] * 21) >> 8);
 }
@@ -222,6 +226,7 @@ static void put_pixels(unsigned char* out) {
 
 template<int Component>
 static int load_image(unsigned char* pixels, std::ptrdiff_t row_stride) {
+    // Two channels are grey and alpha, three the colours, four both; more are not looked at.
     const bool has_color = image->zsize >= 3;
     const bool has_alpha = image->zsize == 2 || image->zsize >= 4;
     int bad_rows = 0;
@@ -289,7 +294,9 @@ bool pixmap_save(const unsigned char* pixels, int row_stride) {
         std::fputs("can't open image in write mode\n", stderr);
         std::exit(0);
     }
+    // Rows of an encoded image are short: they are gathered, and written in large pieces.
     img_hold_writes(image);
+    // After a failure there is nothing to save: the file is given up by the caller.
     bool are_put = true;
     for (unsigned y = 0; are_put && y < image->ysize; ++y, pixels += row_stride)
         are_put = put_channels(pixels, y);

@@ -75,6 +75,7 @@ bool img_optseek(IMAGE* image, off_t offset) {
     return offset >= 0;
 }
 
+// After a failure the place is unknown, and everything fails until the next seek.
 static bool moved_on(IMAGE* image, ssize_t done, std::size_t count) {
     const bool is_full = done >= 0 && static_cast<std::size_t>(done) == count;
     image->offset = is_full ? image->offset + static_cast<off_t>(count) : -1;
@@ -113,8 +114,10 @@ static Image_Transfers* transfers_of(IMAGE* image) {
 // Pieces begin at full steps, so that rows may be read backwards, too.
 const void* img_read_row(IMAGE* image, std::size_t count) {
     Image_Transfers* const transfers = transfers_of(image);
+    // A piece holds any row that is not longer than a step, wherever it begins in it.
     if (!transfers || count > read_step)
         return img_read(image, image->tmpbuf, count) ? image->tmpbuf : nullptr;
+    // One piece a channel: a reader takes row y of all channels before row y + 1 of any.
     auto& ahead = transfers->ahead[image->z % 4];
     const off_t from = image->offset, to = from + static_cast<off_t>(count);
     if (from < ahead.start || to > ahead.start + static_cast<off_t>(ahead.length)) {
@@ -141,6 +144,7 @@ static bool write_held(IMAGE* image) {
     return length == 0 || write_at(image, held.bytes, length, held.start);
 }
 
+// Only bytes that follow one another are gathered; a row elsewhere sends what is held on its way.
 static bool hold(IMAGE* image, const void* buffer, std::size_t count) {
     auto& held = image->transfers->held;
     const bool follows = image->offset == held.start + static_cast<off_t>(held.length);
@@ -175,6 +179,7 @@ bool img_release_writes(IMAGE* image) {
 static bool is_row_sound(const IMAGE* image, std::size_t entry, std::size_t file_size) {
     const std::size_t longest_packet = 127;
     const std::size_t start = image->rowstart[entry], size = image->rowsize[entry];
+    // Less cannot hold the row; more than the work row can take was never written by anybody.
     const std::size_t packets = (image->xsize + longest_packet - 1) / longest_packet;
     return size >= 2 * packets * bytes_per_channel(image) && size <= img_work_row_size(image) &&
            start <= file_size && size <= file_size - start;
@@ -193,6 +198,7 @@ static bool is_header_sound(const IMAGE* image, std::size_t* file_size) {
 static std::size_t count_sound_rows(const IMAGE* image, std::size_t file_size) {
     const std::size_t planes = image->dim < 3 ? 1 : image->zsize;
     const std::size_t rows = planes * image->ysize;
+    // Rows of one size need no table: the length of the file tells how many there are.
     if (is_verbatim(image)) {
         const std::size_t row = std::size_t{image->xsize} * bytes_per_channel(image);
         const auto start = static_cast<std::size_t>(image_data_start);

@@ -18,6 +18,8 @@ static int packet_length(long left) {
 
 // Where the literal values that start at `s` end: at three equal values, or two before the end.
 template<class In>
+// Two equal values are not worth a packet of their own: it would cost as much as they do, and
+// another count behind it. Looks at every second value while neighbours differ.
 static const In* literal_end(const In* s, const In* end) {
     if (end - s < 3) return s;
     const In* p = s + 2;
@@ -63,6 +65,8 @@ static int compact(const In* s, Out* rle, int count) {
             out += n;
             s += n;
         }
+        // Behind the literal values three are equal, or it is the end: the last one or two go as a
+        // run.
         const In value = *s;
         const In* const run = s;
         s = run_end(run, end);
@@ -98,6 +102,8 @@ static const int block = 16;
 
 template<class In, class Out>
 static void put_literal(const In* in, const In* end, Out* out, const Out* out_end, int n) {
+    // Near an end exactly n values, elsewhere whole blocks, whose excess the next packet
+    // overwrites.
     if (end - in < n + block || out_end - out < n + block) {
         for (int i = 0; i < n; ++i) out[i] = static_cast<Out>(in[i]);
         return;
@@ -138,11 +144,13 @@ static int expand(const In* in, int count, Out* expanded, int room) {
         const int word = *in++;
         int n = word & count_mask;
         if (n == 0) break;
+        // Never past the room, whatever a damaged count says.
         if (n > out_end - out) {
             cut(in, end, word & literal_bit, out, out_end);
             return room + 1;
         }
         if (word & literal_bit) {
+            // A row that is cut off gives what is there.
             n = static_cast<int>(std::min<long>(n, end - in));
             put_literal(in, end, out, out_end, n);
             in += n;

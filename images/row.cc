@@ -26,6 +26,7 @@ static bool get_verbatim(IMAGE* image, unsigned short* buffer) {
 
 static bool get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
     const unsigned bpp = bytes_per_channel(image);
+    // -1 is a row that was never written.
     const int cnt = img_getrowsize(image, y, z);
     if (cnt == -1) return false;
     const auto bytes = static_cast<std::size_t>(static_cast<unsigned int>(cnt));
@@ -56,6 +57,7 @@ static bool is_bpp_known(const IMAGE* image, const char* error) {
 }
 
 int getrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
+    // 128 is for images that are open for both, which no mode gives any more.
     const unsigned short may_read = 1 | 128;
     if (!(image->flags & may_read)) return -1;
     fold(image, y, z);
@@ -92,6 +94,7 @@ static bool put_verbatim(IMAGE* image, unsigned short* buffer, unsigned y, unsig
     }
     if (img_seek(image, y, z) < 0) return false;
     const std::size_t size = xsize * sizeof *buffer;
+    // The buffer is the caller's: turned for the file, and turned back.
     if (image->dorev) cvtshorts(buffer, size);
     const bool is_written = img_write(image, buffer, size);
     if (image->dorev) cvtshorts(buffer, size);
@@ -103,6 +106,7 @@ static bool put_encoded(IMAGE* image, const unsigned short* buffer, unsigned y, 
     const int values =
         img_rle_compact(buffer, 2, image->tmpbuf, static_cast<int>(bpp), image->xsize);
     const unsigned cnt = static_cast<unsigned>(values) * bpp;
+    // Places of rows have 32 bits in the tables.
     if (cnt > UINT32_MAX - image->rleend) {
         i_errhdlr("putrow: file too large for its tables\n");
         return false;
