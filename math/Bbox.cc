@@ -51,6 +51,7 @@ struct Side_Counts {
     int below = 0, inside = 0, above = 0;
 };
 
+// A NaN is neither below nor above, and so inside: what cannot be told is not thrown away.
 Side_Counts count_sides(const Homogeneous* h, int axis) {
     Side_Counts n;
     for (int i = 0; i < n_corners; ++i) {
@@ -64,6 +65,8 @@ Side_Counts count_sides(const Homogeneous* h, int axis) {
     return n;
 }
 
+// All corners on the outer side of one and the same plane. A box that fails this may still lie
+// outside, in front of an edge of the view.
 bool all_beyond(const Homogeneous* h, int axis) {
     bool above = true, below = true;
     for (int i = 0; i < n_corners; ++i) {
@@ -92,11 +95,14 @@ struct Interval {
 
     // False when nothing is left of it.
     bool cut(float origin, float direction, float lo, float hi) {
+        // Along the slab, also with a NaN: the ray lies within all the way, or not at all.
         if (!(direction < 0) && !(direction > 0)) return !(origin < lo || hi < origin);
         const float exit = ((direction < 0 ? lo : hi) - origin) / direction;
         const float entry = ((direction < 0 ? hi : lo) - origin) / direction;
         if (exit < near) return false;
         if (exit <= far) far = exit;
+        // The entry may lie behind the exit of another slab: then the ray passes by an edge of the
+        // box.
         if (near <= entry) {
             if (far < entry) return false;
             near = entry;
@@ -105,6 +111,7 @@ struct Interval {
     }
 };
 
+// 0 for an inverted box, as for a flat one.
 float largest_extent(const Vector& size) {
     float m = 0;
     for (int i = 0; i < 3; ++i)
@@ -134,6 +141,8 @@ Point Bbox::center() const {
                  min.z * 0.5f + max.z * 0.5f);
 }
 
+// What stands first in a comparison is what stays when both are equal, or one is a NaN: 0 and -0
+// differ in their bits.
 void Bbox::intersect(const Bbox& o) {
     min = Point(o.min.x < min.x ? min.x : o.min.x, o.min.y < min.y ? min.y : o.min.y,
                 o.min.z < min.z ? min.z : o.min.z);
@@ -141,6 +150,7 @@ void Bbox::intersect(const Bbox& o) {
                 max.z < o.max.z ? max.z : o.max.z);
 }
 
+// Containing comes first: of two equal boxes each contains the other.
 int Bbox::classification_with_respect_to(const Bbox& o) const {
     if (!is_overlapping(o)) return 0;
     if (contains(o)) return 2;
@@ -181,6 +191,7 @@ bool BoundsIntersect(const Point& o, const Vector& d, const Point& lo, const Poi
     Interval within = {t_min, *t};
     for (int i = 0; i < 3; ++i)
         if (!within.cut(o[i], d[i], lo[i], hi[i])) return false;
+    // From inside, the way out is the hit.
     const float candidate = within.near == t_min ? within.far : within.near;
     if (!(candidate < *t)) return false;
     *t = candidate;
@@ -188,6 +199,7 @@ bool BoundsIntersect(const Point& o, const Vector& d, const Point& lo, const Poi
 }
 
 float Bbox::line_intersection(const Point& p, const Point& q) const {
+    // The ray wants a direction of length 1, and gives a length; the fraction is what is asked for.
     const Vector v = q - p;
     const float length = mag(v);
     if (!(length > 0)) return FLT_MAX;
@@ -205,6 +217,7 @@ Frame Bbox::getFrameToCube() const {
     const bool is_flat = m == 0;
     Vector offset;
     for (int i = 0; i < 3; ++i) {
+        // Middles the smaller sides within the cube; z stays at the front of it.
         const float used = is_flat ? 0.0f : extent[i] / m;
         offset[i] = static_cast<float>(static_cast<double>(1.0f - used) * 0.5);
     }

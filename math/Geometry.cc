@@ -29,6 +29,7 @@ bool triple_agrees(const float* a, const float* b, float eps) {
     return agrees(a[0], b[0], eps) && agrees(a[1], b[1], eps) && agrees(a[2], b[2], eps);
 }
 
+// By x, then y, then z, by the signs of differences: a NaN is equal to all.
 int triple_compare(const Affine& a, const Affine& b) {
     for (int i = 0; i < 3; ++i) {
         const float d = a[i] - b[i];
@@ -37,6 +38,7 @@ int triple_compare(const Affine& a, const Affine& b) {
     return 0;
 }
 
+// Not transitive: a chain of equal points may have unequal ends.
 int triple_compare(const Affine& a, const Affine& b, float eps) {
     for (int i = 0; i < 3; ++i) {
         const float d = a[i] - b[i];
@@ -103,6 +105,7 @@ float dist(const Point& a, const Point& b) {
     return root(dist2(a, b));
 }
 
+// The product form, not a + t * (b - a): at 1 it gives b itself.
 Point interp(const Point& a, const Point& b, float t) {
     return toPoint(t * toVector(a) + (1 - t) * toVector(b));
 }
@@ -150,6 +153,8 @@ Frame Frame::shear(float a, float b, float c) {
 }
 
 Frame Frame::rotation(int axis, float angle) {
+    // In double precision, so that quarter turns differ from whole numbers by no more than a
+    // rounding.
     const float c = static_cast<float>(std::cos(static_cast<double>(angle)));
     const float s = static_cast<float>(std::sin(static_cast<double>(angle)));
     switch (axis) {
@@ -166,6 +171,7 @@ Frame Frame::rotation(int axis, float angle) {
 
 Frame Frame::lookat(const Point& eye, const Point& at, float twist) {
     const Vector d = at - eye;
+    // First about the upright axis until the target lies straight ahead, then up or down.
     const float level = root(d.x * d.x + d.z * d.z); // the distance seen from above
     const float distance = root(mag2(d));
     Frame f = translation(-eye.x, -eye.y, -eye.z);
@@ -199,6 +205,7 @@ Frame& Frame::transpose() {
     return *this;
 }
 
+// The first axis is as good as any to turn.
 void Frame::makerighthand() {
     if (dot(cross(row_[0], row_[1]), row_[2]) < 0) row_[0] = -row_[0];
 }

@@ -55,6 +55,7 @@ void eliminate(Augmented& a, int i) {
             const float reciprocal = 1.0f / a[i][i];
             for (float& entry : a[i]) entry *= reciprocal;
         } else {
+            // For rows below, the pivot row has been scaled already, and its entry is 1.
             const float f = -a[r][i] / a[i][i];
             for (int k = 0; k < n_augmented; ++k) a[r][k] = a[r][k] + f * a[i][k];
         }
@@ -84,6 +85,7 @@ Matrix4 Matrix4::identity() {
 Matrix4 Matrix4::perspective(float fov, float near, float far) {
     const float depth = far - near;
     const float scale = static_cast<float>(1.0 / std::tan(static_cast<double>(fov) / 2.0));
+    // 2 * far * near leaves the range of single precision long before its quotient does.
     const double product = (2.0 * static_cast<double>(far)) * static_cast<double>(near);
     const float z2 = -(far + near) / depth;
     const float z3 = static_cast<float>(-product / static_cast<double>(depth));
@@ -106,6 +108,7 @@ Matrix4 Matrix4::stereo_perspective(const Matrix4& standard, float aspect, float
     const float far = standard.far_from_std_perspective();
     const float up = tanf(static_cast<float>(static_cast<double>(fov) / 2.0));
     const float across = tanf(static_cast<float>(static_cast<double>(fov * aspect) / 2.0));
+    // Both eyes see the same there: the windows shift so that their middles meet at that distance.
     const float middle = static_cast<float>(static_cast<double>(near + far) / 2.0);
     const float shift = (eye_offset / middle) * near;
     Matrix4 to_eye = identity();
@@ -132,6 +135,7 @@ bool Matrix4::is_identity() const {
 bool Matrix4::is_scale_preserving() const {
     if (!is_affine()) return false;
     const Vector4 &a = row_[0], &b = row_[1], &c = row_[2];
+    // Of the upper left 3 by 3 part: what it makes of a volume.
     const float det = (a.x * (b.y * c.z - c.y * b.z) - a.y * (b.x * c.z - c.x * b.z)) +
                       a.z * (b.x * c.y - c.x * b.y);
     return std::fabs(static_cast<double>(det) - 1.0) < scale_tolerance;
@@ -139,6 +143,7 @@ bool Matrix4::is_scale_preserving() const {
 
 bool Matrix4::is_std_perspective() const {
     const Vector4 &a = row_[0], &b = row_[1], &c = row_[2], &d = row_[3];
+    // The fields that `perspective` leaves 0, and the -1 that divides by the distance.
     return a.y == 0 && a.z == 0 && a.w == 0 && b.x == 0 && b.z == 0 && b.w == 0 && c.x == 0 &&
            c.y == 0 && d.x == 0 && d.y == 0 && d.w == 0 && c.w == -1;
 }
@@ -174,6 +179,8 @@ Matrix4& Matrix4::transpose() {
 }
 
 Matrix4& Matrix4::fix() {
+    // Long products drift away from an affine last column, and with it every shortcut for it is
+    // lost.
     const double off = ((magnitude(row_[0].w) + magnitude(row_[1].w)) + magnitude(row_[2].w)) +
                        magnitude(row_[3].w - 1.0f);
     if (off > static_cast<double>(affine_tolerance)) return *this;
@@ -190,6 +197,8 @@ Vector4 operator*(const Matrix4& m, const Vector4& v) {
 
 Matrix4 operator*(const Matrix4& a, const Matrix4& b) {
     Matrix4 result;
+    // The three ways give the same but for rounding, -0 and what is not finite; which one is taken
+    // depends on the last columns alone.
     if (!a.is_affine()) {
         for (int i = 0; i < 4; ++i)
             for (int j = 0; j < 4; ++j) result[i][j] = row_by_column(a[i], b, j);
@@ -223,6 +232,7 @@ bool affine_invert(const Matrix4& m, Matrix4& out) {
     const float c02 = a.y * b.z - a.z * b.y, c12 = a.x * b.z - a.z * b.x;
     const float c22 = a.x * b.y - a.y * b.x;
     const float det = (a.x * c00 - a.y * c10) + a.z * c20;
+    // Copies of the rows above: `out` may be `m`.
     if (det == 0) return false;
     out = Matrix4({c00 / det, c01 / -det, c02 / det, 0}, {c10 / -det, c11 / det, c12 / -det, 0},
                   {c20 / det, c21 / -det, c22 / det, 0}, {0, 0, 0, 1});
@@ -240,6 +250,7 @@ Matrix4 transpose(const Matrix4& m) {
 }
 
 bool invert(const Frame& f, Frame& out) {
+    // `out` stays as it is where there is no inverse.
     Matrix4 m = toMatrix4(f);
     if (!invert(m, m)) return false;
     out = toFrame(m);

@@ -26,6 +26,8 @@ BSplit_Box_Tree::BSplit_Box_Tree(int split_into_n, int max_level, int items_limi
 static const std::size_t few_slots = 64;
 
 std::uint32_t BSplit_Box_Tree::kind_of(const Bbox& box) const {
+    // Odd boxes, with a NaN or inverted, have no place in an index; and in bounds that are not
+    // sound no place can be trusted.
     const Bbox& bounds = get_bbox();
     if (!bounds.is_overlapping(box)) return outside_;
     if (!box.is_ordered() || !is_sound(bounds)) return odd_;
@@ -43,6 +45,7 @@ void BSplit_Box_Tree::put(SUniv* item, const Bbox& box) {
     const Bbox copy = box; // it may be that of a slot
     literal_contents_valid_ = false;
     if (const auto old = slot_of_.find(item); old != Slot_Table::absent) take_out(old);
+    // Before the new slot: what moves must not be what is being filed.
     close_up();
     const auto slot = static_cast<std::uint32_t>(slots_.count());
     slots_.push({copy, item, 0, kind_of(copy)});
@@ -76,6 +79,8 @@ void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf) {
         if (leaf.box.is_overlapping(slots_[odd_slots_[i]].box)) take(odd_slots_[i]);
     cells_.divide(leaf, first, last, [this](std::uint32_t slot) { return slots_[slot].box; });
     if (!cells_.is_keyed()) return;
+    // An item is reported in the first leaf that it reaches. Where that leaf was the divided one,
+    // it is now one of its children.
     for (const std::uint32_t* s = first; s != last; ++s) {
         Slot& slot = slots_[*s];
         if (slot.where != odd_ && slot.home == leaf.key)
@@ -86,6 +91,7 @@ void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf) {
 void BSplit_Box_Tree::take_out(std::uint32_t slot) {
     Slot& from = slots_[slot];
     if (from.where == odd_) {
+        // The last takes the place that becomes free.
         const std::uint32_t last = odd_slots_[odd_slots_.count() - 1];
         odd_slots_[from.home] = last;
         slots_[last].home = from.home;
@@ -136,6 +142,8 @@ int BSplit_Box_Tree::reaching_count() const {
 
 // The inner ones may be smaller: they are as old as the first walk that needed them.
 void BSplit_Box_Tree::reserve_scratch(Scratch* scratch) const {
+    // A walk must not allocate, and each slot may be found: so there is room for all of them, half
+    // as many again to come.
     const std::size_t count = slots_.count();
     for (; scratch; scratch = scratch->inner) {
         if (count <= scratch->room) continue;
@@ -151,6 +159,8 @@ void BSplit_Box_Tree::reserve_scratch(Scratch* scratch) const {
 
 Bbox BSplit_Box_Tree::literal_contents() const {
     if (literal_contents_valid_) return literal_contents_;
+    // With odd boxes the order in which cells merge them decides, so the cells are gone through as
+    // they stand.
     Gap_List<const Bbox*> boxes;
     for (std::uint32_t slot = 0; slot < slots_.count(); ++slot)
         if (slots_[slot].where <= odd_) boxes.insert_last(&slots_[slot].box);
@@ -193,6 +203,8 @@ Bbox BSplit_Box_Tree::get_contents_bbox() const {
     contents.clear();
     if (odd_slots_.count() > 0) return literal_contents();
     if (reaching_count() == 0) return contents;
+    // Merging is the same in any order but for the sign of a zero, which zero_of_contents finds
+    // out.
     for (const Box_Index& index : index_)
         if (index.count() > 0) contents.merge(index.get_bbox());
     contents.intersect(get_bbox());

@@ -12,6 +12,8 @@ static T* new_beside(const void* owner) {
 
 void BSplit_Box_Tree_Node::put(BSplit_Box_Tree_Entry* entry, Pending* pending) {
     if (!box_.is_overlapping(entry->box)) return;
+    // An entry stands in every leaf that its box reaches; each leaf is told to the entry, for its
+    // removal.
     if (children_) {
         for (int i = 0; i < child_count_; ++i) children_[i].put(entry, pending);
         return;
@@ -30,6 +32,7 @@ void BSplit_Box_Tree_Node::remove(BSplit_Box_Tree_Entry* entry, Pending* pending
         if (parent_ && pending) pending->insert_last(parent_);
         return;
     }
+    // Leaf and entry know one another, so this is damage.
     std_assert(-1, "BSplit_Box_Tree_Node::remove did not find the entry", __FILE__, __LINE__);
 }
 
@@ -37,6 +40,8 @@ void BSplit_Box_Tree_Node::split(Pending* pending) {
     const Cell_Division division(box_, child_count_);
     Gap_List<BSplit_Box_Tree_Entry*>* const kept = items_;
     items_ = nullptr;
+    // The entries leave before the children exist: each goes through put once more, and from there
+    // into the leaves.
     const int kept_count = kept ? kept->count() : 0;
     for (int i = 0; i < kept_count; ++i) (*kept)[i]->nodes.remove(this);
 
@@ -56,6 +61,7 @@ Bbox BSplit_Box_Tree_Node::get_contents_bbox() const {
         for (int i = 0; i < child_count_; ++i) contents.merge(children_[i].get_contents_bbox());
     } else if (item_count() > 0) {
         for (int i = 0; i < item_count(); ++i) contents.merge((*items_)[i]->box);
+        // What reaches out of the leaf belongs to its neighbours, or to nobody.
         contents.intersect(box_);
     }
     return contents;
@@ -85,6 +91,7 @@ bool BSplit_Box_Tree_Node::visit(SUniv* user, const Query& query, BSplit_Box_Tre
 template<class Query>
 bool BSplit_Box_Tree_Node::walk(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn,
                                 int stamp) const {
+    // Few boxes are tested as fast as their cell.
     if (!children_ && item_count() < small_leaf) return visit(user, query, fn, stamp);
     switch (query.classify(box_)) {
     case 0:
