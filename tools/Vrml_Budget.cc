@@ -2,6 +2,8 @@
 
 #include "tools/Vrml_Report.h"
 
+// The first time is told, and the last: all that asks later gets nothing, so that the conversion
+// ends soon with what it has.
 bool Vrml_Budget::spend(std::size_t work, std::string_view where) {
     if (is_spent_) return false;
     if (work <= work_left_) {
@@ -37,6 +39,7 @@ bool Vrml_Budget::take_triangle(std::string_view where) {
     return take(&triangles_left_, "too many triangles, skipping the rest", where);
 }
 
+// A file that does not fit is left out alone; a smaller one may still fit.
 bool Vrml_Budget::take_bytes(std::size_t bytes) {
     if (bytes > bytes_left_) return false;
     bytes_left_ -= bytes;

@@ -21,6 +21,8 @@ void Vrml_Converter::convert(const std::vector<const Vrml_Node*>& nodes) {
 }
 
 // In VRML 1.0 what a node sets holds up to the end of the separator around it.
+// The name of a DEF, or that of the group around it, becomes that of the scene's node: authors name
+// what they want to find again.
 void Vrml_Converter::visit(Vrml_Ref node, Vrml_State& state, int depth) {
     if (node.type().empty() || !budget_.spend(1 + node.node->fields.size(), node.type())) return;
     if (depth > VRML_DEEPEST) return report_.skip("groups nested too deeply", node.type());
@@ -43,6 +45,7 @@ void Vrml_Converter::visit(Vrml_Ref node, Vrml_State& state, int depth) {
 }
 
 bool Vrml_Converter::visit_group(Vrml_Ref n, Vrml_State& state, int depth) {
+    // In VRML 1.0 `Transform` is a property of what follows, not a group.
     const bool is_anchor = is_one_of(n.type(), {"Anchor", "WWWAnchor"});
     if (n.type() == "Transform" && !is_vrml1_) {
         state.place = Vrml_Place::transform(scene_, n, "scale") * state.place;
@@ -65,6 +68,7 @@ void Vrml_Converter::visit_switch(Vrml_Ref n, Vrml_State& state, int depth) {
     const std::vector<Vrml_Ref> children = scene_.children(n);
     const auto end = static_cast<double>(children.size());
     const double which = scene_.number(n, is_vrml1_ ? "whichChild" : "whichChoice", 0, -1);
+    // Of VRML 1.0. Any other number that is no child shows nothing.
     const int all = -3;
     if (which == all)
         for (const Vrml_Ref child : children) visit(child, state, depth + 1);
@@ -79,6 +83,8 @@ void Vrml_Converter::visit_levels(Vrml_Ref n, Vrml_State& state, int depth) {
     if (children.empty()) return;
     if (level_ || children.size() == 1) return visit(children[0], state, depth + 1);
     const std::size_t most_levels = 12; // of a node
+    // Only the first level leaves a trace in the state: the others stand in its place, not behind
+    // it.
     const Vrml_State before = state;
     std::vector<Level> levels(std::min(children.size(), most_levels));
     for (std::size_t i = 0; i < levels.size(); ++i) {
@@ -150,6 +156,7 @@ bool Vrml_Converter::visit_shape(Vrml_Ref n, const Vrml_State& state) {
 void Vrml_Converter::set_looks(Vrml_Ref shape, Vrml_State& state) {
     const Vrml_Ref appearance = scene_.node(shape, "appearance");
     state.material = scene_.node(appearance, "material");
+    // A node that stands where none of its kind belongs counts as missing.
     if (state.material.type() != "Material") state.material = {};
     state.texture = scene_.node(appearance, "texture");
     if (state.texture && looks_.texture(state.texture).empty()) state.texture = {};
@@ -178,6 +185,7 @@ void Vrml_Converter::skip_node(Vrml_Ref n) {
 
 void Vrml_Converter::find_shape(Vrml_Ref node, const Vrml_State& state) {
     if (!budget_.take_shape(node.type())) return;
+    // Before its lists are written: a list that no node shows would stay in the scene.
     if (!state.place.is_within_single_precision(1)) {
         report_.skip("shape beyond single precision", node.type());
     } else if (level_) {
@@ -188,6 +196,7 @@ void Vrml_Converter::find_shape(Vrml_Ref node, const Vrml_State& state) {
 }
 
 void Vrml_Converter::write_levels(const std::vector<Level>& levels, Vrml_Ref lod) {
+    // A node of the scene has one place, one material and one texture for all its levels.
     const auto fits = [&](const Level& level) {
         const Vrml_State &a = level[0].state, &b = levels[0][0].state;
         return a.place == b.place && a.material == b.material && a.texture == b.texture;
@@ -225,6 +234,7 @@ void Vrml_Converter::put_url(std::string_view token) {
 }
 
 void Vrml_Converter::write_node(const Found& finest, const std::vector<Level>& coarser) {
+    // Lists, material and texture are written on the way, in front of the node that refers to them.
     const Vrml_State& state = finest.state;
     const Vrml_Shapes::Shape shape = shapes_.shape(finest.node, state);
     if (shape.list.empty()) return;
@@ -253,6 +263,8 @@ void Vrml_Converter::write_node(const Found& finest, const std::vector<Level>& c
 }
 
 void Vrml_Converter::write_import(Vrml_Ref n, const Vrml_State& state) {
+    // Coarser levels give shapes alone: their cameras and lights stand in the finest as well, as a
+    // rule.
     if (is_coarse_ || !budget_.take_shape(n.type())) return;
     const std::string_view token = scene_.word(n, n.type() == "Inline" ? "url" : "name");
     const std::string url = vrml_string(token);
@@ -269,6 +281,7 @@ static const double degrees = 180 / 3.141592653589793;
 // The camera of a scene looks along its -z, as those of VRML do.
 void Vrml_Converter::write_camera(Vrml_Ref n, const Vrml_State& state) {
     if (is_coarse_ || !budget_.take_shape(n.type())) return;
+    // The places that cameras have where their file says nothing.
     const double distance = n.type() == "Viewpoint" ? 10 : 1;
     const Vrml_Place place = Vrml_Place::rotation(scene_, n, "orientation") *
                              Vrml_Place::translation(scene_.number(n, "position", 0, 0),
@@ -282,6 +295,7 @@ void Vrml_Converter::write_camera(Vrml_Ref n, const Vrml_State& state) {
         angle = 2 * std::atan(scene_.number(n, "height", 0, 2) / 2 /
                               scene_.number(n, "focalDistance", 0, 5));
     }
+    // In radians: the tangent of half the angle must be a number that means something.
     const double least = 0.001, most = 3.14;
     if (!place.is_within_single_precision(1) || !place.is_regular() ||
         !(angle >= least && angle <= most))
@@ -292,6 +306,8 @@ void Vrml_Converter::write_camera(Vrml_Ref n, const Vrml_State& state) {
     put_frame(place);
     out_.put("  perspective");
     out_.put_number(angle * degrees);
+    // Aspect, near and far: VRML leaves them to the browser, and cameras of a scene fit them to
+    // their world.
     out_.put(" 1 0.1 20000\n}\n");
 }
 

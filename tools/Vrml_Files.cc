@@ -39,6 +39,7 @@ static bool read_plain_file(const std::string& path, Vrml_Budget& budget, std::s
 }
 
 Vrml_Files::File& Vrml_Files::file(const std::string& path) {
+    // Entered before it is read: a file that comes back to itself finds an empty one.
     const auto [at, is_new] = files_.try_emplace(path);
     File& file = at->second;
     if (!is_new || static_cast<int>(files_.size()) > most_files || depth_ >= deepest) return file;
@@ -47,6 +48,7 @@ Vrml_Files::File& Vrml_Files::file(const std::string& path) {
     if (version == 0) return file;
     report_.add_text(file.text, path);
     file.parser = std::make_unique<Vrml_Parser>(file.text, version == 1, this, report_, budget_);
+    // Names in a file are relative to its own folder.
     const std::string outer = folder_;
     folder_ = path.substr(0, path.find_last_of('/'));
     ++depth_;
@@ -64,6 +66,8 @@ const Vrml_Prototype* Vrml_Files::prototype(std::string_view url) {
         name = path.substr(at + 1);
         path.resize(at);
     }
+    // Only by a relative path, and only for files that are local themselves: a document from the
+    // net must not find out what is here.
     if (folder_.empty() || path.empty() || path[0] == '/' || path.find(':') != std::string::npos)
         return nullptr;
     const File& found = file(folder_ + "/" + path);

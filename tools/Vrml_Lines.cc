@@ -13,6 +13,7 @@ Vrml_Lines::Vrml_Lines(const Vrml_Face_Set& set, Vrml_Rows& points, std::string_
     : set_(set), where_(where), report_(report), budget_(budget), points_(points),
       colors_(set.colors.values, set.colors.width) {
     if (!budget_.spend(set_.coord_index.size(), where_)) return;
+    // Points that no line uses may be anything.
     are_good_ = true;
     for (std::size_t i = 0; i < set_.coord_index.size(); ++i)
         for (std::size_t k = 0; k < 3 && is_point(i); ++k) {
@@ -29,11 +30,13 @@ bool Vrml_Lines::is_point(std::size_t place) const {
            set_.coord_index[place] < static_cast<double>(points_.count());
 }
 
+// Polylines become their pieces; a wrong index costs the two pieces that it would end.
 std::string Vrml_Lines::write(Vrml_Writer& out, std::string_view wish) {
     std::string name;
     std::size_t line = 0, corner = 0;
     int bad = 0;
     for (std::size_t i = 0; i < set_.coord_index.size(); ++i) {
+        // Also for what was no number.
         if (!(set_.coord_index[i] >= 0)) {
             ++line;
             continue;
@@ -64,6 +67,7 @@ void Vrml_Lines::write_line(Vrml_Writer& out, std::size_t place, std::size_t lin
     if (a != Vrml_Attribute::NO_ROW && b != Vrml_Attribute::NO_ROW) {
         out.put(" c");
         out.put(colors_.text(a));
+        // One colour for both ends is written once.
         if (a != b) out.put(colors_.text(b));
     }
     out.put("\n");

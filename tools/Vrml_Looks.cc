@@ -16,9 +16,11 @@ void Vrml_Looks::put_color(const char* keyword, Vrml_Ref n, const char* field, d
 const std::string& Vrml_Looks::material(Vrml_Ref n) {
     const auto [at, is_new] = materials_.try_emplace(n);
     if (!is_new) return at->second;
+    // VRML has shininess from 0 to 1, the scene as an exponent.
     const double brightest_highlight = 128;
     at->second = out_.new_name(n && !n.node->name.empty() ? n.node->name : "material");
     out_.put("material " + at->second + " {\n");
+    // VRML97 gives the ambient colour as a share of the diffuse one.
     if (is_vrml1_) {
         put_color("ambient", n, "ambientColor", 0.2);
     } else {
@@ -40,6 +42,7 @@ const std::string& Vrml_Looks::texture(Vrml_Ref n) {
     if (!is_new) return at->second;
     const std::string_view token = scene_.word(n, is_vrml1_ ? "filename" : "url");
     const std::string url = vrml_string(token);
+    // Each is told once, however many shapes use it: the empty name is kept as well.
     if (n.type() != "ImageTexture" && n.type() != "Texture2") {
         report_.skip(n.type(), n.type());
     } else if (url.empty()) {
@@ -55,6 +58,7 @@ const std::string& Vrml_Looks::texture(Vrml_Ref n) {
     return at->second;
 }
 
+// A light of the scene shines in the emission of its material.
 std::string Vrml_Looks::light_material(Vrml_Ref light) {
     const std::string name = out_.new_name("light_color");
     out_.put("material " + name + " {\n");

@@ -66,6 +66,8 @@ bool Vrml_Parser::skip_statement() {
 
 const Vrml_Node* Vrml_Parser::parse_use() {
     scanner_.take_name();
+    // A name that is not known yet, as within itself, gives a node without a type, which nobody
+    // visits.
     const auto known = names_.find(token());
     const bool is_known = known != names_.end();
     if (!is_known) report_.skip("USE of an unknown name", token());
@@ -81,6 +83,7 @@ const Vrml_Node* Vrml_Parser::parse_node(int depth) {
         scanner_.take_name();
         name = token();
         scanner_.take();
+        // DEF DEF DEF ... would nest without a brace.
         if (!begins_node() || token() == "DEF" || token() == "USE") return nullptr;
     }
     if (is_nested_too_deeply(depth)) return nullptr;
@@ -100,6 +103,7 @@ const Vrml_Node* Vrml_Parser::parse_node(int depth) {
         scanner_.take();
         parse_body(node, depth);
     }
+    // Behind the body: what stands within cannot use the node around it.
     if (!name.empty()) names_[name] = node;
     return node;
 }
@@ -120,6 +124,8 @@ void Vrml_Parser::parse_body(Vrml_Node* node, int depth) {
         }
     }
     if (!is_over()) scanner_.take();
+    // Whether anything in it is given by the instance of a prototype: what is not is the same in
+    // all instances.
     for (const Vrml_Node* child : node->children) node->depends |= child->depends;
     for (const Vrml_Field& field : node->fields) {
         node->depends |= !field.from.empty();
@@ -129,6 +135,7 @@ void Vrml_Parser::parse_body(Vrml_Node* node, int depth) {
 
 // All lists of a file are in memory at once: they get no room to grow. The token behind them is taken.
 void Vrml_Parser::take_numbers(std::vector<double>* numbers) {
+    // One run for all, which keeps its memory, and a copy of just the right size.
     run_.clear();
     scanner_.take_numbers(&run_);
     numbers->assign(run_.begin(), run_.end());
@@ -214,6 +221,8 @@ void Vrml_Parser::parse_prototype(int depth) {
 }
 
 void Vrml_Parser::parse_prototype_body(Vrml_Prototype* prototype, int depth) {
+    // Names of DEF end with the body, and those outside are not seen in it; prototypes declared
+    // within hide others only there.
     std::unordered_map<std::string_view, const Vrml_Node*> names;
     names.swap(names_);
     const std::size_t outer = hidden_.size();
@@ -272,6 +281,7 @@ void Vrml_Parser::parse_external_prototype(int depth) {
         parse_value(&urls, depth);
     }
     const Vrml_Prototype* found = nullptr;
+    // The first that can be had, as the urls are meant.
     for (const std::string_view url : urls.words)
         if (files_ && !found) found = files_->prototype(url);
     if (!found) report_.skip("EXTERNPROTO " + std::string(name), name);

@@ -29,6 +29,8 @@ Vrml_Place Vrml_Place::scaling(double x, double y, double z) {
     return p;
 }
 
+// Row vectors, so the matrix is the transpose of the usual one. An axis without a length turns
+// nothing.
 Vrml_Place Vrml_Place::rotation(double x, double y, double z, double angle) {
     double axis[3] = {x, y, z};
     const double length = std::hypot(x, y, z);
@@ -60,6 +62,8 @@ Vrml_Place Vrml_Place::rotation(Vrml_Scene& s, Vrml_Ref n, std::string_view fiel
 }
 
 Vrml_Place Vrml_Place::transform(Vrml_Scene& s, Vrml_Ref n, std::string_view scale_field) {
+    // Row vectors: what stands first acts first. The scale acts along the axes of
+    // `scaleOrientation`, all of it around `center`.
     return translation(s, n, "center", -1) * rotation(s, n, "scaleOrientation", -1) *
            scaling(s, n, scale_field) * rotation(s, n, "scaleOrientation") *
            rotation(s, n, "rotation") * translation(s, n, "center") *
@@ -87,6 +91,7 @@ Vrml_Place Vrml_Place::texture_transform(Vrml_Scene& s, Vrml_Ref n, std::string_
 }
 
 bool Vrml_Place::is_within_single_precision(double extent) const {
+    // The largest that a coordinate can become, whatever the signs.
     for (int k = 0; k < 3; ++k) {
         double most = std::fabs(m[3][k]);
         for (int i = 0; i < 3; ++i) most += std::fabs(m[i][k]) * (extent > 1 ? extent : 1);

@@ -69,6 +69,7 @@ void Vrml_Scanner::take() {
     } else if (text_[at_] == '"') {
         const std::size_t start = at_;
         for (++at_; at_ < text_.size() && text_[at_] != '"'; ++at_)
+            // An escaped quote does not end the string; the escapes go when the string is used.
             if (text_[at_] == '\\') ++at_;
         at_ = std::min(at_, text_.size());
         token_ = std::string_view(text_).substr(start, at_ - start);
@@ -80,6 +81,7 @@ void Vrml_Scanner::take() {
     }
 }
 
+// Names may hold characters that are signs of VRML 1.0, as in part(1).
 void Vrml_Scanner::take_name() {
     skip_blanks();
     const std::size_t start = at_;
@@ -92,6 +94,7 @@ bool Vrml_Scanner::is_sign() const {
     return token_.size() == 1 && token_[0] != '"' && ends_word(token_[0]);
 }
 
+// Also broken ones: they keep the place of a number in its list.
 bool Vrml_Scanner::looks_like_number() const {
     if (is_over()) return false;
     for (const char* word : {"nan", "NaN", "NAN", "inf", "Inf", "INF"})
@@ -179,6 +182,7 @@ void Vrml_Scanner::take_numbers(std::vector<double>* numbers) {
     }
 }
 
+// Programs of a Script are strings, so only its own braces count.
 void Vrml_Scanner::skip_enclosed() {
     int open = 0;
     do {

@@ -16,6 +16,8 @@ const Vrml_Instance* Vrml_Scene::instance(Vrml_Ref made) {
 }
 
 Vrml_Ref Vrml_Scene::resolved(Vrml_Ref ref) {
+    // A prototype may stand for one that stands for another: the first node of the innermost body
+    // counts. Ends, since no body holds itself.
     while (ref.node && ref.node->prototype) {
         const std::vector<const Vrml_Node*>& body = ref.node->prototype->body;
         const Vrml_Instance* const in = instance(ref);
@@ -29,6 +31,8 @@ Vrml_Value Vrml_Scene::find(Vrml_Ref ref, std::string_view name) {
     if (!ref) return {};
     const Vrml_Field* field = vrml_find(ref.node->fields, name);
     const Vrml_Instance* in = ref.in;
+    // From the field of the body to what its instance was given, or else to the default, and
+    // outwards while that is an IS of an outer body.
     while (field && !field->from.empty()) {
         if (!in) return {};
         const Vrml_Ref made = in->made;

@@ -21,6 +21,7 @@ bool Vrml_Shapes::is_shape(std::string_view type) const {
 Vrml_Shapes::Shape Vrml_Shapes::shape(Vrml_Ref node, const Vrml_State& state) {
     for (const char* solid_type : {"Sphere", "Cone", "Cylinder", "Box", "Cube"})
         if (node.type() == solid_type) return solid(node, state);
+    // A shape that is used again shares its list, if all that goes into the list is the same.
     const auto [at, is_new] = lists_.try_emplace(key_of(node, state));
     if (is_new) at->second = list(node, state);
     return at->second;
@@ -81,6 +82,8 @@ Vrml_Shapes::Shape Vrml_Shapes::round_solid(Vrml_Ref node, bool is_textured) {
         return {};
     }
     if (!is_cone) return {solids_.cylinder(parts, is_textured), Vrml_Place::scaling(r, h, r)};
+    // A cone has lists of its own, which count like others: a file of small text could hold very
+    // many.
     const int triangles = 48;
     for (int i = 0; i < triangles; ++i)
         if (!budget_.take_triangle(node.type())) return {};
@@ -100,6 +103,7 @@ Vrml_Shapes::Shape Vrml_Shapes::list(Vrml_Ref node, const Vrml_State& state) {
         set.points = sweep.points;
         set.coord_index = sweep.coord_index;
     }
+    // VRML 1.0 keeps these in the state, VRML97 in the node.
     if (is_vrml1_) {
         set_attributes1(node, state, &set);
     } else {
@@ -126,6 +130,7 @@ Vrml_Face_Set Vrml_Shapes::face_set(Vrml_Ref node, const Vrml_State& state) {
     if (is_vrml1_) {
         set.is_clockwise = scene_.has_word(state.hints, "vertexOrdering", "CLOCKWISE");
         set.is_convex = !scene_.has_word(state.hints, "faceType", "UNKNOWN_FACE_TYPE");
+        // The defaults differ: about 29 degrees in VRML 1.0, none in VRML97.
         set.crease_angle = scene_.number(state.hints, "creaseAngle", 0, 0.5);
     } else {
         set.is_clockwise = scene_.has_word(node, "ccw", "FALSE");

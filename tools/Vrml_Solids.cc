@@ -18,6 +18,7 @@ void Vrml_Solids::begin(std::string* name, const char* wish, bool is_textured) {
     out_.put("trianglelist " + *name + " {\n");
 }
 
+// In the order in which the scene reads them: points, normals, texture points.
 void Vrml_Solids::put_triangle(const Corner& a, const Corner& b, const Corner& c, bool is_round) {
     out_.put("  triangle p");
     for (const Corner* corner : {&a, &b, &c}) out_.put_numbers(corner->p);
@@ -33,6 +34,7 @@ void Vrml_Solids::put_triangle(const Corner& a, const Corner& b, const Corner& c
     out_.put("\n");
 }
 
+// The last strip ends exactly where the first begins, so that no seam is left.
 static double angle_of(double strip) {
     return 2 * pi * (strip < strips ? strip : strip - strips) / strips;
 }
@@ -42,6 +44,7 @@ static double texture_of(int strip, int step) {
     return static_cast<double>((strip + strips / 2) % strips + step) / strips;
 }
 
+// Of radius 1, once in a file: places of nodes give the sizes. Boxes and cylinders likewise.
 const std::string& Vrml_Solids::sphere(bool is_textured) {
     std::string& name = spheres_[is_textured];
     if (!name.empty()) return name;
@@ -61,6 +64,7 @@ const std::string& Vrml_Solids::sphere(bool is_textured) {
         for (int k = 0; k < strips; ++k) {
             const Corner top = corner(i, k, 0), low = corner(i + 1, k, 0),
                          far_low = corner(i + 1, k, 1);
+            // At a pole two corners are one: there a strip has one triangle.
             if (i != bands - 1) put_triangle(top, low, far_low, true);
             if (i != 0) put_triangle(top, far_low, corner(i, k, 1), true);
         }
@@ -128,6 +132,7 @@ const std::string& Vrml_Solids::cylinder(int parts, bool is_textured) {
 const std::string& Vrml_Solids::cone(double radius, double height, int parts, bool is_textured) {
     std::string& name = cones_[{radius, height, parts, is_textured}];
     if (!name.empty()) return name;
+    // A cone in its own size: scaling a cone would tilt its normals.
     const double slant = std::hypot(radius, height);
     // The apex has the normal and the texture point of the middle of its strip.
     const auto corner = [&](int strip, double step, bool is_apex) {

@@ -124,6 +124,7 @@ static std::vector<Axes> axes_along(const std::vector<Vector>& spine, bool is_cl
         Axes& a = axes[i];
         if (has_y[i]) y = a.y;
         if (has_z[i]) {
+            // Two bends in opposite directions would turn the cross-section over between them.
             if (dot(a.z, z) < 0) a.z = {-a.z.x, -a.z.y, -a.z.z};
             z = a.z;
         }
@@ -179,6 +180,8 @@ Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
         report.skip("Extrusion that is too large", node.type());
         return sweep;
     }
+    // A closed spine has no ends to cover; a closed cross-section has no edges, and its last point
+    // is the first.
     const bool is_ring = is_same(spine.front(), spine.back()) && spine.size() > 2;
     const bool is_tube = section[0] == section[2 * corners - 2] &&
                          section[1] == section[2 * corners - 1] && corners > 2;
@@ -194,6 +197,7 @@ Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
             add_quad(sweep, corner(i, k), corner(i, k + 1), corner(i + 1, k + 1), corner(i + 1, k));
     const std::size_t around = is_tube ? corners - 1 : corners;
     if (!is_ring && !scene.has_word(node, "beginCap", "FALSE")) {
+        // The other way around than at the end: both caps look outwards.
         for (std::size_t k = around; k-- > 0;) sweep.coord_index.push_back(static_cast<double>(k));
         sweep.coord_index.push_back(-1);
     }
