@@ -12,10 +12,12 @@ struct Ticks {
 };
 } // namespace
 
+// One call for both, so that they are of the same moment.
 static Ticks ticks_now(const char* error) {
     tms spent;
     const std::clock_t now = times(&spent);
     if (now == static_cast<std::clock_t>(-1)) {
+        // Any number that was returned here would be taken for a time.
         std::perror(error);
         std::abort();
     }
@@ -34,8 +36,10 @@ void Clock::reset() {
 }
 
 void Clock::update() {
+    // Asked once: it stays the same as long as the process lives.
     static const float ticks_per_ms =
         static_cast<float>(static_cast<double>(static_cast<float>(sysconf(_SC_CLK_TCK))) / 1000.0);
+    // The times stand as stop left them.
     if (!started_) return;
     const Ticks now = ticks_now("Clock update error");
     real_elapsed_ =
@@ -46,6 +50,7 @@ void Clock::update() {
 
 void Clock::start() {
     started_ = true;
+    // Not the accumulated times: earlier periods go on counting.
     user_elapsed_ = real_elapsed_ = 0;
     reset();
 }
@@ -53,6 +58,7 @@ void Clock::start() {
 void Clock::stop() {
     update();
     started_ = false;
+    // The elapsed times contain the accumulated ones, and so replace them.
     user_accumulated_ = user_elapsed_;
     real_accumulated_ = real_elapsed_;
 }

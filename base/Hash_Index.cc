@@ -39,12 +39,14 @@ void Hash_Index::release() {
 
 void Hash_Index::clear() {
     std::memset(tags_, 0, bytes_for(modulus(), far_));
+    // The longer block stays: a table that had far keys may well have them again.
     if (entries_) std::memset(entries_, 0, modulus() * sizeof(std::uint32_t));
     reach_ = 0;
 }
 
 // One to one, so that equal mixes mean equal hashes.
 std::uint32_t Hash_Index::mix(std::uint32_t hash) {
+    // Each step can be undone: odd factors have an inverse modulo 2^32, and so has the shift.
     hash *= 0x9E3779B1u;
     hash ^= hash >> 15;
     return hash * 0x85EBCA77u;
@@ -71,6 +73,7 @@ bool Hash_Index::rename(unsigned int hash, int from, int to) {
     if (!entries_) return false;
     std::uint32_t& entry = entries_[slot_of(hash, from)];
     if (entry == 0) return false;
+    // Both numbers have the same room, so the bits above them stay.
     entry += static_cast<std::uint32_t>(to) - static_cast<std::uint32_t>(from);
     return true;
 }
@@ -124,6 +127,7 @@ void Hash_Index::mark_full_word(std::size_t word) {
         level += count;
         std::uint64_t& above = level[word / word_bits_];
         above |= std::uint64_t{1} << (word % word_bits_);
+        // A level only knows of words that are full.
         if (above != UINT64_MAX) return;
         word /= word_bits_;
     }
@@ -136,6 +140,7 @@ void Hash_Index::mark_free(int cell) {
         std::uint64_t& word = level[at / word_bits_];
         const bool was_full = word == UINT64_MAX;
         word &= ~(std::uint64_t{1} << (at % word_bits_));
+        // A word that had room before has no mark above it.
         if (!was_full || count == 1) return;
         at /= word_bits_;
         level += count;

@@ -12,6 +12,7 @@ Unique_Id::Unique_Id()
 unsigned int Unique_Id::id(const char* name) {
     if (!name) return 0;
     if (ids_.find(name)) return *ids_.found_item();
+    // One for both tables: the caller may change or drop the text.
     const char* const copy = str_new(name);
     ++last_id_;
     ids_.put(last_id_, copy);

@@ -17,6 +17,7 @@ Corner_Groups::Corner_Groups(const WDB_Tri_List& list) {
     std::vector<Position> positions = number_positions(list);
     group_of_position_.resize(positions.size());
     split(positions, 0, 0, 0);
+    // Until here the numbers of positions.
     for (int& group : group_of_) {
         if (group != none) group = group_of_position_[index(group)];
     }
@@ -79,6 +80,7 @@ void Corner_Groups::split(std::span<Position> run, int axis, int unsplit, int de
     std::size_t start = 0;
     for (std::size_t i = 1; i <= run.size(); ++i) {
         if (i < run.size() && is_close(run[i - 1].at[axis], run[i].at[axis])) continue;
+        // Once an axis has split a run, the other two may split its parts again.
         const bool is_whole = i - start == run.size();
         split(run.subspan(start, i - start), (axis + 1) % axes, is_whole ? unsplit + 1 : 0,
               depth + 1);

@@ -3,6 +3,7 @@
 #include "std/Std_GC.h"
 
 Extent_Watch& Extent_Watch::operator=(const Extent_Watch& other) {
+    // First: the other may be this one. What was missed here goes with what is overwritten.
     const bool has_missed = other.is_raised();
     take();
     has_missed_ = has_missed;
@@ -17,11 +18,14 @@ void Extent_Watch::drop(Is_Dropped is_dropped) {
             at = &(*at)->next;
             continue;
         }
+        // What the signal has told stays to be taken when the signal is not watched any more.
         has_missed_ |= w->is_raised();
         *at = w->next;
     }
 }
 
+// Those that are over make room: a world that is wiped out and filled again has a new one each
+// time.
 void Extent_Watch::begin(Extent_Signal* signal) {
     drop([](const Extent_Signal* s) { return s->is_over; });
     first_ = new (GC) Watched{signal, signal->raised, first_};

@@ -100,6 +100,7 @@ int Point_Table::put(const Point& p) {
     grow_if_full();
     found_ = search(p);
     if (found_ == none) return enter(p);
+    // A near position may lie in another box.
     unfile(found_);
     key(found_).at = p;
     file(found_);
@@ -146,6 +147,7 @@ int Point_Table::free_cell(int home) {
 void Point_Table::place(int number) {
     const int cell = free_cell(home_of(key(number).at));
     cells_[index(cell)] = number;
+    // The next may be taken, too; free_cell shortens such ways as it goes along them.
     skip_[index(cell)] = (cell + 1) & mask();
     key(number).cell = cell;
     file(number);
@@ -174,6 +176,7 @@ void Point_Table::grow_if_full() {
     found_ = none;
     for (const int number : old) {
         if (number == none) continue;
+        // As a table does with keys that are equal: the later one takes the cell of the earlier.
         const int equal = search(key(number).at);
         if (equal == none)
             place(number);

@@ -13,6 +13,7 @@ void Scene_Buffer::open(int descriptor) {
 }
 
 Scene_Buffer& Scene_Buffer::bytes_beyond_block(const char* bytes, std::size_t count) {
+    // Each turn sends a full block, and flush empties it also where it fails: so this ends.
     while (count > block_size - used_) {
         const std::size_t part = block_size - used_;
         std::memcpy(block_ + used_, bytes, part);
@@ -26,6 +27,7 @@ Scene_Buffer& Scene_Buffer::bytes_beyond_block(const char* bytes, std::size_t co
 
 Scene_Buffer& Scene_Buffer::integer(long long value) {
     const std::size_t longest = 20; // sign and 19 digits
+    // Formatted where it stays, without a copy.
     char* const at = reserve(longest);
     used_ = static_cast<std::size_t>(std::to_chars(at, at + longest, value).ptr - block_);
     return *this;
@@ -41,6 +43,7 @@ Scene_Buffer& Scene_Buffer::numbers(const float* xyz) {
 }
 
 bool Scene_Buffer::flush() {
+    // The first failure is the reason; nothing behind a hole in the file is worth a write.
     if (error_ == 0 && !std_write_all(descriptor_, block_, used_)) error_ = errno;
     used_ = 0;
     errno = error_;

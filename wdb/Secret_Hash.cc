@@ -8,6 +8,7 @@ static Hash_Secret drawn_secret() {
     Hash_Secret secret = {{0x9E3779B97F4A7C15u, 0xC2B2AE3D27D4EB4Fu}};
     Hash_Secret drawn;
     if (getentropy(&drawn, sizeof drawn) == 0) secret = drawn;
+    // Names are multiplied by it: with 0, all hashes would be 0.
     secret.words[1] |= 1;
     return secret;
 }
@@ -20,6 +21,7 @@ const Hash_Secret& Hash_Secret::get() {
 unsigned int name_hash(const char* const& name) {
     const Hash_Secret& secret = Hash_Secret::get();
     std::size_t left = std::strlen(name);
+    // With the length, as zero bytes fill up the last word.
     std::uint64_t h = secret.words[0] + left;
     std::uint64_t word;
     for (const char* at = name; left > 0; at += sizeof word) {

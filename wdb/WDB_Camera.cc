@@ -13,6 +13,7 @@ WDB_Camera::WDB_Camera(const char* name, const HFrame& transform, const Matrix4&
       viewing_x_render_projection_valid_(false), ipd_(0), last_picked_point_(0, 0, 0) {
     set_name(name);
     store_transform(transform);
+    // Named in full: a derived class is not there yet to be told.
     WDB_Camera::update_after_transform_change();
     store_material(material);
     if (geometry) set_geometry(geometry);
@@ -23,6 +24,7 @@ void WDB_Camera::set_projection(const Matrix4& m) {
     update_after_projection_change();
 }
 
+// The opening angle is that of the height, so a wider picture changes the x scale alone.
 static Matrix4 with_aspect(Matrix4 projection, float aspect) {
     projection[0][0] /= aspect;
     return projection;
@@ -41,6 +43,7 @@ Matrix4 WDB_Camera::get_render_projection(float aspect) {
     return with_aspect(get_render_projection(), aspect);
 }
 
+// Not cached, so that a change of the eye distance leaves the caches as they are.
 Matrix4 WDB_Camera::eye_projection(float aspect, float ipd) {
     const float offset = static_cast<float>(static_cast<double>(ipd) / 2.0);
     return Matrix4::stereo_perspective(get_render_projection(), aspect, offset);
@@ -56,11 +59,13 @@ Matrix4 WDB_Camera::get_right_render_projection(float aspect) {
 
 Matrix4 WDB_Camera::get_viewing_x_render_projection(float aspect) {
     Matrix4 product = get_viewing_x_render_projection();
+    // x comes from column 0 alone, so that the one cached product serves all aspects.
     for (int i = 0; i < 4; ++i) product[i][0] /= aspect;
     return product;
 }
 
 bool WDB_Camera::is_visible(const WDB_Node* node) {
+    // The geometry of a camera shows others where it stands; it is not in its own picture.
     if (!node || node == this || !node->get_geometry()) return false;
     return node->get_bbox().is_visible(node->get_transform() * get_viewing_x_render_projection());
 }
@@ -86,6 +91,7 @@ float WDB_Camera::twist(bool keep_twist) const {
 }
 
 void WDB_Camera::place(const Frame& world_to_viewer) {
+    // No failure to look at: what lookat makes is a rotation and a translation.
     Matrix4 transform = toMatrix4(world_to_viewer);
     invert(transform, transform);
     store_transform(transform);
@@ -134,6 +140,8 @@ WDB_Camera::Pick_Line WDB_Camera::pick_line(float x, float y, float aspect, floa
         stereo ? get_right_render_projection(aspect) : get_render_projection(aspect);
     const Matrix4 to_world = inverse(viewing_ * projection);
     const Matrix4 to_camera = inverse(projection);
+    // The same length of the picture is more space the farther it lies: with both planes known,
+    // shapes in between find theirs on the straight line.
     const Point a = unprojected(tolerance, 0, -1, to_camera);
     const Point b = unprojected(tolerance, 0, 1, to_camera);
     return {unprojected(x, y, -1, to_world),
@@ -147,6 +155,7 @@ WDB_Camera::Pick_Line WDB_Camera::pick_line(float x, float y, float aspect, floa
 WDB_Node* WDB_Camera::closest_object_on(const Pick_Line& line) {
     WDB_Node* const node = get_world()->closest_object_on_line(
         line.p, line.q, line.near_tolerance, line.near_depth, line.far_tolerance, line.far_depth);
+    // A miss must not leave the place of the hit before.
     if (!node) last_picked_point_ = Point(0, 0, 0);
     return node;
 }
@@ -156,8 +165,10 @@ WDB_Node* WDB_Camera::pick_at_x_y(float x, float y, float aspect, float toleranc
     const Pick_Line line = pick_line(x, y, aspect, tolerance, stereo);
     WDB_Node* const node = closest_object_on(line);
     if (!node) return nullptr;
+    // Asked once more: the walk tells the node alone.
     const float t = node->line_intersection(line.p, line.q, line.near_tolerance, line.near_depth,
                                             line.far_tolerance, line.far_depth);
+    // interp takes the weight of its first point.
     last_picked_point_ = interp(line.p, line.q, static_cast<float>(1.0 - static_cast<double>(t)));
     return node;
 }
@@ -203,6 +214,7 @@ void WDB_Camera::print_contents(std::ostream& os) const {
 }
 
 void WDB_Camera::update_after_transform_change() {
+    // Before the world is told, which may ask this camera for its view.
     invert(get_transform(), viewing_);
     invalidate_render_projection();
     WDB_Node::update_after_transform_change();
@@ -219,10 +231,13 @@ Matrix4 WDB_Camera::fitted_projection() const {
     const Bbox box = get_world()->get_bbox().transformed_by(viewing_);
     // The nearest corner has the largest z.
     float far_plane = -box.min.z > 0 ? -box.min.z : 0;
+    // Depths have few digits: with a nearer plane they would not tell far surfaces apart.
     float near_plane = far_plane / largest_depth_ratio;
     if (near_plane < -box.max.z) near_plane = -box.max.z;
+    // In this form a NaN takes the limit, too.
     if (!(near_plane > closest_plane)) near_plane = closest_plane;
     if (!(near_plane + closest_plane < far_plane)) far_plane = near_plane + closest_plane;
+    // To spare at both ends: what lies on a plane must not be cut off by rounding.
     near_plane = static_cast<float>(static_cast<double>(near_plane) * 0.95);
     far_plane = static_cast<float>(static_cast<double>(far_plane) * 1.05);
     return Matrix4::perspective(projection_.fov_from_std_perspective(), near_plane, far_plane);

@@ -34,10 +34,12 @@ struct WDB_Database_Wrapped_Env {
     WDB_Apply_Callback callback;
 };
 
+// Computed at each use: kept in the node, it would be one more thing to renew at each change.
 static Bbox world_box(const WDB_Node* node) {
     return node->get_bbox().transformed_by(node->get_transform());
 }
 
+// A node without geometry has no extent, but it has a place.
 static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node* node) {
     if (node->get_geometry()) return env.callback(env.user, node, world_box(node));
     const Point origin = toPoint(node->get_transform()[3]);
@@ -86,11 +88,13 @@ void WDB_Database::begin_editing() {
 }
 
 bool WDB_Database::has(const WDB_Node* node) const {
+    // The containers hold what may be changed; to look a key up changes nothing.
     WDB_Node* const key = const_cast<WDB_Node*>(node);
     return nodes_.has(key) || shapes_.has(key);
 }
 
 Bbox WDB_Database::get_bbox() const {
+    // Views and planes are fitted to this box, so an empty world needs one too.
     return shape_count() < 1 ? shapes_.get_bbox() : shapes_.get_contents_bbox();
 }
 
@@ -164,6 +168,8 @@ static const float eighth_turn = 0.7853982f;
 static constexpr float default_fov = 0.61086524f; // 35 degrees
 static_assert(std::bit_cast<unsigned int>(default_fov) == 0x3F1C61AA);
 
+// The projection is a placeholder: each caller sets the one that fits, or copies that of another
+// camera.
 static WDB_Camera* new_default_camera(const char* name) {
     return new WDB_Camera(name, HFrame::identity(),
                           Matrix4::perspective(eighth_turn, default_near, default_far), nullptr,
@@ -178,6 +184,7 @@ static bool is_named(const WDB_Obj* object, const char* name) {
 static bool named_search_callback(SUniv* user, const WDB_Node* node, const Bbox&) {
     auto* const env = Conv<Named_Search_Environment*>::from_univ(user);
     if (!is_named(node, env->name)) return false;
+    // A second one only tells that the order of the set, and so the addresses, chose the first.
     env->is_only = !env->node;
     if (env->is_only) env->node = const_cast<WDB_Node*>(node);
     return !env->is_only;
@@ -200,12 +207,16 @@ WDB_Camera* WDB_Database::find_default_camera() {
 
 // A camera comes or goes.
 void WDB_Database::forget_default_camera(const WDB_Node* node) {
+    // Where one camera alone has the name, others of other names do not matter. Where several have
+    // it, any change of the set may bring another one to the front.
     if (!is_only_default_camera_ || node == default_camera_ || is_named(node, default_camera_name))
         default_camera_ = nullptr;
 }
 
 // Planes that hold the whole world from wherever lookat places the camera.
 void WDB_Database::show_all(WDB_Camera* camera) {
+    // lookat stands some two and a half diagonals in front of the box at most, so that five reach
+    // behind its far side. The limits keep the planes apart where the world is a point.
     const float diagonals = 5.0f, smallest_far = 10.0f;
     const float depth_ratio = 10000.0f, smallest_near = 0.001f;
     float far_plane = mag(get_bbox().size()) * diagonals;
@@ -218,18 +229,21 @@ void WDB_Database::show_all(WDB_Camera* camera) {
 
 // Requires: a camera.
 void WDB_Database::copy_first_camera(WDB_Camera* camera) const {
+    // Its geometry and material stay behind: only the view is wanted.
     const WDB_Camera* const first = WDB_Camera::castdown(*cameras_.get_one_item());
     camera->set_projection(first->get_projection());
     camera->set_transform(first->get_transform());
     camera->set_ipd(first->get_ipd());
 }
 
+// That a camera is missing shows in the search only, so every call counts as an edit.
 WDB_Camera* WDB_Database::default_camera() {
     const bool was_editing = editing_;
     if (!was_editing) begin_editing();
     WDB_Camera* camera = find_default_camera();
     if (!camera) {
         camera = new_default_camera(default_camera_name);
+        // A scene that brings cameras was made to be seen through them.
         if (cameras_.count() == 0) {
             show_all(camera);
         } else {
@@ -241,11 +255,13 @@ WDB_Camera* WDB_Database::default_camera() {
     return camera;
 }
 
+// A saved view may belong to another world: taken blindly, it could show nothing.
 bool WDB_Database::shows_enough(const Matrix4& projection, const HFrame& frame) const {
     const double least_coverage = 0.1;
     Matrix4 viewing;
     if (!invert(frame, viewing)) return false;
     const Matrix4 m = viewing * projection;
+    // Both are asked: the box of the world may fill a picture in which no shape is.
     return visible_shape_count(m) > 0 &&
            static_cast<double>(get_bbox().coverage(m)) > least_coverage;
 }
@@ -354,6 +370,7 @@ WDB_Geometry* WDB_Database::find_geometry(const char* name) const {
     return find(this, &WDB_Database::apply, name, look_at_geometries);
 }
 
+// Never stops the walk: the order of the boxes says nothing about the order of the hits.
 static bool rt_callback(SUniv* user, SUniv* item, const Bbox&) {
     auto* const env = Conv<RT_Environment*>::from_univ(user);
     WDB_Node* const node = Conv<WDB_Node*>::from_univ(item);
@@ -389,6 +406,7 @@ static SUniv* print_section(std::ostream& os, const char* title) {
 
 void WDB_Database::print_contents(std::ostream& os) const {
     WDB_Obj::print_contents(os);
+    // The sections overlap: a camera with a geometry stands among the shapes as well.
     apply_to_cameras(print_section(os, "CAMERAS"), print_callback);
     apply_to_lights(print_section(os, "LIGHTS"), print_callback);
     apply_to_shapes(print_section(os, "SHAPES"), print_callback);
@@ -432,9 +450,12 @@ void WDB_Database::put(WDB_Node* node) {
         nodes_.put(node);
     }
     list_by_class(node);
+    // Last: the node calls back here unless it finds itself held.
     node->set_world(this);
 }
 
+// The geometry may have come or gone since the node was filed, which moves it from one container to
+// the other.
 void WDB_Database::update(WDB_Node* node) {
     if (!node) return;
     if (node->get_geometry()) {
@@ -454,6 +475,7 @@ void WDB_Database::remove(WDB_Node* node) {
     shapes_.remove(node);
     if (WDB_Camera* const camera = WDB_Camera::castdown(node)) drop_camera(camera);
     lights_.remove(node);
+    // Last, as in put: the node must find that it is not held any more.
     node->set_world(nullptr);
 }
 

@@ -7,6 +7,7 @@ WDB_Geometry::WDB_Geometry() : bbox_stamp_(0), editing_(false) {
 }
 
 void WDB_Geometry::end_editing() {
+    // Once for all changes: each of them alone would cost a pass over the whole list.
     if (!is_bbox_up_to_date()) {
         update_bbox();
         bbox_stamp_ = get_stamp();
@@ -19,6 +20,7 @@ const Bbox& WDB_Geometry::get_bbox() const {
 }
 
 float WDB_Geometry::line_intersection(const Point& p, const Point& q, float tolerance) const {
+    // FLT_MAX included, where the box is missed.
     if (get_bbox().bounds_line_intersection(p, q) > 1) return FLT_MAX;
     return detailed_line_intersection(p, q, tolerance);
 }
@@ -31,5 +33,6 @@ void WDB_Geometry::set_bbox(const Bbox& box) {
 void WDB_Geometry::touch_beside_bbox() {
     const bool fresh = is_bbox_up_to_date();
     touch();
+    // A stale box stays stale: its stamp is behind as before.
     if (fresh) bbox_stamp_ = get_stamp();
 }

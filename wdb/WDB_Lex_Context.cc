@@ -58,6 +58,7 @@ struct WDB_Lex_Context::Input {
         std::size_t seen = 0;
         for (;;) {
             const std::size_t window = std::min<std::size_t>(left(), LONGEST_LINE);
+            // Only in what has come since: with many short reads the whole would be quadratic.
             feed = static_cast<const char*>(std::memchr(block + start + seen, '\n', window - seen));
             seen = window;
             if (feed || window == LONGEST_LINE || !refill()) break;
@@ -154,6 +155,7 @@ void WDB_Lex_Context::next_line() {
     for (;;) {
         const char* piece;
         std::size_t length;
+        // Stays at the top: a stream may go on for ever.
         if (line_number_ < INT_MAX) ++line_number_;
         if (!input_ || !input_->get(&piece, &length)) break;
         trim(&piece, &length);
@@ -196,6 +198,7 @@ void WDB_Lex_Context::first_line() {
         return;
     }
     trim(&piece, &length);
+    // It fits: the limit of a physical line is that of a logical one.
     append(piece, length);
     is_generated_ = begins_as_generated(current_line_, line_length_);
     if (line_length_ > 0 && current_line_[line_length_ - 1] == '\\') {
@@ -298,6 +301,7 @@ static int scan_numbers(const char* text, float* n, int count) {
     const char* plain = text;
     if (std_scan_row(&plain, n, count)) return count;
     static const char format[] = "%f %f %f %f %f %f";
+    // Cut to what is wanted: further numbers on the line must not count.
     const std::size_t characters_each = 3;
     char cut[sizeof format];
     std::memcpy(cut, format, sizeof format);
@@ -344,6 +348,7 @@ bool WDB_Lex_Context::try_get_projection(const char* keyword, float scale) {
 
 // The ten forms of a frame. `parts` are letters of the format below; the numbers of the parts
 // follow each other.
+// The first form that is full wins, so those that begin alike stand longest first.
 static const struct Frame_Form {
     const char* format;
     const char* parts;
@@ -381,6 +386,7 @@ static Frame rotation_of(const float* degrees) {
 static Frame frame_of(const char* parts, const float* n) {
     Frame frame;
     for (const char* part = parts; *part; ++part, n += 3) {
+        // Not from the identity on: a product with it would turn -0 into 0.
         if (*part == 'r' && part == parts) {
             frame = rotation_of(n);
         } else if (*part == 'r') {
@@ -480,6 +486,7 @@ static char* put_section(char* format, char letter, int count) {
 
 // Whether the text has the sections that `s` names, in full, in the sense of sscanf.
 static bool scan_form(const char* text, int length, Sections* s) {
+    // At most 36 numbers of three characters and four letters of two.
     char format[200];
     float f[36];
     char* end = put_section(format, 'p', length);
@@ -515,6 +522,7 @@ static bool scan_sections(const char* text, int length, Sections* s) {
     s->has_t = has('t');
     s->colors = has('c') ? length : 0;
     if (scan_form(text, length, s)) return true;
+    // The single colour comes second: a full set begins just like it.
     if (s->colors == 0) return false;
     s->colors = 3;
     return scan_form(text, length, s);
@@ -631,6 +639,7 @@ bool WDB_Lex_Context::try_get_references(const char* keyword) {
         const std::size_t length = std::strspn(name, WDB_Lex_Context::NAME_SET);
         if (length == 0) break;
         if (length > LONGEST_NAME) {
+            // Costs this name alone.
             show_error("reference name too long");
         } else {
             std::memcpy(last_references_[count], name, length);

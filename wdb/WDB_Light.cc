@@ -2,6 +2,7 @@
 
 #include "wdb/WDB_Material.h"
 
+// Without a constructor at run time: static objects may ask for it.
 constinit Color WDB_Light::default_color(0, 0, 0);
 
 WDB_Light::WDB_Light(const char* name, const HFrame& transform, float angle,
@@ -10,6 +11,7 @@ WDB_Light::WDB_Light(const char* name, const HFrame& transform, float angle,
       angle_(angle) {
     set_name(name);
     store_transform(transform);
+    // Named in full: a derived class is not there yet to be told.
     WDB_Node::update_after_transform_change();
     store_material(material);
     if (geometry) set_geometry(geometry);
@@ -21,5 +23,6 @@ void WDB_Light::set_angle(float angle) {
 }
 
 const Color& WDB_Light::get_color() const {
+    // What a material emits is what a light sends out; its other colours tell how it reflects.
     return get_material() ? get_material()->get_emission() : default_color;
 }

@@ -4,6 +4,7 @@
 #include <cmath>
 
 static constexpr Color grey(0.5f, 0.5f, 0.5f);
+// A line has no face. The length is 1, so that the scene reader keeps such lines.
 static constexpr Vector down(0, 0, -1);
 
 // The form that all others end in.
@@ -55,10 +56,13 @@ static bool is_fraction(float value) {
 
 float WDB_Line::line_intersection(const Point& p, const Point& q, float tolerance) const {
     const Vector d = q - p, e = p1 - p0, w = p - p0;
+    // The shortest way between two lines is at right angles to both.
     const Vector c = cross(d, e);
     const float length = mag(c);
+    // Parallel lines are as close everywhere: no point is the one that is met.
     if (length == 0) return FLT_MAX;
     const Vector u = oknormalize(c);
+    // The distance of the endless lines; whether it is reached between the ends comes after.
     if (std::fabs(dot(w, u)) > tolerance) return FLT_MAX;
     const float s = -dot(cross(w, e), u) / length;
     const float r = -dot(cross(w, d), u) / length;
@@ -106,6 +110,7 @@ float WDB_Line_List::detailed_line_intersection(const Point& p, const Point& q,
 void WDB_Line_List::update_bbox() {
     Bbox box;
     box.clear();
+    // An empty list still has a place: an inverted box, once transformed, would hold everything.
     if (count() == 0) box.merge(Point(0, 0, 0));
     for (int i = 0; i < count(); ++i) {
         box.merge(lines_[i].p0);
@@ -119,6 +124,7 @@ WDB_Line_List::~WDB_Line_List() = default;
 void WDB_Line_List::set_flag(bool& flag, bool value) {
     if (value == flag) return;
     flag = value;
+    // None of the flags moves an end.
     touch_beside_bbox();
 }
 

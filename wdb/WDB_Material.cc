@@ -2,11 +2,13 @@
 
 static constexpr Color black(0, 0, 0);
 
+// A light grey without gloss shows the form of a shape before anybody has chosen a colour.
 WDB_Material::WDB_Material()
     : WDB_Material(black, Color(0.8f, 0.8f, 0.8f), black, black, 0.0f, 1.0f) {}
 
 WDB_Material::WDB_Material(const Color& ambient, const Color& diffuse, const Color& emission,
                            const Color& specular, float shininess, float alpha) {
+    // By the setters, so that each counts as a change.
     set_ambient(ambient);
     set_diffuse(diffuse);
     set_emission(emission);
@@ -45,6 +47,7 @@ void WDB_Material::set_shininess(float value) {
     touch();
 }
 
+// Pure means exactly black elsewhere: what is nearly black still adds to the picture.
 bool WDB_Material::is_pure_ambient() const {
     return diffuse_ == black && emission_ == black && specular_ == black;
 }

@@ -15,6 +15,7 @@ WDB_Node::WDB_Node(const char* name, const HFrame& transform, const WDB_Geometry
     : world_(nullptr), transform_(transform), material_(material), texture_(texture),
       url_(nullptr) {
     set_name(name);
+    // Named in full: a derived class is not there yet to be told.
     WDB_Node::update_after_transform_change();
     if (geometry)
         set_geometry(geometry);
@@ -33,6 +34,7 @@ void WDB_Node::set_geometry(const WDB_Geometry* geometry) {
         return;
     }
     lods_.wipe_out();
+    // The only notification: nobody sees the node without a shape in between.
     insert_lod(geometry, 0);
 }
 
@@ -65,12 +67,14 @@ static bool ask_object(const WDB_Node* node, const Point& p, const Point& q, flo
     Matrix4 to_object;
     if (!node->get_geometry() || !node->get_world() || !invert(node->get_transform(), to_object))
         return false;
+    // A query knows no camera, so depths are those of the default one, whoever asks.
     const Frame view = toFrame(node->get_world()->default_camera()->get_viewing());
     const float depth = (Point(0, 0, 0) * toFrame(node->get_transform()) * view).z;
     query.tolerance = std::fabs((depth - near_depth) * (far_tolerance - near_tolerance) /
                                     (far_depth - near_depth) +
                                 near_tolerance);
     query.to_object = toFrame(to_object);
+    // Ratios along a line are kept: a fraction found there is right here.
     query.p = p * query.to_object;
     query.q = q * query.to_object;
     return true;
@@ -145,6 +149,7 @@ void WDB_Node::wipe_out_lods() {
     update_after_geometry_change();
 }
 
+// The box comes first: the world files the node by it.
 void WDB_Node::update_after_geometry_change() {
     touch();
     recompute_bbox();
@@ -170,6 +175,8 @@ void WDB_Node::update_after_world_change() {
 
 void WDB_Node::recompute_bbox() {
     bbox_.clear();
+    // A place without a shape: an inverted box, once transformed, would hold everything.
     if (lods_.is_empty()) bbox_.merge(Point(0, 0, 0));
+    // All levels: whichever is drawn must lie within.
     for (int i = 0; i < lods_.count(); ++i) bbox_.merge(lods_[i]->get_bbox());
 }

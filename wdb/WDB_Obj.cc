@@ -12,6 +12,7 @@ WDB_Obj::WDB_Obj() : name_(WDB_Obj::get_static_class_name()), stamp_(0) {}
 WDB_Obj& WDB_Obj::operator=(const WDB_Obj& other) {
     Std_Obj::operator=(other);
     name_ = other.name_;
+    // Whether the name is watched belongs to the place of an object and does not change.
     stamp_ = other.stamp_;
     if (is_name_watched_) count_naming();
     return *this;
@@ -23,6 +24,7 @@ void WDB_Obj::set_name(const char* text) {
     touch();
 }
 
+// Never counted down: whoever remembers the number only asks whether it has moved.
 void WDB_Obj::count_naming() const {
     if (name_ && std::strcmp(name_, default_camera_name) == 0) ++default_camera_namings_;
 }

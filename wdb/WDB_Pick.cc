@@ -37,12 +37,14 @@ Bary triangle_weights(const WDB_Triangle& t, const Point& hit) {
     const double area = wide_dot(n, n);
     const float a = static_cast<float>(wide_dot(cross(t.p1, t.p2, hit), n) / area);
     const float b = static_cast<float>(wide_dot(cross(t.p2, t.p0, hit), n) / area);
+    // The third from the sum: three roundings would not add up to 1.
     return Bary(a, b, (1 - a) - b);
 }
 
 Bary line_weights(const WDB_Line& line, const Point& hit) {
     const Vector e = line.p1 - line.p0;
     const double r = wide_dot(hit - line.p0, e) / wide_dot(e, e);
+    // Rounding may carry a hit at an end a little beyond it.
     const float b = static_cast<float>(std::clamp(r, 0.0, 1.0));
     return Bary(1 - b, b, 0);
 }
@@ -57,6 +59,7 @@ Vector placed_normal(const Vector& n, const Frame& to_object) {
 
 } // namespace
 
+// The geometry tells a fraction and no more, so its items are gone through once again.
 void WDB_Pick::look_up(const WDB_Geometry* geometry, const Point& p, const Point& q,
                        float tolerance, const Frame& to_object) {
     float t;

@@ -14,6 +14,7 @@ static_assert(std::bit_cast<unsigned int>(min_dot) == 0x3EFFFFFF);
 
 void WDB_Smoother::add_triangle(const Point* point, const WDB_Triangle* triangle) {
     const int number = positions_.find_or_put(*point);
+    // Numbers come in order, so that a new one is the next of the list.
     if (number == meeting_.count()) meeting_.insert_last(new Triangles);
     meeting_[number]->insert_last(triangle);
 }
@@ -23,6 +24,7 @@ static Vector face_normal(const WDB_Triangle& t) {
 }
 
 static bool is_flat_shaded(const WDB_Triangle& t, const Vector& face) {
+    // Normals from a file have few decimals and are never quite those of the face.
     const float largest_difference = 0.001f;
     return t.n0.is_epsilon_equal(face, largest_difference) &&
            t.n1.is_epsilon_equal(face, largest_difference) &&
@@ -38,11 +40,14 @@ public:
         : triangle_(triangle), face_(face), sum_(face) {}
 
     void add(const WDB_Triangle* other, const Vector& other_face) {
+        // Against the own face and not the sum, which would creep around any bend.
         if (other != triangle_ && min_dot < dot(face_, other_face)) {
             sum_ += other_face;
             sum_.normalize();
             is_settled_ = false;
         } else if (!is_settled_) {
+            // Brought to length 1 at each turn, with or without a new normal, until that moves no
+            // bit.
             const Vector before = sum_;
             sum_.normalize();
             is_settled_ = sum_ == before;
@@ -161,6 +166,7 @@ Vector List_Smoother::averaged_normal(const Point& vertex, int corner) {
     const int number = positions_.find(vertex, numbers_[index(corner)]);
     if (number == Point_Table::none) return face;
     Averaged_Normal normal(&list_[corner / 3], face);
+    // They came first, and later ones weigh more.
     if (number < noted_.count()) normal.add_all(*noted_[number]);
     for (int i = starts_[index(number)]; i < starts_[index(number) + 1]; ++i) {
         const int other = triangles_[index(i)];
@@ -179,6 +185,7 @@ WDB_Tri_List* WDB_Smoother::smooth_version(const WDB_Tri_List* source) {
     result->set_with_colors(source->get_with_colors());
     for (int i = 0; i < source->count(); ++i) result->put(smoother.smooth_triangle(i), i);
     result->end_editing();
+    // What was noted may be gone at the next call.
     positions_.wipe_out();
     meeting_.wipe_out();
     return result;

@@ -72,9 +72,12 @@ void WDB_Sym_Context::put_node(WDB_Node* node) {
     }
     if (!node->get_url() && current_default_url_) node->set_url(current_default_url_);
     HFrame transform = node->get_transform();
+    // The place alone: corners were scaled as they were read.
     for (int i = 0; i < 3; ++i) transform[3][i] *= unit_factor_;
+    // Its own one first, then those of the imports from the inside out.
     node->set_transform(HFrame(transform * current_transform_));
     nodes_.put(node, node->get_name());
+    // Beside the table: nodes enter the world in the order of the file.
     node_list_.insert_last(node);
     give_load_info();
 }
@@ -97,6 +100,7 @@ WDB_Geometry* WDB_Sym_Context::get_geometry(const char* name) {
 }
 
 void WDB_Sym_Context::give_load_info() {
+    // A line now and then; in between only a sign of life.
     const int interval = 30;
     const int total = nodes_.count() + geometries_.count() + materials_.count() + textures_.count();
     if (total % interval == 0) {
@@ -115,10 +119,12 @@ static void merge_shape(const WDB_Node* node, Bbox& extent) {
 }
 
 // 1.02 times as wide as the extent on each axis.
+// Shapes at the rim must not come to lie outside by rounding, where no walk would reach them.
 static Bbox widened(const Bbox& extent) {
     Bbox box;
     for (int axis = 0; axis < 3; ++axis) {
         const float low = extent.min[axis], high = extent.max[axis];
+        // Halved before they are added: the sum might overflow.
         const float centre = low * 0.5f + high * 0.5f;
         const float half = (high - low) * 0.51f;
         box.min[axis] = centre - half;
@@ -127,6 +133,8 @@ static Bbox widened(const Bbox& extent) {
     return box;
 }
 
+// Bounds that fit let the tree split where the shapes are: in the default ones a small scene would
+// lie in a cell or two.
 static WDB_Database* new_database_around(const Gap_List<WDB_Node*>& nodes) {
     Bbox extent;
     extent.clear();
@@ -158,12 +166,14 @@ static void put_once(WDB_Database* database, WDB_Node* node) {
     }
     if (other) {
         tell(str_format("Node %s in another database - should not happen", node->get_name()));
+        // It cannot be in two worlds.
         take_from(other, node);
     }
     database->put(node);
 }
 
 WDB_Database* WDB_Sym_Context::build_database() {
+    // Only now do all nodes have their final place.
     if (!database_) database_ = new_database_around(node_list_);
     database_->begin_editing();
     for (int i = 0; i < node_list_.count(); ++i) put_once(database_, node_list_[i]);
@@ -196,6 +206,7 @@ const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
     const int most_open = 64; // each holds a descriptor, and perhaps a process
     Document document = {str_new(url->get_url_string().chars()), 0, 0, url->get_host().empty()};
     struct stat status;
+    // Many names may lead to one file; device and inode tell.
     if (document.is_local && stat(url->get_path(), &status) == 0) {
         document.device = status.st_dev;
         document.inode = status.st_ino;
@@ -208,7 +219,9 @@ const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
         if (is_same) return "file imports itself";
     }
     if (open_files_.count() >= most_open) return "imports nested too deeply";
+    // The document itself is among those counted.
     if (file_count_ > std_limits.imports) return "too many imports";
+    // Imports share one time, however many files they are spread over.
     if (file_count_ == 0) start_ = seconds_now();
     if (seconds_now() - start_ > std_limits.import_seconds) return "imports take too long";
     ++file_count_;

@@ -2,6 +2,7 @@
 
 #include "images/PX_Map.h"
 
+// Renderers want sizes that are powers of two. Done here, once for all nodes that share it.
 WDB_Texture::WDB_Texture(PX_Map* image) : image_(image) {
     image_->texture_align();
 }

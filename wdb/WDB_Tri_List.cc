@@ -41,6 +41,7 @@ WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const
     : WDB_Triangle(a, b, c, na, nb, nc, grey) {}
 
 // With the face normal on all corners.
+// The normal is computed once for the three, which the full form could not do.
 
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Color& ca,
                            const Color& cb, const Color& cc, const Point& ta, const Point& tb,
@@ -85,6 +86,7 @@ static bool is_edge_passed(const Vector& edge, const Point& corner, const Point&
 }
 
 float WDB_Triangle::line_intersection(const Point& p, const Point& q, float) const {
+    // Of normals that are not scaled: it takes small triangles for parallel ones as well.
     const float nearly_parallel = 0.0001f;
     const Vector e0 = p1 - p0, e1 = p2 - p1, e2 = p0 - p2;
     const Vector n = cross(e0, e1);
@@ -94,6 +96,7 @@ float WDB_Triangle::line_intersection(const Point& p, const Point& q, float) con
     const float t = (pvdot(p0, n) - pvdot(p, n)) / denominator;
     if (t < 0 || t > 1) return FLT_MAX;
     const Point hit = p + d * t;
+    // All cross products lie along the normal: one component compares them, best the largest.
     const int axis = largest_axis(n);
     if (!is_edge_passed(e1, p1, hit, n, axis) || !is_edge_passed(e2, p2, hit, n, axis) ||
         !is_edge_passed(e0, p0, hit, n, axis))
@@ -119,6 +122,7 @@ WDB_Tri_List::WDB_Tri_List(int n) : triangles_(n, "triangles"), with_colors_(fal
 
 WDB_Tri_List::WDB_Tri_List(const WDB_Triangle* triangles, int n)
     : triangles_(triangles, n, "triangles"), with_colors_(false) {
+    // As if each had been put: derived data may go by the stamp.
     for (int i = 0; i < n; ++i) touch();
 }
 
@@ -162,5 +166,6 @@ WDB_Tri_List::~WDB_Tri_List() = default;
 void WDB_Tri_List::set_with_colors(bool value) {
     if (value == with_colors_) return;
     with_colors_ = value;
+    // Colours do not move a corner.
     touch_beside_bbox();
 }

@@ -51,6 +51,7 @@ void try_get_load_context(WDB_Lex_Context& lex, WDB_Sym_Context&) {
         lex.skip_until_brace();
         return;
     }
+    // Without a base nothing is checked: the next line is left to the loop over the blocks.
     if (!lex.try_get_string("base")) return;
     Std_URL* const url = url_of_last_string(lex);
     if (url->is_valid()) {
@@ -80,6 +81,7 @@ static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         lex.show_error_near(lex.get_last_string(), "not a plain file");
         return;
     }
+    // A file that imports itself would go on until memory or descriptors are used up.
     if (const char* const reason = sym.begin_file(url)) {
         lex.show_error_near(lex.get_last_string(), reason);
         return;
@@ -95,12 +97,14 @@ static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         imported.close();
         lex.show_error_near(lex.get_last_string(), "cannot open file");
     }
+    // After close, which may count one more.
     sym.report().errors += imported.get_error_count();
     sym.end_file();
 }
 
 void try_get_import(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("import")) return;
+    // What this block sets, and the unit that its files may set, ends with it.
     const HFrame transform = sym.get_current_transform();
     const float unit_factor = sym.get_unit_factor();
     Std_URL* const default_url = sym.get_current_default_url();
@@ -114,6 +118,7 @@ void try_get_import(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
             lex.show_error_near(url->get_url_string(), "invalid url");
         }
     }
+    // Tested behind the fields: a block of another name still sets frame and URL for what follows.
     if (strcasecmp(lex.get_last_header(), "file") != 0) {
         lex.show_error("`file' expected");
         lex.skip_until_brace();
@@ -130,13 +135,17 @@ void try_get_world(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("world")) return;
     Bbox box(Point(-10000, -10000, -10000), Point(10000, 10000, 10000));
     if (lex.try_get_bbox("bbox")) box = lex.get_last_bbox();
+    // Until the end of the load it only holds its name and bounds.
     auto* const database = new WDB_Database(box);
     database->set_name(lex.get_last_header());
+    // Counts also if this world turns out to be one too many.
     if (lex.try_get_float("unit")) sym.set_unit_factor(lex.get_last_float());
     check_close(lex, "unknown world field");
     sym.put_database(database);
 }
 
+// Fields stand in one order, and each may be missing: a single pass reads them, and the first line
+// that fits none of those left is the close or an error. Nodes are read so as well.
 void try_get_material(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("material")) return;
     auto* const material = new WDB_Material;
@@ -189,6 +198,7 @@ void try_get_texture(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     } else if (lex.try_get_string("tmpimage")) {
         Std_URL* const url = url_of_last_string(lex);
         texture = new_texture(lex, sym, url);
+        // Not before: the map has read the file when it was made.
         delete_source(lex, sym, url, texture->get_image());
     }
     check_close(lex, "unknown texture field");
@@ -225,6 +235,7 @@ private:
         if (capacity_ > INT_MAX / 2)
             std_assert(-1, "A list of so many records cannot be read", __FILE__, __LINE__);
         capacity_ = capacity_ ? 2 * capacity_ : first_capacity;
+        // Unfilled, as nothing is read behind the count.
         T* const larger =
             static_cast<T*>(std_allocate_unfilled(static_cast<std::size_t>(capacity_) * sizeof(T)));
         if (count_)
@@ -257,6 +268,7 @@ static Normals mend_normals(Vector* const (&normals)[Count], float floor) {
         if (square < floor) any_zero = true;
     }
     if (all_unit) return AS_THEY_ARE;
+    // What is left of so short a vector is mostly rounding: scaled up, it would point anywhere.
     if (any_zero) return TOO_SHORT;
     for (Vector* n : normals) n->normalize();
     return SCALED;
@@ -276,11 +288,13 @@ void try_get_trilist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     const float floor = 1e-8f;
     bool any_colored = false;
     triangle_scratch.wipe_out();
+    // Dropped without a word: a large mesh may have thousands that have no area, and so no normal.
     const auto take = [&](WDB_Triangle triangle, bool is_colored) {
         if (mend_normals<3>({&triangle.n0, &triangle.n1, &triangle.n2}, floor) == TOO_SHORT) return;
         triangle_scratch.append(triangle);
         any_colored |= is_colored;
     };
+    // A bad triangle ends this, and the rest of the block goes with it.
     lex.try_get_triangles("triangle", sym.get_unit_factor(), take);
     check_close(lex, "Unknown trilist field");
     if (triangle_scratch.count() == 0) {
@@ -326,6 +340,7 @@ void try_get_linelist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     bool any_colored = false, any_lighted = false, any_textured = false;
     line_scratch.wipe_out();
     while (lex.try_get_line("line", sym.get_unit_factor())) {
+        // Those of lines that are dropped count, too.
         any_colored |= lex.get_last_line_is_colored();
         any_lighted |= lex.get_last_line_is_lighted();
         any_textured |= lex.get_last_line_is_textured();
@@ -371,6 +386,7 @@ static void get_node_geometries(WDB_Node* node, const WDB_Lex_Context& lex, WDB_
     for (int i = 0; i < lex.get_last_reference_count(); ++i) {
         const char* const name = lex.get_last_reference(i);
         if (const WDB_Geometry* geometry = sym.get_geometry(name)) {
+            // At the end: an unknown name leaves no hole, the levels behind it move up.
             node->insert_lod(geometry, node->lod_count());
         } else {
             lex.show_error_near(name, "unknown geometry");
@@ -414,6 +430,7 @@ void try_get_camera(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
                        Matrix4::perspective(eighth_turn, 2.0f, 20000.0f), nullptr, nullptr);
     camera->set_name(lex.get_last_header());
     get_node_common(camera, lex, sym);
+    // One line for both: the eye distance comes in the slot of the last number.
     if (lex.try_get_projection("perspective", sym.get_unit_factor())) {
         camera->set_projection(lex.get_last_projection());
         camera->set_ipd(lex.get_last_float());
@@ -445,7 +462,9 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
             lex.next_line();
             continue;
         }
+        // A block may leave much behind; between two of them, least of it is still in use.
         const Std_Heap_Watch heap;
+        // All are asked: the one that fits leaves the closing line, which fits no other.
         for (Block_Reader reader : readers) reader(lex, sym);
         if (!lex.is_eof()) {
             check_close(lex, "confused by earlier errors, skipping until brace");
@@ -453,6 +472,7 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         }
         heap.collect_if_grown();
     }
+    // Cut between two blocks, a file reads without an error.
     if (lex.is_cut()) {
         ++sym.report().warnings;
         std_assert(2,
@@ -463,6 +483,7 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 }
 
 WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
+    // Where a language has a comma for the point, each number would end there.
     const Std_Plain_Numbers plain;
     report = WDB_Load_Report();
     WDB_Lex_Context lex(url, base);
@@ -473,6 +494,7 @@ WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
         return nullptr;
     }
     WDB_Sym_Context sym;
+    // Entered as well, so that no import reads it again; the first file is never refused.
     sym.begin_file(url);
     try_get_file(lex, sym);
     lex.close();

@@ -36,6 +36,7 @@ class Triangle_Row {
 public:
     // Formatting costs far more than comparing, and a row often repeats another one.
     void set(const float* values) {
+        // By the bits: 0 and -0 are equal numbers but not the same text.
         if (length_ != 0 && std::memcmp(values_, values, sizeof values_) == 0) return;
         std::memcpy(values_, values, sizeof values_);
         char* at = text_;
@@ -162,6 +163,7 @@ bool Scene_Writer::is_new_name(const char* name) {
     return saved_names.count() != before;
 }
 
+// The counter never goes back, so that many objects of one name do not try the same numbers again.
 const char* Scene_Writer::unused_numbered_name(const char* base) {
     for (;;) {
         const char* const candidate = numbered_name(base, ++anonymous_count);
@@ -262,6 +264,8 @@ void Scene_Writer::save_triangle(const WDB_Triangle& triangle, bool with_colors)
     float rows[4][9];
     static_assert(sizeof rows == sizeof triangle);
     std::memcpy(rows, &triangle, sizeof rows);
+    // Texture points often are the normals once more, so the row of the colours must not come
+    // between the two.
     Triangle_Row row, colors;
     line_length = 0;
     save_row(row, rows[0], "  Triangle   p ", "\\\n");
@@ -288,12 +292,15 @@ void Scene_Writer::save_geometry(const WDB_Geometry* geometry) {
         return;
     }
     if (is_saved(geometry)) return;
+    // Named all the same: nodes refer to it, and the reader then tells that it is missing.
     register_saved(geometry);
     out.text("!!! Unable to save geometry ").text(geometry->get_printable_name());
     out.text(" of class ").text(geometry->get_dynamic_class_name()).text("\n\n");
 }
 
 void Scene_Writer::save_transform(const HFrame& transform) {
+    // The reader joins the rows with nothing in between: the blanks keep their numbers apart. The
+    // fourth column is always that of an affine frame there, and not written.
     const char* const ends[4] = {" \\\n", " \\\n", " \\\n", "   \n"};
     for (int i = 0; i < 4; ++i) {
         out.text(i == 0 ? "  Frame m " : "          ");
@@ -316,12 +323,14 @@ void Scene_Writer::save_levels(const WDB_Node* node) {
     if (length > WDB_Lex_Context::LONGEST_LINE ||
         node->lod_count() > WDB_Lex_Context::MOST_REFERENCES)
         warn_unreadable("it has too many levels of detail for a line");
+    // Again for each node that shows the list: the count is of what is seen, not of what is stored.
     if (const WDB_Tri_List* list = WDB_Tri_List::const_castdown(node->get_geometry()))
         triangle_count += list->count();
 }
 
 void Scene_Writer::save_string(const char* keyword, const char* text) {
     out.text("  ").text(keyword).text(" \"").text(text).text("\"\n");
+    // There is no escape in strings: the reader ends one at the first quote.
     const std::size_t length = std::strcspn(text, "\"\n");
     if (length == 0 || text[length] != '\0' || length > WDB_Lex_Context::LONGEST_NAME)
         warn_unreadable("a text is empty, too long or holds a quote");
@@ -362,10 +371,12 @@ void Scene_Writer::save_camera_body(const WDB_Camera* camera) {
                                          projection.far_from_std_perspective(), camera->get_ipd()};
         out.text("  Perspective ");
         write_number(rad_to_deg(projection.fov_from_std_perspective()));
+        // A ratio, which the reader passes over: the aspect is the picture's and not the camera's.
         out.text(" 1.0 ");
         write_numbers(planes_and_ipd);
         out.text("\n");
     } else {
+        // A comment, so that the camera is read with the default projection.
         out.text("# Not standard perspective - ignored\n");
     }
     out.text("}\n\n");
@@ -402,6 +413,7 @@ static std::string name_from(const char* scene, const char* source) {
     const std::string path = url.get_path().chars();
     if (!url.is_valid() || url.get_protocol() != URL_LOCAL_PROTOCOL || path.empty()) return source;
     if (path.starts_with(folder)) return path.substr(folder.size());
+    // Bare, it would be appended to the folder of the scene when that is read.
     if (path[0] == '/') return "file:" + path;
     char here[PATH_MAX];
     return getcwd(here, sizeof here) ? "file:" + std::string(here) + "/" + path : path;
@@ -440,6 +452,7 @@ void Scene_Writer::save_texture(const WDB_Texture* texture) {
 }
 
 void Scene_Writer::save_body(const WDB_Node* node) {
+    // Cameras and lights are nodes, too: a plain node is what is neither.
     if (const WDB_Camera* camera = WDB_Camera::const_castdown(node)) {
         save_camera_body(camera);
     } else if (const WDB_Light* light = WDB_Light::const_castdown(node)) {
@@ -480,6 +493,7 @@ static void fetch(const WDB_Node* node) {
 }
 
 void Scene_Writer::save_first_in_queue() {
+    // The counts may wrap around: queue_length divides their range.
     save_node(queue[dequeued++ % queue_length]);
 }
 
@@ -487,6 +501,7 @@ void Scene_Writer::enqueue(const WDB_Node* node) {
     if (queued - dequeued == queue_length) save_first_in_queue();
     queue[queued++ % queue_length] = node;
     fetch(node);
+    // Half way through the queue the node itself has arrived, so that its name can be asked for.
     if (queued - dequeued > queue_length / 2)
         __builtin_prefetch(queue[(queued - queue_length / 2) % queue_length]->get_name());
 }
@@ -525,10 +540,12 @@ int Scene_Writer::save(WDB_Database& world, const char* target) {
     };
     world.apply_to_nodes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
     while (dequeued != queued) save_first_in_queue();
+    // The queue is empty here, so that no other node is taken for a shape.
     are_shapes = true;
     world.apply_to_shapes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
     while (dequeued != queued) save_first_in_queue();
     write_counters();
+    // Writes are not looked at one by one: the buffer keeps the first that failed.
     if (!out.flush() || !file.commit()) return warn_unwritten(path);
     return textures_are_saved ? 0 : EOF;
 }

@@ -118,6 +118,7 @@ void Component_Grower::list_spokes() {
             }
         }
     }
+    // By hub and then by the other group, as add_hub looks for them.
     std::ranges::sort(spokes_);
 }
 
@@ -130,6 +131,7 @@ void Component_Grower::clear() {
     component_.clear();
     points_.wipe_out();
     for (const int group : groups_in_) {
+        // Only what this component has marked: to clear all would cost each piece the whole mesh.
         is_in_[index(group)] = 0;
         if (groups_.is_tangled(group)) drop_waiting(group);
     }
@@ -138,6 +140,7 @@ void Component_Grower::clear() {
 
 bool Component_Grower::begin() {
     clear();
+    // Never goes back: what has joined a component stays there.
     while (first_left_ < list_.count() && is_joined_[index(first_left_)]) ++first_left_;
     if (first_left_ == list_.count()) return false;
     add_connected_triangle(first_left_);
@@ -146,6 +149,7 @@ bool Component_Grower::begin() {
 
 bool Component_Grower::sweep() {
     const std::size_t before = component_.size();
+    // now_ is empty. From here on later_ takes what comes up too late for this time through.
     now_.swap(later_);
     while (!now_.empty()) {
         at_ = now_.top();
@@ -179,6 +183,7 @@ void Component_Grower::add_group(int group) {
     is_in_[index(group)] = 1;
     groups_in_.push_back(group);
     const std::span<const int> corners = groups_.corners_of(group);
+    // By the groups of the component as long as these are fewer than the corners of the hub.
     if (is_hub(group) && groups_in_.size() < corners.size()) {
         add_hub(group);
         return;
@@ -284,6 +289,7 @@ static WDB_Node* blank_node(const WDB_Node* node) {
 static WDB_Node* node_copy(const WDB_Node* node) {
     if (!node) return nullptr;
     WDB_Node* const copy = blank_node(node);
+    // Its own: to open a URL changes it.
     Std_URL* const url = node->get_url() ? new Std_URL(node->get_url()->get_url_string()) : nullptr;
     copy->set_name(node->get_name());
     copy->set_transform(node->get_transform());
@@ -298,6 +304,7 @@ static WDB_Node* node_copy(const WDB_Node* node) {
 }
 
 static bool split_node(SUniv*, const WDB_Node* node, const Bbox&) {
+    // The pieces of several levels of detail could not be matched with one another.
     if (node->lod_count() != 1) return false;
     WDB_Tri_List* const list = WDB_Tri_List::castdown(node->lod_item(0));
     if (!list) return false;
@@ -311,6 +318,7 @@ static bool split_node(SUniv*, const WDB_Node* node, const Bbox&) {
         copy->set_geometry(parts[i]);
         nodes_to_insert.insert_last(copy);
     }
+    // Only noted: the tree that holds it is being walked.
     nodes_to_remove.insert_last(const_cast<WDB_Node*>(node));
     return false;
 }
