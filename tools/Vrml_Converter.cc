@@ -117,8 +117,9 @@ bool Vrml_Converter::visit_property(Vrml_Ref n, Vrml_State& state) {
     } else if (n.type() == "MatrixTransform") {
         place = Vrml_Place::matrix_transform(scene_, n) * place;
     } else if (n.type() == "Texture2") {
-        const bool is_named = scene_.find(n, "filename") && !looks_.texture(n).empty();
-        state.texture = is_named ? n : Vrml_Ref();
+        // One of neither ends what the one before has set.
+        const bool is_there = scene_.find(n, "filename") || scene_.number(n, "image", 0, 0) > 0;
+        state.texture = is_there && !looks_.texture(n).empty() ? n : Vrml_Ref();
     } else {
         const struct {
             const char* type;
@@ -154,13 +155,11 @@ bool Vrml_Converter::visit_shape(Vrml_Ref n, const Vrml_State& state) {
 }
 
 void Vrml_Converter::set_looks(Vrml_Ref shape, Vrml_State& state) {
-    const Vrml_Ref appearance = scene_.node(shape, "appearance");
-    state.material = scene_.node(appearance, "material");
-    // A node that stands where none of its kind belongs counts as missing.
-    if (state.material.type() != "Material") state.material = {};
+    const Vrml_Ref appearance = scene_.node(shape, "appearance", "Appearance");
+    state.material = scene_.node(appearance, "material", "Material");
     state.texture = scene_.node(appearance, "texture");
     if (state.texture && looks_.texture(state.texture).empty()) state.texture = {};
-    state.texture_transform = scene_.node(appearance, "textureTransform");
+    state.texture_transform = scene_.node(appearance, "textureTransform", "TextureTransform");
 }
 
 bool Vrml_Converter::visit_other(Vrml_Ref n, const Vrml_State& state) {
@@ -223,7 +222,7 @@ void Vrml_Converter::put_frame(const Vrml_Place& place) {
 
 void Vrml_Converter::put_url(std::string_view token) {
     if (token.empty()) return;
-    const std::string url = vrml_string(token);
+    const std::string url = scene_.url(token);
     if (!vrml_is_scene_string(url) || url[0] == '#') {
         report_.skip(url.starts_with('#') ? "Anchor within the file"
                                           : "Anchor with a long or broken url",
@@ -266,8 +265,7 @@ void Vrml_Converter::write_import(Vrml_Ref n, const Vrml_State& state) {
     // Coarser levels give shapes alone: their cameras and lights stand in the finest as well, as a
     // rule.
     if (is_coarse_ || !budget_.take_shape(n.type())) return;
-    const std::string_view token = scene_.word(n, n.type() == "Inline" ? "url" : "name");
-    const std::string url = vrml_string(token);
+    const std::string url = scene_.url(scene_.word(n, n.type() == "Inline" ? "url" : "name"));
     if (!vrml_is_scene_string(url) || !state.place.is_within_single_precision(1))
         return report_.skip(std::string(n.type()) + " without a good url or place", n.type());
     out_.put("import file {\n");
@@ -341,8 +339,7 @@ void Vrml_Converter::write_light(Vrml_Ref n, const Vrml_State& state) {
     out_.put("light " + out_.new_name(n.node->name.empty() ? "light" : n.node->name) + " {\n");
     put_frame(place);
     out_.put("  material " + material + "\n  angle");
-    const double cut_off =
-        scene_.number(n, "cutOffAngle", 0, is_vrml1_ ? 0.785398 : 1.570796) * degrees;
+    const double cut_off = scene_.number(n, "cutOffAngle", 0, 0.785398) * degrees;
     out_.put_number(is_spot ? cut_off : all_around);
     out_.put("\n}\n");
 }
@@ -362,7 +359,7 @@ bool vrml_convert(const std::string& text, const Vrml_Options& options, std::FIL
     Vrml_Files files(options.folder, report, budget);
     Vrml_Parser parser(text, version == 1, &files, report, budget);
     const std::vector<const Vrml_Node*> nodes = parser.parse();
-    Vrml_Scene scene(report, budget);
+    Vrml_Scene scene(files, report, budget);
     Vrml_Converter(version == 1, scene, writer, report, budget).convert(nodes);
     const bool is_written = writer.flush();
     report.show(told);

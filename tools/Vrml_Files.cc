@@ -1,5 +1,7 @@
 #include "tools/Vrml_Files.h"
 
+#include <functional>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,7 +15,7 @@ static const int most_files = 64;
 static const int deepest = 8; // files that take prototypes from files
 
 Vrml_Files::Vrml_Files(std::string folder, Vrml_Report& report, Vrml_Budget& budget)
-    : folder_(std::move(folder)), report_(report), budget_(budget) {}
+    : main_folder_(folder), folder_(std::move(folder)), report_(report), budget_(budget) {}
 
 Vrml_Files::~Vrml_Files() = default;
 
@@ -72,4 +74,18 @@ const Vrml_Prototype* Vrml_Files::prototype(std::string_view url) {
         return nullptr;
     const File& found = file(folder_ + "/" + path);
     return found.is_read ? found.parser->prototype(name) : nullptr;
+}
+
+std::string Vrml_Files::url(std::string_view token) const {
+    const std::string url = vrml_string(token);
+    if (url.empty() || url[0] == '/' || url[0] == '#' || url.find(':') != std::string::npos)
+        return url;
+    const std::less_equal<const char*> is_before;
+    for (const auto& [path, file] : files_)
+        if (is_before(file.text.data(), token.data()) &&
+            is_before(token.data(), file.text.data() + file.text.size()))
+            return path.substr(main_folder_.size() + 1,
+                               path.find_last_of('/') - main_folder_.size()) +
+                   url;
+    return url;
 }

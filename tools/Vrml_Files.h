@@ -32,6 +32,9 @@ public:
     // On failure: null; so also within a file that is still being read, and past the limits of files.
     const Vrml_Prototype* prototype(std::string_view url);
 
+    // What a token says as a URL, for the main file: a relative one is meant from the file it stands in.
+    std::string url(std::string_view token) const;
+
 private:
     struct File {
         std::string text;
@@ -40,6 +43,7 @@ private:
     };
     File& file(const std::string& path);
 
+    const std::string main_folder_;
     std::string folder_; // of the file that is being read
     Vrml_Report& report_;
     Vrml_Budget& budget_;

@@ -41,8 +41,7 @@ const std::string& Vrml_Looks::texture(Vrml_Ref n) {
     const auto [at, is_new] = textures_.try_emplace(n);
     if (!is_new) return at->second;
     const std::string_view token = scene_.word(n, is_vrml1_ ? "filename" : "url");
-    const std::string url = vrml_string(token);
-    // Each is told once, however many shapes use it: the empty name is kept as well.
+    const std::string url = scene_.url(token);
     if (n.type() != "ImageTexture" && n.type() != "Texture2") {
         report_.skip(n.type(), n.type());
     } else if (url.empty()) {

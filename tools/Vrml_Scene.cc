@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tools/Vrml_Budget.h"
+#include "tools/Vrml_Files.h"
 #include "tools/Vrml_Report.h"
 
 // Tells once what else the body holds. Null once the budget is spent.
@@ -74,13 +75,24 @@ std::string_view Vrml_Scene::word(Vrml_Ref ref, std::string_view field) {
     return v && !v.field->words.empty() ? v.field->words[0] : std::string_view();
 }
 
+std::string Vrml_Scene::url(std::string_view token) const {
+    return files_.url(token);
+}
+
 Vrml_Ref Vrml_Scene::node(Vrml_Ref ref, std::string_view field) {
     const Vrml_Value v = find(ref, field);
     if (!v || v.field->nodes.empty()) return {};
     const Vrml_Ref found = resolved(within(v.field->nodes[0], v.in));
+    if (found.type().empty()) return {};
     // Who asks goes through the fields of what is given out.
-    return found && budget_.spend(1 + found.node->fields.size(), found.node->type) ? found
-                                                                                   : Vrml_Ref();
+    return budget_.spend(1 + found.node->fields.size(), found.node->type) ? found : Vrml_Ref();
+}
+
+Vrml_Ref Vrml_Scene::node(Vrml_Ref ref, std::string_view field, std::string_view type) {
+    const Vrml_Ref found = node(ref, field);
+    if (!found || found.type() == type) return found;
+    report_.skip(found.type(), found.type());
+    return {};
 }
 
 std::vector<Vrml_Ref> Vrml_Scene::children(Vrml_Ref ref) {

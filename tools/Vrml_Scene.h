@@ -13,12 +13,14 @@
 #include <compare>
 #include <map>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
 #include "tools/Vrml_Node.h"
 
 class Vrml_Budget;
+class Vrml_Files;
 class Vrml_Report;
 struct Vrml_Instance;
 
@@ -47,7 +49,9 @@ struct Vrml_Value {
 
 class Vrml_Scene {
 public:
-    Vrml_Scene(Vrml_Report& report, Vrml_Budget& budget) : report_(report), budget_(budget) {}
+    // `files` are those that prototypes came from.
+    Vrml_Scene(const Vrml_Files& files, Vrml_Report& report, Vrml_Budget& budget)
+        : files_(files), report_(report), budget_(budget) {}
 
     // The node that a chain of instances stands for, `ref` itself for all other nodes. Tells the nodes
     // of prototypes that show nothing.
@@ -64,8 +68,12 @@ public:
     bool has_word(Vrml_Ref ref, std::string_view field, std::string_view word);
     // The first word or string of the field, or "".
     std::string_view word(Vrml_Ref ref, std::string_view field);
-    // The first node of the field, resolved.
+    // What a token says as a URL for the main file.
+    std::string url(std::string_view token) const;
+    // The first node of the field, resolved. On failure: nothing, also where USE named no node.
     Vrml_Ref node(Vrml_Ref ref, std::string_view field);
+    // The same if it is of that type; another one is told.
+    Vrml_Ref node(Vrml_Ref ref, std::string_view field, std::string_view type);
     // The nodes of a group, in order, not resolved.
     std::vector<Vrml_Ref> children(Vrml_Ref ref);
 
@@ -75,6 +83,7 @@ private:
     }
     const Vrml_Instance* instance(Vrml_Ref made);
 
+    const Vrml_Files& files_;
     Vrml_Report& report_;
     Vrml_Budget& budget_;
     std::map<Vrml_Ref, Vrml_Instance> instances_;

@@ -165,6 +165,16 @@ TEST_F(From_VRML, files_that_belong_together) {
     EXPECT_EQ(said, "");
     load_text("import file {\n frame t 0 9 0\n file \"sub/b.wrl\"\n file \"sub/b.wrl\"\n}");
     EXPECT_EQ(names(), "x:material,-,box x:material,-,box ") << errors();
+    // What stands in a file of prototypes is meant from there.
+    put_file(
+        "sub/sign.wrl",
+        vrml97(
+            "PROTO Sign [] { Group { children [ Inline { url \"b.wrl\" } Shape { geometry Box {} "
+            "appearance Appearance { texture ImageTexture { url \"a.png\" } } } ] } }"));
+    put_file("signs.wrl", vrml97("EXTERNPROTO Sign [] \"sub/sign.wrl\" Sign {}"));
+    ASSERT_EQ(std::system("nolt_fromvrml < signs.wrl > out 2> err"), 0);
+    EXPECT_NE(file("out").find("file \"sub/b.wrl\""), std::string::npos);
+    EXPECT_NE(file("err").find("SGI image: sub/a.png"), std::string::npos);
     // Text that came from elsewhere takes nothing from here.
     std::filesystem::current_path("sub");
     ASSERT_EQ(std::system("nolt_fromvrml -tmp x < a.wrl > out 2> err"), 0);
