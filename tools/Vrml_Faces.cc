@@ -89,6 +89,7 @@ std::string Vrml_Faces::write(Vrml_Writer& out, std::string_view wish) {
     for (const Vrml_Face& face : faces_) write_face(out, face);
     if (!name_.empty()) out.put("}\n");
     if (empty_faces_ > 0) report_.skip("face without area", where_, empty_faces_);
+    if (bad_normals_ > 0) report_.skip("normals with wrong indices", where_, bad_normals_);
     if (bad_colors_ > 0) report_.skip("colours with wrong indices", where_, bad_colors_);
     if (bad_texture_points_ > 0)
         report_.skip("texture points with wrong indices", where_, bad_texture_points_);
@@ -164,14 +165,16 @@ bool Vrml_Faces::write_triangle(Vrml_Writer& out, const Vrml_Face& face, const C
 bool Vrml_Faces::write_normals(Vrml_Writer& out, const Vrml_Face& face, const Corners& corners,
                                const double* flat, bool is_flat_needed) {
     std::size_t rows[3];
-    bool is_flat = true;
+    bool is_flat = true, is_missing = false;
     for (std::size_t i = 0; i < 3; ++i) {
         rows[i] = smooth_.is_made()
                       ? smooth_.row(corners[i].place)
                       : set_.normals.row(face.number, corners[i].place, corners[i].number);
+        is_missing |= rows[i] == Vrml_Attribute::NO_ROW;
         if (rows[i] != Vrml_Attribute::NO_ROW && is_zero(rows[i])) rows[i] = Vrml_Attribute::NO_ROW;
         is_flat &= rows[i] == Vrml_Attribute::NO_ROW;
     }
+    bad_normals_ += is_missing && set_.normals.binding != Vrml_Attribute::NONE;
     if (is_flat && !is_flat_needed) return false;
     const double length = std::hypot(flat[0], flat[1], flat[2]);
     out.put(" n");

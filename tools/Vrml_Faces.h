@@ -70,8 +70,9 @@ private:
     std::vector<double> straight_normals_;
     Vrml_Rows& points_;
     Vrml_Rows normals_, colors_, texture_points_;
-    std::vector<Vrml_Cutter::Point> corners_;                       // of the face that is cut
-    int empty_faces_ = 0, bad_colors_ = 0, bad_texture_points_ = 0; // to be told
+    std::vector<Vrml_Cutter::Point> corners_; // of the face that is cut
+    // To be told.
+    int empty_faces_ = 0, bad_normals_ = 0, bad_colors_ = 0, bad_texture_points_ = 0;
     std::string_view wish_;
     std::string name_; // once the list is begun
 };

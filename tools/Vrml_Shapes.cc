@@ -55,20 +55,33 @@ Vrml_Shapes::Shape Vrml_Shapes::solid(Vrml_Ref node, const Vrml_State& state) {
     const bool is_textured = static_cast<bool>(state.texture);
     if (is_textured && state.texture_transform)
         report_.skip("texture transform of a solid", node.type());
+    if (is_vrml1_) colors1(node, state, {}); // tells what no solid has
     const auto size = [&](const char* field, std::size_t i) {
         return scene_.number(node, field, i, 2);
     };
     if (node.type() == "Box")
-        return {solids_.box(is_textured),
-                Vrml_Place::scaling(size("size", 0), size("size", 1), size("size", 2))};
+        return box(node, {size("size", 0), size("size", 1), size("size", 2)}, is_textured);
     if (node.type() == "Cube")
-        return {solids_.box(is_textured),
-                Vrml_Place::scaling(size("width", 0), size("height", 0), size("depth", 0))};
+        return box(node, {size("width", 0), size("height", 0), size("depth", 0)}, is_textured);
     if (node.type() == "Sphere") {
         const double r = scene_.number(node, "radius", 0, 1);
-        return {solids_.sphere(is_textured), Vrml_Place::scaling(r, r, r)};
+        if (r > 0 || std::isnan(r))
+            return {solids_.sphere(is_textured), Vrml_Place::scaling(r, r, r)};
+        report_.skip("Sphere without a size", node.type());
+        return {};
     }
     return round_solid(node, is_textured);
+}
+
+// One side may be missing: such boxes serve as floors and walls.
+Vrml_Shapes::Shape Vrml_Shapes::box(Vrml_Ref node, const std::array<double, 3>& sides,
+                                    bool is_textured) {
+    const auto none = std::count(sides.begin(), sides.end(), 0.0);
+    if (none > 1 || *std::min_element(sides.begin(), sides.end()) < 0) {
+        report_.skip(std::string(node.type()) + " without a size", node.type());
+        return {};
+    }
+    return {solids_.box(is_textured), Vrml_Place::scaling(sides[0], sides[1], sides[2])};
 }
 
 Vrml_Shapes::Shape Vrml_Shapes::round_solid(Vrml_Ref node, bool is_textured) {
@@ -95,10 +108,12 @@ Vrml_Shapes::Shape Vrml_Shapes::round_solid(Vrml_Ref node, bool is_textured) {
 Vrml_Shapes::Shape Vrml_Shapes::list(Vrml_Ref node, const Vrml_State& state) {
     Vrml_Sweep sweep;
     Vrml_Face_Set set = face_set(node, state);
-    if (node.type() == "IndexedLineSet") return write_lines(node, set);
+    if (node.type() == "IndexedLineSet") return write_lines(node, state, set);
     const bool is_grid = node.type() == "ElevationGrid";
-    if (is_grid) sweep = vrml_elevation_grid(scene_, node, report_, budget_);
-    if (node.type() == "Extrusion") sweep = vrml_extrusion(scene_, node, report_, budget_);
+    const bool is_textured = static_cast<bool>(state.texture);
+    if (is_grid) sweep = vrml_elevation_grid(scene_, node, is_textured, report_, budget_);
+    if (node.type() == "Extrusion")
+        sweep = vrml_extrusion(scene_, node, is_textured, report_, budget_);
     if (!sweep.points.empty()) {
         set.points = sweep.points;
         set.coord_index = sweep.coord_index;
@@ -109,7 +124,11 @@ Vrml_Shapes::Shape Vrml_Shapes::list(Vrml_Ref node, const Vrml_State& state) {
     } else {
         set_attributes97(node, is_grid, &set);
     }
-    if (state.texture && set.texture_points.binding == Vrml_Attribute::NONE) {
+    const bool is_spread = is_textured && set.texture_points.binding == Vrml_Attribute::NONE;
+    if (is_spread && !sweep.texture_points.empty()) {
+        set.texture_points = {Vrml_Attribute::PER_CORNER, sweep.texture_points, 2,
+                              sweep.texture_index};
+    } else if (is_spread) {
         spread_texture(set);
         set.texture_points = {Vrml_Attribute::PER_CORNER, spread_, 2, set.coord_index};
     }
@@ -124,7 +143,8 @@ Vrml_Shapes::Shape Vrml_Shapes::list(Vrml_Ref node, const Vrml_State& state) {
 // Points, index and how faces are meant.
 Vrml_Face_Set Vrml_Shapes::face_set(Vrml_Ref node, const Vrml_State& state) {
     Vrml_Face_Set set;
-    const Vrml_Ref coordinates = is_vrml1_ ? state.coordinates : scene_.node(node, "coord");
+    const Vrml_Ref coordinates =
+        is_vrml1_ ? state.coordinates : scene_.node(node, "coord", "Coordinate");
     set.points = scene_.numbers(coordinates, "point");
     set.coord_index = scene_.numbers(node, "coordIndex");
     if (is_vrml1_) {
@@ -163,12 +183,23 @@ Vrml_Attribute Vrml_Shapes::attribute1(Vrml_Ref node, std::string_view binding,
     return a;
 }
 
-void Vrml_Shapes::set_attributes1(Vrml_Ref node, const Vrml_State& state, Vrml_Face_Set* set) {
-    const std::string_view colors = scene_.word(state.material_binding, "value");
+// A single colour is the material's.
+Vrml_Attribute Vrml_Shapes::colors1(Vrml_Ref node, const Vrml_State& state,
+                                    std::span<const double> coord_index) {
+    const std::string_view binding = scene_.word(state.material_binding, "value");
     const std::span<const double> diffuse = scene_.numbers(state.material, "diffuseColor");
-    // A single colour is the material's.
-    if (diffuse.size() > 3 && colors.starts_with("PER_"))
-        set->colors = attribute1(node, colors, "materialIndex", diffuse, set->coord_index);
+    if (diffuse.size() <= 3 || !binding.starts_with("PER_")) return {};
+    const bool is_list = node.type() == "IndexedFaceSet" || node.type() == "IndexedLineSet";
+    // Parts of lines are their pieces, which have no number among the faces.
+    if (!is_list || (node.type() == "IndexedLineSet" && binding.starts_with("PER_PART"))) {
+        report_.skip("several materials of one " + std::string(node.type()), node.type());
+        return {};
+    }
+    return attribute1(node, binding, "materialIndex", diffuse, coord_index);
+}
+
+void Vrml_Shapes::set_attributes1(Vrml_Ref node, const Vrml_State& state, Vrml_Face_Set* set) {
+    set->colors = colors1(node, state, set->coord_index);
     const std::span<const double> normals = scene_.numbers(state.normals, "vector");
     std::string_view binding = scene_.word(state.normal_binding, "value");
     if (binding.empty() || binding == "DEFAULT") binding = "PER_VERTEX_INDEXED";
@@ -187,7 +218,10 @@ Vrml_Attribute Vrml_Shapes::attribute97(Vrml_Ref node, std::string_view field,
                                         std::string_view per_vertex,
                                         std::span<const double> coord_index) {
     Vrml_Attribute a;
-    a.values = scene_.numbers(scene_.node(node, field), values);
+    const char* const type = field == "normal"  ? "Normal"
+                             : field == "color" ? "Color"
+                                                : "TextureCoordinate";
+    a.values = scene_.numbers(scene_.node(node, field, type), values);
     if (a.values.empty()) return a;
     const std::span<const double> own = scene_.numbers(node, index);
     if (!per_vertex.empty() && scene_.has_word(node, per_vertex, "FALSE")) {
@@ -256,10 +290,11 @@ Vrml_Shapes::Shape Vrml_Shapes::write_faces(Vrml_Ref node, const Vrml_State& sta
     return {name, Vrml_Place(), faces.extent()};
 }
 
-Vrml_Shapes::Shape Vrml_Shapes::write_lines(Vrml_Ref node, Vrml_Face_Set set) {
-    if (!is_vrml1_)
-        set.colors =
-            attribute97(node, "color", "color", "colorIndex", "colorPerVertex", set.coord_index);
+Vrml_Shapes::Shape Vrml_Shapes::write_lines(Vrml_Ref node, const Vrml_State& state,
+                                            Vrml_Face_Set set) {
+    set.colors = is_vrml1_ ? colors1(node, state, set.coord_index)
+                           : attribute97(node, "color", "color", "colorIndex", "colorPerVertex",
+                                         set.coord_index);
     Vrml_Lines lines(set, rows_of(set.points), node.type(), report_, budget_);
     if (!lines.are_good()) return {};
     const std::string name = lines.write(out_, node.node->name.empty() ? "lines" : node.node->name);

@@ -46,12 +46,14 @@ private:
     Key key_of(Vrml_Ref node, const Vrml_State& state) const;
 
     Shape solid(Vrml_Ref node, const Vrml_State& state);
+    Shape box(Vrml_Ref node, const std::array<double, 3>& sides, bool is_textured);
     Shape round_solid(Vrml_Ref node, bool is_textured);
     int parts_of(Vrml_Ref node);
     Shape list(Vrml_Ref node, const Vrml_State& state);
 
     Vrml_Face_Set face_set(Vrml_Ref node, const Vrml_State& state);
-    void set_hints(Vrml_Ref node, const Vrml_State& state, Vrml_Face_Set* set);
+    Vrml_Attribute colors1(Vrml_Ref node, const Vrml_State& state,
+                           std::span<const double> coord_index);
     void set_attributes1(Vrml_Ref node, const Vrml_State& state, Vrml_Face_Set* set);
     void set_attributes97(Vrml_Ref node, bool is_grid, Vrml_Face_Set* set);
     Vrml_Attribute attribute1(Vrml_Ref node, std::string_view binding, std::string_view index,
@@ -64,7 +66,7 @@ private:
     Vrml_Rows& rows_of(std::span<const double> points);
     Shape write_faces(Vrml_Ref node, const Vrml_State& state, const Vrml_Face_Set& set,
                       const char* wish);
-    Shape write_lines(Vrml_Ref node, Vrml_Face_Set set);
+    Shape write_lines(Vrml_Ref node, const Vrml_State& state, Vrml_Face_Set set);
 
     const bool is_vrml1_;
     Vrml_Scene& scene_;

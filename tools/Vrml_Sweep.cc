@@ -7,16 +7,24 @@
 #include "tools/Vrml_Place.h"
 #include "tools/Vrml_Report.h"
 
-static void add_quad(Vrml_Sweep& sweep, std::size_t a, std::size_t b, std::size_t c,
+static void add_quad(std::vector<double>& index, std::size_t a, std::size_t b, std::size_t c,
                      std::size_t d) {
-    for (const std::size_t corner : {a, b, c, d})
-        sweep.coord_index.push_back(static_cast<double>(corner));
-    sweep.coord_index.push_back(-1);
+    for (const std::size_t corner : {a, b, c, d}) index.push_back(static_cast<double>(corner));
+    index.push_back(-1);
+}
+
+// From 0 to 1 along each row, and from row to row.
+static void add_texture(Vrml_Sweep& sweep, std::size_t columns, std::size_t rows) {
+    for (std::size_t k = 0; k < rows; ++k)
+        for (std::size_t i = 0; i < columns; ++i)
+            for (const double part : {static_cast<double>(i) / static_cast<double>(columns - 1),
+                                      static_cast<double>(k) / static_cast<double>(rows - 1)})
+                sweep.texture_points.push_back(part);
 }
 
 // Rows along x, each a step further in z. Seen from above, faces run counter-clockwise.
-Vrml_Sweep vrml_elevation_grid(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
-                               Vrml_Budget& budget) {
+Vrml_Sweep vrml_elevation_grid(Vrml_Scene& scene, Vrml_Ref node, bool is_textured,
+                               Vrml_Report& report, Vrml_Budget& budget) {
     Vrml_Sweep sweep;
     const std::span<const double> heights = scene.numbers(node, "height");
     const double x_count = scene.number(node, "xDimension", 0, 0),
@@ -40,8 +48,12 @@ Vrml_Sweep vrml_elevation_grid(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& re
                  {static_cast<double>(i) * x_step, heights[at], static_cast<double>(k) * z_step})
                 sweep.points.push_back(v);
             if (i + 1 < columns && k + 1 < rows)
-                add_quad(sweep, at, at + columns, at + columns + 1, at + 1);
+                add_quad(sweep.coord_index, at, at + columns, at + columns + 1, at + 1);
         }
+    if (is_textured) {
+        add_texture(sweep, columns, rows);
+        sweep.texture_index = sweep.coord_index;
+    }
     return sweep;
 }
 
@@ -159,7 +171,35 @@ static void add_section(std::span<const double> section, std::span<const double>
     }
 }
 
-Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
+// Behind the points of the sides come those of the caps, which see the cross-section as it is, its longer
+// side from 0 to 1.
+static void add_extrusion_texture(Vrml_Sweep& sweep, std::span<const double> section,
+                                  std::size_t sections) {
+    const std::size_t corners = section.size() / 2, side_points = corners * sections;
+    add_texture(sweep, corners, sections);
+    for (std::size_t i = 0; i + 1 < sections; ++i)
+        for (std::size_t k = 0; k + 1 < corners; ++k) {
+            const std::size_t at = i * corners + k;
+            add_quad(sweep.texture_index, at, at + 1, at + 1 + corners, at + corners);
+        }
+    double low[2] = {section[0], section[1]}, high[2] = {section[0], section[1]};
+    for (std::size_t k = 0; k < 2 * corners; ++k) {
+        low[k % 2] = std::min(low[k % 2], section[k]);
+        high[k % 2] = std::max(high[k % 2], section[k]);
+    }
+    const double size = std::max(high[0] - low[0], high[1] - low[1]);
+    for (std::size_t k = 0; k < 2 * corners; ++k)
+        sweep.texture_points.push_back(size > 0 ? (section[k] - low[k % 2]) / size : 0);
+    for (std::size_t at = sweep.texture_index.size(); at < sweep.coord_index.size(); ++at) {
+        const double point = sweep.coord_index[at];
+        sweep.texture_index.push_back(
+            point < 0
+                ? -1
+                : static_cast<double>(side_points + static_cast<std::size_t>(point) % corners));
+    }
+}
+
+Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, bool is_textured, Vrml_Report& report,
                           Vrml_Budget& budget) {
     Vrml_Sweep sweep;
     const std::span<const double> given_section = scene.numbers(node, "crossSection"),
@@ -188,13 +228,18 @@ Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
     const std::vector<Axes> axes = axes_along(spine, is_ring);
     for (std::size_t i = 0; i < spine.size(); ++i)
         add_section(section, scales, turns, i, spine[i], axes[i], sweep);
-    // Ends that meet are one, so that they are smooth.
+    // Ends that meet are one, so that they are smooth. Those of a ring do not, if it is twisted.
+    const auto row = static_cast<std::ptrdiff_t>(3 * corners);
+    const bool is_joined = is_ring && std::equal(sweep.points.begin(), sweep.points.begin() + row,
+                                                 sweep.points.end() - row);
     const auto corner = [&](std::size_t i, std::size_t k) {
-        return i * corners + (is_tube && k + 1 == corners ? 0 : k);
+        return (is_joined && i + 1 == spine.size() ? 0 : i) * corners +
+               (is_tube && k + 1 == corners ? 0 : k);
     };
     for (std::size_t i = 0; i + 1 < spine.size(); ++i)
         for (std::size_t k = 0; k + 1 < corners; ++k)
-            add_quad(sweep, corner(i, k), corner(i, k + 1), corner(i + 1, k + 1), corner(i + 1, k));
+            add_quad(sweep.coord_index, corner(i, k), corner(i, k + 1), corner(i + 1, k + 1),
+                     corner(i + 1, k));
     const std::size_t around = is_tube ? corners - 1 : corners;
     if (!is_ring && !scene.has_word(node, "beginCap", "FALSE")) {
         // The other way around than at the end: both caps look outwards.
@@ -206,5 +251,6 @@ Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, Vrml_Report& report,
             sweep.coord_index.push_back(static_cast<double>(corner(spine.size() - 1, k)));
         sweep.coord_index.push_back(-1);
     }
+    if (is_textured) add_extrusion_texture(sweep, section, spine.size());
     return sweep;
 }
