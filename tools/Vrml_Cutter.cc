@@ -7,12 +7,17 @@
 #include "tools/Vrml_Budget.h"
 #include "tools/Vrml_Report.h"
 
+static const char crossing[] = "the right area of a face whose sides cross";
+
 const std::vector<Vrml_Cutter::Triangle>&
 Vrml_Cutter::cut(std::span<const Point> corners, bool is_known_convex, std::string_view where) {
     triangles_.clear();
     const auto count = static_cast<std::uint32_t>(corners.size());
-    if (count <= 3 || is_known_convex || !project(corners) || is_convex()) {
+    if (count <= 3 || is_known_convex || !project(corners)) {
         fan(count);
+    } else if (turns_left_only()) {
+        fan(count);
+        if (!goes_around_once()) report_.skip(crossing, where);
     } else {
         cut_ears(where);
     }
@@ -65,10 +70,23 @@ double Vrml_Cutter::turn(std::uint32_t corner) const {
     return turn_of(plane_[previous_[corner]], plane_[corner], plane_[next_[corner]]);
 }
 
-bool Vrml_Cutter::is_convex() const {
+bool Vrml_Cutter::turns_left_only() const {
     for (std::uint32_t i = 0; i < left_; ++i)
         if (turn(i) < 0) return false;
     return true;
+}
+
+// A star turns left only, too, but changes its way along x more often than an outline that goes around once.
+bool Vrml_Cutter::goes_around_once() const {
+    int changes = 0;
+    double last = 0;
+    for (std::uint32_t i = 0; i < left_; ++i) {
+        const double way = plane_[next_[i]][0] - plane_[i][0];
+        if (way == 0) continue;
+        changes += last != 0 && (way > 0) != (last > 0);
+        last = way;
+    }
+    return changes <= 2;
 }
 
 bool Vrml_Cutter::is_ear(std::uint32_t corner) const {
@@ -115,6 +133,6 @@ void Vrml_Cutter::cut_ears(std::string_view where) {
         tried = is_cut ? 0 : tried + 1;
     }
     triangles_.push_back({previous_[corner], corner, next_[corner]});
-    if (is_crossing) report_.skip("the right area of a face whose sides cross", where);
+    if (is_crossing) report_.skip(crossing, where);
     if (!is_paid) report_.skip("the right area of a face of too many corners", where);
 }

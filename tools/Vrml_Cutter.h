@@ -32,7 +32,8 @@ private:
     void fan(std::uint32_t count);
     bool project(std::span<const Point> corners);
     double turn(std::uint32_t corner) const;
-    bool is_convex() const;
+    bool turns_left_only() const;
+    bool goes_around_once() const;
     bool is_ear(std::uint32_t corner) const;
     void cut_off(std::uint32_t corner);
     void cut_ears(std::string_view where);
