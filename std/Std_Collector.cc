@@ -4,6 +4,7 @@
 #include <link.h>
 #include <mutex>
 #include <pthread.h>
+#include <unistd.h>
 
 #define GC_THREADS
 #define GC_NO_THREAD_REDIRECTS // threads of libraries come through no header of the collector's
@@ -18,21 +19,34 @@ static void say_nothing(char*, GC_word) {}
 // Its destructor is how the end of a thread is told; it comes after those of thread_locals.
 static pthread_key_t end_of_thread;
 
-// The memory behind the thread_locals of the program itself. Those of other threads lie on their
-// stacks.
-static int add_thread_locals_of_program(dl_phdr_info* program, std::size_t, void*) {
-    const std::size_t word = sizeof(void*);
+struct Range {
+    char *begin, *end;
+};
+
+static int find_thread_locals_of_program(dl_phdr_info* program, std::size_t, void* range) {
     for (int i = 0; i < program->dlpi_phnum; ++i) {
         if (program->dlpi_phdr[i].p_type != PT_TLS || !program->dlpi_tls_data) continue;
         char* const begin = static_cast<char*>(program->dlpi_tls_data);
-        if (program->dlpi_phdr[i].p_memsz >= word)
-            GC_add_roots(begin, begin + program->dlpi_phdr[i].p_memsz);
+        *static_cast<Range*>(range) = {begin, begin + program->dlpi_phdr[i].p_memsz};
     }
     return 1; // the program comes first; what follows may be unloaded
 }
 
-// Once in the life of the process, for the first allocation of a static object or of a thread.
-static void start() {
+// The memory behind the thread_locals of the program itself, for its first thread. Those of other
+// threads lie on their stacks, and go with these.
+static void add_thread_locals_of_program() {
+    Range range = {nullptr, nullptr};
+    // Found first and added later: a collection takes the locks of the two the other way round.
+    dl_iterate_phdr(find_thread_locals_of_program, &range);
+    const std::size_t word = sizeof(void*);
+    if (static_cast<std::size_t>(range.end - range.begin) >= word)
+        GC_add_roots(range.begin, range.end);
+}
+
+// Once in the life of the process, for the first allocation of a static object or of a thread. True
+// if this made the thread known.
+static bool start() {
+    const bool is_first = !GC_is_init_called();
     // One marker: the collector then starts no threads of its own.
     GC_set_markers_count(1);
     // A child of fork has no use for the threads of its parent.
@@ -43,8 +57,8 @@ static void start() {
     // Worlds mostly grow: collect half as often as the collector would by itself.
     GC_set_free_space_divisor(1);
     GC_set_oom_fn(std_out_of_memory);
-    dl_iterate_phdr(add_thread_locals_of_program, nullptr);
     pthread_key_create(&end_of_thread, [](void*) { Std_Collector::forget(); });
+    return is_first;
 }
 
 // The collector stops threads by these. Libraries block all signals in their threads.
@@ -57,13 +71,16 @@ static void unblock_signals_of_collector() {
 }
 
 void Std_Collector::make_known() {
-    static const bool is_started = (start(), true);
+    // A thread that somebody else made known is not ours to forget.
+    bool is_ours = false;
+    static const bool is_started = (is_ours = start(), true);
     (void)is_started;
     GC_stack_base stack;
     GC_get_stack_base(&stack);
-    // A thread that somebody else made known, such as the first one, is not ours to forget.
-    const bool is_ours = GC_register_my_thread(&stack) == GC_SUCCESS;
+    if (GC_register_my_thread(&stack) == GC_SUCCESS) is_ours = true;
     is_known_ = true;
+    // The thread that starts the collector need not be the first: it may have opened a plugin.
+    if (gettid() == getpid()) add_thread_locals_of_program();
     if (!is_ours) return;
     unblock_signals_of_collector();
     if (!is_ending) pthread_setspecific(end_of_thread, &end_of_thread);

@@ -25,7 +25,8 @@ void* std_out_of_memory(std::size_t size) {
     return nullptr;
 }
 
-// The first thread is the one to start the collector, whatever the others do later.
+// A program that links the library has its first thread start the collector, whatever the others
+// do later.
 static const bool started_with_the_program = (Std_Collector::meet(), true);
 
 #ifdef NOLT_PLAIN_HEAP

@@ -1,6 +1,7 @@
 // Opens plugin.so. Where both stand on the shared library, classes are the same on both sides.
 #include <cstdio>
 #include <dlfcn.h>
+#include <thread>
 
 #ifdef HOST_HAS_LIBRARY
 #include "own_class.h"
@@ -15,8 +16,11 @@ static bool is_list(const Std_Obj*) {
 #endif
 
 int main() {
-    void* const plugin = dlopen("./plugin.so", RTLD_NOW);
-    if (!plugin) return std::puts(dlerror());
+    // By a thread that does not live as long as the plugin.
+    void* plugin = nullptr;
+    std::thread([&plugin] { plugin = dlopen("./plugin.so", RTLD_NOW); }).join();
+    if (!plugin) return std::puts("no plugin");
+    reinterpret_cast<void (*)()>(dlsym(plugin, "plugin_works"))();
     const auto make = reinterpret_cast<const Std_Obj* (*)(int)>(dlsym(plugin, "plugin_object"));
     const auto knows =
         reinterpret_cast<bool (*)(const Std_Obj*, const Std_Obj*)>(dlsym(plugin, "plugin_knows"));
