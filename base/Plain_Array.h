@@ -4,8 +4,8 @@
 //     heights.push(3);
 //     for (std::size_t i = 0; i < heights.count(); ++i) sum += heights[i];
 //
-// Elements are moved as bytes. References to elements hold until the array grows. The array owns its
-// cells alone and is not copied; wipe_out keeps them for the next use.
+// Elements are moved as bytes. References to elements hold until the array grows. The array owns
+// its cells alone and is not copied; wipe_out keeps them for the next use.
 #ifndef BASE_PLAIN_ARRAY_H
 #define BASE_PLAIN_ARRAY_H
 

@@ -1,5 +1,5 @@
-// Split_Box_Tree against the plain tree of cells that defines its answers, an R*-tree and, for small
-// boxes, a scan of all. Worlds:
+// Split_Box_Tree against the plain tree of cells that defines its answers, an R*-tree and, for
+// small boxes, a scan of all. Worlds:
 //
 //     fitted   small boxes all over the bounds
 //     corner   the same in one corner of the bounds of a new database

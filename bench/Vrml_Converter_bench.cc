@@ -1,5 +1,5 @@
-// A VRML file of one large mesh as a scene file: the converter against the plain way (strtod, a copy of
-// each corner, fprintf with the digits that a number of single precision needs).
+// A VRML file of one large mesh as a scene file: the converter against the plain way (strtod, a
+// copy of each corner, fprintf with the digits that a number of single precision needs).
 #include "tools/Vrml_Converter.h"
 
 #include <algorithm>

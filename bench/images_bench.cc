@@ -156,8 +156,8 @@ static void resize(benchmark::State& state) {
 BENCHMARK(resize)->UseManualTime()->Iterations(3);
 
 #ifdef NOLT_BENCH_MAGICK
-// ImageMagick rounds otherwise, so the sides agree on the size alone. With `copies`, the pixels go into
-// a new image and out of it within the time.
+// ImageMagick rounds otherwise, so the sides agree on the size alone. With `copies`, the pixels go
+// into a new image and out of it within the time.
 static void resize_triangle(benchmark::State& state) {
     const int half = size / 2;
     const bool with_copies = state.range(0) != 0;

@@ -1,5 +1,5 @@
-// load_obj FILE: how tinyobjloader reads it; see bench/load_report.h. Linked with nothing of ours, so that
-// its memory comes from malloc.
+// load_obj FILE: how tinyobjloader reads it; see bench/load_report.h. Linked with nothing of ours,
+// so that its memory comes from malloc.
 #define TINYOBJLOADER_IMPLEMENTATION
 #include <tiny_obj_loader.h>
 

@@ -13,8 +13,8 @@
 // piece, in a grid of pieces that fills a cube of `edge` units from (0.1, 0.1, 0.1) on. Up to 15
 // units that is one cell of pnt_hash, from 256 on all cells. The order is that of a model that was
 // saved piece by piece, or none at all.
-// The first `nudged` corners with an x from 1 to 2 are moved by up to two last bits, so that of those
-// that met some are equal and some are not.
+// The first `nudged` corners with an x from 1 to 2 are moved by up to two last bits, so that of
+// those that met some are equal and some are not.
 inline WDB_Tri_List* mesh_of_pieces(int triangles, float edge, bool is_shuffled, int nudged = 0) {
     const int squares = 5, piece_count = triangles / (2 * squares * squares);
     const int per_edge = static_cast<int>(std::ceil(std::cbrt(static_cast<double>(piece_count))));

@@ -1,5 +1,5 @@
-// The writer of scenes by plain steps: fprintf, and the library's own tables. For worlds of shapes with
-// materials, as those of the sphere tool; it writes the same bytes as wdb_save.
+// The writer of scenes by plain steps: fprintf, and the library's own tables. For worlds of shapes
+// with materials, as those of the sphere tool; it writes the same bytes as wdb_save.
 #ifndef BENCH_PLAIN_SAVE_H
 #define BENCH_PLAIN_SAVE_H
 

@@ -1,5 +1,5 @@
-// A triangle list smoothed the plain way: each corner is searched in one table, and each face normal
-// is computed for each corner that it meets.
+// A triangle list smoothed the plain way: each corner is searched in one table, and each face
+// normal is computed for each corner that it meets.
 #ifndef BENCH_PLAIN_SMOOTH_H
 #define BENCH_PLAIN_SMOOTH_H
 

@@ -1,7 +1,7 @@
 // The whole tool as the number of spheres grows: seconds for meshes, placing, filing and writing,
-// against the same steps done plainly (the tree of cells as it is defined, fprintf), and the peak of
-// memory. Each world is built in a process of its own, so that its peak is its own; both ways take
-// turns, the best round of each counts, and their files must be equal.
+// against the same steps done plainly (the tree of cells as it is defined, fprintf), and the peak
+// of memory. Each world is built in a process of its own, so that its peak is its own; both ways
+// take turns, the best round of each counts, and their files must be equal.
 //
 //     sphere_world_bench [spheres...]          // 10000, 100000 and 1000000 if none are given
 #include <algorithm>

@@ -1,6 +1,7 @@
-// Reading scenes: triangle lines against sscanf with the full format, many lists of triangles against
-// tinyobjloader and the plain way (the pipe, fgets, sscanf), a scene of a million triangles in one list,
-// and how time and memory grow with the nodes, small ones and such that fill the world.
+// Reading scenes: triangle lines against sscanf with the full format, many lists of triangles
+// against tinyobjloader and the plain way (the pipe, fgets, sscanf), a scene of a million triangles
+// in one list, and how time and memory grow with the nodes, small ones and such that fill the
+// world.
 #include "wdb/wdb_load.h"
 
 #include <cmath>
@@ -306,8 +307,8 @@ static Load_Figures load_by(const char* program, const std::string& file) {
     return figures;
 }
 
-// The same numbers as OBJ, each file in a fresh process: the collector has no memory yet, and the other
-// one takes its own from malloc.
+// The same numbers as OBJ, each file in a fresh process: the collector has no memory yet, and the
+// other one takes its own from malloc.
 static void scattered_triangles_and_obj(benchmark::State& state) {
     const Scratch_File scene("scattered.3d"), obj("scattered.obj");
     WDB_Database world;

@@ -1,6 +1,6 @@
-// A host with threads of its own: they work with containers of strings, in collected memory like all
-// of the program's, while the main thread builds a world. Objects of the library stay with one thread
-// at a time; here the names change hands when a thread has ended.
+// A host with threads of its own: they work with containers of strings, in collected memory like
+// all of the program's, while the main thread builds a world. Objects of the library stay with one
+// thread at a time; here the names change hands when a thread has ended.
 #include <cstdio>
 #include <functional>
 #include <map>

@@ -92,7 +92,8 @@ static bool copy_document(Std_URL* from, int to) {
     return true;
 }
 
-// The rows of an image file are read in any order, so the document, which may be a pipe, is stored first.
+// The rows of an image file are read in any order, so the document, which may be a pipe, is stored
+// first.
 void PX_Map::load(Std_URL* url, int component) {
     source_ = str_new(url->get_url_string());
     is_complete_ = true;

@@ -9,8 +9,9 @@
 // of the picture.
 //
 // Loading never fails for the caller: what cannot be loaded becomes a grey image of 4 by 4 pixels,
-// with a message on the standard error stream. Of a damaged or cut file the rows that can be read are
-// kept, the others are black, and a report tells how many. The pixels are collected, pointer-free memory.
+// with a message on the standard error stream. Of a damaged or cut file the rows that can be read
+// are kept, the others are black, and a report tells how many. The pixels are collected,
+// pointer-free memory.
 #ifndef IMAGES_PX_MAP_H
 #define IMAGES_PX_MAP_H
 
@@ -40,7 +41,8 @@ class PX_Map : public Std_Obj {
     void load(Std_URL* url, int component);
 
     // Run-length encoded. A file that bears the name is replaced at the end, and so is a link.
-    // On failure: false and a warning, and the old file is as it was; so also for more than 4 components.
+    // On failure: false and a warning, and the old file is as it was; so also for more than 4
+    // components.
     bool save(const char* file_name);
 
     // Whether the last load read the whole picture; true if there was none.

@@ -44,9 +44,9 @@ static int mirrored(long long j, int size) {
     return static_cast<int>(j);
 }
 
-// `lanes` values stand side by side for each source pixel. Filters reach farther than they weigh: what
-// weighs nothing adds nothing, and is left out. All targets get as many taps, which spares the loops
-// over them a guess; shorter lists end with some that weigh nothing.
+// `lanes` values stand side by side for each source pixel. Filters reach farther than they weigh:
+// what weighs nothing adds nothing, and is left out. All targets get as many taps, which spares the
+// loops over them a guess; shorter lists end with some that weigh nothing.
 static Contributions contributions(int size, int new_size, float (*filter)(float), int filter_width,
                                    int lanes) {
     const float scale = static_cast<float>(new_size) / static_cast<float>(size);
@@ -169,13 +169,13 @@ static void out_of_strip(const unsigned char* strip, std::size_t width, int rows
 }
 
 namespace {
-// The image between the passes, as wide as the target and as high as the source. Its rows are made in
-// their order, just before they are wanted, and overwritten when no target row draws on them any
+// The image between the passes, as wide as the target and as high as the source. Its rows are made
+// in their order, just before they are wanted, and overwritten when no target row draws on them any
 // more: so the second pass finds them in the cache.
 class Between {
 public:
-    // Requires: `in` and `across`, which is for the lanes of a strip, stay; no row is asked for that
-    // lies `in_use` or more behind the last one.
+    // Requires: `in` and `across`, which is for the lanes of a strip, stay; no row is asked for
+    // that lies `in_use` or more behind the last one.
     Between(const unsigned char* in, int width, int height, int component, int new_width,
             const Contributions& across, std::size_t in_use)
         : in_(in), width_(static_cast<std::size_t>(width)),
@@ -240,8 +240,8 @@ private:
 };
 } // namespace
 
-// How many rows are needed at a time: from the first one that this target or a later one draws on, to
-// the last one of this target and those before.
+// How many rows are needed at a time: from the first one that this target or a later one draws on,
+// to the last one of this target and those before.
 static std::size_t rows_in_use(const Contributions& c, int targets) {
     std::vector<unsigned int> first(static_cast<std::size_t>(targets) + 1, UINT_MAX);
     for (int i = targets - 1; i >= 0; --i) {
@@ -260,8 +260,8 @@ static std::size_t rows_in_use(const Contributions& c, int targets) {
     return most;
 }
 
-// sums[k] = the weighted sum of values k of the rows that target i draws on, added in their order. The
-// inner loop runs over neighbours, so each sum is formed as if alone, and many at a time.
+// sums[k] = the weighted sum of values k of the rows that target i draws on, added in their order.
+// The inner loop runs over neighbours, so each sum is formed as if alone, and many at a time.
 static void add_rows(Between& between, const Contributions& c, int i, std::vector<float>& sums) {
     for (const Contribution* p = c.begin(i); p != c.end(i); ++p) between.row(p->source);
     std::fill(sums.begin(), sums.end(), 0.0f);

@@ -27,8 +27,8 @@ constexpr unsigned RLE(unsigned bpp) {
     return 0x0100 | bpp;
 }
 
-// An open file. The first 108 bytes are the header as it stands in the file. Memory of malloc, which
-// iclose does not free: that is left to whoever opened it.
+// An open file. The first 108 bytes are the header as it stands in the file. Memory of malloc,
+// which iclose does not free: that is left to whoever opened it.
 struct IMAGE {
     unsigned short imagic;
     unsigned short type;
@@ -68,8 +68,8 @@ IMAGE* fiopen(int fd, const char* mode, unsigned type = 0, unsigned dim = 0, uns
               unsigned ysize = 0, unsigned zsize = 0);
 
 // Completes a file that was written, and closes it.
-// On failure: what close answers, or -1 with an error if any row, the header or the tables could not be
-// written. The image is closed all the same.
+// On failure: what close answers, or -1 with an error if any row, the header or the tables could
+// not be written. The image is closed all the same.
 int iclose(IMAGE* image);
 int iflush(IMAGE* image);
 

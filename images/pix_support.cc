@@ -131,8 +131,8 @@ static bool get_channel(unsigned short* row, unsigned y, unsigned z) {
     return false;
 }
 
-// Row y of the channels that a file of this many has. Grey files leave only rbuf set. False if one of them
-// could not be read.
+// Row y of the channels that a file of this many has. Grey files leave only rbuf set. False if one
+// of them could not be read.
 static bool get_channels(unsigned y) {
     bool are_read = get_channel(rbuf, y, 0);
     switch (image->zsize) {
@@ -195,8 +195,8 @@ static constexpr Shuffles rgb_shuffles[3] = {shuffles_of(0), shuffles_of(1), shu
 }
 #endif
 
-// The low bytes of the colours of the first pixels of a row, if the processor can do many at a time.
-// Returns how many.
+// The low bytes of the colours of the first pixels of a row, if the processor can do many at a
+// time. Returns how many.
 static int put_rgb_blocks([[maybe_unused]] unsigned char* out, [[maybe_unused]] int count) {
 #if defined(__x86_64__)
     static const bool can_shuffle = __builtin_cpu_supports("ssse3");

@@ -15,8 +15,8 @@
 inline constexpr int PIXMAP_MAX_SIZE = 65535;
 
 // The second form reads an open file, whose descriptor then belongs to the image.
-// False, with no image open, for a file that is none, that holds none of its rows, or that has more pixels
-// than std_limits allow.
+// False, with no image open, for a file that is none, that holds none of its rows, or that has more
+// pixels than std_limits allow.
 bool pixmap_open_read(const char* name);
 bool pixmap_open_read(int descriptor);
 

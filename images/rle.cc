@@ -121,7 +121,8 @@ static void put_run(Out value, Out* out, const Out* out_end, int n) {
     for (int i = 0; i < n; i += block) std::fill(out + i, out + i + block, value);
 }
 
-// What fits of a packet that is longer than the room. Apart from the rest, which is faster without it.
+// What fits of a packet that is longer than the room. Apart from the rest, which is faster without
+// it.
 template<class In, class Out>
 [[gnu::cold, gnu::noinline]] static void cut(const In* in, const In* end, bool is_literal, Out* out,
                                              Out* out_end) {

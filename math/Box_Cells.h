@@ -1,9 +1,9 @@
 // Cells that divide space, and how many boxes reach each: what remains of a tree of cells when the
 // boxes themselves stand elsewhere.
 //
-// A cell divides in the middle of its space, whatever it holds: into 8, or into 2 across its longest
-// axis. It does so once more than `limit` boxes have reached it at the same time, and stays divided.
-// The facts that this rests on:
+// A cell divides in the middle of its space, whatever it holds: into 8, or into 2 across its
+// longest axis. It does so once more than `limit` boxes have reached it at the same time, and stays
+// divided. The facts that this rests on:
 //
 // 1. A box that reaches a cell (Bbox::is_overlapping) reaches its lower half unless it begins above
 //    the middle, and the upper half unless it ends below it: one comparison an axis answers exactly
@@ -121,9 +121,8 @@ public:
     Key first_leaf(const Point& low, const Cell& from) const;
 
     // Counts a box that comes. Leaves that hold more than the limit then are handed to
-    // divide_me(cell), which must call divide. Answers the first leaf that the box reaches, if the box
-    // is ordered and is_keyed().
-    // Requires: the box reaches the bounds.
+    // divide_me(cell), which must call divide. Answers the first leaf that the box reaches, if the
+    // box is ordered and is_keyed(). Requires: the box reaches the bounds.
     template<class Divide_Me>
     Key add(const Bbox& box, Divide_Me divide_me) {
         Key first = none_;

@@ -43,9 +43,9 @@ struct Box_Lanes {
 
 class Box_Index {
 public:
-    // The longest edge of `world` is the unit of the costs that shape the tree. If boxes may be many
-    // times as large, or infinite, `clips` has them measured inside the world, so that a few do not
-    // make all nodes look alike.
+    // The longest edge of `world` is the unit of the costs that shape the tree. If boxes may be
+    // many times as large, or infinite, `clips` has them measured inside the world, so that a few
+    // do not make all nodes look alike.
     Box_Index(const Bbox& world, bool clips);
     Box_Index(const Box_Index&) = delete;
     Box_Index& operator=(const Box_Index&) = delete;

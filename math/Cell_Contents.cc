@@ -10,7 +10,8 @@ float Cell_Contents::Side::empty() const {
 
 // Whether all leaves below the cell hold the same boxes.
 bool Cell_Contents::all_cover(const Side& side, const Bbox& cell, int first) const {
-    // What is flat, or becomes so further down, may be flat between two zeros, and divide into either.
+    // What is flat, or becomes so further down, may be flat between two zeros, and divide into
+    // either.
     const float least_edge = 1e-30f;
     if (!(cell.max[side.axis] - cell.min[side.axis] > least_edge)) return false;
     for (int i = first; i < boxes_.count(); ++i)

@@ -4,8 +4,8 @@
 //     for (int i = 0; i < 16; i += Quad::width)
 //         bits |= is_less(Quad(low + i), Quad(3.0f)).bits() << i;
 //
-// is_less and | work on truth values, of which 0.0f stands for false. lesser and greater answer their
-// second operand if one is a NaN.
+// is_less and | work on truth values, of which 0.0f stands for false. lesser and greater answer
+// their second operand if one is a NaN.
 #ifndef MATH_QUAD_H
 #define MATH_QUAD_H
 

@@ -2,7 +2,8 @@
 
 #include <cstring>
 
-// Addresses lie at even distances: all their bits must count, and go to the upper half of a product.
+// Addresses lie at even distances: all their bits must count, and go to the upper half of a
+// product.
 std::size_t Slot_Table::home(const SUniv* item) const {
     const std::uint64_t golden_ratio = 0x9E3779B97F4A7C15u;
     const std::uint64_t product = reinterpret_cast<std::uintptr_t>(item) * golden_ratio;

@@ -5,7 +5,8 @@
 //     const std::uint32_t slot = slot_of.find(item);    // 7; Slot_Table::absent for others
 //
 // Open addressing, at most half full, without marks for what was removed: two words for a cell, a
-// third less than a Hash_Table takes, which promises an order. Items stay alive while they are held.
+// third less than a Hash_Table takes, which promises an order. Items stay alive while they are
+// held.
 #ifndef MATH_SLOT_TABLE_H
 #define MATH_SLOT_TABLE_H
 

@@ -1,5 +1,5 @@
-// How items are filed: an item stands once in an index, which finds it by place, and once in slots_,
-// the order of arrival. The tree of cells is there for the order of walks alone: see
+// How items are filed: an item stands once in an index, which finds it by place, and once in
+// slots_, the order of arrival. The tree of cells is there for the order of walks alone: see
 // math/Split_Box_Tree_walks.cc.
 #include "math/Split_Box_Tree.h"
 

@@ -14,12 +14,13 @@
 // Cells never merge until wipe_out.
 //
 // Order of a walk: depth first, children in order, entries of a leaf in the order of their arrival.
-// It does not depend on addresses. A callback must not put or remove; it may start another walk over
-// the same tree. Walks allocate nothing, but for the first time that they stand one in the other.
+// It does not depend on addresses. A callback must not put or remove; it may start another walk
+// over the same tree. Walks allocate nothing, but for the first time that they stand one in the
+// other.
 //
 // Cost: put, remove and the walks take time in proportion to the logarithm of the count and to what
-// they find, however large the boxes are and wherever they crowd. A walk finds all before it reports
-// the first. Boxes with a NaN or with min above max are looked at one by one.
+// they find, however large the boxes are and wherever they crowd. A walk finds all before it
+// reports the first. Boxes with a NaN or with min above max are looked at one by one.
 #ifndef MATH_SPLIT_BOX_TREE_H
 #define MATH_SPLIT_BOX_TREE_H
 

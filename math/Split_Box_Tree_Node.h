@@ -6,8 +6,8 @@
 //     if (root.item_count() > limit) root.split(&pending);
 //     root.apply(user, query, fn, ++stamp);
 //
-// This is what the order of a Split_Box_Tree's walks means: depth first, children in order, entries of
-// a leaf in the order of their arrival, each entry once. Split_Box_Tree answers the same without
+// This is what the order of a Split_Box_Tree's walks means: depth first, children in order, entries
+// of a leaf in the order of their arrival, each entry once. Split_Box_Tree answers the same without
 // listing an entry in every leaf that it reaches, which here costs large boxes thousands of places.
 #ifndef MATH_SPLIT_BOX_TREE_NODE_H
 #define MATH_SPLIT_BOX_TREE_NODE_H

@@ -1,20 +1,21 @@
-// The walks: each collects from the indices what the query may meet, and then tells in which order a walk
-// over the cells would meet it.
+// The walks: each collects from the indices what the query may meet, and then tells in which order
+// a walk over the cells would meet it.
 //
-// Why the order is a sort key. The plain tree of cells reports an item at the first leaf, depth first,
-// that the item reaches and the walk visits; the leaf lists its items in the order of arrival. So the
-// order is that of (first visited leaf, slot). A walk visits a leaf when its cell and all above it
-// meet the query; a leaf of fewer than four items it visits if only the cells above do.
+// Why the order is a sort key. The plain tree of cells reports an item at the first leaf, depth
+// first, that the item reaches and the walk visits; the leaf lists its items in the order of
+// arrival. So the order is that of (first visited leaf, slot). A walk visits a leaf when its cell
+// and all above it meet the query; a leaf of fewer than four items it visits if only the cells
+// above do.
 //
-// 1. Without a query the key is `home`, the first leaf that the item reaches. put and the division of
-//    leaves keep it.
-// 2. With a box as the query, item, query and a cell that meet two by two meet in common, since on each
-//    axis they are intervals. So on the way down to the first visited leaf one takes the first child
-//    that the item and the query reach; or a small leaf before it, if the item reaches that.
+// 1. Without a query the key is `home`, the first leaf that the item reaches. put and the division
+//    of leaves keep it.
+// 2. With a box as the query, item, query and a cell that meet two by two meet in common, since on
+//    each axis they are intervals. So on the way down to the first visited leaf one takes the first
+//    child that the item and the query reach; or a small leaf before it, if the item reaches that.
 //    If the item's low corner lies in the query, that leaf is its home.
-// 3. Views, segments, and boxes with a NaN or with min above max keep to no such rule. For these, what
-//    was collected falls through the cells like the walk itself, and each visited leaf takes out what
-//    reaches it.
+// 3. Views, segments, and boxes with a NaN or with min above max keep to no such rule. For these,
+//    what was collected falls through the cells like the walk itself, and each visited leaf takes
+//    out what reaches it.
 #include "math/Split_Box_Tree.h"
 
 #include <algorithm>
@@ -260,8 +261,9 @@ public:
     Query_Path(const BSplit_Box_Tree& tree, const Bbox& query) : tree_(tree), query_(query) {}
 
     // Most ways down have long beginnings in common with that of the query's low corner, which is
-    // found once. One that begins before the query on every axis, as large boxes mostly do, leaves it
-    // for a small leaf at the side only; others where they begin above the middle of a cell, too.
+    // found once. One that begins before the query on every axis, as large boxes mostly do, leaves
+    // it for a small leaf at the side only; others where they begin above the middle of a cell,
+    // too.
     Box_Cells::Key key_of(const Bbox& box) {
         if (step_count_ < 0) find_steps();
         const Exit* exit = exits_;
@@ -383,8 +385,8 @@ bool BSplit_Box_Tree::apply(SUniv* user, const Bbox& query, BSplit_Box_Tree_Appl
     return report_in_order(*scratch, static_cast<std::size_t>(last - first), user, fn);
 }
 
-// A probe for each index: the slack grows with what it is to meet, and that of an infinite box, which is
-// among the large ones, would let all small ones pass.
+// A probe for each index: the slack grows with what it is to meet, and that of an infinite box,
+// which is among the large ones, would let all small ones pass.
 void BSplit_Box_Tree::collect_visible(const Matrix4& m, Slot_Set& found) const {
     for (const Box_Index& index : index_) {
         if (index.count() == 0) continue;

@@ -10,8 +10,8 @@
 //     -1  fatal        "FATAL  : message in line 12 of file wdb/X.cc"
 //
 // All but information goes to the standard error stream, one line and one write
-// per report, with control characters shown as in std/Std_Line.h. Any other level is itself an error
-// and aborts.
+// per report, with control characters shown as in std/Std_Line.h. Any other level is itself an
+// error and aborts.
 //
 // The environment variable STD_ASSERT_LEVEL, read once, decides about core
 // dumps: from 1 a fatal report aborts instead of exiting with status 1, from 2 a

@@ -1,8 +1,8 @@
 // The collector, started by whoever needs it first, and its acquaintance with threads. Internal.
 //
-// A collection stops all threads that the collector knows and reads their stacks, so a thread must be
-// known before it allocates or holds the only pointer to a block. Threads are made known here, by
-// their first allocation, and forgotten when they end.
+// A collection stops all threads that the collector knows and reads their stacks, so a thread must
+// be known before it allocates or holds the only pointer to a block. Threads are made known here,
+// by their first allocation, and forgotten when they end.
 #ifndef STD_STD_COLLECTOR_H
 #define STD_STD_COLLECTOR_H
 

@@ -64,8 +64,8 @@ int std_open_nameless() {
 }
 
 namespace {
-// While it lives, a reader that has gone and a file that is too large are errors of write alone, and
-// no signals that end the process, whatever the program does with these.
+// While it lives, a reader that has gone and a file that is too large are errors of write alone,
+// and no signals that end the process, whatever the program does with these.
 class Quiet_Writing {
 public:
     Quiet_Writing() {

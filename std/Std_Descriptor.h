@@ -9,12 +9,13 @@
 
 #include <cstddef>
 
-// The same open file above 2, closing `descriptor` if that is below: a program that was started with
-// its standard error closed must not write its reports into a file that happened to get that number.
-// On failure, and for a negative descriptor: -1, with errno.
+// The same open file above 2, closing `descriptor` if that is below: a program that was started
+// with its standard error closed must not write its reports into a file that happened to get that
+// number. On failure, and for a negative descriptor: -1, with errno.
 int std_above_standard(int descriptor);
 
-// Opens /dev/null in place of those of the descriptors 0 to 2 that are closed. For the start of main.
+// Opens /dev/null in place of those of the descriptors 0 to 2 that are closed. For the start of
+// main.
 void std_take_standard_descriptors();
 
 // A plain file for reading. What it is, is asked of the open file, so that nobody can change it in
@@ -22,13 +23,13 @@ void std_take_standard_descriptors();
 // On failure: -1, with errno; EINVAL for folders, pipes, sockets and devices.
 int std_open_plain(const char* path);
 
-// A new empty file without a name, which is gone with its last descriptor, however the process ends.
-// For reading and writing; in the folder that TMPDIR names, or "/tmp".
-// On failure: -1, with errno.
+// A new empty file without a name, which is gone with its last descriptor, however the process
+// ends. For reading and writing; in the folder that TMPDIR names, or "/tmp". On failure: -1, with
+// errno.
 int std_open_nameless();
 
-// On failure: false, with errno. A reader that has gone (EPIPE) and a file that may not grow (EFBIG)
-// end the process by no signal.
+// On failure: false, with errno. A reader that has gone (EPIPE) and a file that may not grow
+// (EFBIG) end the process by no signal.
 bool std_write_all(int descriptor, const void* bytes, std::size_t count);
 bool std_write_all_at(int descriptor, const void* bytes, std::size_t count, long long offset);
 

@@ -6,7 +6,8 @@
 //     read(unpacked);
 //     if (const int status = filter.finish()) complain_about(status);
 //
-// The command gets no other descriptors than its standard ones, and ends when nobody reads it any more.
+// The command gets no other descriptors than its standard ones, and ends when nobody reads it any
+// more.
 #ifndef STD_STD_FILTER_H
 #define STD_STD_FILTER_H
 
@@ -22,9 +23,9 @@ public:
 
     // Runs `command` with `input`, from where that stands, as its standard input. A command that is
     // still running is finished first. `input` stays the caller's, who may close it at once.
-    // Lifetime: of the stream: until finish, which is not fclose. It may be read past its buffer, by
-    // its descriptor.
-    // On failure: null, with errno. A command that does not exist is none: finish tells it.
+    // Lifetime: of the stream: until finish, which is not fclose. It may be read past its buffer,
+    // by its descriptor. On failure: null, with errno. A command that does not exist is none:
+    // finish tells it.
     std::FILE* start(const char* command, int input);
 
     bool is_running() const { return output_ != nullptr; }

@@ -1,5 +1,5 @@
-// What a document from somewhere else may cost. All limits stand here; a program sets others before it
-// loads.
+// What a document from somewhere else may cost. All limits stand here; a program sets others before
+// it loads.
 //
 //     std_limits.image_pixels = 1 << 20;
 //     std_limits.http_seconds = 10;
@@ -12,7 +12,8 @@ struct Std_Limits {
     // Width times height of an image, tested before memory is taken for it.
     long long image_pixels = 1ll << 26;
 
-    // A compressed document may unpack to this many bytes, and beyond to so many times its own size.
+    // A compressed document may unpack to this many bytes, and beyond to so many times its own
+    // size.
     long long unpacked_bytes = 1ll << 26;
     long long unpacked_ratio = 64;
 
@@ -20,8 +21,8 @@ struct Std_Limits {
     int imports = 10000;
     double import_seconds = 600;
 
-    // An answer over http: its size, the time for all of it from the connection on, and what must come
-    // in each minute, which is looked at once in so many seconds.
+    // An answer over http: its size, the time for all of it from the connection on, and what must
+    // come in each minute, which is looked at once in so many seconds.
     long long http_bytes = 1ll << 32;
     double http_seconds = 3600;
     long long http_bytes_a_minute = 1024;

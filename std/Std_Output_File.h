@@ -5,11 +5,11 @@
 //     bool is_good = write_all(out.descriptor());
 //     if (!is_good || !out.commit()) complain(errno);    // an old town.3d is as it was
 //
-// The bytes go into a new file beside the target, which takes the target's place at the end: it has the
-// mode bits of an old file, and is on the disk before that one goes. Until then it has no name, where the
-// system allows that, so that a process that is killed leaves nothing. Where no file can be made beside the
-// target, and where the target is no plain file (such as /dev/stdout), it is written in place.
-// Not for several writers of one target: the last to commit wins.
+// The bytes go into a new file beside the target, which takes the target's place at the end: it has
+// the mode bits of an old file, and is on the disk before that one goes. Until then it has no name,
+// where the system allows that, so that a process that is killed leaves nothing. Where no file can
+// be made beside the target, and where the target is no plain file (such as /dev/stdout), it is
+// written in place. Not for several writers of one target: the last to commit wins.
 #ifndef STD_STD_OUTPUT_FILE_H
 #define STD_STD_OUTPUT_FILE_H
 

@@ -41,7 +41,8 @@ static inline std::uint64_t eight_at(const char* p) {
     return word ^ 0x3030303030303030u;
 }
 
-// A high half that is not zero for each of the eight that is no digit, at least for the first of them.
+// A high half that is not zero for each of the eight that is no digit, at least for the first of
+// them.
 static inline std::uint64_t others_in(std::uint64_t eight) {
     // A byte is a digit if it is below 10: neither it nor it plus 6 reaches the high half.
     return (eight | (eight + 0x0606060606060606u)) & 0xF0F0F0F0F0F0F0F0u;
@@ -49,8 +50,8 @@ static inline std::uint64_t others_in(std::uint64_t eight) {
 
 // The value of the first `count` of the eight. Requires: 0 <= count <= 8, all of them digits.
 static inline std::uint64_t value_of(std::uint64_t eight, int count) {
-    // To the end of the word, with zeros in front, and then pairs, fours and eights are joined. In two
-    // steps, since none may shift by a whole word.
+    // To the end of the word, with zeros in front, and then pairs, fours and eights are joined. In
+    // two steps, since none may shift by a whole word.
     const int half_way = 4 * (8 - count);
     std::uint64_t v = eight << half_way << half_way;
     v = v * (1 + (std::uint64_t{10} << 8)) >> 8 & 0x00FF00FF00FF00FFu;
@@ -58,8 +59,8 @@ static inline std::uint64_t value_of(std::uint64_t eight, int count) {
     return v * (1 + (std::uint64_t{10000} << 32)) >> 32;
 }
 
-// Whether `value`, and all up to `steps` last bits of a double away from it, become the same float as
-// the number that it was rounded from: the middle between two floats must not be among them.
+// Whether `value`, and all up to `steps` last bits of a double away from it, become the same float
+// as the number that it was rounded from: the middle between two floats must not be among them.
 static inline bool rounds_once(double value, std::uint64_t steps) {
     const std::uint64_t below_float = (std::uint64_t{1} << 29) - 1, middle = std::uint64_t{1} << 28;
     const std::uint64_t place = std::bit_cast<std::uint64_t>(value) & below_float;
@@ -71,10 +72,10 @@ static inline float with_sign(double magnitude, std::uint32_t is_negative) {
     return std::bit_cast<float>(bits | is_negative << 31);
 }
 
-// A number as our writer puts it, with few digits and six decimals. Returns its end, or null if none
-// stands there.
-// The next number waits for this end, so all on the way there that can be foreseen is a branch: how many
-// digits there are mostly stays. A sign is as good as random and none.
+// A number as our writer puts it, with few digits and six decimals. Returns its end, or null if
+// none stands there. The next number waits for this end, so all on the way there that can be
+// foreseen is a branch: how many digits there are mostly stays. A sign is as good as random and
+// none.
 template<class Is_End>
 static inline const char* scan_six_decimals(const char* p, Is_End is_end, float* value) {
     const std::uint32_t is_negative = *p == '-';

@@ -10,9 +10,9 @@
 // are no queries, fragments or escapes: "?" and "%" belong to the path. A path that ends in ".Z",
 // ".gz" or ".z" is unpacked on the way.
 //
-// A document is opened as a file and judged by what was opened: only plain files are read. The stream
-// is that file, or a pipe from a command that unpacks it ("gunzip", "zcat", "pcat"). A document from
-// http is first stored in a file without a name. Not to be used from two threads.
+// A document is opened as a file and judged by what was opened: only plain files are read. The
+// stream is that file, or a pipe from a command that unpacks it ("gunzip", "zcat", "pcat"). A
+// document from http is first stored in a file without a name. Not to be used from two threads.
 #ifndef STD_STD_URL_H
 #define STD_STD_URL_H
 
@@ -68,20 +68,20 @@ class Std_URL : public Std_Obj {
 
     // Makes the document readable through get_file, closing it first if it is open. The path "-"
     // is the standard input.
-    // On failure: is_open is false; one report, but none for a local file that cannot be read, such as
-    // a folder or a pipe. So also for a port that there is not, a path with a line feed, and a server
-    // that does not answer for 40 seconds. Of an answer that breaks off, what came is the document.
+    // On failure: is_open is false; one report, but none for a local file that cannot be read, such
+    // as a folder or a pipe. So also for a port that there is not, a path with a line feed, and a
+    // server that does not answer for 40 seconds. Of an answer that breaks off, what came is the
+    // document.
     void open();
-    // Reports that the document is not whole, if it was read to its end and could not be unpacked or
-    // read any further.
-    // Requires: is_open().
+    // Reports that the document is not whole, if it was read to its end and could not be unpacked
+    // or read any further. Requires: is_open().
     void close();
     bool is_open() const { return file_ != nullptr; }
     // Lifetime: until close, which is not fclose.
     std::FILE* get_file() const { return file_; }
-    // The next bytes of the document, at most `count`, past the buffer of get_file, which nobody may
-    // read then. 0 at the end. That is also where the document cannot be read any further, and where
-    // a compressed one has become larger than std_limits allows: both are reported, once.
+    // The next bytes of the document, at most `count`, past the buffer of get_file, which nobody
+    // may read then. 0 at the end. That is also where the document cannot be read any further, and
+    // where a compressed one has become larger than std_limits allows: both are reported, once.
     // Requires: is_open().
     std::size_t read(char* to, std::size_t count);
 

@@ -1,7 +1,7 @@
 // A server in a process of its own, which takes one connection for each exchange, in their order:
 // it waits for the very request, sends the pieces of the answer one by one, and closes. It may also
-// wait for the end of all requests first, take its time for each piece, reset the connection, or wait
-// until the client has gone.
+// wait for the end of all requests first, take its time for each piece, reset the connection, or
+// wait until the client has gone.
 #ifndef TESTS_HTTP_SERVER_H
 #define TESTS_HTTP_SERVER_H
 

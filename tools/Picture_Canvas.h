@@ -7,12 +7,12 @@
 //         canvas.end_band(map);
 //     }
 //
-// A pixel is the mean of 3 by 3 samples, which makes smooth edges. As that is nine times the picture,
-// it is drawn in bands of rows, and memory stays in proportion to the picture. Row 0 is the bottom, as
-// in a PX_Map.
+// A pixel is the mean of 3 by 3 samples, which makes smooth edges. As that is nine times the
+// picture, it is drawn in bands of rows, and memory stays in proportion to the picture. Row 0 is
+// the bottom, as in a PX_Map.
 //
-// Corners are rounded to 1/256 of a sample and edges computed in whole numbers. Two triangles with a
-// common edge so leave no sample between them and share none, which would show where both are
+// Corners are rounded to 1/256 of a sample and edges computed in whole numbers. Two triangles with
+// a common edge so leave no sample between them and share none, which would show where both are
 // transparent.
 #ifndef TOOLS_PICTURE_CANVAS_H
 #define TOOLS_PICTURE_CANVAS_H

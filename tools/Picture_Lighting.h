@@ -3,8 +3,8 @@
 //     Picture_Lighting lighting(world, eye);
 //     Color seen = lighting.shine(*node->get_material(), diffuse, place, normal);
 //
-// A light that is on shines from its place in all directions, equally far; nothing casts a shadow. If
-// no light of the world has a colour other than black, a white one shines from the eye.
+// A light that is on shines from its place in all directions, equally far; nothing casts a shadow.
+// If no light of the world has a colour other than black, a white one shines from the eye.
 #ifndef TOOLS_PICTURE_LIGHTING_H
 #define TOOLS_PICTURE_LIGHTING_H
 

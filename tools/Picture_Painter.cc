@@ -63,8 +63,8 @@ static int item_count(const WDB_Geometry* level) {
     return 0;
 }
 
-// Levels stand from fine to coarse. With so many triangles for each pixel of its edge, the outline of
-// a sphere is off by little more than half a pixel.
+// Levels stand from fine to coarse. With so many triangles for each pixel of its edge, the outline
+// of a sphere is off by little more than half a pixel.
 static constexpr double triangles_per_pixel = 8;
 
 static const WDB_Geometry* level_for(const WDB_Node& node, double edge) {

@@ -4,9 +4,10 @@
 //     PX_Map* picture = painter.paint(progress);
 //     picture->save("view.rgb");
 //
-// The box tree of the world finds the shapes in view. Of each the coarsest level of detail is taken that
-// is fine enough for its size in the picture. What is opaque is drawn first, near shapes before far ones,
-// so that most of what is hidden is never lit; then what is transparent, from far to near.
+// The box tree of the world finds the shapes in view. Of each the coarsest level of detail is taken
+// that is fine enough for its size in the picture. What is opaque is drawn first, near shapes
+// before far ones, so that most of what is hidden is never lit; then what is transparent, from far
+// to near.
 #ifndef TOOLS_PICTURE_PAINTER_H
 #define TOOLS_PICTURE_PAINTER_H
 

@@ -51,8 +51,8 @@ public:
     void add(const Picture_Clip_Point& at, int whose);
     void add(const Picture_Corner& corner) { corners_[count_++] = corner; }
 
-    // Cuts off what the camera does not see. False if nothing is left, or if a corner is infinite or
-    // NaN. All corners have w > 0 afterwards.
+    // Cuts off what the camera does not see. False if nothing is left, or if a corner is infinite
+    // or NaN. All corners have w > 0 afterwards.
     bool clip();
 
     int count() const { return count_; }
@@ -61,7 +61,8 @@ public:
 private:
     void cut(int side);
 
-    // Each of six sides adds one corner to a convex polygon; rounding may leave it not quite convex.
+    // Each of six sides adds one corner to a convex polygon; rounding may leave it not quite
+    // convex.
     static constexpr int room_ = 16;
     Picture_Corner corners_[room_];
     int count_ = 0;

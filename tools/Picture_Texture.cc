@@ -34,8 +34,8 @@ bool Picture_Texture::is_opaque() const {
     return n == 1 || n == 3;
 }
 
-// Where a texture coordinate lies on a side of the picture: between two pixels, nearer to the second by
-// `part`.
+// Where a texture coordinate lies on a side of the picture: between two pixels, nearer to the
+// second by `part`.
 struct Between {
     int first, second;
     float part;

@@ -3,9 +3,10 @@
 //     Picture_Texture texture(node->get_texture()->get_image());
 //     const Picture_Paint paint = texture.at(0.5, 0.25, 2);
 //
-// Texture point (0, 0) is the lower left corner of the picture, (1, 1) the upper right one; it repeats
-// beyond. Between pixels it is mixed of the four around. A pyramid of halved pictures stands beside the
-// first: where many pixels fall on one sample, their mean is taken from there at the same cost.
+// Texture point (0, 0) is the lower left corner of the picture, (1, 1) the upper right one; it
+// repeats beyond. Between pixels it is mixed of the four around. A pyramid of halved pictures
+// stands beside the first: where many pixels fall on one sample, their mean is taken from there at
+// the same cost.
 #ifndef TOOLS_PICTURE_TEXTURE_H
 #define TOOLS_PICTURE_TEXTURE_H
 
@@ -21,8 +22,8 @@ public:
 
     bool is_opaque() const;
 
-    // A step from one sample to the next is `step` of the picture's pixels long. Any number will do for
-    // each argument.
+    // A step from one sample to the next is `step` of the picture's pixels long. Any number will do
+    // for each argument.
     Picture_Paint at(double u, double v, double step) const;
 
     int get_width() const { return levels_[0]->get_width(); }

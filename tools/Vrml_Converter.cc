@@ -76,8 +76,8 @@ void Vrml_Converter::visit_switch(Vrml_Ref n, Vrml_State& state, int depth) {
         visit(children[static_cast<std::size_t>(which)], state, depth + 1);
 }
 
-// Levels become one node if each is one shape, as nodes of the scene are. Within a level only the finest of
-// further levels counts.
+// Levels become one node if each is one shape, as nodes of the scene are. Within a level only the
+// finest of further levels counts.
 void Vrml_Converter::visit_levels(Vrml_Ref n, Vrml_State& state, int depth) {
     const std::vector<Vrml_Ref> children = scene_.children(n);
     if (children.empty()) return;

@@ -1,5 +1,6 @@
-// An ear is a corner whose triangle holds no other corner of the polygon; every simple polygon has two
-// (Meisters, "Polygons have ears"). Only corners that turn the wrong way can lie inside of an ear.
+// An ear is a corner whose triangle holds no other corner of the polygon; every simple polygon has
+// two (Meisters, "Polygons have ears"). Only corners that turn the wrong way can lie inside of an
+// ear.
 #include "tools/Vrml_Cutter.h"
 
 #include <cmath>
@@ -76,7 +77,8 @@ bool Vrml_Cutter::turns_left_only() const {
     return true;
 }
 
-// A star turns left only, too, but changes its way along x more often than an outline that goes around once.
+// A star turns left only, too, but changes its way along x more often than an outline that goes
+// around once.
 bool Vrml_Cutter::goes_around_once() const {
     int changes = 0;
     double last = 0;
@@ -113,7 +115,8 @@ void Vrml_Cutter::cut_off(std::uint32_t corner) {
 }
 
 void Vrml_Cutter::cut_ears(std::string_view where) {
-    // A face of ten thousand corners is cut properly; one of many more must not cost the rest of the file.
+    // A face of ten thousand corners is cut properly; one of many more must not cost the rest of
+    // the file.
     std::size_t work_left = 10'000'000;
     const std::size_t corners_for_work = 16; // one costs far less here than a node elsewhere
     std::uint32_t corner = 0, tried = 0;

@@ -21,10 +21,10 @@ public:
 
     Vrml_Cutter(Vrml_Report& report, Vrml_Budget& budget) : report_(report), budget_(budget) {}
 
-    // A convex polygon is fanned around its first corner. Any other loses one ear after the other, seen
-    // along its normal: the triangles have its area, if its sides do not cross. Triangles may be without
-    // area where corners lie on one line.
-    // Lifetime: to the next call. Cost: corners squared, for other than convex ones.
+    // A convex polygon is fanned around its first corner. Any other loses one ear after the other,
+    // seen along its normal: the triangles have its area, if its sides do not cross. Triangles may
+    // be without area where corners lie on one line. Lifetime: to the next call. Cost: corners
+    // squared, for other than convex ones.
     const std::vector<Triangle>& cut(std::span<const Point> corners, bool is_convex,
                                      std::string_view where);
 

@@ -1,5 +1,5 @@
-// Faces over shared points, with what may vary over them: the form that all curved and bounded shapes of
-// VRML are brought to.
+// Faces over shared points, with what may vary over them: the form that all curved and bounded
+// shapes of VRML are brought to.
 #ifndef TOOLS_VRML_FACE_SET_H
 #define TOOLS_VRML_FACE_SET_H
 
@@ -19,7 +19,8 @@ struct Vrml_Attribute {
     std::span<const double> index;
 
     static constexpr std::size_t NO_ROW = static_cast<std::size_t>(-1);
-    // Row for corner `number` of all, at `place` in the coordinate index, of face `face`; or NO_ROW.
+    // Row for corner `number` of all, at `place` in the coordinate index, of face `face`; or
+    // NO_ROW.
     std::size_t row(std::size_t face, std::size_t place, std::size_t number) const {
         std::size_t i = 0;
         if (binding == NONE) return NO_ROW;

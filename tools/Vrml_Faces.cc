@@ -1,6 +1,8 @@
-// 1. The scene reader finds the normal of a flat triangle in single precision, and drops the triangle if
-//    that comes out as zero. So a triangle whose normal gets lost there takes its normal along.
-// 2. It drops triangles with a normal of its own that is too short, too. Such normals count as missing.
+// 1. The scene reader finds the normal of a flat triangle in single precision, and drops the
+//    triangle if that comes out as zero. So a triangle whose normal gets lost there takes its
+//    normal along.
+// 2. It drops triangles with a normal of its own that is too short, too. Such normals count as
+//    missing.
 #include "tools/Vrml_Faces.h"
 
 #include <algorithm>
@@ -63,7 +65,8 @@ bool Vrml_Faces::are_points_good() {
     return true;
 }
 
-// The reader takes normals of a length near 1 as they are, and others as they are if they are longer.
+// The reader takes normals of a length near 1 as they are, and others as they are if they are
+// longer.
 void Vrml_Faces::straighten_normals() {
     const std::span<const double> given = set_.normals.values;
     // Many shapes may share what varies over them, all of which is looked at for each.

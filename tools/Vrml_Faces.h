@@ -22,8 +22,9 @@ class Vrml_Writer;
 
 class Vrml_Faces {
 public:
-    // Finds the faces that are good, and tells the others. `where` is what reports name the line of.
-    // Lifetime: what the set points at must outlive this, and so must `points`, the rows of its points.
+    // Finds the faces that are good, and tells the others. `where` is what reports name the line
+    // of. Lifetime: what the set points at must outlive this, and so must `points`, the rows of its
+    // points.
     Vrml_Faces(const Vrml_Face_Set& set, Vrml_Rows& points, std::string_view where,
                Vrml_Report& report, Vrml_Budget& budget);
 
@@ -34,8 +35,8 @@ public:
 
     void set_texture_transform(const Vrml_Place& place) { texture_points_.set_transform(place); }
 
-    // The name of the list, made of `wish`; or "", with nothing written, if all faces are without area.
-    // Requires: are_good. Once.
+    // The name of the list, made of `wish`; or "", with nothing written, if all faces are without
+    // area. Requires: are_good. Once.
     std::string write(Vrml_Writer& out, std::string_view wish);
 
 private:

@@ -3,7 +3,8 @@
 //     Vrml_Files files("models", report, budget);
 //     const Vrml_Prototype* p = files.prototype("\"lamps.wrl#Desk");
 //
-// Only plain files are opened, and only by paths relative to the file that names them. Nothing is fetched.
+// Only plain files are opened, and only by paths relative to the file that names them. Nothing is
+// fetched.
 #ifndef TOOLS_VRML_FILES_H
 #define TOOLS_VRML_FILES_H
 
@@ -27,12 +28,13 @@ public:
     Vrml_Files(const Vrml_Files&) = delete;
     Vrml_Files& operator=(const Vrml_Files&) = delete;
 
-    // Of the file and the name behind its "#", or the first one of the file without a name. `url` is a
-    // token with its quote in front.
-    // On failure: null; so also within a file that is still being read, and past the limits of files.
+    // Of the file and the name behind its "#", or the first one of the file without a name. `url`
+    // is a token with its quote in front. On failure: null; so also within a file that is still
+    // being read, and past the limits of files.
     const Vrml_Prototype* prototype(std::string_view url);
 
-    // What a token says as a URL, for the main file: a relative one is meant from the file it stands in.
+    // What a token says as a URL, for the main file: a relative one is meant from the file it
+    // stands in.
     std::string url(std::string_view token) const;
 
 private:

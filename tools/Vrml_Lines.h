@@ -14,8 +14,9 @@ class Vrml_Writer;
 
 class Vrml_Lines {
 public:
-    // Points and coordinate index count, and the colours that the set holds: a face is a line with corners.
-    // Lifetime: what the set points at must outlive this, and so must `points`, the rows of its points.
+    // Points and coordinate index count, and the colours that the set holds: a face is a line with
+    // corners. Lifetime: what the set points at must outlive this, and so must `points`, the rows
+    // of its points.
     Vrml_Lines(const Vrml_Face_Set& set, Vrml_Rows& points, std::string_view where,
                Vrml_Report& report, Vrml_Budget& budget);
 

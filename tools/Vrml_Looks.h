@@ -18,8 +18,8 @@ public:
     // The name of the block; without a node that of a material with the standard's values.
     const std::string& material(Vrml_Ref node);
 
-    // The name of the block, or "" if the scene cannot hold the texture: images are SGI images there.
-    // Then it is told which file is to be converted.
+    // The name of the block, or "" if the scene cannot hold the texture: images are SGI images
+    // there. Then it is told which file is to be converted.
     const std::string& texture(Vrml_Ref node);
 
     // A material whose emission is the colour of a light.

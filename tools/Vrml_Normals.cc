@@ -74,8 +74,8 @@ void Vrml_Normals::measure_faces(const Vrml_Face_Set& set, std::span<const Vrml_
     }
 }
 
-// By counting how many each point has, where its run begins, and then all to their runs; but a few corners
-// among many points are sorted instead.
+// By counting how many each point has, where its run begins, and then all to their runs; but a few
+// corners among many points are sorted instead.
 void Vrml_Normals::sort_corners(const Vrml_Face_Set& set, std::span<const Vrml_Face> faces) {
     const auto point = [&](std::size_t place) {
         return static_cast<std::size_t>(set.coord_index[place]);

@@ -1,5 +1,5 @@
-// Smooth normals of a face set: at each corner the mean of the faces there whose direction is within the
-// crease angle of the corner's own face, each by its angle.
+// Smooth normals of a face set: at each corner the mean of the faces there whose direction is
+// within the crease angle of the corner's own face, each by its angle.
 #ifndef TOOLS_VRML_NORMALS_H
 #define TOOLS_VRML_NORMALS_H
 

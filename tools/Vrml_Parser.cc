@@ -1,5 +1,6 @@
-// 1. A prototype becomes known behind its body, so no body holds an instance of itself, however long the
-//    way around. Bodies have names of their own for DEF, and see the prototypes around them.
+// 1. A prototype becomes known behind its body, so no body holds an instance of itself, however
+//    long the way around. Bodies have names of their own for DEF, and see the prototypes around
+//    them.
 // 2. Unknown text costs one token: files of any age have some, and what follows is good mostly.
 #include "tools/Vrml_Parser.h"
 
@@ -133,7 +134,8 @@ void Vrml_Parser::parse_body(Vrml_Node* node, int depth) {
     }
 }
 
-// All lists of a file are in memory at once: they get no room to grow. The token behind them is taken.
+// All lists of a file are in memory at once: they get no room to grow. The token behind them is
+// taken.
 void Vrml_Parser::take_numbers(std::vector<double>* numbers) {
     // One run for all, which keeps its memory, and a copy of just the right size.
     run_.clear();

@@ -3,8 +3,8 @@
 //     Vrml_Parser parser(text, is_vrml1, files, report, budget);
 //     for (const Vrml_Node* node : parser.parse()) show(*node);
 //
-// Instances of prototypes are not unfolded: they point at their prototype. Routes and scripts are passed
-// over. What is wrong in the text is told and passed over, too; what was read stays.
+// Instances of prototypes are not unfolded: they point at their prototype. Routes and scripts are
+// passed over. What is wrong in the text is told and passed over, too; what was read stays.
 #ifndef TOOLS_VRML_PARSER_H
 #define TOOLS_VRML_PARSER_H
 

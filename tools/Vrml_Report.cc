@@ -31,8 +31,8 @@ void Vrml_Report::fail(std::string_view reason, std::string_view where) {
     if (kind.count++ == 0) kind.first = where.data();
 }
 
-// The lines of all places that are to be shown, in one sweep over the texts. Lines end with CR LF, LF or
-// CR.
+// The lines of all places that are to be shown, in one sweep over the texts. Lines end with CR LF,
+// LF or CR.
 Vrml_Report::Lines Vrml_Report::find_lines() const {
     Lines lines;
     for (const auto* kinds : {&failures_, &kinds_})

@@ -17,8 +17,8 @@
 
 class Vrml_Rows {
 public:
-    // Row i begins at values[i * width]. Rows of two numbers, texture points, get a zero for the third.
-    // Lifetime: the values must outlive this.
+    // Row i begins at values[i * width]. Rows of two numbers, texture points, get a zero for the
+    // third. Lifetime: the values must outlive this.
     Vrml_Rows() = default;
     Vrml_Rows(std::span<const double> values, std::size_t width)
         : values_(values), width_(width), texts_(values.size() / width) {}

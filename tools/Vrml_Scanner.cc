@@ -114,8 +114,8 @@ static const double power_of_ten[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  
                                       1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                       1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-// Behind the number at `p`, or `p` itself if there is none. The mantissa of most numbers is exact in
-// double precision, and then one division gives the nearest double.
+// Behind the number at `p`, or `p` itself if there is none. The mantissa of most numbers is exact
+// in double precision, and then one division gives the nearest double.
 static const char* scan_number(const char* p, double* value) {
     const char* const start = p;
     const bool is_negative = *p == '-';

@@ -31,8 +31,8 @@ public:
     void take();
     // The same for a name behind DEF or USE, which may hold signs of VRML 1.0: `part(1)`.
     void take_name();
-    // Appends the numbers that stand behind the token; the token stays. What only looks like a number
-    // is left.
+    // Appends the numbers that stand behind the token; the token stays. What only looks like a
+    // number is left.
     void take_numbers(std::vector<double>* numbers);
     // From an opening brace or bracket to behind its close.
     void skip_enclosed();

@@ -1,12 +1,12 @@
-// Fields of nodes as they are where the node stands: a node within a prototype means something else in
-// each instance, for its fields may be those of the instance (IS).
+// Fields of nodes as they are where the node stands: a node within a prototype means something else
+// in each instance, for its fields may be those of the instance (IS).
 //
 //     Vrml_Scene scene(report, budget);
 //     const Vrml_Ref shape = scene.resolved({node, nullptr});    // what an instance stands for
 //     const double r = scene.number(scene.node(shape, "geometry"), "radius", 0, 1);
 //
-// Nothing is unfolded in memory: an instance is remembered once for each place where it means something
-// else, and looking up costs work of the budget.
+// Nothing is unfolded in memory: an instance is remembered once for each place where it means
+// something else, and looking up costs work of the budget.
 #ifndef TOOLS_VRML_SCENE_H
 #define TOOLS_VRML_SCENE_H
 
@@ -53,9 +53,9 @@ public:
     Vrml_Scene(const Vrml_Files& files, Vrml_Report& report, Vrml_Budget& budget)
         : files_(files), report_(report), budget_(budget) {}
 
-    // The node that a chain of instances stands for, `ref` itself for all other nodes. Tells the nodes
-    // of prototypes that show nothing.
-    // On failure: nothing, for an empty prototype and once the budget is spent.
+    // The node that a chain of instances stands for, `ref` itself for all other nodes. Tells the
+    // nodes of prototypes that show nothing. On failure: nothing, for an empty prototype and once
+    // the budget is spent.
     Vrml_Ref resolved(Vrml_Ref ref);
 
     // The field, where it comes from in the end. On failure: nothing.

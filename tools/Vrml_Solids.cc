@@ -72,7 +72,8 @@ const std::string& Vrml_Solids::sphere(bool is_textured) {
     return name;
 }
 
-// Upright on the four sides, seen from outside; from above and below with the front towards the viewer.
+// Upright on the four sides, seen from outside; from above and below with the front towards the
+// viewer.
 static void set_box_texture(const double* p, int axis, double side, double* t) {
     t[0] = 0.5 + (axis == 0 ? (side > 0 ? -p[2] : p[2]) : axis == 2 && side < 0 ? -p[0] : p[0]);
     t[1] = 0.5 + (axis == 1 ? (side > 0 ? -p[2] : p[2]) : p[1]);

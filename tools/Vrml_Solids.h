@@ -1,5 +1,5 @@
-// Boxes, spheres, cylinders and cones as triangle lists of the scene. The frames of the nodes give most
-// of the sizes, so that one list serves all nodes with that shape.
+// Boxes, spheres, cylinders and cones as triangle lists of the scene. The frames of the nodes give
+// most of the sizes, so that one list serves all nodes with that shape.
 #ifndef TOOLS_VRML_SOLIDS_H
 #define TOOLS_VRML_SOLIDS_H
 
@@ -16,8 +16,8 @@ class Vrml_Solids {
 public:
     explicit Vrml_Solids(Vrml_Writer& out) : out_(out) {}
 
-    // Names of lists, which are written at the first call. With texture points these lie as the standard
-    // says: on each side of a box, and around the others from the back.
+    // Names of lists, which are written at the first call. With texture points these lie as the
+    // standard says: on each side of a box, and around the others from the back.
     const std::string& sphere(bool is_textured);              // radius 1
     const std::string& box(bool is_textured);                 // from -0.5 to 0.5
     const std::string& cylinder(int parts, bool is_textured); // radius 1, from -0.5 to 0.5 along y

@@ -1,4 +1,5 @@
-// What earlier nodes have set for a shape. VRML97 uses the first block only, and sets the looks in the shape.
+// What earlier nodes have set for a shape. VRML97 uses the first block only, and sets the looks in
+// the shape.
 #ifndef TOOLS_VRML_STATE_H
 #define TOOLS_VRML_STATE_H
 

@@ -171,8 +171,8 @@ static void add_section(std::span<const double> section, std::span<const double>
     }
 }
 
-// Behind the points of the sides come those of the caps, which see the cross-section as it is, its longer
-// side from 0 to 1.
+// Behind the points of the sides come those of the caps, which see the cross-section as it is, its
+// longer side from 0 to 1.
 static void add_extrusion_texture(Vrml_Sweep& sweep, std::span<const double> section,
                                   std::size_t sections) {
     const std::size_t corners = section.size() / 2, side_points = corners * sections;

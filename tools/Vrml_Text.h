@@ -9,7 +9,8 @@
 // 1 or 2 (VRML97), by the first line; 0 for any other text.
 int vrml_version(std::string_view text);
 
-// The first thousand bytes of a token: of a string, which begins with its quote, without that and without the escapes; a word as it is.
+// The first thousand bytes of a token: of a string, which begins with its quote, without that and
+// without the escapes; a word as it is.
 std::string vrml_string(std::string_view token);
 
 // Whether `name` ends in one of the endings, in any case: ".rgb .sgi".

@@ -10,7 +10,8 @@
 
 #include "std/Std_Format.h"
 
-// Whether the nearest number with six decimals reads back as `f`. The product is exact, having 44 bits.
+// Whether the nearest number with six decimals reads back as `f`. The product is exact, having 44
+// bits.
 static bool has_six_decimals(float f) {
     const double million = 1e6;
     const double nearest = std::nearbyint(static_cast<double>(f) * million) / million;
@@ -20,8 +21,8 @@ static bool has_six_decimals(float f) {
            (std::bit_cast<std::uint64_t>(nearest) & below_float) != half;
 }
 
-// Most numbers of a file have few decimals: those come from six decimals without the zeros. The others
-// need the search for the shortest text.
+// Most numbers of a file have few decimals: those come from six decimals without the zeros. The
+// others need the search for the shortest text.
 char* vrml_put_number(char* out, double value) {
     const double most = static_cast<double>(FLT_MAX);
     const float f = std::isnan(value) ? 0 : static_cast<float>(std::clamp(value, -most, most));

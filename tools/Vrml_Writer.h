@@ -18,9 +18,9 @@
 // the 1023 characters of a line.
 inline constexpr int VRML_LONGEST_NUMBER = 24;
 
-// Writes a blank and the nearest single-precision number, the shortest way. What is beyond becomes the
-// largest, and what is no number zero. Returns the end.
-// Requires: VRML_LONGEST_NUMBER bytes, and some more that may be written over.
+// Writes a blank and the nearest single-precision number, the shortest way. What is beyond becomes
+// the largest, and what is no number zero. Returns the end. Requires: VRML_LONGEST_NUMBER bytes,
+// and some more that may be written over.
 char* vrml_put_number(char* out, double value);
 
 class Vrml_Writer {

@@ -2,9 +2,10 @@
 //
 //     nolt_fromvrml [-tmp PREFIX] < town.wrl > town.3d
 //
-// The end of the prefix goes into every name, so that the files of one scene do not share any. Makes no
-// temporary file. Prototypes of other files are looked for in the folder NOLT_VRML_FOLDER; without that
-// in the current one, or nowhere if there is a prefix: then the text may come from anywhere.
+// The end of the prefix goes into every name, so that the files of one scene do not share any.
+// Makes no temporary file. Prototypes of other files are looked for in the folder NOLT_VRML_FOLDER;
+// without that in the current one, or nowhere if there is a prefix: then the text may come from
+// anywhere.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -12,11 +12,11 @@
 //     Picture_Texture     pixel maps at texture points
 //     Picture_File        PNG and SGI images
 #include <cctype>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <string_view>
 #include <unistd.h>
 
@@ -114,10 +114,10 @@ static WDB_Camera* camera_of(WDB_Database& world, const char* name) {
 
 // A line on a terminal that changes as the picture grows, once it has taken a second.
 static void show_progress(double fraction) {
-    static const std::clock_t start = std::clock();
+    static const auto start = std::chrono::steady_clock::now();
     static bool is_shown = false;
     if (!isatty(STDERR_FILENO)) return;
-    if (!is_shown && std::clock() - start < CLOCKS_PER_SEC) return;
+    if (!is_shown && std::chrono::steady_clock::now() - start < std::chrono::seconds(1)) return;
     is_shown = fraction < 1;
     if (is_shown) {
         std::fprintf(stderr, "\rpainting: %2.0f %%", 100 * fraction);

@@ -312,8 +312,8 @@ static void place_spheres(WDB_Database& world) {
 }
 
 int main(int argc, char** argv) {
-    // Whoever reads our lines may go away, and the file they go to may be full: ours is to be complete
-    // all the same.
+    // Whoever reads our lines may go away, and the file they go to may be full: ours is to be
+    // complete all the same.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     std_take_standard_descriptors();

@@ -1,5 +1,5 @@
-// How a world tells all its cameras that its extent may have changed, at one price however many they
-// are: it raises a signal, and each camera asks its watch before it trusts what it computed.
+// How a world tells all its cameras that its extent may have changed, at one price however many
+// they are: it raises a signal, and each camera asks its watch before it trusts what it computed.
 //
 //     Extent_Watch watch;
 //     watch.begin(signal);

@@ -436,8 +436,8 @@ struct Sections {
 };
 } // namespace
 
-// Passes white space, and counts joints, where a backslash ends a physical line. In the current line
-// there are blanks alone.
+// Passes white space, and counts joints, where a backslash ends a physical line. In the current
+// line there are blanks alone.
 static const char* skip_joints(const char* text, Sections* s) {
     for (;; ++s->joints) {
         while (is_space(*text) && *text != '\n') ++text;
@@ -453,8 +453,8 @@ static bool scan_letter(const char** text, char letter, Sections* s) {
     return true;
 }
 
-// A line of nothing but plain sections, up to a zero byte or, where it lies in the file, a line feed,
-// which is returned. On failure: null; what is different in any way is left to sscanf.
+// A line of nothing but plain sections, up to a zero byte or, where it lies in the file, a line
+// feed, which is returned. On failure: null; what is different in any way is left to sscanf.
 static const char* scan_plain_sections(const char* text, int length, Sections* s) {
     s->joints = s->colors = 0;
     if (!scan_letter(&text, 'p', s) || !std_scan_row(&text, s->p, length)) return nullptr;
@@ -588,9 +588,9 @@ bool WDB_Lex_Context::scan_triangle(const char* keyword, float scale) {
     return true;
 }
 
-// The line behind the current one, if all of it is in the block and of the plainest form; nothing moves
-// otherwise. Such a line would be joined to the same text: in front of a joint stands a number, and
-// behind it a letter.
+// The line behind the current one, if all of it is in the block and of the plainest form; nothing
+// moves otherwise. Such a line would be joined to the same text: in front of a joint stands a
+// number, and behind it a letter.
 bool WDB_Lex_Context::scan_next_triangle(const char* keyword, float scale) {
     if (!input_) return false;
     const char* const start = input_->block + input_->start;

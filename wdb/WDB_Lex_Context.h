@@ -161,8 +161,8 @@ private:
     Input* input_; // what was read of the file and not taken yet
 };
 
-// Of a run of triangles only the first is made the current line. The others are taken where they lie
-// in the file, for as long as that is possible.
+// Of a run of triangles only the first is made the current line. The others are taken where they
+// lie in the file, for as long as that is possible.
 template<class Take>
 void WDB_Lex_Context::try_get_triangles(const char* keyword, float scale, Take take) {
     bool is_good = true;

@@ -5,9 +5,9 @@
 //     std::cout << *face;              // "WDB_Tri_List face{\n}\n"
 //
 // A name that is set is the object's own copy, collected and pointer-free; a replaced name stays
-// readable for those who still hold it. The stamp is a version, not a clock: it grows by one per change and
-// is never reset, so derived data remembers the stamp for which it is valid.
-// World objects are collected. Nobody frees them, and any number of owners may share one.
+// readable for those who still hold it. The stamp is a version, not a clock: it grows by one per
+// change and is never reset, so derived data remembers the stamp for which it is valid. World
+// objects are collected. Nobody frees them, and any number of owners may share one.
 #ifndef WDB_WDB_OBJ_H
 #define WDB_WDB_OBJ_H
 

@@ -174,8 +174,8 @@ static WDB_Texture* new_texture(const WDB_Lex_Context& lex, WDB_Sym_Context& sym
     return texture;
 }
 
-// Only for scenes that are local up to the one that the program asked for: others could have any file
-// of the user's deleted. And only what was read as an image.
+// Only for scenes that are local up to the one that the program asked for: others could have any
+// file of the user's deleted. And only what was read as an image.
 static void delete_source(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym,
                           const Std_URL* url, const PX_Map* image) {
     const char* const text = url->get_url_string();
@@ -456,7 +456,8 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         try_get_trilist,      try_get_linelist, try_get_node,  try_get_camera,   try_get_light,
     };
     while (!lex.is_eof()) {
-        // What the writer leaves in place of a geometry that it cannot write. It has no closing brace.
+        // What the writer leaves in place of a geometry that it cannot write. It has no closing
+        // brace.
         if (lex.current_line_starts_with("!!!")) {
             lex.show_error("geometry was not saved");
             lex.next_line();

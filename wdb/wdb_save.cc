@@ -122,8 +122,8 @@ private:
     bool are_shapes = false;           // the walk is that of the shapes
     std::size_t line_length = 0; // of the triangle that is being written, all its rows together
 
-    // Nodes between the walk and the file. Those of a large world lie far from the processor's cache:
-    // asked for a few turns ahead, they are at hand when their turn comes.
+    // Nodes between the walk and the file. Those of a large world lie far from the processor's
+    // cache: asked for a few turns ahead, they are at hand when their turn comes.
     static const unsigned int queue_length = 8;
     const WDB_Node* queue[queue_length];
     unsigned int queued = 0, dequeued = 0; // nodes so far; their difference is at most queue_length
@@ -191,8 +191,8 @@ const char* Scene_Writer::register_saved(const WDB_Obj* obj) {
     return name;
 }
 
-// Shapes, of which a world may have millions, are not kept: they come last and each once, and nothing
-// refers to them.
+// Shapes, of which a world may have millions, are not kept: they come last and each once, and
+// nothing refers to them.
 const char* Scene_Writer::register_node(const WDB_Node* node) {
     return are_shapes ? begin_object(node) : register_saved(node);
 }
@@ -404,8 +404,8 @@ static bool leads_out(const char* name) {
     return false;
 }
 
-// What names `source`, a document as this program sees it, in a scene that is saved at `scene`: there,
-// local names are taken against the scene's folder.
+// What names `source`, a document as this program sees it, in a scene that is saved at `scene`:
+// there, local names are taken against the scene's folder.
 static std::string name_from(const char* scene, const char* source) {
     const Std_URL url(source);
     const char* const slash = std::strrchr(scene, '/');
@@ -419,8 +419,8 @@ static std::string name_from(const char* scene, const char* source) {
     return getcwd(here, sizeof here) ? "file:" + std::string(here) + "/" + path : path;
 }
 
-// The picture as a file of its own, or, if it was not read as a whole, the name of what it was read from:
-// nothing is to take the place of a file that the user may still mend.
+// The picture as a file of its own, or, if it was not read as a whole, the name of what it was read
+// from: nothing is to take the place of a file that the user may still mend.
 void Scene_Writer::save_image(PX_Map* image, const char* name) {
     if (!image->is_complete()) {
         save_string("Image", name_from(path, image->get_source()).c_str());

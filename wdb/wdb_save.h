@@ -12,13 +12,12 @@
 
 class WDB_Database;
 
-// 0 when the whole file was written, and the image of every texture. The bytes go beside the file and
-// take its place at the end: see Std_Output_File; so a scene stays as it was when the disk is full.
-// An image that was not read as a whole is not written; the scene names what it was read from.
-// What would be refused or misread when the file is read again (names, long lines, infinite numbers) is
-// written all the same, with a warning for each object.
-// On failure: not 0, after a warning with the system's reason.
-// The world must not change meanwhile.
+// 0 when the whole file was written, and the image of every texture. The bytes go beside the file
+// and take its place at the end: see Std_Output_File; so a scene stays as it was when the disk is
+// full. An image that was not read as a whole is not written; the scene names what it was read
+// from. What would be refused or misread when the file is read again (names, long lines, infinite
+// numbers) is written all the same, with a warning for each object. On failure: not 0, after a
+// warning with the system's reason. The world must not change meanwhile.
 int wdb_save(WDB_Database& world, const char* path);
 
 #endif

@@ -1,6 +1,6 @@
-// An http server's answer through Std_URL. The first line says how it comes: its first byte, whether it
-// is packed (bit 0) and limited (bit 1); each further one, the size of a piece or an error instead of
-// one. All other bytes are the answer, which must come back as far as it came.
+// An http server's answer through Std_URL. The first line says how it comes: its first byte,
+// whether it is packed (bit 0) and limited (bit 1); each further one, the size of a piece or an
+// error instead of one. All other bytes are the answer, which must come back as far as it came.
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>

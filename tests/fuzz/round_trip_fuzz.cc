@@ -1,5 +1,5 @@
-// Scenes that are loaded, saved and loaded again: what was written is read without an error, but for
-// lines and names past the reader's limits, and nothing is lost on the second way.
+// Scenes that are loaded, saved and loaded again: what was written is read without an error, but
+// for lines and names past the reader's limits, and nothing is lost on the second way.
 #include <algorithm>
 
 #include "tests/fuzz/scene_in_memory.h"
@@ -44,8 +44,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     WDB_Database* const again =
         load_from_memory(reinterpret_cast<const std::uint8_t*>(first.data()), first.size());
     const bool is_told = reports()->text.find(": Error") != std::string::npos;
-    // Pictures are not there any more, a triangle may have lost its normal to six decimals, and URLs may
-    // hold what no string may.
+    // Pictures are not there any more, a triangle may have lost its normal to six decimals, and
+    // URLs may hold what no string may.
     const bool may_be_told = first.find("Image") != std::string::npos ||
                              first.find("  URL ") != std::string::npos ||
                              reports()->text.find("triangles skipped") != std::string::npos;

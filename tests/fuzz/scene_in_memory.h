@@ -1,6 +1,6 @@
-// What the fuzz targets of scenes share: a scene in memory, and nothing that it could reach outside. Other
-// files, commands, the network and deletion are cut off here; a command line that is not built as it
-// should be ends the run.
+// What the fuzz targets of scenes share: a scene in memory, and nothing that it could reach
+// outside. Other files, commands, the network and deletion are cut off here; a command line that is
+// not built as it should be ends the run.
 #ifndef TESTS_FUZZ_SCENE_IN_MEMORY_H
 #define TESTS_FUZZ_SCENE_IN_MEMORY_H
 

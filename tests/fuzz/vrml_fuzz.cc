@@ -1,5 +1,5 @@
-// Any text as VRML, in the converter itself. What comes out is what the scene reader takes: lines that fit,
-// names that fit, and numbers of single precision.
+// Any text as VRML, in the converter itself. What comes out is what the scene reader takes: lines
+// that fit, names that fit, and numbers of single precision.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>

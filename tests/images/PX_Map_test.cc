@@ -103,8 +103,8 @@ TEST_F(PX_Map_test, what_cannot_be_loaded_becomes_a_dummy) {
 }
 
 // Headers and tables that claim what the file does not hold, and files cut at every byte.
-// Cut anywhere, or with one of its tables' entries wrong: each row is as it was or black, and a report
-// tells how many are not; without any row there is the dummy.
+// Cut anywhere, or with one of its tables' entries wrong: each row is as it was or black, and a
+// report tells how many are not; without any row there is the dummy.
 TEST_F(PX_Map_test, hostile_files) {
     PX_Map& original = *random_map(5, 3, 3);
     original.save("good.rgb");

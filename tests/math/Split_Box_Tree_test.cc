@@ -41,8 +41,8 @@ static Bits comparable(Bbox box) {
 }
 
 namespace {
-// Boxes and places from all over the bounds and a little beyond, half of them on a grid on which sides
-// and middles of cells coincide.
+// Boxes and places from all over the bounds and a little beyond, half of them on a grid on which
+// sides and middles of cells coincide.
 struct Chance {
     std::mt19937 random;
     bool on_grid;
@@ -88,8 +88,8 @@ struct Chance {
 };
 } // namespace
 
-// Random puts, moves and removals: each of the five walks reports what the plain tree reports, in its
-// order and with its end, also when a callback stops it, and the contents have the same bits.
+// Random puts, moves and removals: each of the five walks reports what the plain tree reports, in
+// its order and with its end, also when a callback stops it, and the contents have the same bits.
 TEST(Split_Box_Tree, answers_as_the_plain_tree_of_cells) {
     const Bbox worlds[] = {bounds,
                            cube_at(0, 0, 0, 8.1f),
@@ -191,8 +191,8 @@ TEST(Split_Box_Tree, probes_let_pass_what_the_exact_tests_let_pass) {
     }
 }
 
-// The yardstick itself. Its order tells which cells there are: entries of child 0 come before those of
-// child 1.
+// The yardstick itself. Its order tells which cells there are: entries of child 0 come before those
+// of child 1.
 TEST(Split_Box_Tree, cells_split_along_the_longest_axis_or_into_octants) {
     const struct {
         const char* row;
@@ -276,8 +276,8 @@ TEST(Split_Box_Tree, outside_the_bounds) {
     EXPECT_EQ(tree.count(), 2);
 }
 
-// A walk inside another has memory of its own, which grows with the tree, also if the tree was larger
-// before that walk's first time.
+// A walk inside another has memory of its own, which grows with the tree, also if the tree was
+// larger before that walk's first time.
 TEST(Split_Box_Tree, walks_in_one_another) {
     static Tree tree(2, 16, 4, bounds);
     const auto fill = [](int n) {

@@ -1,5 +1,5 @@
-// A split box tree as it is defined: every entry stands in every leaf that its box reaches. The yardstick
-// for Split_Box_Tree, in tests and benchmarks.
+// A split box tree as it is defined: every entry stands in every leaf that its box reaches. The
+// yardstick for Split_Box_Tree, in tests and benchmarks.
 #ifndef TESTS_MATH_PLAIN_TREE_H
 #define TESTS_MATH_PLAIN_TREE_H
 

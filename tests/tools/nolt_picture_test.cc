@@ -1,5 +1,5 @@
-// Runs the tool in a folder of its own and looks at single pixels, whose colours are known from what
-// the scene says. The camera stands at z = 1 and sees -1 to 1 in the plane z = 0.
+// Runs the tool in a folder of its own and looks at single pixels, whose colours are known from
+// what the scene says. The camera stands at z = 1 and sees -1 to 1 in the plane z = 0.
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>

@@ -228,8 +228,8 @@ static std::string broken(std::string text) {
     return text;
 }
 
-// What sscanf was found to make of them, too. Triangles are also read in runs, and from broken lines: these
-// are taken where they lie in the file.
+// What sscanf was found to make of them, too. Triangles are also read in runs, and from broken
+// lines: these are taken where they lie in the file.
 TEST_F(Lex_Context, random_triangles_and_lines) {
     const Report_Catcher silence;
     const struct {

@@ -102,8 +102,8 @@ TEST(Picking, details) {
     const Vector n0(0, 0, 1), n1(0, .6f, .8f), n2(.6f, 0, .8f), none(0, 0, 0);
     const Color red(1, 0, 0), green(0, 1, 0), blue(0, 0, 1);
     const Point a(0, 0, 0), b(4, 0, 0), c(0, 4, 0), s(0, 0, 0), t(1, 0, 0), u(0, 2, 0);
-    // The second stands nearer to the line's start, the third in its place; turned over, the first is
-    // nearest.
+    // The second stands nearer to the line's start, the third in its place; turned over, the first
+    // is nearest.
     WDB_Tri_List* const mesh = list_of(
         {WDB_Triangle({0, 0, -1}, {4, 0, -1}, {0, 4, -1}, none, none, none),
          WDB_Triangle(a, b, c, n0, n1, n2, red, green, blue, s, t, u), WDB_Triangle(a, b, c)});

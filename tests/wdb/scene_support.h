@@ -86,8 +86,8 @@ protected:
         return file("saved");
     }
 
-    // Reads blocks that begin with "=== name", of parts that begin with "--- name". Before the first
-    // of these stands the part "text".
+    // Reads blocks that begin with "=== name", of parts that begin with "--- name". Before the
+    // first of these stands the part "text".
     template<class Check>
     static void for_each_block(const char* path, Check check) {
         std::map<std::string, std::string> parts;

@@ -83,7 +83,8 @@ TEST_F(Wdb_Save, files_that_cannot_be_written) {
     EXPECT_NE(wdb_save(*world, "/dev/full"), 0) << "found on the way";
 }
 
-// An old file is there as it was or as it is to be, with its mode, also behind a link; and nothing beside.
+// An old file is there as it was or as it is to be, with its mode, also behind a link; and nothing
+// beside.
 TEST_F(Wdb_Save, old_files) {
     const Report_Catcher silence;
     world->put(node_named("n", list_in({0, 0, 0}, {1, 1, 1})));
