@@ -1,0 +1,240 @@
+// The sscanf forms decide what a line means; most lines are plain numbers, for which std_scan_row
+// gives the same at once.
+#include "wdb/Scene_Forms.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "std/Std_Common.h"
+#include "std/Std_Scan.h"
+
+namespace scene_forms {
+
+int scan_numbers(const char* text, float* n, int count) {
+    const char* plain = text;
+    if (std_scan_row(&plain, n, count)) return count;
+    static const char format[] = "%f %f %f %f %f %f";
+    // Cut to what is wanted: further numbers on the line must not count.
+    const std::size_t characters_each = 3;
+    char cut[sizeof format];
+    std::memcpy(cut, format, sizeof format);
+    cut[characters_each * static_cast<std::size_t>(count) - 1] = '\0';
+    const int found = std::sscanf(text, cut, n, n + 1, n + 2, n + 3, n + 4, n + 5);
+    return found < 0 ? 0 : found;
+}
+
+// The nine forms of a frame beside the matrix. `parts` are letters of the format below; the numbers
+// of the parts follow each other. The first form that is full wins, so those that begin alike stand
+// longest first.
+static const struct Frame_Form {
+    const char* format;
+    const char* parts;
+} frame_forms[] = {
+    {"s %f %f %f sh %f %f %f r %f %f %f t %f %f %f", "shrt"},
+    {"s %f %f %f r %f %f %f t %f %f %f", "srt"},
+    {"r %f %f %f t %f %f %f", "rt"},
+    {"s %f %f %f t %f %f %f", "st"},
+    {"s %f %f %f r %f %f %f", "sr"},
+    {"t %f %f %f", "t"},
+    {"r %f %f %f", "r"},
+    {"s %f %f %f", "s"},
+    {"sh %f %f %f", "h"},
+};
+
+static int scan_factors(const char* text, const char* format, float* n) {
+    return std::sscanf(text, format, n, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8,
+                       n + 9, n + 10, n + 11);
+}
+
+static bool scan_matrix(const char* text, float* n) {
+    const int count = 12;
+    if (*text != 'm') return false;
+    const char* plain = text + 1;
+    if (std_scan_row(&plain, n, count)) return true;
+    return scan_factors(text, "m %f %f %f %f %f %f %f %f %f %f %f %f", n) == count;
+}
+
+static Frame rotation_of(const float* degrees) {
+    return Frame::rotation(2, deg_to_rad(degrees[2])) * Frame::rotation(1, deg_to_rad(degrees[1])) *
+           Frame::rotation(0, deg_to_rad(degrees[0]));
+}
+
+// The factors are taken one by one from the left; a rotation is three of them.
+static Frame frame_of(const char* parts, const float* n) {
+    Frame frame;
+    for (const char* part = parts; *part; ++part, n += 3) {
+        // Not from the identity on: a product with it would turn -0 into 0.
+        if (*part == 'r' && part == parts) {
+            frame = rotation_of(n);
+        } else if (*part == 'r') {
+            frame = frame * Frame::rotation(2, deg_to_rad(n[2]));
+            frame = frame * Frame::rotation(1, deg_to_rad(n[1]));
+            frame = frame * Frame::rotation(0, deg_to_rad(n[0]));
+        } else {
+            const Frame factor = *part == 's'   ? Frame::scaling(n[0], n[1], n[2])
+                                 : *part == 'h' ? Frame::shear(n[0], n[1], n[2])
+                                                : Frame::translation(n[0], n[1], n[2]);
+            frame = part == parts ? factor : frame * factor;
+        }
+    }
+    return frame;
+}
+
+bool scan_frame(const char* text, HFrame* frame) {
+    float n[12];
+    if (scan_matrix(text, n)) {
+        *frame = HFrame(Homogeneous(n[0], n[1], n[2], 0), Homogeneous(n[3], n[4], n[5], 0),
+                        Homogeneous(n[6], n[7], n[8], 0), Homogeneous(n[9], n[10], n[11], 1));
+        return true;
+    }
+    for (const Frame_Form& form : frame_forms) {
+        if (scan_factors(text, form.format, n) != 3 * static_cast<int>(std::strlen(form.parts)))
+            continue;
+        *frame = HFrame(frame_of(form.parts, n));
+        return true;
+    }
+    return false;
+}
+
+// Passes white space, and counts joints, where a backslash ends a physical line. In the current
+// line there are blanks alone.
+static const char* skip_joints(const char* text, Sections* s) {
+    for (;; ++s->joints) {
+        while (is_space(*text) && *text != '\n') ++text;
+        if (text[0] != '\\' || text[1] != '\n') return text;
+        text += 2;
+    }
+}
+
+static bool scan_letter(const char** text, char letter, Sections* s) {
+    *text = skip_joints(*text, s);
+    if (**text != letter) return false;
+    ++*text;
+    return true;
+}
+
+const char* scan_plain_sections(const char* text, int length, Sections* s) {
+    s->joints = s->colors = 0;
+    if (!scan_letter(&text, 'p', s) || !std_scan_row(&text, s->p, length)) return nullptr;
+    s->has_n = scan_letter(&text, 'n', s);
+    if (s->has_n && !std_scan_row(&text, s->n, length)) return nullptr;
+    if (scan_letter(&text, 'c', s)) {
+        const int single_color = 3;
+        if (!std_scan_row(&text, s->c, single_color)) return nullptr;
+        const bool is_full = std_scan_row(&text, s->c + single_color, length - single_color);
+        s->colors = is_full ? length : single_color;
+    }
+    s->has_t = scan_letter(&text, 't', s);
+    if (s->has_t && !std_scan_row(&text, s->t, length)) return nullptr;
+    text = skip_joints(text, s);
+    return *text == '\0' || *text == '\n' ? text : nullptr;
+}
+
+// " p %f ..." with `count` numbers, appended to `format`.
+static char* put_section(char* format, char letter, int count) {
+    *format++ = ' ';
+    *format++ = letter;
+    for (int i = 0; i < count; ++i) {
+        std::memcpy(format, " %f", 3);
+        format += 3;
+    }
+    *format = '\0';
+    return format;
+}
+
+// Whether the text has the sections that `s` names, in full, in the sense of sscanf.
+static bool scan_form(const char* text, int length, Sections* s) {
+    // At most 36 numbers of three characters and four letters of two.
+    char format[200];
+    float f[36];
+    char* end = put_section(format, 'p', length);
+    if (s->has_n) end = put_section(end, 'n', length);
+    if (s->colors) end = put_section(end, 'c', s->colors);
+    if (s->has_t) put_section(end, 't', length);
+    const int count = length * (1 + s->has_n + s->has_t) + s->colors;
+    const int found =
+        std::sscanf(text, format, f, f + 1, f + 2, f + 3, f + 4, f + 5, f + 6, f + 7, f + 8, f + 9,
+                    f + 10, f + 11, f + 12, f + 13, f + 14, f + 15, f + 16, f + 17, f + 18, f + 19,
+                    f + 20, f + 21, f + 22, f + 23, f + 24, f + 25, f + 26, f + 27, f + 28, f + 29,
+                    f + 30, f + 31, f + 32, f + 33, f + 34, f + 35);
+    if (found != count) return false;
+    const float* from = f;
+    const auto take = [&from](float* to, int n) {
+        std::copy(from, from + n, to);
+        from += n;
+    };
+    take(s->p, length);
+    if (s->has_n) take(s->n, length);
+    take(s->c, s->colors);
+    if (s->has_t) take(s->t, length);
+    return true;
+}
+
+bool scan_sections(const char* text, int length, Sections* s) {
+    if (const char* const end = scan_plain_sections(text, length, s); end && *end == '\0')
+        return true;
+    // The letters that stand anywhere in the line choose the form.
+    const auto has = [text](char letter) { return std::strchr(text, letter) != nullptr; };
+    if (!has('p')) return false;
+    s->has_n = has('n');
+    s->has_t = has('t');
+    s->colors = has('c') ? length : 0;
+    if (scan_form(text, length, s)) return true;
+    // The single colour comes second: a full set begins just like it.
+    if (s->colors == 0) return false;
+    s->colors = 3;
+    return scan_form(text, length, s);
+}
+
+static Point point_at(const float* f) {
+    return Point(f[0], f[1], f[2]);
+}
+static Vector vector_at(const float* f) {
+    return Vector(f[0], f[1], f[2]);
+}
+static Color color_at(const float* f) {
+    return Color(f[0], f[1], f[2]);
+}
+
+static Point scaled_point_at(const float* f, float scale) {
+    return Point(f[0] * scale, f[1] * scale, f[2] * scale);
+}
+
+// Behind the corners come normals, colours and texture points, or what the constructor without
+// them puts in their place.
+WDB_Triangle triangle_of(const Sections& s, float scale) {
+    const Point p0 = scaled_point_at(s.p, scale), p1 = scaled_point_at(s.p + 3, scale),
+                p2 = scaled_point_at(s.p + 6, scale);
+    WDB_Triangle t =
+        s.has_n ? WDB_Triangle(p0, p1, p2, vector_at(s.n), vector_at(s.n + 3), vector_at(s.n + 6))
+                : WDB_Triangle(p0, p1, p2);
+    if (s.colors) {
+        const bool is_single = s.colors == 3;
+        t.c0 = color_at(s.c);
+        t.c1 = is_single ? t.c0 : color_at(s.c + 3);
+        t.c2 = is_single ? t.c0 : color_at(s.c + 6);
+    }
+    if (s.has_t) {
+        t.t0 = point_at(s.t);
+        t.t1 = point_at(s.t + 3);
+        t.t2 = point_at(s.t + 6);
+    }
+    return t;
+}
+
+WDB_Line line_of(const Sections& s, float scale) {
+    const Point p0 = scaled_point_at(s.p, scale), p1 = scaled_point_at(s.p + 3, scale);
+    WDB_Line l = s.has_n ? WDB_Line(p0, p1, vector_at(s.n), vector_at(s.n + 3)) : WDB_Line(p0, p1);
+    if (s.colors) {
+        l.c0 = color_at(s.c);
+        l.c1 = s.colors == 3 ? l.c0 : color_at(s.c + 3);
+    }
+    if (s.has_t) {
+        l.t0 = point_at(s.t);
+        l.t1 = point_at(s.t + 3);
+    }
+    return l;
+}
+
+} // namespace scene_forms
