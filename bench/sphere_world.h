@@ -1,12 +1,11 @@
-// The tool's own generator, for programs that time it: its source with main renamed.
+// The tool's own generator, for programs that time it.
 #ifndef BENCH_SPHERE_WORLD_H
 #define BENCH_SPHERE_WORLD_H
 
-#define main nolt_sphere_world_main
-#include "tools/nolt_sphere_world.cc"
-#undef main
+#include <cstdio>
 
 #include "std/Std_Messager.h"
+#include "tools/Sphere_World.h"
 
 // A messager that shows nothing.
 class Silent_Messager : public Std_Messager {
@@ -17,23 +16,22 @@ class Silent_Messager : public Std_Messager {
 
 // The meshes and materials of the tool's parameters, without its lines on the standard output,
 // which holds the table.
-inline void initialize_quietly() {
+inline void initialize_quietly(Sphere_World& world) {
     std::FILE* const table = stdout;
     stdout = std::fopen("/dev/null", "w");
-    initialize_materials(n_materials);
-    initialize_lod(n_lod, n_tess);
+    world.initialize_materials(world.n_materials);
+    world.initialize_lod(world.n_lod, world.n_tess);
     std::fclose(stdout);
     stdout = table;
 }
 
 // The world of "-t tess -s spheres", and of the defaults otherwise.
 inline void fill_sphere_world(WDB_Database& world, int tess, int spheres) {
-    n_tess = tess;
-    n_spheres = spheres;
-    lods.wipe_out();
-    materials.wipe_out();
-    initialize_quietly();
-    place_spheres(world);
+    Sphere_World maker;
+    maker.n_tess = tess;
+    maker.n_spheres = spheres;
+    initialize_quietly(maker);
+    maker.place_spheres(world);
 }
 
 #endif

@@ -64,15 +64,16 @@ static int save(Plain_World& world, const char* path, const char* name) {
 template<class World>
 static Figures run_tool(int spheres, const char* path, const char* name) {
     std_set_current_messager(new Silent_Messager);
-    n_spheres = spheres;
+    Sphere_World maker;
+    maker.n_spheres = spheres;
     World world;
     const double start = seconds_now();
-    check_parameters();
-    initialize_quietly();
+    maker.check_parameters();
+    initialize_quietly(maker);
     const double meshes = seconds_now();
     Gap_List<WDB_Node*> nodes;
-    const double per_edge = spheres_per_edge();
-    for (int i = 0; i < spheres; ++i) nodes.insert_last(draw_sphere(per_edge));
+    const double per_edge = maker.spheres_per_edge();
+    for (int i = 0; i < spheres; ++i) nodes.insert_last(maker.draw_sphere(per_edge));
     const double placed = seconds_now();
     for (int i = 0; i < spheres; ++i) world.put(nodes[i]);
     const double filed = seconds_now();
