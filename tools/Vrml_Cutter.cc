@@ -57,7 +57,7 @@ bool Vrml_Cutter::project(std::span<const Point> corners) {
         next_[i] = i + 1 < left_ ? i + 1 : 0;
         previous_[i] = i > 0 ? i - 1 : left_ - 1;
     }
-    for (std::uint32_t i = 0; i < left_; ++i) is_reflex_[i] = turn(i) <= 0;
+    for (std::uint32_t i = 0; i < left_; ++i) is_reflex_[i] = turn(i) <= 0 ? 1 : 0;
     return true;
 }
 
@@ -110,8 +110,8 @@ void Vrml_Cutter::cut_off(std::uint32_t corner) {
     next_[before] = behind;
     previous_[behind] = before;
     --left_;
-    is_reflex_[before] = turn(before) <= 0;
-    is_reflex_[behind] = turn(behind) <= 0;
+    is_reflex_[before] = turn(before) <= 0 ? 1 : 0;
+    is_reflex_[behind] = turn(behind) <= 0 ? 1 : 0;
 }
 
 void Vrml_Cutter::cut_ears(std::string_view where) {

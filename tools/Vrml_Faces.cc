@@ -31,7 +31,8 @@ Vrml_Faces::Vrml_Faces(const Vrml_Face_Set& set, Vrml_Rows& points, std::string_
 
 void Vrml_Faces::find_faces() {
     const std::span<const double> index = set_.coord_index;
-    const auto count = static_cast<double>(set_.points.size() / 3);
+    const std::size_t points = set_.points.size() / 3;
+    const auto count = static_cast<double>(points);
     std::uint32_t number = 0, corner = 0;
     int bad = 0;
     std::size_t end;
@@ -75,7 +76,8 @@ void Vrml_Faces::straighten_normals() {
         given.size() + set_.colors.values.size() + set_.texture_points.values.size();
     if (!budget_.spend(shared / much, where_) || set_.normals.binding == Vrml_Attribute::NONE)
         return;
-    straight_normals_.assign(given.begin(), given.end() - given.size() % 3);
+    const std::span<const double> whole = given.first(given.size() - given.size() % 3);
+    straight_normals_.assign(whole.begin(), whole.end());
     const double least = 1e-6, slack = 0.01;
     for (std::size_t i = 0; i < straight_normals_.size(); i += 3) {
         double* const n = &straight_normals_[i];

@@ -77,7 +77,7 @@ const Vrml_Prototype* Vrml_Files::prototype(std::string_view url) {
 }
 
 std::string Vrml_Files::url(std::string_view token) const {
-    const std::string url = vrml_string(token);
+    std::string url = vrml_string(token);
     if (url.empty() || url[0] == '/' || url[0] == '#' || url.find(':') != std::string::npos)
         return url;
     const std::less_equal<const char*> is_before;

@@ -59,7 +59,7 @@ const std::string& Vrml_Looks::texture(Vrml_Ref n) {
 
 // A light of the scene shines in the emission of its material.
 std::string Vrml_Looks::light_material(Vrml_Ref light) {
-    const std::string name = out_.new_name("light_color");
+    std::string name = out_.new_name("light_color");
     out_.put("material " + name + " {\n");
     put_color("emission", light, "color", 1, scene_.number(light, "intensity", 0, 1));
     out_.put("}\n");

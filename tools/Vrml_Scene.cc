@@ -83,7 +83,7 @@ Vrml_Ref Vrml_Scene::node(Vrml_Ref ref, std::string_view field) {
     const Vrml_Value v = find(ref, field);
     if (!v || v.field->nodes.empty()) return {};
     const Vrml_Ref found = resolved(within(v.field->nodes[0], v.in));
-    if (found.type().empty()) return {};
+    if (!found || found.type().empty()) return {};
     // Who asks goes through the fields of what is given out.
     return budget_.spend(1 + found.node->fields.size(), found.node->type) ? found : Vrml_Ref();
 }

@@ -132,10 +132,10 @@ Vrml_Shapes::Shape Vrml_Shapes::list(Vrml_Ref node, const Vrml_State& state) {
         spread_texture(set);
         set.texture_points = {Vrml_Attribute::PER_CORNER, spread_, 2, set.coord_index};
     }
-    const Shape written = write_faces(node, state, set,
-                                      is_grid                ? "grid"
-                                      : sweep.points.empty() ? "faces"
-                                                             : "extrusion");
+    Shape written = write_faces(node, state, set,
+                                is_grid                ? "grid"
+                                : sweep.points.empty() ? "faces"
+                                                       : "extrusion");
     if (!sweep.points.empty()) rows_of({}); // they end here, and others may come to lie there
     return written;
 }

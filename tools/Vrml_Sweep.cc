@@ -122,9 +122,9 @@ static std::vector<Axes> axes_along(const std::vector<Vector>& spine, bool is_cl
         const Vector& behind = is_end && is_closed ? spine[1] : spine[i < last ? i + 1 : last];
         Vector to = behind - spine[i], from = before - spine[i];
         axes[i].y = behind - before;
-        has_y[i] = normalize(&axes[i].y, 0);
+        has_y[i] = normalize(&axes[i].y, 0) ? 1 : 0;
         axes[i].z = normalize(&to, 0) && normalize(&from, 0) ? cross(to, from) : Vector();
-        has_z[i] = normalize(&axes[i].z, least);
+        has_z[i] = normalize(&axes[i].z, least) ? 1 : 0;
     }
     const auto first_of = [](const std::vector<char>& has) {
         return static_cast<std::size_t>(std::find(has.begin(), has.end(), 1) - has.begin());
