@@ -6,6 +6,7 @@
 
 #include "std/Std_Messager.h"
 #include "tools/Sphere_World.h"
+#include "wdb/WDB_Database.h"
 
 // A messager that shows nothing.
 class Silent_Messager : public Std_Messager {

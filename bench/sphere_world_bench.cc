@@ -18,6 +18,8 @@
 #include "bench/plain_save.h"
 #include "bench/sphere_world.h"
 #include "tests/math/plain_tree.h"
+#include "wdb/WDB_Node.h"
+#include "wdb/wdb_save.h"
 
 static double seconds_now() {
     using namespace std::chrono;
