@@ -2,7 +2,6 @@
 
 #include <csignal>
 #include <link.h>
-#include <mutex>
 #include <pthread.h>
 #include <unistd.h>
 
