@@ -83,6 +83,12 @@ void Hash_Index::free_cell(int cell) {
     mark_free(cell);
 }
 
+// The first far key makes the entries: no other is far yet.
+void Hash_Index::note_reach(unsigned int distance) {
+    reach_ = distance;
+    if (distance >= far_ && !entries_) make_entries();
+}
+
 // Goes over to a longer block. The entries are still empty.
 void Hash_Index::make_entries() {
     const std::size_t old_bytes = bytes_for(modulus(), far_);

@@ -90,13 +90,14 @@ public:
     // Takes the first free cell at or after hash mod m, past the last one from
     // cell 0. The key should stand there before the next call.
     // Requires: a free cell.
-    template<class Hash_Of>
-    int take(unsigned int hash, Hash_Of hash_of);
+    int take(unsigned int hash);
 
     // Takes cells for the keys of an older index of the same keys, in the order of its cells:
-    // move(from, to) is called at once for each. old_hash_of(cell) hashes a key where it was.
-    template<class Old_Hash_Of, class Move, class Hash_Of>
-    void take_all(const Hash_Index& old, Old_Hash_Of old_hash_of, Move move, Hash_Of hash_of);
+    // move(from, to) is called for each. old_hash_of(cell) hashes a key where it was.
+    template<class Old_Hash_Of, class Move>
+    void take_all(const Hash_Index& old, Old_Hash_Of old_hash_of, Move move);
+
+    bool is_taken(int cell) const { return tags_[cell] != 0; }
 
     // The first taken cell from `from` on; the modulus if there is none.
     int next_taken(int from) const;
@@ -116,9 +117,10 @@ public:
     template<class Hash_Of>
     bool move(unsigned int hash, int from, int to, Hash_Of hash_of);
     void free_cell(int cell);
-    // While no key lies far, there is nothing to forget, and no hash takes part in a move.
+    // While no key lies far, there is nothing to forget, and tags are all that moves.
     bool has_far() const { return entries_ != nullptr; }
-    void move_near(int from, int to) { set_tag(to, tags_[from]); }
+    class Tags;
+    Tags tags() const;
     template<class Hash_Of>
     void enter_all(Hash_Of hash_of);
 
@@ -157,10 +159,10 @@ private:
     template<class Hash_Of>
     void erase(unsigned int slot, Hash_Of hash_of);
     void make_entries();
-    template<class Hash_Of>
-    [[gnu::noinline]] void note_reach(unsigned int distance, Hash_Of hash_of);
+    void note_reach(unsigned int distance);
     bool rename(unsigned int hash, int from, int to);
 
+    int first_free(unsigned int home) const;
     int next_free(int home) const;
     void mark_taken(int cell);
     void mark_full_word(std::size_t word);
@@ -172,6 +174,27 @@ private:
     unsigned int reach_ = 0;           // no key lies farther from home
     int bits_ = 0;                     // log2 of the modulus
 };
+
+// The tags of all cells, to be held by value in a loop: a stored tag might be any part of an index,
+// for all that the compiler knows, which then reads it anew.
+class Hash_Index::Tags {
+public:
+    Tags(std::uint8_t* tags, unsigned int mask) : tags_(tags), mask_(mask) {}
+    bool is_taken(int cell) const { return tags_[cell] != 0; }
+    void move(int from, int to) const { set(static_cast<unsigned int>(to), tags_[from]); }
+    void set(unsigned int cell, std::uint8_t tag) const {
+        tags_[cell] = tag;
+        tags_[((cell - far_) & mask_) + far_] = tag; // the same cell, but for the first 64
+    }
+
+private:
+    std::uint8_t* tags_;
+    unsigned int mask_;
+};
+
+inline Hash_Index::Tags Hash_Index::tags() const {
+    return Tags(tags_, mask_);
+}
 
 // 2^32 over the golden ratio, to the next prime: each bit of the hash reaches
 // the high bits of the product.
@@ -246,40 +269,43 @@ int Hash_Index::find_far(unsigned int hash, Is_It is_it) const {
 }
 
 inline void Hash_Index::set_tag(int cell, std::uint8_t tag) {
-    const auto at = static_cast<unsigned int>(cell);
-    tags_[at] = tag;
-    tags_[((at - far_) & mask_) + far_] = tag; // the same cell, but for the first 64
+    tags().set(static_cast<unsigned int>(cell), tag);
 }
 
 inline bool Hash_Index::is_far(unsigned int hash, int cell) const {
     return ((static_cast<unsigned int>(cell) - hash) & mask_) >= far_;
 }
 
+// In most runs that leave a word, the next word has room.
+inline int Hash_Index::first_free(unsigned int home) const {
+    const std::uint64_t free = free_from(home);
+    if (free != 0) return static_cast<int>(home) + std::countr_zero(free);
+    const unsigned int next_word = (home / word_bits_ + 1) & (mask_ / word_bits_);
+    const std::uint64_t taken_there = taken()[next_word];
+    if (taken_there == UINT64_MAX) return next_free(static_cast<int>(home));
+    return static_cast<int>(next_word * word_bits_) + std::countr_zero(~taken_there);
+}
+
 // The free cell is found in the bits: a load of 16 tags would wait for the last
 // tag stored among them.
-template<class Hash_Of>
-inline int Hash_Index::take(unsigned int hash, Hash_Of hash_of) {
+inline int Hash_Index::take(unsigned int hash) {
     const unsigned int home = hash & mask_;
-    const std::uint64_t free = free_from(home);
-    const int cell = free != 0 ? static_cast<int>(home) + std::countr_zero(free)
-                               : next_free(static_cast<int>(home));
+    const int cell = first_free(home);
     const unsigned int distance = (static_cast<unsigned int>(cell) - home) & mask_;
-    if (distance > reach_) note_reach(distance, hash_of);
+    if (distance > reach_) note_reach(distance);
     mark_taken(cell);
     set_tag(cell, tag(hash));
     if (distance >= far_) enter(hash, cell);
     return cell;
 }
 
-// Half of the time of a growing table goes by here. What does not change is held in variables: a
-// stored tag might be any part of this object, for all that the compiler knows.
-template<class Old_Hash_Of, class Move, class Hash_Of>
-void Hash_Index::take_all(const Hash_Index& old, Old_Hash_Of old_hash_of, Move move,
-                          Hash_Of hash_of) {
+// Half of the time of a growing table goes by here, so what does not change is held in variables.
+template<class Old_Hash_Of, class Move>
+void Hash_Index::take_all(const Hash_Index& old, Old_Hash_Of old_hash_of, Move move) {
     const unsigned int mask = mask_, old_end = old.modulus();
     const std::uint64_t* const old_words = old.taken();
     std::uint64_t* words = taken();
-    std::uint8_t* tags = tags_;
+    Tags tags = this->tags();
     unsigned int reach = reach_;
     for (unsigned int first = 0; first < old_end; first += word_bits_) {
         for (std::uint64_t left = old_words[first / word_bits_]; left != 0; left &= left - 1) {
@@ -290,10 +316,10 @@ void Hash_Index::take_all(const Hash_Index& old, Old_Hash_Of old_hash_of, Move m
             const std::uint64_t free = ~word >> (home % word_bits_);
             if (free == 0) [[unlikely]] {
                 reach_ = reach;
-                move(static_cast<int>(from), take(hash, hash_of));
+                move(static_cast<int>(from), take(hash));
                 reach = reach_;
                 words = taken(); // it may have gone over to a longer block
-                tags = tags_;
+                tags = this->tags();
                 continue;
             }
             const auto distance = static_cast<unsigned int>(std::countr_zero(free));
@@ -302,19 +328,11 @@ void Hash_Index::take_all(const Hash_Index& old, Old_Hash_Of old_hash_of, Move m
             word |= std::uint64_t{1} << (cell % word_bits_);
             if (word == UINT64_MAX) [[unlikely]]
                 mark_full_word(home / word_bits_);
-            tags[cell] = tags[((cell - far_) & mask) + far_] = tag(hash);
+            tags.set(cell, tag(hash));
             move(static_cast<int>(from), static_cast<int>(cell));
         }
     }
     reach_ = reach;
-}
-
-template<class Hash_Of>
-void Hash_Index::note_reach(unsigned int distance, Hash_Of hash_of) {
-    reach_ = distance;
-    if (distance < far_ || entries_) return;
-    make_entries();
-    enter_all(hash_of);
 }
 
 inline void Hash_Index::mark_taken(int cell) {

@@ -25,6 +25,7 @@
 #ifndef BASE_HASH_TABLE_H
 #define BASE_HASH_TABLE_H
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -36,9 +37,10 @@
 #include "std/Std_Obj.h"
 #include "std/Std_Univ.h"
 
+// A cell. Free ones are zero, but zero may also be a key: the table knows which cells are taken,
+// and so a pair of words needs no third word beside it.
 template<class K, class V>
 struct HT_Pair {
-    int state; // 1: taken, 0: free, with key and item zero
     K key;
     V item;
 };
@@ -129,6 +131,8 @@ private:
         return has_default_equal() ? default_key_equal(a, b) : key_equal_(a, b);
     }
 
+    // Of a table without an index.
+    bool is_taken(int cell) const { return few_taken_ >> cell & 1; }
     bool is_found_again(const K& key) const;
     int index_of(const K& key, unsigned int hash) const;
     int cell_of(const K& key) const { return cell_of(key, hash_of(key)); }
@@ -136,13 +140,12 @@ private:
     [[gnu::noinline]] int cell_of_other(const K& key, unsigned int hash) const;
     int cell_to_put(const K& key);
     int new_cell(unsigned int hash);
-    int next_taken(int from) const { return next_taken(pairs_, size_, index_, from); }
-    static int next_taken(const Pair* pairs, int size, const Hash_Index& index, int from);
+    int next_taken(int from) const;
 
     void fill(int cell, const Pair& pair);
     void clear_found();
-    template<class Will_Move>
-    int close_run(int hole, int reach, Will_Move will_move);
+    template<class Is_Taken, class Will_Move>
+    int close_run(int hole, int reach, Is_Taken is_taken, Will_Move will_move);
     void clear(int cell) { std::memset(static_cast<void*>(pairs_ + cell), 0, sizeof(Pair)); }
     [[gnu::noinline]] void double_size();
     void make_cells(int size);
@@ -155,7 +158,9 @@ private:
     Hash hash_;
     Key_Equal key_equal_;
     Item_Equal item_equal_;
-    Hash_Index index_; // unused in small tables, where runs are short
+    // Small tables, where runs are short, do without an index: a bit for each taken cell.
+    std::uint64_t few_taken_ = 0;
+    Hash_Index index_;
 };
 
 // Stands on one key after the other, in the order of the cells.
@@ -219,7 +224,7 @@ unsigned int Hash_Table<K, V>::default_hash(const K& key) {
 
 template<class K, class V>
 void Hash_Table<K, V>::put(const V& item, const K& key) {
-    const Pair pair = {1, key, item}; // growing frees the cells in which these may lie
+    const Pair pair = {key, item}; // growing frees the cells in which these may lie
     if (size_ < 2 * (count_ + 1)) double_size();
     fill(cell_to_put(pair.key), pair);
 }
@@ -245,10 +250,10 @@ bool Hash_Table<K, V>::is_found_again(const K& key) const {
 template<class K, class V>
 int Hash_Table<K, V>::index_of(const K& key, unsigned int hash) const {
     int cell = home(hash);
-    if (!pairs_[cell].state || is_equal(pairs_[cell].key, key)) return cell;
+    if (!is_taken(cell) || is_equal(pairs_[cell].key, key)) return cell;
     if (is_found_again(key)) return found_index_;
     do cell = next(cell);
-    while (pairs_[cell].state && !is_equal(pairs_[cell].key, key));
+    while (is_taken(cell) && !is_equal(pairs_[cell].key, key));
     return cell;
 }
 
@@ -264,12 +269,12 @@ template<class K, class V>
 int Hash_Table<K, V>::cell_of_other(const K& key, unsigned int hash) const {
     if (!index_.is_used()) {
         const int cell = index_of(key, hash);
-        return pairs_[cell].state ? cell : Hash_Index::absent;
+        return is_taken(cell) ? cell : Hash_Index::absent;
     }
     if (is_found_again(key)) {
-        const Pair& first = pairs_[home(hash)];
-        if (!first.state) return Hash_Index::absent;
-        return key_equal_(first.key, key) ? home(hash) : found_index_;
+        const int first = home(hash);
+        if (!index_.is_taken(first)) return Hash_Index::absent;
+        return key_equal_(pairs_[first].key, key) ? first : found_index_;
     }
     return index_.find(hash, [&](int i) { return key_equal_(pairs_[i].key, key); });
 }
@@ -278,7 +283,7 @@ int Hash_Table<K, V>::cell_of_other(const K& key, unsigned int hash) const {
 template<class K, class V>
 inline int Hash_Table<K, V>::new_cell(unsigned int hash) {
     ++count_;
-    return index_.take(hash, hash_in());
+    return index_.take(hash);
 }
 
 // Where to fill in the key, which is counted if it is new. Requires: cells.
@@ -287,7 +292,8 @@ inline int Hash_Table<K, V>::cell_to_put(const K& key) {
     const unsigned int hash = hash_of(key);
     if (!index_.is_used()) {
         const int cell = index_of(key, hash);
-        count_ += 1 - pairs_[cell].state;
+        count_ += !is_taken(cell);
+        few_taken_ |= std::uint64_t{1} << cell;
         return cell;
     }
     const int cell = cell_of(key, hash);
@@ -296,14 +302,13 @@ inline int Hash_Table<K, V>::cell_to_put(const K& key) {
 
 // The first taken cell from `from` on; the size if there is none.
 template<class K, class V>
-inline int Hash_Table<K, V>::next_taken(const Pair* pairs, int size, const Hash_Index& index,
-                                        int from) {
-    if (!index.is_used()) {
-        while (from < size && !pairs[from].state) ++from;
-        return from;
+inline int Hash_Table<K, V>::next_taken(int from) const {
+    if (!index_.is_used()) {
+        const std::uint64_t rest = from < size_ ? few_taken_ >> from << from : 0;
+        return rest != 0 ? std::countr_zero(rest) : size_;
     }
-    const int cell = index.next_taken(from);
-    return cell < size - 1 ? cell : size;
+    const int cell = index_.next_taken(from);
+    return cell < size_ - 1 ? cell : size_;
 }
 
 template<class K, class V>
@@ -328,19 +333,24 @@ void Hash_Table<K, V>::remove(const K& key) {
     --count_;
     clear_found();
     const int all = modulus() - 1;
+    const Hash_Index::Tags tags = index_.tags();
+    const auto has_tag = [tags](int i) { return tags.is_taken(i); };
     if (!index_.is_used()) {
-        clear(close_run(cell, all, [](unsigned int, int, int) {}));
+        const int free = close_run(
+            cell, all, [this](int i) { return is_taken(i); }, [](unsigned int, int, int) {});
+        clear(free);
+        few_taken_ &= ~(std::uint64_t{1} << free);
     } else if (!index_.has_far()) {
-        const int free = close_run(cell, index_.reach(), [this](unsigned int, int from, int to) {
-            index_.move_near(from, to);
-        });
+        const int free = close_run(cell, index_.reach(), has_tag,
+                                   [tags](unsigned int, int from, int to) { tags.move(from, to); });
         clear(free);
         index_.free_cell(free);
     } else {
         bool were_known = index_.forget(hash, cell, hash_in());
-        const int free = close_run(cell, index_.reach(), [&](unsigned int moved, int from, int to) {
-            were_known &= index_.move(moved, from, to, hash_in());
-        });
+        const int free =
+            close_run(cell, index_.reach(), has_tag, [&](unsigned int moved, int from, int to) {
+                were_known &= index_.move(moved, from, to, hash_in());
+            });
         clear(free);
         index_.free_cell(free);
         // Keys that broke the rules and changed their hash may be lost; but an entry
@@ -354,8 +364,8 @@ void Hash_Table<K, V>::remove(const K& key) {
 // farther than `reach` from home. will_move(hash, from, to) is called before
 // each move.
 template<class K, class V>
-template<class Will_Move>
-int Hash_Table<K, V>::close_run(int hole, int reach, Will_Move will_move) {
+template<class Is_Taken, class Will_Move>
+int Hash_Table<K, V>::close_run(int hole, int reach, Is_Taken is_taken, Will_Move will_move) {
     Pair* const pairs = pairs_;
     const auto mask = static_cast<unsigned int>(modulus() - 1);
     const Hash given_hash = hash_;
@@ -363,7 +373,7 @@ int Hash_Table<K, V>::close_run(int hole, int reach, Will_Move will_move) {
     auto cell = static_cast<unsigned int>(hole);
     for (unsigned int from_hole = 1; from_hole <= static_cast<unsigned int>(reach); ++from_hole) {
         cell = (cell + 1) & mask;
-        if (!pairs[cell].state) break;
+        if (!is_taken(static_cast<int>(cell))) break;
         const K& key = pairs[cell].key;
         const unsigned int hash = is_default ? default_hash(key) : given_hash(key);
         if (((cell - hash) & mask) < from_hole) continue;
@@ -380,6 +390,7 @@ void Hash_Table<K, V>::wipe_out() {
     if (size_ == 0) return;
     std::memset(static_cast<void*>(pairs_), 0, static_cast<std::size_t>(size_) * sizeof(Pair));
     if (index_.is_used()) index_.clear();
+    few_taken_ = 0;
     count_ = 0;
     clear_found();
 }
@@ -390,6 +401,7 @@ void Hash_Table<K, V>::make_cells(int size) {
     pairs_ = static_cast<Pair*>(
         ::operator new[](static_cast<std::size_t>(size) * sizeof(Pair), std_gc)); // reads as zero
     size_ = size;
+    few_taken_ = 0;
     if (modulus() >= Hash_Index::least_modulus) index_.make(modulus());
     count_ = 0;
     clear_found();
@@ -404,13 +416,15 @@ void Hash_Table<K, V>::double_size() {
     if (modulus() > Hash_Index::greatest_modulus / 2) {
         std_assert(-1, "Hash_Table: more keys than cells can be counted", __FILE__, __LINE__);
     }
-    const int old_size = size_, old_count = count_;
+    const int old_count = count_;
     Pair* const old_pairs = pairs_;
+    std::uint64_t few = few_taken_;
     Hash_Index old_index = index_;
     make_cells(2 * modulus() + 1);
     if (!old_index.is_used()) {
-        for (int i = 0; i < old_size; ++i) {
-            if (old_pairs[i].state) fill(cell_to_put(old_pairs[i].key), old_pairs[i]);
+        for (; few != 0; few &= few - 1) {
+            const Pair& pair = old_pairs[std::countr_zero(few)];
+            fill(cell_to_put(pair.key), pair);
         }
     } else if (has_default_equal()) {
         // Keys that are equal as words have become one long ago: nobody asks.
@@ -419,10 +433,10 @@ void Hash_Table<K, V>::double_size() {
         const auto move = [=](int from, int to) { pairs[to] = old_pairs[from]; };
         if (hash == &default_hash)
             index_.take_all(
-                old_index, [=](int i) { return default_hash(old_pairs[i].key); }, move, hash_in());
+                old_index, [=](int i) { return default_hash(old_pairs[i].key); }, move);
         else
             index_.take_all(
-                old_index, [=](int i) { return hash(old_pairs[i].key); }, move, hash_in());
+                old_index, [=](int i) { return hash(old_pairs[i].key); }, move);
         count_ = old_count;
     } else {
         // Others, such as those within a tolerance, may become equal only now.
