@@ -12,6 +12,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <type_traits>
 #include <unistd.h>
 
 #include "bench/machine.h"
@@ -71,6 +72,7 @@ static Figures run_tool(int spheres, const char* path, const char* name) {
     World world;
     const double start = seconds_now();
     maker.check_parameters();
+    if (std::is_same_v<World, WDB_Database>) maker.make_room();
     initialize_quietly(maker);
     const double meshes = seconds_now();
     Gap_List<WDB_Node*> nodes;

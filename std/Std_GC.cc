@@ -216,6 +216,12 @@ void Std_Heap_Watch::collect_if_grown() const {
     if (GC_get_heap_size() != size_) GC_gcollect();
 }
 
+void std_expect(std::size_t bytes) {
+    Std_Collector::meet();
+    const std::size_t free_bytes = GC_get_free_bytes();
+    if (bytes > free_bytes) GC_expand_hp(bytes - free_bytes);
+}
+
 STD_TMP_ALLOC_POOL_T* std_get_placement(const void* p) {
     if (STD_TMP_ALLOC_POOL_T* const pool = std_tmp_pool_of(p)) return pool;
     Std_Collector::meet();

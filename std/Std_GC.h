@@ -90,6 +90,11 @@ private:
     std::size_t size_;
 };
 
+// For programs that know how much they are about to keep: takes address space for that many bytes
+// at once, so that no collection interrupts the work and finds nothing. Memory is only taken as it
+// comes into use, and what is too much to be had is left alone.
+void std_expect(std::size_t bytes);
+
 // The placement in which the object at `p` allocates its parts: the pool that holds it, else GC.
 STD_TMP_ALLOC_POOL_T* std_get_subobject_placement(const void* p);
 

@@ -12,6 +12,7 @@
 #include "math/Homogeneous.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
+#include "std/Std_GC.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Node.h"
@@ -235,6 +236,15 @@ void Sphere_World::check_parameters() const {
                           "and %.0f MB of spheres, with %.0f MB of memory available",
                           meshes / mega, pool / mega, spheres / mega, available / mega),
                __FILE__, __LINE__);
+}
+
+// What one object keeps once the world is built and saved, in bytes: half of its highest cost, for
+// tables are seldom full.
+static const double kept_per_sphere = 560;
+
+void Sphere_World::make_room() const {
+    if (n_spheres < 1) return;
+    std_expect(static_cast<std::size_t>(n_spheres * kept_per_sphere + bytes_of_meshes()));
 }
 
 double Sphere_World::spheres_per_edge() const {

@@ -33,6 +33,9 @@ public:
     // there is too little memory.
     void check_parameters() const;
 
+    // Takes address space for the world, so that no collection comes while it is built.
+    void make_room() const;
+
     // Make what the spheres share. Each mesh is told on the standard output.
     void initialize_materials(int count);
     void initialize_lod(int levels, int tessellation);

@@ -65,6 +65,7 @@ int main(int argc, char** argv) {
     Sphere_World spheres;
     retrieve_arguments(argc, argv, spheres);
     spheres.check_parameters();
+    spheres.make_room();
     spheres.initialize_materials(spheres.n_materials);
     spheres.initialize_lod(spheres.n_lod, spheres.n_tess);
     spheres.place_spheres(world);
