@@ -1,7 +1,6 @@
 #include "wdb/wdb_save.h"
 
 #include <cerrno>
-#include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -9,7 +8,6 @@
 #include <string>
 #include <unistd.h>
 
-#include "base/Hash_Set.h"
 #include "base/Hash_Table.h"
 #include "images/PX_Map.h"
 #include "std/Std_Assert.h"
@@ -18,7 +16,7 @@
 #include "std/Std_Output_File.h"
 #include "std/Std_URL.h"
 #include "wdb/Scene_Buffer.h"
-#include "wdb/Secret_Hash.h"
+#include "wdb/Scene_Names.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
@@ -72,9 +70,6 @@ public:
 private:
     bool is_saved(const WDB_Obj* obj);
     const char* saved_name(const WDB_Obj* obj);
-    bool is_new_name(const char* name);
-    const char* unused_numbered_name(const char* base);
-    const char* unused_name(const WDB_Obj* obj);
     const char* begin_object(const WDB_Obj* obj);
     const char* register_saved(const WDB_Obj* obj);
     const char* register_node(const WDB_Node* node);
@@ -108,8 +103,7 @@ private:
     const char* path = nullptr; // of the scene
     Scene_Buffer out;
     Hash_Table<WDB_Obj*, const char*> saved_objects;
-    Hash_Set<const char*> saved_names{name_hash, name_equal};
-    int anonymous_count = 0;
+    Scene_Names saved_names;
     int camera_count = 0;
     int light_count = 0;
     int shape_count = 0;
@@ -141,54 +135,21 @@ const char* Scene_Writer::saved_name(const WDB_Obj* obj) {
     return *saved_objects.found_item();
 }
 
-// "base_number" in pointer-free collected memory, exactly long enough: a cut name would never
-// become unique.
-static const char* numbered_name(const char* base, int number) {
-    char digits[12];
-    const char* const end = std::to_chars(digits, digits + sizeof digits, number).ptr;
-    const std::size_t base_length = std::strlen(base);
-    const std::size_t digit_count = static_cast<std::size_t>(end - digits);
-    char* const name = new (GCAtomic) char[base_length + 1 + digit_count + 1];
-    std::memcpy(name, base, base_length);
-    name[base_length] = '_';
-    std::memcpy(name + base_length + 1, digits, digit_count);
-    return name; // the memory is zero behind the digits
-}
-
-// Enters a name. False if it was there: then the table has only changed which of the equal texts it
-// holds.
-bool Scene_Writer::is_new_name(const char* name) {
-    const int before = saved_names.count();
-    saved_names.put(name);
-    return saved_names.count() != before;
-}
-
-// The counter never goes back, so that many objects of one name do not try the same numbers again.
-const char* Scene_Writer::unused_numbered_name(const char* base) {
-    for (;;) {
-        const char* const candidate = numbered_name(base, ++anonymous_count);
-        if (is_new_name(candidate)) return candidate;
-    }
-}
-
-const char* Scene_Writer::unused_name(const WDB_Obj* obj) {
-    const char* const name = obj->get_name();
-    if (!name) return unused_numbered_name(obj->get_dynamic_class_name());
-    return is_new_name(name) ? name : unused_numbered_name(name);
-}
-
-// Gives `obj` a name that this file does not hold yet, and returns it.
+// Gives `obj` a name that this file does not hold yet.
+// Lifetime of the name: to the next object.
 const char* Scene_Writer::begin_object(const WDB_Obj* obj) {
     object = obj;
-    object_name = unused_name(obj);
+    object_name = obj->get_name() ? saved_names.unused(obj->get_name())
+                                  : saved_names.unused_numbered(obj->get_dynamic_class_name());
     check_name(object_name);
     return object_name;
 }
 
 const char* Scene_Writer::register_saved(const WDB_Obj* obj) {
-    const char* const name = begin_object(obj);
-    saved_objects.put(name, const_cast<WDB_Obj*>(obj));
-    return name;
+    begin_object(obj);
+    if (object_name != obj->get_name()) object_name = str_new(object_name);
+    saved_objects.put(object_name, const_cast<WDB_Obj*>(obj));
+    return object_name;
 }
 
 // Shapes, of which a world may have millions, are not kept: they come last and each once, and
@@ -208,7 +169,7 @@ void Scene_Writer::warn_unreadable(const char* why) {
 }
 
 void Scene_Writer::check_name(const char* name) {
-    const std::size_t length = std::strspn(name, WDB_Lex_Context::NAME_SET);
+    const std::size_t length = scene_name_length(name);
     if (length == 0 || name[length] != '\0') {
         warn_unreadable("its name holds other signs than names do");
     } else if (length > WDB_Lex_Context::LONGEST_NAME) {

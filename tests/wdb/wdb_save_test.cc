@@ -44,7 +44,8 @@ TEST_F(Wdb_Save, unique_names) {
     third->insert_lod(new Odd_Geometry, 1);
     world->put(third);
     world->put(node_named("S", list, m2));
-    world->put(node_named("S_5", list, nullptr));
+    for (const char* name : {"S_5", "S_04", "T_4", "T", "T", "S"})
+        world->put(node_named(name, list, nullptr));
     EXPECT_EQ(skeleton(saved(world)),
               "Material WDB_Obj {\nTriangleList WDB_Obj_1 {\n"
               "Node S_3 {\n  Material WDB_Obj\n  Geometry  WDB_Obj_1\n"
@@ -53,8 +54,11 @@ TEST_F(Wdb_Save, unique_names) {
               "!!! Unable to save geometry WDB_Obj of class Odd_Geometry\n"
               "Node S_4 {\n  Material WDB_Obj\n  Geometry  WDB_Obj_1 WDB_Obj_3\n"
               "Node S_5 {\n  Material WDB_Obj_2\n  Geometry  WDB_Obj_1\n"
-              "Node S_5_6 {\n  Geometry  WDB_Obj_1\n");
-    EXPECT_EQ(reports, "Saving S_3...\nSaving S...\nSaving S...\nSaving S...\nSaving S_5...\n");
+              "Node S_5_6 {\n  Geometry  WDB_Obj_1\nNode S_04 {\n  Geometry  WDB_Obj_1\n"
+              "Node T_4 {\n  Geometry  WDB_Obj_1\nNode T {\n  Geometry  WDB_Obj_1\n"
+              "Node T_7 {\n  Geometry  WDB_Obj_1\nNode S_8 {\n  Geometry  WDB_Obj_1\n");
+    EXPECT_EQ(reports.substr(0, 64),
+              "Saving S_3...\nSaving S...\nSaving S...\nSaving S...\nSaving S_5...\n");
 }
 
 TEST_F(Wdb_Save, long_names_are_not_cut) {
