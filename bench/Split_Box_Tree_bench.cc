@@ -105,6 +105,7 @@ struct World {
     void fill_tree() {
         tree.wipe_out();
         for (std::size_t i = 0; i < boxes.size(); ++i) tree.put(static_cast<int>(i) + 1, boxes[i]);
+        tree.get_contents_bbox(); // what was put waits for somebody who looks at places
     }
     void fill_plain() {
         plain.wipe_out();

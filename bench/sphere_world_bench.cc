@@ -1,7 +1,8 @@
 // The whole tool as the number of spheres grows: seconds for meshes, placing, filing and writing,
 // against the same steps done plainly (the tree of cells as it is defined, fprintf), and the peak
 // of memory. Each world is built in a process of its own, so that its peak is its own; both ways
-// take turns, the best round of each counts, and their files must be equal.
+// take turns, the best round of each counts, and their files must be equal. No file is there before:
+// ours brings one that replaces another to the disk first, which takes as long as the disk does.
 //
 //     sphere_world_bench [spheres...]          // 10000, 100000 and 1000000 if none are given
 #include <algorithm>
@@ -113,8 +114,9 @@ static void print_row(int spheres) {
     if (!mkdtemp(folder.data())) exit(1);
     const std::string ours_to = folder + "/ours.3d", plain_to = folder + "/plain.3d";
     const double without_spheres = run_aside<WDB_Database>(0, ours_to, ours_to).peak;
-    Figures ours, plain;
+    Figures ours = {}, plain = {};
     for (int i = 0; i < rounds; ++i) {
+        for (const std::string& file : {ours_to, plain_to}) std::filesystem::remove(file);
         const Figures a = run_aside<Plain_World>(spheres, plain_to, ours_to);
         const Figures b = run_aside<WDB_Database>(spheres, ours_to, ours_to);
         if (i == 0 || a.all() < plain.all()) plain = a;

@@ -180,7 +180,7 @@ static double load_aside(const std::string& path, double* peak_megabytes) {
     const pid_t child = fork();
     if (child == 0) {
         const auto start = std::chrono::steady_clock::now();
-        wdb_load(path.c_str(), nullptr);
+        wdb_load(path.c_str(), nullptr)->get_bbox(); // nodes are filed when somebody looks
         const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
         const double seconds = spent.count();
         _exit(write(ends[1], &seconds, sizeof seconds) > 0 ? 0 : 1);

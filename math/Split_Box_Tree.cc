@@ -1,6 +1,11 @@
 // How items are filed: an item stands once in an index, which finds it by place, and once in
 // slots_, the order of arrival. The tree of cells is there for the order of walks alone: see
 // math/Split_Box_Tree_walks.cc.
+//
+// What is put waits in slots_ until somebody looks. Then a first lot of items is counted in the
+// cells all at once, which comes out as if they had come one by one: a cell divides once more than
+// the limit have reached it, in whatever order, as long as none goes. And worlds that are only
+// built and saved never need the indices.
 #include "math/Split_Box_Tree.h"
 
 #include <algorithm>
@@ -20,7 +25,7 @@ BSplit_Box_Tree::BSplit_Box_Tree(int split_into_n, int max_level, int items_limi
                                  const Bbox& bounds)
     : cells_(split_into_n, max_level, items_limit, bounds), index_{Box_Index(bounds, false),
                                                                    Box_Index(bounds, true)},
-      scratch_(nullptr), depth_(0), literal_contents_valid_(false) {}
+      in_cells_(0), by_place_(0), scratch_(nullptr), depth_(0), literal_contents_valid_(false) {}
 
 // Below this many, free slots do not matter.
 static const std::size_t few_slots = 64;
@@ -52,7 +57,54 @@ void BSplit_Box_Tree::put(SUniv* item, const Bbox& box) {
     slot_of_.put(item, slot);
     if (!scratch_) scratch_ = new (std_get_subobject_placement(this)) Scratch;
     reserve_scratch(scratch_);
-    file(slot);
+    // The first division is to abort for other counts, here and not in a walk.
+    const int parts = cells_.get_split_count();
+    if (parts != 2 && parts != 8) settle();
+}
+
+void BSplit_Box_Tree::settle() const {
+    settle_order();
+    const_cast<BSplit_Box_Tree*>(this)->file_by_place();
+}
+
+void BSplit_Box_Tree::file_in_cells() {
+    if (in_cells_ == slots_.count() || file_all_in_cells()) return;
+    file_by_place(); // the division of a cell asks who is there
+    while (in_cells_ < slots_.count()) {
+        file(in_cells_++);
+        ++by_place_;
+    }
+}
+
+// False if they are to come one by one.
+bool BSplit_Box_Tree::file_all_in_cells() {
+    const int parts = cells_.get_split_count();
+    if (!cells_.is_untouched() || (parts != 2 && parts != 8)) return false;
+    std::uint32_t* const first = scratch_->list.cells();
+    std::uint32_t* last = first;
+    std::ptrdiff_t large_count = 0;
+    for (std::uint32_t slot = in_cells_; slot < slots_.count(); ++slot) {
+        if (slots_[slot].where == odd_) return false;
+        if (slots_[slot].where == large_) ++large_count;
+        if (slots_[slot].where <= large_) *last++ = slot;
+    }
+    // Each reaches a thousand cells, or many more.
+    if (large_count > (last - first) / 1024) return false;
+    const auto box_of = [this](std::uint32_t slot) -> const Bbox& { return slots_[slot].box; };
+    if (!cells_.add_all(first, last, box_of)) return false;
+    for (; in_cells_ < slots_.count(); ++in_cells_) {
+        Slot& slot = slots_[in_cells_];
+        if (slot.where <= large_ && cells_.is_keyed())
+            slot.home = cells_.first_leaf(slot.box.min, cells_.root());
+    }
+    return true;
+}
+
+void BSplit_Box_Tree::file_by_place() {
+    for (; by_place_ < in_cells_; ++by_place_) {
+        const Slot& slot = slots_[by_place_];
+        if (slot.where <= large_) index_[slot.where].put(by_place_, slot.box);
+    }
 }
 
 void BSplit_Box_Tree::file(std::uint32_t slot) {
@@ -77,7 +129,8 @@ void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf) {
     for (const Box_Index& index : index_) index.collect(Box_Probe(leaf.box), take);
     for (std::size_t i = 0; i < odd_slots_.count(); ++i)
         if (leaf.box.is_overlapping(slots_[odd_slots_[i]].box)) take(odd_slots_[i]);
-    cells_.divide(leaf, first, last, [this](std::uint32_t slot) { return slots_[slot].box; });
+    cells_.divide(leaf, first, last,
+                  [this](std::uint32_t slot) -> const Bbox& { return slots_[slot].box; });
     if (!cells_.is_keyed()) return;
     // An item is reported in the first leaf that it reaches. Where that leaf was the divided one,
     // it is now one of its children.
@@ -89,6 +142,7 @@ void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf) {
 }
 
 void BSplit_Box_Tree::take_out(std::uint32_t slot) {
+    settle();
     Slot& from = slots_[slot];
     if (from.where == odd_) {
         // The last takes the place that becomes free.
@@ -115,6 +169,7 @@ void BSplit_Box_Tree::remove(SUniv* item) {
 // Moves the slots that are taken to the front, once they are less than half.
 void BSplit_Box_Tree::close_up() {
     if (slots_.count() < 2 * static_cast<std::size_t>(count()) + few_slots) return;
+    settle();
     std::uint32_t to = 0;
     for (std::uint32_t from = 0; from < slots_.count(); ++from) {
         Slot& slot = slots_[from];
@@ -125,12 +180,14 @@ void BSplit_Box_Tree::close_up() {
         slots_[to++] = slot;
     }
     slots_.resize(to);
+    in_cells_ = by_place_ = to;
 }
 
 void BSplit_Box_Tree::wipe_out() {
     literal_contents_valid_ = false;
     slot_of_.wipe_out();
     slots_.wipe_out();
+    in_cells_ = by_place_ = 0;
     odd_slots_.wipe_out();
     for (Box_Index& index : index_) index.wipe_out();
     cells_.wipe_out();
@@ -199,6 +256,7 @@ float BSplit_Box_Tree::zero_of_contents(int side, int axis) const {
 }
 
 Bbox BSplit_Box_Tree::get_contents_bbox() const {
+    settle();
     Bbox contents;
     contents.clear();
     if (odd_slots_.count() > 0) return literal_contents();

@@ -15,11 +15,12 @@
 //
 // Order of a walk: depth first, children in order, entries of a leaf in the order of their arrival.
 // It does not depend on addresses. A callback must not put or remove; it may start another walk
-// over the same tree. Walks allocate nothing, but for the first time that they stand one in the
-// other.
+// over the same tree. Walks allocate nothing, but for the first one after a put and the first time
+// that they stand one in the other.
 //
 // Cost: put, remove and the walks take time in proportion to the logarithm of the count and to what
-// they find, however large the boxes are and wherever they crowd. A walk finds all before it
+// they find, however large the boxes are and wherever they crowd. What is put is filed when
+// somebody looks, as far as he looks: a walk over all needs no place. A walk finds all before it
 // reports the first. Boxes with a NaN or with min above max are looked at one by one.
 #ifndef MATH_SPLIT_BOX_TREE_H
 #define MATH_SPLIT_BOX_TREE_H
@@ -105,6 +106,11 @@ private:
     static constexpr std::uint32_t small_ = 0, large_ = 1, odd_ = 2, outside_ = 3, free_ = 4;
 
     std::uint32_t kind_of(const Bbox& box) const;
+    void settle_order() const { const_cast<BSplit_Box_Tree*>(this)->file_in_cells(); }
+    void settle() const;
+    void file_in_cells();
+    bool file_all_in_cells();
+    void file_by_place();
     void file(std::uint32_t slot);
     void take_out(std::uint32_t slot);
     void divide(const Box_Cells::Cell& leaf);
@@ -132,6 +138,7 @@ private:
     Box_Cells cells_;
     Box_Index index_[2]; // of small boxes and of large ones
     Plain_Array<Slot> slots_;
+    std::uint32_t in_cells_, by_place_; // so many slots are filed; never fewer in cells
     Plain_Array<std::uint32_t> odd_slots_;
     Slot_Table slot_of_;
     Scratch* scratch_;

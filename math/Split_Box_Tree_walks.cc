@@ -230,6 +230,7 @@ private:
 template<class Query, class Collect>
 bool BSplit_Box_Tree::walk(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn,
                            Collect collect) const {
+    settle();
     if (reaching_count() == 0) return false;
     const Walk_Scratch scratch(*this);
     collect((*scratch).found);
@@ -250,7 +251,8 @@ bool BSplit_Box_Tree::walk_all(SUniv* user, BSplit_Box_Tree_Apply fn) const {
 }
 
 bool BSplit_Box_Tree::apply(SUniv* user, BSplit_Box_Tree_Apply fn) const {
-    if (reaching_count() == 0) return false;
+    if (slots_.count() == 0) return false;
+    settle_order();
     if (is_plain()) return walk_all(user, fn);
     return walk(user, Everything(), fn, [this](Slot_Set& found) { collect_all(found); });
 }
@@ -355,6 +357,7 @@ private:
 };
 
 bool BSplit_Box_Tree::apply(SUniv* user, const Bbox& query, BSplit_Box_Tree_Apply fn) const {
+    settle();
     if (reaching_count() == 0) return false;
     if (!query.is_ordered())
         return walk(user, In_Box{query}, fn, [this](Slot_Set& found) { collect_all(found); });
