@@ -1,78 +1,22 @@
 #include "wdb/WDB_Lex_Context.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
 #include <strings.h>
-#include <unistd.h>
 
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
-#include "std/Std_Descriptor.h"
-#include "std/Std_Shell.h"
 #include "std/Std_URL.h"
 #include "wdb/Scene_Forms.h"
+#include "wdb/Scene_Input.h"
+#include "wdb/Vrml_Document.h"
 
 static void tell(const char* message) {
     std_assert(0, message, __FILE__, __LINE__);
 }
 
 using namespace scene_forms;
-
-// The bytes of the file, in blocks. The stream's own buffer stays unused: each physical line would
-// be copied once more on its way through it. Pointer-free memory: the context holds the URL, too.
-struct WDB_Lex_Context::Input {
-    static constexpr std::size_t block_size = 256 * 1024;
-
-    // From the converter's output if there is one, or else from the document.
-    Input(Std_URL* u, std::FILE* c) : url(u), converted(c) {}
-
-    std::size_t left() const { return end - start; }
-
-    // Moves what is left to the front and reads behind it. False at the end of the file.
-    bool refill() {
-        std::memmove(block, block + start, left());
-        end -= start;
-        start = 0;
-        const std::size_t got = more(block + end, block_size - end);
-        end += got;
-        block[end] = '\0'; // where any scan ends
-        return got > 0;
-    }
-
-    std::size_t more(char* to, std::size_t count) {
-        if (!converted) return url->read(to, count);
-        ssize_t got;
-        do got = ::read(fileno(converted), to, count);
-        while (got < 0 && errno == EINTR);
-        return got > 0 ? static_cast<std::size_t>(got) : 0;
-    }
-
-    // One physical line as fgets reads it: at most LONGEST_LINE characters, with its line feed if
-    // that is among them. False at the end of the file.
-    // Lifetime: until the next call.
-    bool get(const char** line, std::size_t* length) {
-        const char* feed;
-        std::size_t seen = 0;
-        for (;;) {
-            const std::size_t window = std::min<std::size_t>(left(), LONGEST_LINE);
-            // Only in what has come since: with many short reads the whole would be quadratic.
-            feed = static_cast<const char*>(std::memchr(block + start + seen, '\n', window - seen));
-            seen = window;
-            if (feed || window == LONGEST_LINE || !refill()) break;
-        }
-        *line = block + start;
-        *length = feed ? static_cast<std::size_t>(feed + 1 - *line) : seen;
-        start += *length;
-        return *length > 0;
-    }
-
-    Std_URL* url;
-    std::FILE* converted;
-    std::size_t start = 0, end = 0;
-    char block[block_size + 1 + STD_SCAN_MARGIN];
-};
 
 WDB_Lex_Context::WDB_Lex_Context(Std_URL* url, Std_URL* base)
     : last_reference_count_(0), last_float_(0), last_frame_(HFrame::identity()),
@@ -93,8 +37,7 @@ void WDB_Lex_Context::open(Std_URL* url, Std_URL* base) {
     error_count_ = 0;
     input_ = nullptr;
     is_generated_ = has_end_mark_ = false;
-    line_length_ = 0;
-    current_line_[0] = '\0';
+    clear_line();
     if (!url->is_valid() || url->is_open()) {
         tell_error("Invalid URL");
         return;
@@ -108,8 +51,7 @@ bool WDB_Lex_Context::is_open() const {
 }
 
 void WDB_Lex_Context::close() {
-    line_length_ = 0;
-    current_line_[0] = '\0';
+    clear_line();
     if (const int status = converter_.finish())
         tell_error(str_format("[%s-%d]: Error - conversion failed with status %d",
                               url_->get_url_string().chars(), line_number_, status));
@@ -139,38 +81,48 @@ bool WDB_Lex_Context::append(const char* text, std::size_t length) {
     return true;
 }
 
-// A comment is noted for what is_cut asks, all else forgotten.
-void WDB_Lex_Context::drop_line() {
-    if (current_line_[0] == '#' && std::strcmp(current_line_, "# -- End of file") == 0)
-        has_end_mark_ = true;
+void WDB_Lex_Context::clear_line() {
     line_length_ = 0;
     current_line_[0] = '\0';
 }
 
-void WDB_Lex_Context::next_line() {
-    bool fits = true;
-    line_length_ = 0;
-    current_line_[0] = '\0';
+// A comment is noted for what is_cut asks, all else forgotten.
+void WDB_Lex_Context::drop_line() {
+    if (current_line_[0] == '#' && std::strcmp(current_line_, "# -- End of file") == 0)
+        has_end_mark_ = true;
+    clear_line();
+}
+
+// Joins physical lines up to one that does not go on; a joined line that does not fit stays as far
+// as it did. False if the file ends first.
+bool WDB_Lex_Context::join_lines(bool* fits) {
+    *fits = true;
+    clear_line();
     for (;;) {
         const char* piece;
         std::size_t length;
         // Stays at the top: a stream may go on for ever.
         if (line_number_ < INT_MAX) ++line_number_;
-        if (!input_ || !input_->get(&piece, &length)) break;
+        if (!input_ || !input_->get_line(LONGEST_LINE, &piece, &length)) return false;
         trim(&piece, &length);
-        if (fits) fits = append(piece, length);
+        if (*fits) *fits = append(piece, length);
         // Of a line that is too long only its end counts, to find the one behind it.
-        const bool continues = fits ? line_length_ > 0 && current_line_[line_length_ - 1] == '\\'
-                                    : length > 0 && piece[length - 1] == '\\';
-        if (continues) {
-            if (fits) current_line_[--line_length_] = '\0';
-            continue;
-        }
-        if (!fits && current_line_[0] != '#') show_error("line too long, skipping it");
-        if (fits && line_length_ > 0 && current_line_[0] != '#') return;
-        fits = true;
+        const bool continues = *fits ? line_length_ > 0 && current_line_[line_length_ - 1] == '\\'
+                                     : length > 0 && piece[length - 1] == '\\';
+        if (!continues) return true;
+        if (*fits) current_line_[--line_length_] = '\0';
+    }
+}
+
+void WDB_Lex_Context::next_line() {
+    bool fits;
+    while (join_lines(&fits)) {
+        const bool is_comment = current_line_[0] == '#';
+        if (fits && line_length_ > 0 && !is_comment) return;
+        if (!fits && !is_comment) show_error("line too long, skipping it");
         drop_line();
     }
+    // What was still to go on when the file ended is a line, as far as it got.
     if (!fits) show_error("line too long, skipping it");
     if (!fits || current_line_[0] == '#') drop_line();
 }
@@ -186,12 +138,11 @@ void WDB_Lex_Context::first_line() {
     static const char vrml_mark[] = "#VRML";
     const std::size_t mark_length = sizeof vrml_mark - 1;
     line_number_ = 0;
-    line_length_ = 0;
-    current_line_[0] = '\0';
-    input_ = new (GCAtomic) Input(url_, nullptr);
+    clear_line();
+    input_ = new (GCAtomic) Scene_Input(url_);
     const char* piece;
     std::size_t length;
-    if (!input_->get(&piece, &length)) return;
+    if (!input_->get_line(LONGEST_LINE, &piece, &length)) return;
     if (length >= mark_length && std::memcmp(piece, vrml_mark, mark_length) == 0) {
         convert_vrml(piece, length);
         return;
@@ -201,23 +152,28 @@ void WDB_Lex_Context::first_line() {
     append(piece, length);
     is_generated_ = begins_as_generated(current_line_, line_length_);
     if (line_length_ > 0 && current_line_[line_length_ - 1] == '\\') {
-        // Unlike later lines, this one is joined with the next logical line, and not tested for a
-        // comment any more.
-        char start[LONGEST_LINE + 1];
-        const std::size_t start_length = line_length_ - 1;
-        std::memcpy(start, current_line_, start_length);
-        next_line();
-        if (start_length + line_length_ > LONGEST_LINE) {
-            show_error("line too long, skipping it");
-            next_line();
-            return;
-        }
-        std::memmove(current_line_ + start_length, current_line_, line_length_ + 1);
-        std::memcpy(current_line_, start, start_length);
-        line_length_ += start_length;
+        current_line_[--line_length_] = '\0';
+        join_next_line();
     } else if (line_length_ == 0 || current_line_[0] == '#') {
         next_line();
     }
+}
+
+// Unlike later lines, the first one is joined with the next logical line, and not tested for a
+// comment any more.
+void WDB_Lex_Context::join_next_line() {
+    char start[LONGEST_LINE + 1];
+    const std::size_t start_length = line_length_;
+    std::memcpy(start, current_line_, start_length);
+    next_line();
+    if (start_length + line_length_ > LONGEST_LINE) {
+        show_error("line too long, skipping it");
+        next_line();
+        return;
+    }
+    std::memmove(current_line_ + start_length, current_line_, line_length_ + 1);
+    std::memcpy(current_line_, start, start_length);
+    line_length_ += start_length;
 }
 
 void WDB_Lex_Context::skip_until_brace() {
@@ -351,7 +307,7 @@ bool WDB_Lex_Context::scan_triangle(const char* keyword, float scale) {
 // number, and behind it a letter.
 bool WDB_Lex_Context::scan_next_triangle(const char* keyword, float scale) {
     if (!input_) return false;
-    const char* const start = input_->block + input_->start;
+    const char* const start = input_->rest();
     const char* text = start;
     while (is_space(*text) && *text != '\n') ++text;
     const std::size_t length = std::strlen(keyword);
@@ -363,7 +319,7 @@ bool WDB_Lex_Context::scan_next_triangle(const char* keyword, float scale) {
     last_triangle_is_colored_ = s.colors != 0;
     const int lines = s.joints + 1;
     line_number_ = line_number_ < INT_MAX - lines ? line_number_ + lines : INT_MAX;
-    input_->start += static_cast<std::size_t>(end + 1 - start);
+    input_->skip(static_cast<std::size_t>(end + 1 - start));
     return true;
 }
 
@@ -435,63 +391,31 @@ void WDB_Lex_Context::drop_input() {
     input_ = nullptr;
 }
 
-bool WDB_Lex_Context::store_for_conversion(const char* first_piece, std::size_t length,
-                                           int descriptor) {
-    bool is_stored = std_write_all(descriptor, first_piece, length);
-    while (is_stored && (input_->left() > 0 || input_->refill())) {
-        is_stored = std_write_all(descriptor, input_->block + input_->start, input_->left());
-        input_->start = input_->end;
-    }
-    return is_stored && lseek(descriptor, 0, SEEK_SET) == 0;
-}
-
 void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) {
     tell("Converting from VRML");
-    const int store = std_open_nameless();
-    if (store < 0) {
+    Vrml_Document document;
+    if (!document.is_open()) {
         tell_error("Unable to open local tmp file");
         abandon();
         return;
     }
-    // The piece lies in the block that is read into next.
-    char first[LONGEST_LINE];
-    std::memcpy(first, first_piece, length);
-    const bool is_stored = store_for_conversion(first, length, store);
+    const bool is_stored = document.store(first_piece, length, *input_);
     abandon();
     if (is_stored) {
-        start_conversion(store);
+        start_conversion(document);
     } else {
         tell_error("Problem writing to tmpfile");
     }
-    ::close(store);
-    if (converter_.is_running()) next_line();
 }
 
-// Where a file may take parts from that lie beside it: nowhere, if it came from elsewhere.
-static const char* folder_of(const Std_URL* url) {
-    if (!url->is_valid() || !url->get_host().empty() || url->get_path() == "-") return "";
-    const char* const path = url->get_path();
-    const char* const slash = std::strrchr(path, '/');
-    if (!slash) return ".";
-    const std::size_t length = slash == path ? 1 : static_cast<std::size_t>(slash - path);
-    char* const folder = new (GCAtomic) char[length + 1];
-    std::memcpy(folder, path, length);
-    folder[length] = '\0';
-    return folder;
-}
-
-void WDB_Lex_Context::start_conversion(int document) {
+void WDB_Lex_Context::start_conversion(const Vrml_Document& document) {
     const char* prefix = vrml_prefix(base_url_->get_name());
     while (*prefix == ' ') ++prefix;
-    const char* const quoted_prefix = std_shell_argument(prefix);
-    const char* const quoted_folder = std_shell_argument(folder_of(url_));
-    static const char format[] = "NOLT_VRML_FOLDER=%s nolt_fromvrml -tmp %s";
-    const std::size_t size =
-        sizeof format + std::strlen(quoted_folder) + std::strlen(quoted_prefix);
-    char* const command = new (GCAtomic) char[size];
-    std::snprintf(command, size, format, quoted_folder, quoted_prefix);
-    if (std::FILE* const converted = converter_.start(command, document))
-        input_ = new (GCAtomic) Input(url_, converted);
-    else
+    std::FILE* const scene = document.convert(converter_, url_, prefix);
+    if (!scene) {
         tell_error(str_format("Unable to run nolt_fromvrml: %s", std::strerror(errno)));
+        return;
+    }
+    input_ = new (GCAtomic) Scene_Input(scene);
+    next_line();
 }

@@ -31,7 +31,9 @@
 #include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Tri_List.h"
 
+class Scene_Input;
 class Std_URL;
+class Vrml_Document;
 
 class WDB_Lex_Context {
 public:
@@ -122,18 +124,18 @@ public:
     const char* vrml_prefix(const char* name) const;
 
 private:
-    struct Input;
-
     bool accept(bool is_scanned, const char* error);
     bool scan_triangle(const char* keyword, float scale);
     bool scan_next_triangle(const char* keyword, float scale);
     bool accept_triangle(bool is_scanned);
     void tell_error(const char* message) const;
     bool append(const char* text, std::size_t length);
+    void clear_line();
     void drop_line();
+    bool join_lines(bool* fits);
+    void join_next_line();
     void convert_vrml(const char* first_piece, std::size_t length);
-    bool store_for_conversion(const char* first_piece, std::size_t length, int descriptor);
-    void start_conversion(int document);
+    void start_conversion(const Vrml_Document& document);
     void abandon();
     void drop_input();
 
@@ -158,7 +160,7 @@ private:
     std::size_t line_length_;
     mutable int error_count_;
     Std_Filter converter_;
-    Input* input_; // what was read of the file and not taken yet
+    Scene_Input* input_; // what was read of the file and not taken yet
 };
 
 // Of a run of triangles only the first is made the current line. The others are taken where they

@@ -1,0 +1,49 @@
+#include "wdb/Vrml_Document.h"
+
+#include <cstring>
+#include <unistd.h>
+
+#include "std/Std_Descriptor.h"
+#include "std/Std_Filter.h"
+#include "std/Std_GC.h"
+#include "std/Std_Shell.h"
+#include "std/Std_URL.h"
+#include "wdb/Scene_Input.h"
+
+Vrml_Document::Vrml_Document() : copy_(std_open_nameless()) {}
+
+Vrml_Document::~Vrml_Document() {
+    if (is_open()) ::close(copy_);
+}
+
+bool Vrml_Document::store(const char* line, std::size_t length, Scene_Input& rest) {
+    // The line first: it lies in the block that is read into next.
+    return std_write_all(copy_, line, length) && rest.copy_to(copy_) &&
+           lseek(copy_, 0, SEEK_SET) == 0;
+}
+
+// Where a document may take parts from that lie beside it: nowhere, if it came from elsewhere.
+static const char* folder_of(const Std_URL* url) {
+    if (!url->is_valid() || !url->get_host().empty() || url->get_path() == "-") return "";
+    const char* const path = url->get_path();
+    const char* const slash = std::strrchr(path, '/');
+    if (!slash) return ".";
+    const std::size_t length = slash == path ? 1 : static_cast<std::size_t>(slash - path);
+    char* const folder = new (GCAtomic) char[length + 1];
+    std::memcpy(folder, path, length);
+    folder[length] = '\0';
+    return folder;
+}
+
+std::FILE* Vrml_Document::convert(Std_Filter& filter, const Std_URL* url,
+                                  const char* prefix) const {
+    const char* const quoted_prefix = std_shell_argument(prefix);
+    const char* const quoted_folder = std_shell_argument(folder_of(url));
+    static const char format[] = "NOLT_VRML_FOLDER=%s nolt_fromvrml -tmp %s";
+    const std::size_t size =
+        sizeof format + std::strlen(quoted_folder) + std::strlen(quoted_prefix);
+    // str_format would cut it.
+    char* const command = new (GCAtomic) char[size];
+    std::snprintf(command, size, format, quoted_folder, quoted_prefix);
+    return filter.start(command, copy_);
+}
