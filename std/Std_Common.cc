@@ -3,10 +3,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <numbers>
 
 #include "std/Std_GC.h"
-
-static const double pi = 3.141592653589793;
 
 char* str_new(int size) {
     return new (GCAtomic) char[size > 0 ? static_cast<unsigned>(size) : 1u];
@@ -40,11 +39,11 @@ char* str_format(const char* format, ...) {
 }
 
 float deg_to_rad(float degrees) {
-    return static_cast<float>(static_cast<double>(degrees / 180.0f) * pi);
+    return static_cast<float>(static_cast<double>(degrees / 180.0f) * std::numbers::pi);
 }
 
 float rad_to_deg(float radians) {
-    return static_cast<float>((static_cast<double>(radians) / pi) * 180.0);
+    return static_cast<float>((static_cast<double>(radians) / std::numbers::pi) * 180.0);
 }
 
 void float_to_std(const void* from, void* to) {

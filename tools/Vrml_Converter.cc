@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 #include "tools/Vrml_Files.h"
 #include "tools/Vrml_Parser.h"
@@ -274,7 +275,7 @@ void Vrml_Converter::write_import(Vrml_Ref n, const Vrml_State& state) {
     out_.put("  file \"" + url + "\"\n}\n");
 }
 
-static const double degrees = 180 / 3.141592653589793;
+static const double degrees = 180 / std::numbers::pi;
 
 // The camera of a scene looks along its -z, as those of VRML do.
 void Vrml_Converter::write_camera(Vrml_Ref n, const Vrml_State& state) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 #include "tools/Vrml_Budget.h"
 #include "tools/Vrml_Report.h"
@@ -28,9 +29,8 @@ void Vrml_Normals::make(const Vrml_Face_Set& set, std::span<const Vrml_Face> fac
     measure_faces(set, faces);
     sort_corners(set, faces);
     rows_.assign(set.coord_index.size(), FLAT);
-    const double pi = 3.141592653589793;
     const auto least_cosine =
-        static_cast<float>(set.crease_angle < pi ? std::cos(set.crease_angle) : -2);
+        static_cast<float>(set.crease_angle < std::numbers::pi ? std::cos(set.crease_angle) : -2);
     bool is_crowded = false;
     for (std::size_t i = 0; i + 1 < starts_.size(); ++i) {
         const std::span<const std::uint32_t> around(corners_.data() + starts_[i],

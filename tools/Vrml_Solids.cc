@@ -1,11 +1,13 @@
 #include "tools/Vrml_Solids.h"
 
 #include <cmath>
+#include <numbers>
 #include <span>
 
 #include "tools/Vrml_Writer.h"
 
-static const double pi = 3.141592653589793;
+using std::numbers::pi;
+
 static const int strips = 24; // around all that is round
 
 struct Vrml_Solids::Corner {
