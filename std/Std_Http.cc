@@ -17,15 +17,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Limits.h"
+#include "std/Std_Report.h"
 #include "std/Std_URL.h"
-
-static void tell(const char* message) {
-    std_assert(0, message, __FILE__, __LINE__);
-}
 
 static double now() {
     return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
@@ -122,24 +118,24 @@ int Exchange::connect_once(const sockaddr_in& name) {
 bool Exchange::connect() {
     socket_ = std_above_standard(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (socket_ < 0) {
-        tell("Unable to open socket");
+        std_tell("Unable to open socket");
         return false;
     }
     const int port = url_.get_port();
-    tell(str_format("Connecting to host %s:%d", url_.get_host().chars(), port));
+    std_tell(str_format("Connecting to host %s:%d", url_.get_host().chars(), port));
     sockaddr_in name = {};
     name.sin_family = AF_INET;
     name.sin_port = htons(static_cast<std::uint16_t>(port));
     if (!find_address(url_.get_host(), name.sin_addr)) {
-        tell("Unable to get host address by name");
+        std_tell("Unable to get host address by name");
         return false;
     }
     int error = port < 0 || port > USHRT_MAX ? EINVAL : connect_once(name);
     if (error == ETIMEDOUT && now() < end_of_time()) {
-        tell("Retrying...");
+        std_tell("Retrying...");
         error = connect_once(name);
     }
-    if (error) tell(str_format("Unable to connect to host: %s", std::strerror(error)));
+    if (error) std_tell(str_format("Unable to connect to host: %s", std::strerror(error)));
     return !error;
 }
 
@@ -165,7 +161,7 @@ int Exchange::wait_for_answer() {
     shutdown(socket_, SHUT_WR);
     ready = wait(POLLIN, begin + longest_silence_);
     if (ready != 0 || now() >= end_of_time()) return ready;
-    tell("Retrying...");
+    std_tell("Retrying...");
     return wait(POLLIN, now() + longest_silence_);
 }
 
@@ -173,23 +169,23 @@ bool Exchange::request() {
     const char* const path = url_.get_path();
     if (std::strpbrk(path, "\r\n")) {
         // It would end the request and begin another one.
-        tell("Line feed in HTTP request");
+        std_tell("Line feed in HTTP request");
         return false;
     }
-    tell(str_format("Sending HTTP request for /%s", path));
+    std_tell(str_format("Sending HTTP request for /%s", path));
     if (!send_all(std::string("GET /") + path + "\n")) {
-        tell("Unable to send HTTP request");
+        std_tell("Unable to send HTTP request");
         return false;
     }
-    tell("Waiting for response...");
+    std_tell("Waiting for response...");
     const int ready = wait_for_answer();
-    if (ready < 0) tell("Unable to select");
-    if (ready == 0) tell("Connection Timeout.");
+    if (ready < 0) std_tell("Unable to select");
+    if (ready == 0) std_tell("Connection Timeout.");
     return ready > 0;
 }
 
 Exchange::Ending Exchange::give_up(const char* reason) const {
-    tell(str_format("Transfert given up, %s: %s", reason, url_.get_url_string().chars()));
+    std_tell(str_format("Transfert given up, %s: %s", reason, url_.get_url_string().chars()));
     return BROKEN;
 }
 
@@ -208,7 +204,7 @@ Exchange::Ending Exchange::end_of_patience() {
         pace_total_ = total_;
     }
     if (time - last_data_ < longest_silence_ * (is_silent_ ? 2 : 1)) return NONE;
-    tell(is_silent_ ? "Transfert error" : "Retrying...");
+    std_tell(is_silent_ ? "Transfert error" : "Retrying...");
     if (is_silent_) return give_up("the server is silent");
     is_silent_ = true;
     return NONE;
@@ -221,7 +217,7 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
     if (got == 0) return COMPLETE;
     if (got < 0) {
         const char* const reason = std::strerror(errno);
-        tell("Transfert error");
+        std_tell("Transfert error");
         return give_up(reason);
     }
     // What is still allowed is stored before the rest is refused: a document cut there is better
@@ -233,10 +229,10 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
     is_silent_ = false;
     if (total_ - told_ > progress_interval) {
         told_ = total_;
-        tell(str_format("%lld Kbytes transferred so far", total_ / 1024));
+        std_tell(str_format("%lld Kbytes transferred so far", total_ / 1024));
     }
     if (!std_write_all(file, bytes, static_cast<std::size_t>(taken))) {
-        tell("Problem writing to tmpfile");
+        std_tell("Problem writing to tmpfile");
         return NOT_STORED;
     }
     return taken < got ? give_up("the document is too large") : NONE;
@@ -258,7 +254,7 @@ bool Exchange::store(int file) {
         }
         if (ending == NONE) ending = end_of_patience();
     }
-    if (ending == COMPLETE) tell("Data transfert completed.");
+    if (ending == COMPLETE) std_tell("Data transfert completed.");
     return ending == COMPLETE || (ending == BROKEN && total_ > 0);
 }
 
@@ -272,17 +268,17 @@ static void tell_status_line(int document, const Std_URL& url) {
     if (std::strncmp(line, mark, length) != 0) return;
     if (!std::isdigit(static_cast<unsigned char>(line[length]))) return;
     line[std::strcspn(line, "\r\n")] = '\0';
-    tell(str_format("The document begins with the status line of a later protocol (%s): %s", line,
-                    url.get_url_string().chars()));
+    std_tell(str_format("The document begins with the status line of a later protocol (%s): %s",
+                        line, url.get_url_string().chars()));
 }
 
 int std_http_fetch(const Std_URL& url) {
     Exchange exchange(url);
     if (!exchange.connect() || !exchange.request()) return -1;
-    tell("Beginning data transfert");
+    std_tell("Beginning data transfert");
     const int document = std_open_nameless();
     if (document < 0) {
-        tell("Unable to open local tmp file");
+        std_tell("Unable to open local tmp file");
         return -1;
     }
     // A file rather than the socket is what the caller reads: it can be unpacked and begun anew,

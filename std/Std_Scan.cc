@@ -6,26 +6,17 @@
 #include <cstdint>
 #include <cstring>
 
-static bool is_blank(char c) {
-    return c == ' ' || c == '\t' || (c >= '\v' && c <= '\r');
-}
-
-static bool is_space(char c) {
-    return c == '\n' || is_blank(c);
-}
+#include "std/Std_Powers.h"
+#include "std/Std_Space.h"
 
 static bool ends_number(char c) {
-    return c == '\0' || is_space(c) || c == 'n' || c == 'c' || c == 't';
+    return c == '\0' || std_is_space(c) || c == 'n' || c == 'c' || c == 't';
 }
 
 static bool ends_number_in_row(char c) {
     return c == ' ' || ends_number(c) || c == '\\';
 }
 
-// 10^n; all exact in double precision.
-static const double power_of_ten[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 static const std::uint64_t integer_power_of_ten[] = {1,      10,      100,      1000,     10000,
                                                      100000, 1000000, 10000000, 100000000};
 
@@ -123,7 +114,7 @@ static const char* scan_any(const char* p, Is_End is_end, float* value) {
     const int most_digits = 19; // fit 64 bits; their value is 0 or far above the denormal floats
     if (digits == 0 || !is_end(*p)) return nullptr;
     if (digits <= most_digits && mantissa < std::uint64_t(1) << 53) {
-        const double exact = static_cast<double>(mantissa) / power_of_ten[decimals];
+        const double exact = static_cast<double>(mantissa) / std_power_of_ten[decimals];
         if (rounds_once(exact, 0)) {
             *value = with_sign(exact, is_negative);
             return p;
@@ -141,7 +132,7 @@ static inline const char* scan_number(const char* p, Is_End is_end, float* value
 
 bool std_scan_f(const char** text, float* value) {
     const char* p = *text;
-    while (is_space(*p)) ++p;
+    while (std_is_space(*p)) ++p;
     p = scan_number(p, ends_number, value);
     if (!p) return false;
     *text = p;
@@ -151,7 +142,7 @@ bool std_scan_f(const char** text, float* value) {
 bool std_scan_row(const char** text, float* values, int count) {
     const char* p = *text;
     for (float* const end = values + count; values != end; ++values) {
-        while (is_blank(*p)) ++p;
+        while (std_is_blank(*p)) ++p;
         p = scan_number(p, ends_number_in_row, values);
         if (!p) return false;
     }

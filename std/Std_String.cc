@@ -8,6 +8,7 @@
 #include <ostream>
 
 #include "std/Std_Assert.h"
+#include "std/Std_Space.h"
 
 // A Std_Str_Rep with room for its terminator.
 static constinit struct {
@@ -629,7 +630,7 @@ std::istream& operator>>(std::istream& in, Std_String& s) {
     const int first_size = 20;
     const std::istream::sentry is_ready(in, false);
     if (!is_ready) return in;
-    const auto is_space = [](int c, char) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+    const auto is_space = [](int c, char) { return std_is_space(static_cast<char>(c)); };
     if (s.read(in, first_size, is_space, '\0', false) == 0) in.setstate(std::ios::failbit);
     return in;
 }

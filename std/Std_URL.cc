@@ -1,7 +1,6 @@
 #include "std/Std_URL.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -13,19 +12,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Http.h"
 #include "std/Std_Limits.h"
-
-static void warn(const char* message, int line = __builtin_LINE()) {
-    std_assert(2, message, __FILE__, line);
-}
-
-static void tell(const char* message) {
-    std_assert(0, message, __FILE__, __LINE__);
-}
+#include "std/Std_Report.h"
+#include "std/Std_Space.h"
 
 Std_URL::Std_URL(const char* text) {
     parse(text);
@@ -35,21 +27,17 @@ Std_URL::~Std_URL() {
     if (is_open()) close();
 }
 
-static bool is_space(char c) {
-    return std::isspace(static_cast<unsigned char>(c)) != 0;
-}
-
 void Std_URL::parse(const char* text) {
     const int longest = 32000; // leaves room for what is put in front of a text
     valid_ = false;
     if (!text) text = "";
     // Documents put line feeds and blanks around addresses.
-    while (is_space(*text)) ++text;
+    while (std_is_space(*text)) ++text;
     std::size_t length = std::strlen(text);
-    while (length > 0 && is_space(text[length - 1])) --length;
+    while (length > 0 && std_is_space(text[length - 1])) --length;
     if (length > longest) {
         url_string_ = "";
-        warn(str_format("URL too long: %.100s...", text));
+        std_warn(str_format("URL too long: %.100s...", text));
     } else {
         url_string_ = Std_String(text, static_cast<int>(length));
         valid_ = url_string_.before("://", 0).empty() ? parse_bare() : parse_with_host();
@@ -75,8 +63,8 @@ bool Std_URL::parse_bare() {
         path_ = url_string_.after(":", 0);
         return true;
     }
-    warn(str_format("Only file and local protocol are valid without host for URL: %s",
-                    url_string_.chars()));
+    std_warn(str_format("Only file and local protocol are valid without host for URL: %s",
+                        url_string_.chars()));
     return false;
 }
 
@@ -94,8 +82,8 @@ bool Std_URL::parse_with_host() {
     } else if (protocol_ == URL_HTTP_PROTOCOL) {
         port_ = http_port;
     } else {
-        warn(str_format("Unsupported protocol %s in URL %s", protocol_.chars(),
-                        url_string_.chars()));
+        std_warn(str_format("Unsupported protocol %s in URL %s", protocol_.chars(),
+                            url_string_.chars()));
         return false;
     }
     const Std_String rest = url_string_.after("://", 0);
@@ -103,7 +91,7 @@ bool Std_URL::parse_with_host() {
     host_ = rest.contains('/') ? rest.before('/') : rest.from(0);
     path_ = rest.after('/');
     if (host_.empty()) {
-        warn(str_format("No file spec in URL %s", url_string_.chars()));
+        std_warn(str_format("No file spec in URL %s", url_string_.chars()));
         return false;
     }
     const Std_String port_text = host_.after(':');
@@ -193,14 +181,14 @@ void Std_URL::open() {
     } else if (protocol_ == URL_HTTP_PROTOCOL) {
         http_open();
     } else {
-        warn(str_format("Unsupported protocol %s in URL %s", protocol_.chars(),
-                        url_string_.chars()));
+        std_warn(str_format("Unsupported protocol %s in URL %s", protocol_.chars(),
+                            url_string_.chars()));
     }
 }
 
 // With the URL last: reports are cut at their end.
 void Std_URL::tell_failure(const char* what, const char* reason) const {
-    tell(str_format("Error - %.40s (%.90s): %s", what, reason, url_string_.chars()));
+    std_tell(str_format("Error - %.40s (%.90s): %s", what, reason, url_string_.chars()));
 }
 
 void Std_URL::close() {
@@ -285,7 +273,7 @@ void Std_URL::local_open() {
 }
 
 void Std_URL::ftp_open() {
-    warn("ftp_open not implemented");
+    std_warn("ftp_open not implemented");
 }
 
 void Std_URL::http_open() {

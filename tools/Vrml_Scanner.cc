@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "std/Std_Powers.h"
+
 // What a character is, by table: blanks are passed millions of times.
 enum : unsigned char { BLANK = 1, END_OF_WORD = 2, SIGN1 = 4 };
 
@@ -109,11 +111,6 @@ bool Vrml_Scanner::is_followed_by_brace() {
     return at_ < text_.size() && text_[at_] == '{';
 }
 
-// 10^n; all exact in double precision.
-static const double power_of_ten[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                      1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                      1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 // Behind the number at `p`, or `p` itself if there is none. The mantissa of most numbers is exact
 // in double precision, and then one division gives the nearest double.
 static const char* scan_number(const char* p, double* value) {
@@ -134,7 +131,7 @@ static const char* scan_number(const char* p, double* value) {
     const std::ptrdiff_t most_digits = 18; // fit 64 bits
     const bool is_plain = (*p | 0x20) != 'e' && (*p | 0x20) != 'x';
     if (is_plain && digits <= most_digits && mantissa < std::uint64_t(1) << 53) {
-        const double exact = static_cast<double>(mantissa) / power_of_ten[decimals];
+        const double exact = static_cast<double>(mantissa) / std_power_of_ten[decimals];
         *value = is_negative ? -exact : exact;
         return p;
     }

@@ -8,6 +8,7 @@
 
 #include "std/Std_Common.h"
 #include "std/Std_Scan.h"
+#include "std/Std_Space.h"
 
 namespace scene_forms {
 
@@ -101,7 +102,7 @@ bool scan_frame(const char* text, HFrame* frame) {
 // line there are blanks alone.
 static const char* skip_joints(const char* text, Sections* s) {
     for (;; ++s->joints) {
-        while (is_space(*text) && *text != '\n') ++text;
+        while (std_is_space(*text) && *text != '\n') ++text;
         if (text[0] != '\\' || text[1] != '\n') return text;
         text += 2;
     }

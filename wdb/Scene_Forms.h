@@ -9,11 +9,6 @@
 
 namespace scene_forms {
 
-// White space in any locale.
-inline bool is_space(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
 // How many of up to six numbers, separated by white space, stand at `text`. There is room for six.
 int scan_numbers(const char* text, float* n, int count);
 

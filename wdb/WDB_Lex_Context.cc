@@ -5,16 +5,13 @@
 #include <cstring>
 #include <strings.h>
 
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
+#include "std/Std_Report.h"
+#include "std/Std_Space.h"
 #include "std/Std_URL.h"
 #include "wdb/Scene_Forms.h"
 #include "wdb/Scene_Input.h"
 #include "wdb/Vrml_Document.h"
-
-static void tell(const char* message) {
-    std_assert(0, message, __FILE__, __LINE__);
-}
 
 using namespace scene_forms;
 
@@ -66,7 +63,7 @@ static void trim(const char** line, std::size_t* length) {
     const char* end = *line + *length;
     if (const void* zero = std::memchr(*line, '\0', *length)) end = static_cast<const char*>(zero);
     if (end > *line && end[-1] == '\n') --end;
-    while (*line < end && is_space(**line)) ++*line;
+    while (*line < end && std_is_space(**line)) ++*line;
     *length = static_cast<std::size_t>(end - *line);
 }
 
@@ -189,14 +186,14 @@ const char* WDB_Lex_Context::current_line_after_keyword(const char* keyword) con
 }
 
 void WDB_Lex_Context::tell_error(const char* message) const {
-    tell(message);
+    std_tell(message);
     ++error_count_;
 }
 
 void WDB_Lex_Context::show_error(const char* message) const {
     const char* const name = url_->get_url_string();
     tell_error(str_format("[%s-%d]: Error - %s", name, line_number_, message));
-    tell(str_format("[%s-%d]:         |%s|", name, line_number_, current_line_));
+    std_tell(str_format("[%s-%d]:         |%s|", name, line_number_, current_line_));
 }
 
 void WDB_Lex_Context::show_error_near(const char* near, const char* message) const {
@@ -215,7 +212,7 @@ bool WDB_Lex_Context::accept(bool is_scanned, const char* error) {
 // followed by other letters is swallowed with them.
 static const char* behind_word(const char* line) {
     line += std::strspn(line, WDB_Lex_Context::NAME_SET);
-    while (is_space(*line)) ++line;
+    while (std_is_space(*line)) ++line;
     return line;
 }
 
@@ -309,7 +306,7 @@ bool WDB_Lex_Context::scan_next_triangle(const char* keyword, float scale) {
     if (!input_) return false;
     const char* const start = input_->rest();
     const char* text = start;
-    while (is_space(*text) && *text != '\n') ++text;
+    while (std_is_space(*text) && *text != '\n') ++text;
     const std::size_t length = std::strlen(keyword);
     if (strncasecmp(text, keyword, length) != 0) return false;
     Sections s;
@@ -392,7 +389,7 @@ void WDB_Lex_Context::drop_input() {
 }
 
 void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) {
-    tell("Converting from VRML");
+    std_tell("Converting from VRML");
     Vrml_Document document;
     if (!document.is_open()) {
         tell_error("Unable to open local tmp file");

@@ -13,6 +13,7 @@
 #include "std/Std_Common.h"
 #include "std/Std_GC.h"
 #include "std/Std_Plain_Numbers.h"
+#include "std/Std_Report.h"
 #include "std/Std_URL.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
@@ -24,10 +25,6 @@
 #include "wdb/WDB_Sym_Context.h"
 #include "wdb/WDB_Texture.h"
 #include "wdb/WDB_Tri_List.h"
-
-static void tell(const char* message) {
-    std_assert(0, message, __FILE__, __LINE__);
-}
 
 // The close of a block is current, or what stands before it is skipped.
 static void check_close(WDB_Lex_Context& lex, const char* error) {
@@ -86,13 +83,13 @@ static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         lex.show_error_near(lex.get_last_string(), reason);
         return;
     }
-    tell(str_format("Importing file: %s", url->get_url_string().chars()));
+    std_tell(str_format("Importing file: %s", url->get_url_string().chars()));
     WDB_Lex_Context imported(url, url);
     if (imported.is_open()) {
         ++sym.report().imports;
         try_get_file(imported, sym);
         imported.close();
-        tell("Returning to main file");
+        std_tell("Returning to main file");
     } else {
         imported.close();
         lex.show_error_near(lex.get_last_string(), "cannot open file");
@@ -489,7 +486,7 @@ WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
     report = WDB_Load_Report();
     WDB_Lex_Context lex(url, base);
     if (!lex.is_open()) {
-        tell(str_format("Cannot open URL %s", url->get_url_string().chars()));
+        std_tell(str_format("Cannot open URL %s", url->get_url_string().chars()));
         lex.close();
         report.errors = 1;
         return nullptr;
@@ -499,7 +496,7 @@ WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
     sym.begin_file(url);
     try_get_file(lex, sym);
     lex.close();
-    tell("End of parsing");
+    std_tell("End of parsing");
     WDB_Database* const result = sym.build_database();
     report = sym.report();
     report.errors += lex.get_error_count();
