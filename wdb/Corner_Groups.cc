@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cfloat>
 #include <climits>
 #include <cmath>
 #include <cstring>
 
 #include "std/Std_Assert.h"
+#include "wdb/Point_Key.h"
 #include "wdb/Secret_Hash.h"
 
 Corner_Groups::Corner_Groups(const WDB_Tri_List& list) {
@@ -51,11 +51,6 @@ std::vector<Corner_Groups::Position> Corner_Groups::number_positions(const WDB_T
         group_of_[index(corner)] = slots[slot];
     }
     return positions;
-}
-
-// As pnt_equal compares one coordinate.
-static bool is_close(float a, float b) {
-    return std::fabs(a - b) <= FLT_EPSILON;
 }
 
 // Between two neighbours in the order of one axis that are not close on it, no corner before is

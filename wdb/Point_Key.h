@@ -11,10 +11,14 @@
 // that are equal in the sense of pnt_equal.
 unsigned int pnt_hash(const Point* const& point);
 
-// Each coordinate agrees within 2^-23: from magnitude 2 on, only exactly.
+// Whether coordinates agree within 2^-23: from magnitude 2 on, only exactly.
+inline bool is_close(float a, float b) {
+    return std::fabs(a - b) <= FLT_EPSILON;
+}
+
+// Each coordinate of one is close to the other's.
 inline bool pnt_equal(const Point* const& a, const Point* const& b) {
-    return std::fabs(a->x - b->x) <= FLT_EPSILON && std::fabs(a->y - b->y) <= FLT_EPSILON &&
-           std::fabs(a->z - b->z) <= FLT_EPSILON;
+    return is_close(a->x, b->x) && is_close(a->y, b->y) && is_close(a->z, b->z);
 }
 
 #endif

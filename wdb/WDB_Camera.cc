@@ -5,6 +5,7 @@
 
 #include "math/Bbox.h"
 #include "wdb/WDB_Database.h"
+#include "wdb/World_Box.h"
 
 WDB_Camera::WDB_Camera(const char* name, const HFrame& transform, const Matrix4& projection,
                        const WDB_Geometry* geometry, const WDB_Material* material)
@@ -98,12 +99,8 @@ void WDB_Camera::place(const Frame& world_to_viewer) {
     update_after_transform_change();
 }
 
-static Bbox world_box(const WDB_Node& node) {
-    return node.get_bbox().transformed_by(node.get_transform());
-}
-
 void WDB_Camera::lookat(const WDB_Node& node, bool keep_twist) {
-    place(Frame::lookat(world_box(node), twist(keep_twist)));
+    place(Frame::lookat(world_box(&node), twist(keep_twist)));
 }
 
 void WDB_Camera::lookat(const WDB_Database& world, bool keep_twist) {
@@ -116,7 +113,7 @@ void WDB_Camera::pointat(const Bbox& box, bool keep_twist) {
 }
 
 void WDB_Camera::pointat(const WDB_Node& node, bool keep_twist) {
-    pointat(world_box(node), keep_twist);
+    pointat(world_box(&node), keep_twist);
 }
 
 void WDB_Camera::pointat(const WDB_Database& world, bool keep_twist) {

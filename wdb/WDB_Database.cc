@@ -6,11 +6,13 @@
 #include <cstring>
 
 #include "wdb/Extent_Signal.h"
+#include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Geometry.h"
 #include "wdb/WDB_Light.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Texture.h"
+#include "wdb/World_Box.h"
 
 // What default_camera looks for, and what it found.
 struct Named_Search_Environment {
@@ -33,11 +35,6 @@ struct WDB_Database_Wrapped_Env {
     SUniv* user;
     WDB_Apply_Callback callback;
 };
-
-// Computed at each use: kept in the node, it would be one more thing to renew at each change.
-static Bbox world_box(const WDB_Node* node) {
-    return node->get_bbox().transformed_by(node->get_transform());
-}
 
 // A node without geometry has no extent, but it has a place.
 static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node* node) {
@@ -162,19 +159,8 @@ int WDB_Database::visible_shape_count(const Matrix4& m) const {
     return visible_shape_cb_count;
 }
 
-static const float default_near = 2.0f;
-static const float default_far = 20000.0f;
-static const float eighth_turn = 0.7853982f;
 static constexpr float default_fov = 0.61086524f; // 35 degrees
 static_assert(std::bit_cast<unsigned int>(default_fov) == 0x3F1C61AA);
-
-// The projection is a placeholder: each caller sets the one that fits, or copies that of another
-// camera.
-static WDB_Camera* new_default_camera(const char* name) {
-    return new WDB_Camera(name, HFrame::identity(),
-                          Matrix4::perspective(eighth_turn, default_near, default_far), nullptr,
-                          nullptr);
-}
 
 static bool is_named(const WDB_Obj* object, const char* name) {
     return object->get_name() && std::strcmp(object->get_name(), name) == 0;
@@ -242,7 +228,7 @@ WDB_Camera* WDB_Database::default_camera() {
     if (!was_editing) begin_editing();
     WDB_Camera* camera = find_default_camera();
     if (!camera) {
-        camera = new_default_camera(default_camera_name);
+        camera = new_standard_camera(default_camera_name);
         // A scene that brings cameras was made to be seen through them.
         if (cameras_.count() == 0) {
             show_all(camera);
@@ -271,7 +257,7 @@ WDB_Camera* WDB_Database::default_camera(const Matrix4& projection, const HFrame
     if (!was_editing) begin_editing();
     WDB_Camera* camera = find_default_camera();
     if (!camera) {
-        camera = new_default_camera(default_camera_name);
+        camera = new_standard_camera(default_camera_name);
         if (cameras_.count() > 0) {
             copy_first_camera(camera);
         } else if (shows_enough(projection, frame)) {

@@ -15,6 +15,7 @@
 #include "std/Std_Plain_Numbers.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
+#include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Lex_Context.h"
@@ -206,7 +207,7 @@ namespace {
 // Records of the block that is being read, whose number is known only at its end. Pointer-free
 // memory, which one large block does not leave behind for all that follow.
 template<class T>
-class Scratch {
+class Record_List {
 public:
     int count() const { return count_; }
     const T& operator[](int i) const { return records_[i]; }
@@ -246,8 +247,8 @@ private:
     int count_ = 0, capacity_ = 0;
 };
 
-Scratch<WDB_Triangle> triangle_scratch;
-Scratch<WDB_Line> line_scratch;
+Record_List<WDB_Triangle> triangles_read;
+Record_List<WDB_Line> lines_read;
 
 enum Normals { AS_THEY_ARE, TOO_SHORT, SCALED };
 } // namespace
@@ -272,7 +273,7 @@ static Normals mend_normals(Vector* const (&normals)[Count], float floor) {
 }
 
 static WDB_Tri_List* new_tri_list(const char* name, bool with_colors) {
-    auto* const list = new WDB_Tri_List(triangle_scratch.records(), triangle_scratch.count());
+    auto* const list = new WDB_Tri_List(triangles_read.records(), triangles_read.count());
     list->begin_editing();
     list->set_name(name);
     list->set_with_colors(with_colors);
@@ -284,30 +285,30 @@ void try_get_trilist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("trianglelist")) return;
     const float floor = 1e-8f;
     bool any_colored = false;
-    triangle_scratch.wipe_out();
+    triangles_read.wipe_out();
     // Dropped without a word: a large mesh may have thousands that have no area, and so no normal.
     const auto take = [&](WDB_Triangle triangle, bool is_colored) {
         if (mend_normals<3>({&triangle.n0, &triangle.n1, &triangle.n2}, floor) == TOO_SHORT) return;
-        triangle_scratch.append(triangle);
+        triangles_read.append(triangle);
         any_colored |= is_colored;
     };
     // A bad triangle ends this, and the rest of the block goes with it.
     lex.try_get_triangles("triangle", sym.get_unit_factor(), take);
     check_close(lex, "Unknown trilist field");
-    if (triangle_scratch.count() == 0) {
+    if (triangles_read.count() == 0) {
         lex.show_error("empty triangle list or all triangles skipped");
     } else {
         sym.put_geometry(new_tri_list(lex.get_last_header(), any_colored));
     }
-    triangle_scratch.wipe_out();
+    triangles_read.wipe_out();
 }
 
 static WDB_Line_List* new_line_list(const char* name, bool with_colors, bool with_normals,
                                     bool with_textures) {
-    auto* const list = new WDB_Line_List(line_scratch.count());
+    auto* const list = new WDB_Line_List(lines_read.count());
     list->begin_editing();
     list->set_name(name);
-    for (int i = 0; i < line_scratch.count(); ++i) list->put(line_scratch[i], i);
+    for (int i = 0; i < lines_read.count(); ++i) list->put(lines_read[i], i);
     list->set_with_colors(with_colors);
     list->set_with_normals(with_normals);
     list->set_with_textures(with_textures);
@@ -329,13 +330,13 @@ static void append_line(const WDB_Lex_Context& lex) {
     case AS_THEY_ARE:
         break;
     }
-    line_scratch.append(line);
+    lines_read.append(line);
 }
 
 void try_get_linelist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("linelist")) return;
     bool any_colored = false, any_lighted = false, any_textured = false;
-    line_scratch.wipe_out();
+    lines_read.wipe_out();
     while (lex.try_get_line("line", sym.get_unit_factor())) {
         // Those of lines that are dropped count, too.
         any_colored |= lex.get_last_line_is_colored();
@@ -344,13 +345,13 @@ void try_get_linelist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         append_line(lex);
     }
     check_close(lex, "Unknown linelist field");
-    if (line_scratch.count() == 0) {
+    if (lines_read.count() == 0) {
         lex.show_error("empty line list or skipped all lines");
     } else {
         sym.put_geometry(
             new_line_list(lex.get_last_header(), any_colored, any_lighted, any_textured));
     }
-    line_scratch.wipe_out();
+    lines_read.wipe_out();
 }
 
 // The first name of a reference list, of which only one counts.
@@ -421,10 +422,7 @@ void try_get_node(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 
 void try_get_camera(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("camera")) return;
-    const float eighth_turn = 0.7853982f;
-    auto* const camera =
-        new WDB_Camera("Anonymous_camera", HFrame::identity(),
-                       Matrix4::perspective(eighth_turn, 2.0f, 20000.0f), nullptr, nullptr);
+    WDB_Camera* const camera = new_standard_camera("Anonymous_camera");
     camera->set_name(lex.get_last_header());
     get_node_common(camera, lex, sym);
     // One line for both: the eye distance comes in the slot of the last number.
