@@ -10,25 +10,16 @@
 
 #include "base/Gap_List.h"
 #include "base/Hash_Table.h"
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
+#include "std/Std_Report.h"
 #include "std/Std_URL.h"
 #include "wdb/Corner_Groups.h"
 #include "wdb/Point_Table.h"
+#include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Light.h"
 #include "wdb/WDB_Tri_List.h"
-
-// Of the run that is under way; empty and null between runs.
-static WDB_Database* current_db = nullptr;
-static Hash_Table<WDB_Tri_List*, Gap_List<WDB_Tri_List*>*> splitted_trilists;
-static Gap_List<WDB_Node*> nodes_to_remove;
-static Gap_List<WDB_Node*> nodes_to_insert;
-
-static void report(const char* text) {
-    std_assert(0, text, __FILE__, __LINE__);
-}
 
 namespace {
 
@@ -252,35 +243,32 @@ static WDB_Tri_List* part_of(const WDB_Tri_List& list, const std::vector<int>& c
 
 static Gap_List<WDB_Tri_List*>* splitted_parts(const WDB_Tri_List* list) {
     const char* const name = list->get_name();
-    report(str_format("TOPOLOGY_SPLITTER: Handling geometry %s with %d triangles", name,
-                      list->count()));
+    std_tell(str_format("TOPOLOGY_SPLITTER: Handling geometry %s with %d triangles", name,
+                        list->count()));
     auto* const parts = new Gap_List<WDB_Tri_List*>;
     Component_Grower grower(*list);
     while (grower.begin()) {
         while (grower.sweep()) {
-            report(str_format("TOPOLOGY_SPLITTER: Connected component #%d of geometry %s has grown "
-                              "to %d triangles - reiterating\n",
-                              parts->count() + 1, name,
-                              static_cast<int>(grower.component().size())));
+            std_tell(
+                str_format("TOPOLOGY_SPLITTER: Connected component #%d of geometry %s has grown "
+                           "to %d triangles - reiterating\n",
+                           parts->count() + 1, name, static_cast<int>(grower.component().size())));
         }
         WDB_Tri_List* const part = part_of(*list, grower.component());
         parts->insert_last(part);
-        report(str_format("TOPOLOGY_SPLITTER: Connected component #%d of geometry %s has %d "
-                          "triangles\n",
-                          parts->count(), name, part->count()));
+        std_tell(str_format("TOPOLOGY_SPLITTER: Connected component #%d of geometry %s has %d "
+                            "triangles\n",
+                            parts->count(), name, part->count()));
     }
-    report(str_format("TOPOLOGY_SPLITTER: Geometry %s splitted into %d components", name,
-                      parts->count()));
+    std_tell(str_format("TOPOLOGY_SPLITTER: Geometry %s splitted into %d components", name,
+                        parts->count()));
     return parts;
 }
 
 // Of the same class, without anything that the node has.
 static WDB_Node* blank_node(const WDB_Node* node) {
     const HFrame identity = HFrame::identity();
-    if (WDB_Camera::is_instance(node)) {
-        return new WDB_Camera("Anonymous_camera", identity,
-                              Matrix4::perspective(0.7853982f, 2.0f, 20000.0f), nullptr, nullptr);
-    }
+    if (WDB_Camera::is_instance(node)) return new_standard_camera("Anonymous_camera");
     if (WDB_Light::is_instance(node))
         return new WDB_Light("Anonymous_light", identity, 0, nullptr, nullptr);
     return new WDB_Node("Anonymous_node", identity, nullptr, nullptr, nullptr);
@@ -303,47 +291,72 @@ static WDB_Node* node_copy(const WDB_Node* node) {
     return copy;
 }
 
-static bool split_node(SUniv*, const WDB_Node* node, const Bbox&) {
-    // The pieces of several levels of detail could not be matched with one another.
-    if (node->lod_count() != 1) return false;
-    WDB_Tri_List* const list = WDB_Tri_List::castdown(node->lod_item(0));
-    if (!list) return false;
-    if (!splitted_trilists.find(list)) splitted_trilists.put(splitted_parts(list), list);
-    const Gap_List<WDB_Tri_List*>& parts = **splitted_trilists.found_item();
-    if (parts.count() < 2) return false;
-    report(str_format("TOPOLOGY_SPLITTER: Splitting node %s into %d parts", node->get_name(),
-                      parts.count()));
-    for (int i = 0; i < parts.count(); ++i) {
-        WDB_Node* const copy = node_copy(node);
-        copy->set_geometry(parts[i]);
-        nodes_to_insert.insert_last(copy);
-    }
-    // Only noted: the tree that holds it is being walked.
-    nodes_to_remove.insert_last(const_cast<WDB_Node*>(node));
+namespace {
+
+// One run over a world. It is walked as it was: what is to change waits for the end.
+class Topology_Splitter {
+public:
+    explicit Topology_Splitter(WDB_Database& world) : current_db_(world) {}
+
+    void run();
+
+private:
+    static bool split_node(SUniv* user, const WDB_Node* node, const Bbox& box);
+    void split(const WDB_Node* node);
+    const Gap_List<WDB_Tri_List*>& parts_of(WDB_Tri_List* list);
+    void topology_split_finalize();
+
+    WDB_Database& current_db_;
+    // Lists that several nodes show are cut once.
+    Hash_Table<WDB_Tri_List*, Gap_List<WDB_Tri_List*>*> splitted_trilists_;
+    Gap_List<WDB_Node*> nodes_to_remove_;
+    Gap_List<WDB_Node*> nodes_to_insert_;
+};
+
+void Topology_Splitter::run() {
+    current_db_.apply_to_shapes(Conv<Topology_Splitter*>::to_univ(this), split_node);
+    topology_split_finalize();
+}
+
+bool Topology_Splitter::split_node(SUniv* user, const WDB_Node* node, const Bbox&) {
+    Conv<Topology_Splitter*>::from_univ(user)->split(node);
     return false;
 }
 
-static void forget_run() {
-    splitted_trilists.wipe_out();
-    nodes_to_remove.wipe_out();
-    nodes_to_insert.wipe_out();
+void Topology_Splitter::split(const WDB_Node* node) {
+    // The pieces of several levels of detail could not be matched with one another.
+    if (node->lod_count() != 1) return;
+    WDB_Tri_List* const list = WDB_Tri_List::castdown(node->lod_item(0));
+    if (!list) return;
+    const Gap_List<WDB_Tri_List*>& parts = parts_of(list);
+    if (parts.count() < 2) return;
+    std_tell(str_format("TOPOLOGY_SPLITTER: Splitting node %s into %d parts", node->get_name(),
+                        parts.count()));
+    for (int i = 0; i < parts.count(); ++i) {
+        WDB_Node* const copy = node_copy(node);
+        copy->set_geometry(parts[i]);
+        nodes_to_insert_.insert_last(copy);
+    }
+    nodes_to_remove_.insert_last(const_cast<WDB_Node*>(node));
+}
+
+const Gap_List<WDB_Tri_List*>& Topology_Splitter::parts_of(WDB_Tri_List* list) {
+    if (!splitted_trilists_.find(list)) splitted_trilists_.put(splitted_parts(list), list);
+    return **splitted_trilists_.found_item();
 }
 
 // All nodes leave before the first copy enters.
-static void topology_split_finalize() {
-    current_db->begin_editing();
-    report("TOPOLOGY_SPLITTER: Removing old splitted nodes...");
-    for (int i = 0; i < nodes_to_remove.count(); ++i) current_db->remove(nodes_to_remove[i]);
-    report("TOPOLOGY_SPLITTER: Inserting new splitted nodes...");
-    for (int i = 0; i < nodes_to_insert.count(); ++i) current_db->put(nodes_to_insert[i]);
-    current_db->end_editing();
-    forget_run();
-    current_db = nullptr;
+void Topology_Splitter::topology_split_finalize() {
+    current_db_.begin_editing();
+    std_tell("TOPOLOGY_SPLITTER: Removing old splitted nodes...");
+    for (int i = 0; i < nodes_to_remove_.count(); ++i) current_db_.remove(nodes_to_remove_[i]);
+    std_tell("TOPOLOGY_SPLITTER: Inserting new splitted nodes...");
+    for (int i = 0; i < nodes_to_insert_.count(); ++i) current_db_.put(nodes_to_insert_[i]);
+    current_db_.end_editing();
 }
 
+} // namespace
+
 void wdb_topology_split(WDB_Database& world) {
-    current_db = &world;
-    forget_run();
-    world.apply_to_shapes(nullptr, split_node);
-    topology_split_finalize();
+    Topology_Splitter(world).run();
 }

@@ -21,7 +21,7 @@
 // corners with as many triangles as it has itself. Triangles with tangled corners (see
 // wdb/Corner_Groups.h) are tested again each time through in which a near corner joined: a large
 // tangled cloud with all its triangles for each piece in it.
-// Not reentrant. Requires: no traversal of the world is under way.
+// Requires: no traversal of the world is under way.
 #ifndef WDB_WDB_TOPOLOGY_SPLIT_H
 #define WDB_WDB_TOPOLOGY_SPLIT_H
 
