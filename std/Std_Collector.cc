@@ -9,6 +9,8 @@
 #define GC_NO_THREAD_REDIRECTS // threads of libraries come through no header of the collector's
 #include <gc.h>
 
+#include "std/Std_Assert.h"
+
 constinit thread_local bool Std_Collector::is_known_ = false;
 
 static thread_local bool is_ending = false;
@@ -56,7 +58,10 @@ static bool start() {
     // Worlds mostly grow: collect half as often as the collector would by itself.
     GC_set_free_space_divisor(1);
     GC_set_oom_fn(std_out_of_memory);
-    pthread_key_create(&end_of_thread, [](void*) { Std_Collector::forget(); });
+    // Without a key of its own it would take another's, and threads would stay known when their
+    // stacks are gone.
+    if (pthread_key_create(&end_of_thread, [](void*) { Std_Collector::forget(); }) != 0)
+        std_assert(-1, "No key is left to tell the end of threads", __FILE__, __LINE__);
     return is_first;
 }
 
