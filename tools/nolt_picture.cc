@@ -38,9 +38,14 @@ static void tell(const char* message) {
     std_write_line("nolt_picture: ", message);
 }
 
-[[noreturn]] static void fail(const char* message) {
+[[noreturn]] static void fail(const char* message, int status = 1) {
     tell(message);
-    std::exit(1);
+    std::exit(status);
+}
+
+[[noreturn]] static void fail_usage(const char* message = usage) {
+    const int wrong_usage = 2;
+    fail(message, wrong_usage);
 }
 
 struct Request {
@@ -66,7 +71,8 @@ static void scan_size(const char* text, Request* request) {
     request->width = scan_size(text, &end);
     request->height = request->width > 0 && *end == 'x' ? scan_size(end + 1, &end) : 0;
     if (request->height < 1 || *end)
-        fail(str_format("a size is WxH, each from 1 to %d, not \"%.100s\"", largest_size, text));
+        fail_usage(
+            str_format("a size is WxH, each from 1 to %d, not \"%.100s\"", largest_size, text));
 }
 
 static Request scan_arguments(int argc, char** argv) {
@@ -75,12 +81,12 @@ static Request scan_arguments(int argc, char** argv) {
         const char* const name = argv[i];
         // "-" alone is the standard input.
         if (name[0] != '-' || !name[1]) {
-            if (request.scene) fail(usage);
+            if (request.scene) fail_usage();
             request.scene = name;
             continue;
         }
         const char* const value = i + 1 < argc ? argv[++i] : nullptr;
-        if (!value) fail(usage);
+        if (!value) fail_usage();
         if (!std::strcmp(name, "-o")) {
             request.output = value;
         } else if (!std::strcmp(name, "-size")) {
@@ -88,10 +94,10 @@ static Request scan_arguments(int argc, char** argv) {
         } else if (!std::strcmp(name, "-camera")) {
             request.camera = value;
         } else {
-            fail(usage);
+            fail_usage();
         }
     }
-    if (!request.scene) fail(usage);
+    if (!request.scene) fail_usage();
     return request;
 }
 
