@@ -31,20 +31,24 @@ static void report_possible_error(int error) {
     std::abort();
 }
 
+static void inform(const char* message) {
+    // Progress comes by the hundred thousand: no format for it.
+    char text[report_size];
+    const std::size_t length = strnlen(message, report_size - 1);
+    std::memcpy(text, message, length);
+    text[length] = '\0';
+    // One thread at a time; a messager may report on its own.
+    static std::recursive_mutex delivery;
+    const std::lock_guard lock(delivery);
+    std_get_current_messager()->refresh(text);
+}
+
 void std_assert(int level, const char* message, const char* file, int line) {
     // What the report itself does to errno must not blame the caller.
     const int error = errno;
     if (!message) message = "?";
     if (level == 0) {
-        // Progress comes by the hundred thousand: no format for it.
-        char text[report_size];
-        const std::size_t length = strnlen(message, report_size - 1);
-        std::memcpy(text, message, length);
-        text[length] = '\0';
-        // One thread at a time; a messager may report on its own.
-        static std::recursive_mutex delivery;
-        const std::lock_guard lock(delivery);
-        std_get_current_messager()->refresh(text);
+        inform(message);
         return;
     }
     if (level == 1) {

@@ -111,6 +111,26 @@ bool Vrml_Scanner::is_followed_by_brace() {
     return at_ < text_.size() && text_[at_] == '{';
 }
 
+// Returns the end of the digits, or null if there are none or too many for 32 bits.
+static const char* scan_hexadecimal(const char* digits, bool is_negative, double* value) {
+    const char* end = digits;
+    while (std::isxdigit(static_cast<unsigned char>(*end))) ++end;
+    std::uint32_t bits;
+    const int hexadecimal = 16;
+    const auto result = std::from_chars(digits, end, bits, hexadecimal);
+    if (result.ec != std::errc()) return nullptr;
+    *value = is_negative ? -static_cast<double>(bits) : static_cast<double>(bits);
+    return result.ptr;
+}
+
+// Behind the sign and the digits of an exponent, or null if there are no digits.
+static const char* end_of_exponent(const char* p) {
+    p += *p == '-' || *p == '+';
+    if (!is_digit(*p)) return nullptr;
+    while (is_digit(*p)) ++p;
+    return p;
+}
+
 // Behind the number at `p`, or `p` itself if there is none. The mantissa of most numbers is exact
 // in double precision, and then one division gives the nearest double.
 static const char* scan_number(const char* p, double* value) {
@@ -136,22 +156,12 @@ static const char* scan_number(const char* p, double* value) {
         return p;
     }
     if ((*p | 0x20) == 'x') { // whole numbers may be hexadecimal
-        const char* end = p + 1;
-        while (std::isxdigit(static_cast<unsigned char>(*end))) ++end;
-        std::uint32_t bits;
-        const int hexadecimal = 16;
-        const auto result = std::from_chars(p + 1, end, bits, hexadecimal);
-        if (result.ec != std::errc() || mantissa != 0 || digits != 1) return start;
-        *value = is_negative ? -static_cast<double>(bits) : static_cast<double>(bits);
-        return result.ptr;
+        const char* const end =
+            mantissa == 0 && digits == 1 ? scan_hexadecimal(p + 1, is_negative, value) : nullptr;
+        return end ? end : start;
     }
-    if ((*p | 0x20) == 'e') {
-        const char* exponent = p + 1;
-        exponent += *exponent == '-' || *exponent == '+';
-        if (!is_digit(*exponent)) return start;
-        while (is_digit(*exponent)) ++exponent;
-        p = exponent;
-    }
+    if ((*p | 0x20) == 'e') p = end_of_exponent(p + 1);
+    if (!p) return start;
     const auto result = std::from_chars(*start == '+' ? start + 1 : start, p, *value);
     // strtod tells what is too large from what is as good as zero.
     if (result.ec == std::errc::result_out_of_range) *value = std::strtod(start, nullptr);
