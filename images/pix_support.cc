@@ -120,7 +120,7 @@ int pixmap_zsize() {
     return image->zsize;
 }
 
-static unsigned char low(unsigned short value) {
+static unsigned char low_byte(unsigned short value) {
     return static_cast<unsigned char>(value);
 }
 
@@ -214,13 +214,13 @@ static void put_pixels(unsigned char* out) {
     if constexpr (Component == 3 && Has_Color) x = put_rgb_blocks(out, xsize);
     for (out += x * Component; x < xsize; ++x, out += Component) {
         if constexpr (Component <= 2) {
-            out[0] = Has_Color ? luminance(x) : low(rbuf[x]);
+            out[0] = Has_Color ? luminance(x) : low_byte(rbuf[x]);
         } else {
-            out[0] = low(rbuf[x]);
-            out[1] = low(Has_Color ? gbuf[x] : rbuf[x]);
-            out[2] = low(Has_Color ? bbuf[x] : rbuf[x]);
+            out[0] = low_byte(rbuf[x]);
+            out[1] = low_byte(Has_Color ? gbuf[x] : rbuf[x]);
+            out[2] = low_byte(Has_Color ? bbuf[x] : rbuf[x]);
         }
-        if constexpr (Component % 2 == 0) out[Component - 1] = Has_Alpha ? low(abuf[x]) : 255;
+        if constexpr (Component % 2 == 0) out[Component - 1] = Has_Alpha ? low_byte(abuf[x]) : 255;
     }
 }
 

@@ -76,14 +76,14 @@ bool img_optseek(IMAGE* image, off_t offset) {
 }
 
 // After a failure the place is unknown, and everything fails until the next seek.
-static bool moved_on(IMAGE* image, ssize_t done, std::size_t count) {
+static bool advance(IMAGE* image, ssize_t done, std::size_t count) {
     const bool is_full = done >= 0 && static_cast<std::size_t>(done) == count;
     image->offset = is_full ? image->offset + static_cast<off_t>(count) : -1;
     return is_full;
 }
 
 bool img_read(IMAGE* image, void* buffer, std::size_t count) {
-    return moved_on(image, pread(image->file, buffer, count, image->offset), count);
+    return advance(image, pread(image->file, buffer, count, image->offset), count);
 }
 
 // A piece of the file in memory.
@@ -126,7 +126,7 @@ const void* img_read_row(IMAGE* image, std::size_t count) {
         ahead.length = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
     }
     const bool is_there = to <= ahead.start + static_cast<off_t>(ahead.length);
-    if (!moved_on(image, is_there ? static_cast<ssize_t>(count) : -1, count)) return nullptr;
+    if (!advance(image, is_there ? static_cast<ssize_t>(count) : -1, count)) return nullptr;
     return ahead.bytes + (from - ahead.start);
 }
 
@@ -145,7 +145,7 @@ static bool write_held(IMAGE* image) {
 }
 
 // Only bytes that follow one another are gathered; a row elsewhere sends what is held on its way.
-static bool hold(IMAGE* image, const void* buffer, std::size_t count) {
+static bool hold_back(IMAGE* image, const void* buffer, std::size_t count) {
     auto& held = image->transfers->held;
     const bool follows = image->offset == held.start + static_cast<off_t>(held.length);
     if (!follows || count > held.room - held.length) {
@@ -160,9 +160,9 @@ static bool hold(IMAGE* image, const void* buffer, std::size_t count) {
 
 bool img_write(IMAGE* image, const void* buffer, std::size_t count) {
     const bool is_holding = image->transfers && image->transfers->is_holding;
-    const bool is_full =
-        is_holding ? hold(image, buffer, count) : write_at(image, buffer, count, image->offset);
-    return moved_on(image, is_full ? static_cast<ssize_t>(count) : -1, count);
+    const bool is_full = is_holding ? hold_back(image, buffer, count)
+                                    : write_at(image, buffer, count, image->offset);
+    return advance(image, is_full ? static_cast<ssize_t>(count) : -1, count);
 }
 
 void img_hold_writes(IMAGE* image) {

@@ -124,8 +124,8 @@ static void put_run(Out value, Out* out, const Out* out_end, int n) {
 // What fits of a packet that is longer than the room. Apart from the rest, which is faster without
 // it.
 template<class In, class Out>
-[[gnu::cold, gnu::noinline]] static void cut(const In* in, const In* end, bool is_literal, Out* out,
-                                             Out* out_end) {
+[[gnu::cold, gnu::noinline]] static void put_cut_packet(const In* in, const In* end,
+                                                        bool is_literal, Out* out, Out* out_end) {
     if (!is_literal && in < end) {
         std::fill(out, out_end, static_cast<Out>(*in));
         return;
@@ -147,7 +147,7 @@ static int expand(const In* in, int count, Out* expanded, int room) {
         if (n == 0) break;
         // Never past the room, whatever a damaged count says.
         if (n > out_end - out) {
-            cut(in, end, word & literal_bit, out, out_end);
+            put_cut_packet(in, end, word & literal_bit, out, out_end);
             return room + 1;
         }
         if (word & literal_bit) {

@@ -27,9 +27,9 @@ static bool get_verbatim(IMAGE* image, unsigned short* buffer) {
 static bool get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
     const unsigned bpp = bytes_per_channel(image);
     // -1 is a row that was never written.
-    const int cnt = img_getrowsize(image, y, z);
-    if (cnt == -1) return false;
-    const auto bytes = static_cast<std::size_t>(static_cast<unsigned int>(cnt));
+    const int size = img_getrowsize(image, y, z);
+    if (size == -1) return false;
+    const auto bytes = static_cast<std::size_t>(static_cast<unsigned int>(size));
     if (bytes > img_work_row_size(image)) return !is_damaged("too many bytes", y, z);
     const void* packets = img_read_row(image, bytes);
     if (!packets) return false;
@@ -44,7 +44,7 @@ static bool get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsign
 }
 
 // The row of a file with less than two or three dimensions.
-static void fold(const IMAGE* image, unsigned& y, unsigned& z) {
+static void limit_to_dimensions(const IMAGE* image, unsigned& y, unsigned& z) {
     if (image->dim < 2) y = 0;
     if (image->dim < 3) z = 0;
 }
@@ -57,10 +57,8 @@ static bool is_bpp_known(const IMAGE* image, const char* error) {
 }
 
 int getrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
-    // 128 is for images that are open for both, which no mode gives any more.
-    const unsigned short may_read = 1 | 128;
-    if (!(image->flags & may_read)) return -1;
-    fold(image, y, z);
+    if (!(image->flags & (IMAGE_READ | IMAGE_READ_WRITE))) return -1;
+    limit_to_dimensions(image, y, z);
     if (img_seek(image, y, z) < 0) return -1;
     if (!is_bpp_known(image, "getrow: weird bpp\n")) return -1;
     const bool is_read =
@@ -105,22 +103,21 @@ static bool put_encoded(IMAGE* image, const unsigned short* buffer, unsigned y, 
     const unsigned bpp = bytes_per_channel(image);
     const int values =
         img_rle_compact(buffer, 2, image->tmpbuf, static_cast<int>(bpp), image->xsize);
-    const unsigned cnt = static_cast<unsigned>(values) * bpp;
+    const unsigned size = static_cast<unsigned>(values) * bpp;
     // Places of rows have 32 bits in the tables.
-    if (cnt > UINT32_MAX - image->rleend) {
+    if (size > UINT32_MAX - image->rleend) {
         i_errhdlr("putrow: file too large for its tables\n");
         return false;
     }
-    img_setrowsize(image, cnt, y, z);
+    img_setrowsize(image, size, y, z);
     if (img_seek(image, y, z) < 0) return false;
-    if (bpp == 2 && image->dorev) cvtshorts(image->tmpbuf, cnt);
-    return img_write(image, image->tmpbuf, cnt);
+    if (bpp == 2 && image->dorev) cvtshorts(image->tmpbuf, size);
+    return img_write(image, image->tmpbuf, size);
 }
 
 int putrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
-    const unsigned short may_write = 2 | 128;
-    if (!(image->flags & may_write)) return -1;
-    fold(image, y, z);
+    if (!(image->flags & (IMAGE_WRITE | IMAGE_READ_WRITE))) return -1;
+    limit_to_dimensions(image, y, z);
     if (!is_verbatim(image) && !is_rle(image)) {
         i_errhdlr("putrow: weird image type\n");
         return -1;

@@ -94,7 +94,7 @@ struct Interval {
     float near, far;
 
     // False when nothing is left of it.
-    bool cut(float origin, float direction, float lo, float hi) {
+    bool narrow(float origin, float direction, float lo, float hi) {
         // Along the slab, also with a NaN: the ray lies within all the way, or not at all.
         if (!(direction < 0) && !(direction > 0)) return !(origin < lo || hi < origin);
         const float exit = ((direction < 0 ? lo : hi) - origin) / direction;
@@ -190,7 +190,7 @@ bool BoundsIntersect(const Point& o, const Vector& d, const Point& lo, const Poi
                      float* t) {
     Interval within = {t_min, *t};
     for (int i = 0; i < 3; ++i)
-        if (!within.cut(o[i], d[i], lo[i], hi[i])) return false;
+        if (!within.narrow(o[i], d[i], lo[i], hi[i])) return false;
     // From inside, the way out is the hit.
     const float candidate = within.near == t_min ? within.far : within.near;
     if (!(candidate < *t)) return false;

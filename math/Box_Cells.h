@@ -14,8 +14,8 @@
 //    computed when somebody asks.
 // 3. Depth first, cells come in the order of their keys. A key is the path from the root, a bit for
 //    each division by 2, three for each by 8, aligned to the left; so child 0 has the key of its
-//    parent, and a leaf keeps its key when it divides. Keys have 32 bits: is_keyed tells whether all
-//    cells are high enough for that.
+//    parent, and a leaf keeps its key when it divides. Keys have 32 bits: is_keyed tells whether
+//    all cells are high enough for that.
 #ifndef MATH_BOX_CELLS_H
 #define MATH_BOX_CELLS_H
 

@@ -30,7 +30,7 @@ float Cell_Contents::side_of(const Side& side, const Box_Cells::Cell& cell, int 
     if (cells_.is_leaf(cell) || all_cover(side, cell.box, first)) {
         for (int i = first; i < boxes_.count(); ++i)
             result = side.merged(result, side.of(*boxes_[i]));
-        return side.cut(result, side.of(cell.box));
+        return side.limited(result, side.of(cell.box));
     }
     const Cell_Division division = cells_.division(cell);
     const int last = boxes_.count();

@@ -10,8 +10,6 @@
 #ifndef MATH_CELL_CONTENTS_H
 #define MATH_CELL_CONTENTS_H
 
-#include <cstddef>
-
 #include "base/Gap_List.h"
 #include "math/Bbox.h"
 #include "math/Box_Cells.h"
@@ -32,7 +30,7 @@ private:
         float of(const Bbox& box) const { return box[is_max ? 1 : 0][axis]; }
         // As Bbox::merge and Bbox::intersect.
         float merged(float a, float b) const { return is_max ? (b < a ? a : b) : (a < b ? a : b); }
-        float cut(float a, float cell) const {
+        float limited(float a, float cell) const {
             return is_max ? (a < cell ? a : cell) : (cell < a ? a : cell);
         }
         float empty() const;

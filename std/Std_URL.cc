@@ -69,7 +69,7 @@ bool Std_URL::parse_bare() {
 }
 
 // As atoi, but numbers that do not fit are cut to the range of int.
-static int number_of(const char* text) {
+static int parse_number(const char* text) {
     const long number = std::strtol(text, nullptr, 10);
     return static_cast<int>(number < INT_MIN ? INT_MIN : number > INT_MAX ? INT_MAX : number);
 }
@@ -96,7 +96,7 @@ bool Std_URL::parse_with_host() {
     }
     const Std_String port_text = host_.after(':');
     if (!port_text.empty()) {
-        port_ = number_of(port_text);
+        port_ = parse_number(port_text);
         host_ = Std_String(host_.before(':'));
     }
     return true;

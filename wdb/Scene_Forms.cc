@@ -100,7 +100,7 @@ bool scan_frame(const char* text, HFrame* frame) {
 
 // Passes white space, and counts joints, where a backslash ends a physical line. In the current
 // line there are blanks alone.
-static const char* skip_joints(const char* text, Sections* s) {
+static const char* skip_joints(const char* text, Corner_Sections* s) {
     for (;; ++s->joints) {
         while (std_is_space(*text) && *text != '\n') ++text;
         if (text[0] != '\\' || text[1] != '\n') return text;
@@ -108,14 +108,14 @@ static const char* skip_joints(const char* text, Sections* s) {
     }
 }
 
-static bool scan_letter(const char** text, char letter, Sections* s) {
+static bool scan_letter(const char** text, char letter, Corner_Sections* s) {
     *text = skip_joints(*text, s);
     if (**text != letter) return false;
     ++*text;
     return true;
 }
 
-const char* scan_plain_sections(const char* text, int length, Sections* s) {
+const char* scan_plain_sections(const char* text, int length, Corner_Sections* s) {
     s->joints = s->colors = 0;
     if (!scan_letter(&text, 'p', s) || !std_scan_row(&text, s->p, length)) return nullptr;
     s->has_n = scan_letter(&text, 'n', s);
@@ -145,7 +145,7 @@ static char* put_section(char* format, char letter, int count) {
 }
 
 // Whether the text has the sections that `s` names, in full, in the sense of sscanf.
-static bool scan_form(const char* text, int length, Sections* s) {
+static bool scan_form(const char* text, int length, Corner_Sections* s) {
     // At most 36 numbers of three characters and four letters of two.
     char format[200];
     float f[36];
@@ -172,7 +172,7 @@ static bool scan_form(const char* text, int length, Sections* s) {
     return true;
 }
 
-bool scan_sections(const char* text, int length, Sections* s) {
+bool scan_sections(const char* text, int length, Corner_Sections* s) {
     if (const char* const end = scan_plain_sections(text, length, s); end && *end == '\0')
         return true;
     // The letters that stand anywhere in the line choose the form.
@@ -204,7 +204,7 @@ static Point scaled_point_at(const float* f, float scale) {
 
 // Behind the corners come normals, colours and texture points, or what the constructor without
 // them puts in their place.
-WDB_Triangle triangle_of(const Sections& s, float scale) {
+WDB_Triangle triangle_of(const Corner_Sections& s, float scale) {
     const Point p0 = scaled_point_at(s.p, scale), p1 = scaled_point_at(s.p + 3, scale),
                 p2 = scaled_point_at(s.p + 6, scale);
     WDB_Triangle t =
@@ -224,7 +224,7 @@ WDB_Triangle triangle_of(const Sections& s, float scale) {
     return t;
 }
 
-WDB_Line line_of(const Sections& s, float scale) {
+WDB_Line line_of(const Corner_Sections& s, float scale) {
     const Point p0 = scaled_point_at(s.p, scale), p1 = scaled_point_at(s.p + 3, scale);
     WDB_Line l = s.has_n ? WDB_Line(p0, p1, vector_at(s.n), vector_at(s.n + 3)) : WDB_Line(p0, p1);
     if (s.colors) {

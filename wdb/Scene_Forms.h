@@ -18,7 +18,7 @@ bool scan_frame(const char* text, HFrame* frame);
 
 // Triangles and lines: up to four sections, each a letter and its numbers. Sections of points,
 // normals and texture points have the full length, colours that or three.
-struct Sections {
+struct Corner_Sections {
     float p[9], n[9], c[9], t[9];
     bool has_n = false, has_t = false;
     int colors = 0; // numbers in c: 0, 3 or all
@@ -26,15 +26,15 @@ struct Sections {
 };
 
 // The sections of a line, of `length` numbers each.
-bool scan_sections(const char* text, int length, Sections* s);
+bool scan_sections(const char* text, int length, Corner_Sections* s);
 
 // A line of nothing but plain sections, up to a zero byte or, where it lies in the file, a line
 // feed, which is returned. On failure: null; what is different in any way is left to scan_sections.
-const char* scan_plain_sections(const char* text, int length, Sections* s);
+const char* scan_plain_sections(const char* text, int length, Corner_Sections* s);
 
 // What sections of 9 or 6 numbers say, the points times `scale`.
-WDB_Triangle triangle_of(const Sections& s, float scale);
-WDB_Line line_of(const Sections& s, float scale);
+WDB_Triangle triangle_of(const Corner_Sections& s, float scale);
+WDB_Line line_of(const Corner_Sections& s, float scale);
 
 } // namespace scene_forms
 

@@ -292,7 +292,7 @@ bool WDB_Lex_Context::try_get_frame(const char* keyword) {
 static const int numbers_of_triangle = 9; // in a section
 
 bool WDB_Lex_Context::scan_triangle(const char* keyword, float scale) {
-    Sections s;
+    Corner_Sections s;
     if (!scan_sections(current_line_after_keyword(keyword), numbers_of_triangle, &s)) return false;
     last_triangle_ = triangle_of(s, scale);
     last_triangle_is_colored_ = s.colors != 0;
@@ -309,7 +309,7 @@ bool WDB_Lex_Context::scan_next_triangle(const char* keyword, float scale) {
     while (std_is_space(*text) && *text != '\n') ++text;
     const std::size_t length = std::strlen(keyword);
     if (strncasecmp(text, keyword, length) != 0) return false;
-    Sections s;
+    Corner_Sections s;
     const char* const end = scan_plain_sections(text + length, numbers_of_triangle, &s);
     if (!end || *end != '\n' || end - start >= LONGEST_LINE) return false;
     last_triangle_ = triangle_of(s, scale);
@@ -331,7 +331,7 @@ bool WDB_Lex_Context::try_get_triangle(const char* keyword, float scale) {
 bool WDB_Lex_Context::try_get_line(const char* keyword, float scale) {
     if (!current_line_starts_with(keyword)) return false;
     const int numbers = 6;
-    Sections s;
+    Corner_Sections s;
     const bool is_scanned = scan_sections(current_line_after_keyword(keyword), numbers, &s);
     if (is_scanned) {
         last_line_ = line_of(s, scale);
