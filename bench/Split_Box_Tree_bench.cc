@@ -15,7 +15,6 @@
 #include <boost/throw_exception.hpp>
 #include <cstdlib>
 #include <gc.h>
-#include <memory>
 #include <random>
 
 #include "bench/side_by_side.h"

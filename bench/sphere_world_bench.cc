@@ -5,7 +5,6 @@
 // ours brings one that replaces another to the disk first, which takes as long as the disk does.
 //
 //     sphere_world_bench [spheres...]          // 10000, 100000 and 1000000 if none are given
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>

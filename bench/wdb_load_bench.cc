@@ -4,7 +4,6 @@
 // world.
 #include "wdb/wdb_load.h"
 
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>

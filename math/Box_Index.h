@@ -16,7 +16,6 @@
 #define MATH_BOX_INDEX_H
 
 #include <bit>
-#include <cstddef>
 #include <cstdint>
 
 #include "base/Plain_Array.h"

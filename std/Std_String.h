@@ -14,7 +14,6 @@
 
 #include <concepts>
 #include <iosfwd>
-#include <type_traits>
 
 #include "std/Std_Obj.h"
 

@@ -1,5 +1,6 @@
 #include "tools/Picture_Canvas.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 

@@ -17,7 +17,6 @@
 #ifndef TOOLS_PICTURE_CANVAS_H
 #define TOOLS_PICTURE_CANVAS_H
 
-#include <algorithm>
 #include <cstdint>
 
 #include "images/PX_Map.h"

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "wdb/WDB_Light.h"
+
 bool Picture_Lighting::collect(SUniv* user, const WDB_Node* node, const Bbox&) {
     auto* const lamps = Conv<std::vector<Lamp>*>::from_univ(user);
     const WDB_Light* const light = WDB_Light::const_castdown(node);

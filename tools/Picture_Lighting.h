@@ -13,7 +13,6 @@
 #include "math/Color.h"
 #include "math/Geometry.h"
 #include "wdb/WDB_Database.h"
-#include "wdb/WDB_Light.h"
 #include "wdb/WDB_Material.h"
 
 class Picture_Lighting {

@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
-#include <vector>
 
 // Normals, colours or texture points of a face set.
 struct Vrml_Attribute {

@@ -8,7 +8,6 @@
 #ifndef TOOLS_VRML_FILES_H
 #define TOOLS_VRML_FILES_H
 
-#include <deque>
 #include <map>
 #include <memory>
 #include <string>

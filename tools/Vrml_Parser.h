@@ -8,7 +8,6 @@
 #ifndef TOOLS_VRML_PARSER_H
 #define TOOLS_VRML_PARSER_H
 
-#include <cstddef>
 #include <deque>
 #include <string>
 #include <string_view>

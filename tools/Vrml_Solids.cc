@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <numbers>
-#include <span>
 
 #include "tools/Vrml_Writer.h"
 

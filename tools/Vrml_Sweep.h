@@ -2,7 +2,6 @@
 #ifndef TOOLS_VRML_SWEEP_H
 #define TOOLS_VRML_SWEEP_H
 
-#include <cstddef>
 #include <vector>
 
 #include "tools/Vrml_Scene.h"

@@ -12,7 +12,6 @@
 #include <string>
 #include <string_view>
 #include <unordered_set>
-#include <vector>
 
 // Room that one number can need, with the blank before it: a triangle with 36 numbers stays within
 // the 1023 characters of a line.

@@ -2,7 +2,6 @@
 
 #include <bit>
 #include <cfloat>
-#include <cmath>
 #include <cstring>
 
 #include "wdb/Extent_Signal.h"

@@ -1,7 +1,6 @@
 #include "wdb/wdb_load.h"
 
 #include <climits>
-#include <cmath>
 #include <cstring>
 #include <strings.h>
 #include <sys/stat.h>
