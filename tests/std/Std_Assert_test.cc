@@ -1,20 +1,13 @@
 #include "std/Std_Assert.h"
 
 #include <cerrno>
-#include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "std/Std_Common.h"
 #include "std/Std_Env.h"
-#include "std/Std_Messager.h"
-
-using ::testing::ExitedWithCode;
-using ::testing::KilledBySignal;
 
 static std::string report(int level, const char* message) {
     ::testing::internal::CaptureStderr();
@@ -87,70 +80,12 @@ TEST(Std_Assert_death, endings) {
     for (const auto& r : rows) {
         SCOPED_TRACE(r.text);
         if (r.aborts) {
-            EXPECT_EXIT(fail_with(r.assert_level, r.error, r.level), KilledBySignal(SIGABRT),
-                        r.text);
+            EXPECT_EXIT(fail_with(r.assert_level, r.error, r.level),
+                        ::testing::KilledBySignal(SIGABRT), r.text);
         } else {
-            EXPECT_EXIT(fail_with(r.assert_level, r.error, r.level), ExitedWithCode(1), r.text);
+            EXPECT_EXIT(fail_with(r.assert_level, r.error, r.level), ::testing::ExitedWithCode(1),
+                        r.text);
         }
     }
-    EXPECT_EXIT(fail_with("1", 0, 2), ExitedWithCode(77), "WARNING: Broken in line 12");
-}
-
-TEST(Std_Messager, ring_of_lines) {
-    Std_Messager messager(5, 4);
-    for (int i = 1; i <= 6; ++i) messager.update_history(str_format("%d line", i));
-    EXPECT_STREQ(messager.message_history_item(0), "6 li");
-    EXPECT_STREQ(messager.message_history_item(4), "2 li");
-    EXPECT_STREQ(messager.message_history_item(5), "6 li");
-    EXPECT_EQ(messager.message_history_index(INT_MAX), messager.message_history_index(INT_MAX - 5));
-    messager.clear_message_history();
-    EXPECT_STREQ(messager.message_history_item(3), "");
-    Std_Messager smallest(0, -1); // still one line, of no characters
-    smallest.update_history("text");
-    EXPECT_EQ(smallest.message_history_count(), 1);
-    EXPECT_STREQ(smallest.message_history_item(0), "");
-}
-
-namespace {
-class Recorder : public Std_Messager {
-    STD_OBJ_CLASS(Recorder, Std_Messager)
-    Recorder() : Std_Messager(3, 80) {}
-    void refresh_after_updating_history() override { (shown += message_history_item(0)) += ";"; }
-    std::string shown;
-};
-} // namespace
-
-TEST(Std_Messager, an_own_messager_takes_the_information_reports) {
-    auto* recorder = new Recorder;
-    std_set_current_messager(recorder);
-    EXPECT_EQ(report(0, "one"), "");
-    std_refresh_current_messager();
-    EXPECT_EQ(recorder->shown, "one;one;");
-    std_set_current_messager(nullptr);
-    EXPECT_EQ(report(0, "two"), "INFO   : two\n");
-    ::testing::internal::CaptureStderr();
-    std_refresh_current_messager(); // the default one is left alone
-    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(recorder->shown, "one;one;");
-}
-
-TEST(Std_Env, values) {
-    const struct {
-        const char* value;
-        int should;
-    } rows[] = {{"yes", 1},  {"true", 1},  {"-3", 1}, {"", 1},   {"2", 2},
-                {"12x", 12}, {"false", 0}, {"No", 0}, {"05", 0}, {"99999999999999999999", INT_MAX}};
-    for (const auto& r : rows) {
-        EXPECT_EQ(Std_Env::setenv("NOLT_TEST", r.value, 1), 0);
-        EXPECT_EQ(Std_Env::getenv_value("NOLT_TEST"), r.should) << r.value;
-    }
-    EXPECT_EQ(Std_Env::setenv("NOLT_TEST", "other", 0), 0);
-    EXPECT_STREQ(std::getenv("NOLT_TEST"), "99999999999999999999");
-    const std::string longer(5000, 'v');
-    Std_Env::setenv("NOLT_TEST_2", longer.c_str(), 0);
-    EXPECT_EQ(std::getenv("NOLT_TEST_2"), longer);
-    Std_Env::unsetenv("NOLT_TEST=ignored");
-    EXPECT_EQ(std::getenv("NOLT_TEST"), nullptr);
-    EXPECT_EQ(Std_Env::getenv_value("NOLT_TEST"), 0);
-    EXPECT_NE(std::getenv("NOLT_TEST_2"), nullptr); // a longer name with the same start stays
+    EXPECT_EXIT(fail_with("1", 0, 2), ::testing::ExitedWithCode(77), "WARNING: Broken in line 12");
 }

@@ -5,7 +5,6 @@
 #include <cstring>
 #include <gc.h>
 #include <gtest/gtest.h>
-#include <string>
 #include <vector>
 
 #include "std/Std_GC_Cleanup.h"
