@@ -20,18 +20,23 @@ install(FILES
   cmake/FindBDWgc.cmake
   DESTINATION "${package_dir}" COMPONENT development)
 
+# Appended, since an absolute folder takes the place of the prefix.
+set(include_dir "\${CMAKE_INSTALL_PREFIX}")
+cmake_path(APPEND include_dir "${CMAKE_INSTALL_INCLUDEDIR}" nolt)
 get_property(headers GLOBAL PROPERTY nolt_headers)
 install(CODE "
   set(SOURCE \"${PROJECT_SOURCE_DIR}\")
   set(GENERATED \"${PROJECT_BINARY_DIR}/include/nolt\")
   set(WORK \"${PROJECT_BINARY_DIR}/installed-headers\")
   set(HEADERS \"${headers}\")
-  set(DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_INCLUDEDIR}/nolt\")
+  set(DESTINATION \"${include_dir}\")
   include(\"${PROJECT_SOURCE_DIR}/cmake/install-headers.cmake\")"
   COMPONENT development)
 
 # The way back from the file itself, so that an installed tree can be moved.
 file(RELATIVE_PATH NOLT_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+set(NOLT_PC_INCLUDEDIR "\${prefix}")
+cmake_path(APPEND NOLT_PC_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}")
 set(NOLT_PC_LIBS "-lnolt")
 if(NOT BUILD_SHARED_LIBS)
   set(NOLT_PC_LIBS "-lnolt_wdb -lnolt_images -lnolt_math -lnolt_base -lnolt_std")
