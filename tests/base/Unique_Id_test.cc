@@ -1,7 +1,6 @@
 #include "base/Unique_Id.h"
 
 #include <gtest/gtest.h>
-#include <set>
 #include <sstream>
 #include <string>
 

@@ -1,8 +1,6 @@
 #include "images/image.h"
 
 #include <bit>
-#include <cstdint>
-#include <cstring>
 #include <fcntl.h>
 #include <random>
 #include <unistd.h>

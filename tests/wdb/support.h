@@ -2,7 +2,6 @@
 #ifndef TESTS_WDB_SUPPORT_H
 #define TESTS_WDB_SUPPORT_H
 
-#include <cfloat>
 #include <string>
 #include <vector>
 
