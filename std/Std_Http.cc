@@ -239,7 +239,7 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
 }
 
 bool Exchange::store(int file) {
-    static char buf[4096]; // overwritten by every read
+    static char block[4096]; // overwritten by every read
     Ending ending = NONE;
     last_data_ = pace_start_ = now();
     while (ending == NONE) {
@@ -248,9 +248,9 @@ bool Exchange::store(int file) {
         const double pace_end = pace_start_ + pace_period();
         const int ready = wait(POLLIN, std::min(last_data_ + silence, pace_end));
         if (ready != 0) {
-            const ssize_t got = ready < 0 ? -1 : recv(socket_, buf, sizeof buf, 0);
+            const ssize_t got = ready < 0 ? -1 : recv(socket_, block, sizeof block, 0);
             if (got < 0 && is_to_be_tried_again(errno)) continue;
-            ending = take(buf, got, file);
+            ending = take(block, got, file);
         }
         if (ending == NONE) ending = end_of_patience();
     }

@@ -200,7 +200,9 @@ void WDB_Camera::print_contents(std::ostream& os) const {
     WDB_Node::print_contents(os);
     if (projection_.is_std_perspective()) {
         const double fov = static_cast<double>(projection_.fov_from_std_perspective());
-        os << "  Fov : " << static_cast<float>(fov / 3.14159265358979 * 180.0) << "\n";
+        // Not the nearest double: a last digit of the text may hang on it.
+        const double nearly_pi = 3.14159265358979;
+        os << "  Fov : " << static_cast<float>(fov / nearly_pi * 180.0) << "\n";
         os << "  Near: " << projection_.near_from_std_perspective() << "\n";
         os << "  Far : " << projection_.far_from_std_perspective() << "\n";
         os << "  IPD : " << ipd_;
