@@ -54,11 +54,12 @@ Box_Cells::Key Box_Cells::first_leaf(const Point& low, const Cell& from) const {
 // Nothing below the node need count any more; perhaps nothing below those above it either.
 void Box_Cells::fill(std::uint32_t node) {
     const auto siblings = static_cast<std::uint32_t>(split_count_);
+    const auto is_full = [](const Node& sibling) { return sibling.is_full(); };
     nodes_[node].link |= Node::full;
     while (node != 0) {
         const std::uint32_t group = node / siblings;
-        for (std::uint32_t i = 0; i < siblings; ++i)
-            if (!nodes_[group * siblings + i].is_full()) return;
+        if (!std::all_of(&nodes_[group * siblings], &nodes_[group * siblings] + siblings, is_full))
+            return;
         node = parents_[group];
         nodes_[node].link |= Node::full;
     }
