@@ -38,10 +38,6 @@ Scene_Buffer& Scene_Buffer::number(float value) {
     return *this;
 }
 
-Scene_Buffer& Scene_Buffer::numbers(const float* xyz) {
-    return number(xyz[0]).text(" ").number(xyz[1]).text(" ").number(xyz[2]);
-}
-
 bool Scene_Buffer::flush() {
     // The first failure is the reason; nothing behind a hole in the file is worth a write.
     if (error_ == 0 && !std_write_all(descriptor_, block_, used_)) error_ = errno;

@@ -29,9 +29,6 @@ public:
     Scene_Buffer& integer(long long value);
     Scene_Buffer& number(float value);
 
-    // Three numbers with a blank between them.
-    Scene_Buffer& numbers(const float* xyz);
-
     // False, with the errno of the first that failed, if any write since open() has.
     bool flush();
 

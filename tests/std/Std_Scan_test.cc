@@ -48,6 +48,7 @@ TEST(Std_Scan, rows) {
                 {"1 2\n3", nullptr},
                 {"1 2\\\n3", nullptr},
                 {"1.000000 2.000000", nullptr},
+                {"1 2 .0000000000000000015", ""},
                 {"1 2.0000000 123456789012.000000", ""}};
     for (const auto& r : rows) {
         char buffer[64] = {};
