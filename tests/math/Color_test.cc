@@ -16,6 +16,7 @@ TEST(Color, is_a_point_of_its_space) {
          interp(black, black, c, 0.025f, 0.025f),
          {0.95f, 0.95f, 0.95f}},
         {"moved with the origin", c * (Frame::scaling(5) * Frame::translation(1, 2, 3)), {6, 7, 8}},
+        {"moved in place", Color(c) *= Frame::scaling(1, 2, 3), {1, 2, 3}},
         {"half of it", b * 0.5f, {0, 1.5f, 0.5f}},
         {"a number first", 2.0f * a / 4, {1, -0.5f, 0}},
         {"divided, not by a reciprocal", Color(41, 49, 0) / 41, {1, 49.0f / 41, 0}},
@@ -26,6 +27,8 @@ TEST(Color, is_a_point_of_its_space) {
     };
     for (const auto& [row, does, should] : rows) EXPECT_EQ(bits_of(does), bits_of(should)) << row;
     EXPECT_EQ(area2(black, Color(2, 0, 0), Color(0, 3, 0)), 9);
+    EXPECT_EQ(cross(c, Color(2, 1, 1), Color(1, 3, 1)), Vector(0, 0, 2));
+    EXPECT_EQ(dist(a, Color(4, 1, 1)) + dist2(a, Color(4, 1, 1)), 3 + 9);
     EXPECT_EQ(pvdot(Color(1e8f, -1e8f, 1), Vector(1, 1, 1)), 1) << "summed from the left";
     EXPECT_EQ(printed(Color(2, -1, 0.1f)), "Color(2,-1,0.1)\n");
 }

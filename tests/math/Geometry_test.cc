@@ -72,6 +72,7 @@ TEST(Geometry, compare) {
         const Point a = toPoint(v), b = toPoint(w);
         EXPECT_EQ(compare(v, w), exact);
         EXPECT_EQ(compare(a, b, 0.5f), within_half);
+        EXPECT_EQ(compare(v, w, 0.5f), within_half);
         EXPECT_EQ(a == b, exact == 0);
         EXPECT_EQ(v.is_epsilon_equal(w, 0.5f), agrees);
         EXPECT_EQ(Bary(a.x, a.y, a.z).is_epsilon_equal(Bary(b.x, b.y, b.z), 0), exact == 0);
@@ -105,7 +106,12 @@ TEST(Frame, rotation_follows_the_right_hand) {
 TEST(Frame, isident_allows_no_deviation) {
     EXPECT_TRUE(Frame::translation(-0.0f, 0, 0).isident());
     EXPECT_FALSE(Frame::translation(0, 0, denorm).isident());
-    EXPECT_FALSE(Frame::scaling(1, 1 - FLT_EPSILON / 2, 1).isident());
+    Frame f = Frame::scaling(1, 1 - FLT_EPSILON / 2, 1);
+    EXPECT_FALSE(f.isident());
+    f.ident();
+    EXPECT_TRUE(f.isident());
+    f.zero();
+    EXPECT_EQ(bits_of(f), bits_of(Frame::scaling(0)));
 }
 
 TEST(Frame, makerighthand_spares_flat_frames) {

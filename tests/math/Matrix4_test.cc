@@ -64,6 +64,11 @@ TEST(Matrix4, recognises_its_kinds) {
         EXPECT_EQ(one_but(i / 4, i % 4, 0.5f).is_affine(), i % 4 < 3) << i;
         EXPECT_FALSE(one_but(i / 4, i % 4, 0.5f).is_identity()) << i;
     }
+    Matrix4 m = one_but(3, 3, 2);
+    m.ident();
+    EXPECT_TRUE(m.is_identity());
+    m.zero();
+    EXPECT_EQ(bits_of(m), Bits{std::vector<std::uint32_t>(16)});
     EXPECT_TRUE(one_but(1, 1, 1.0009f).is_scale_preserving());
     EXPECT_FALSE(one_but(1, 1, 1.0011f).is_scale_preserving());
     EXPECT_FALSE(one_but(0, 3, 0.0001f).is_scale_preserving()) << "not affine";

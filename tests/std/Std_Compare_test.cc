@@ -37,14 +37,18 @@ TEST(Std_Compare, order) {
     EXPECT_EQ(int64_cmp(0x100000000, 0xFFFFFFFF), 1);
     EXPECT_EQ(uint64_cmp(UINT64_MAX, 1), 1);
     EXPECT_EQ(int32_cmp(INT32_MIN, INT32_MAX), -1); // a difference would overflow
+    EXPECT_EQ(int16_cmp(-1, 1), -1);
     EXPECT_EQ(char_cmp('\x80', 'a'), 1);
     EXPECT_EQ(bool_cmp(true, false), 1);
+    EXPECT_EQ(float_cmp(1.0f, 2.0f), -1);
     EXPECT_EQ(float_cmp(NAN, 1.0f), 0);
     EXPECT_TRUE(float_equal(NAN, 1.0f));
     EXPECT_LT(charptr_cmp("abc", "abd"), 0);
     const std::string copy = "abc";
     EXPECT_TRUE(charptr_equal("abc", copy.c_str()));
     EXPECT_FALSE(voidptr_equal("abc", copy.c_str()));
+    EXPECT_EQ(voidptr_cmp(&copy, &copy + 1), -1);
+    EXPECT_EQ(voidptr_cmp(&copy + 1, &copy), 1);
 }
 
 TEST(Std_Univ, words_keep_their_bits) {
@@ -85,7 +89,13 @@ TEST(Std_Common, angles_and_raw_copies) {
     value = 0;
     std_to_float(bytes + 1, &value);
     EXPECT_EQ(value, 1.5f);
-    short half = 0x1234;
+    short half = 0x1234, half_again = 0;
     short_to_std(&half, bytes + 3);
     EXPECT_EQ(bytes[5], 0);
+    std_to_short(bytes + 3, &half_again);
+    EXPECT_EQ(half_again, half);
+    int word = 0x12345678, word_again = 0;
+    int_to_std(&word, bytes + 1);
+    std_to_int(bytes + 1, &word_again);
+    EXPECT_EQ(word_again, word);
 }

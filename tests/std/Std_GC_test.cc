@@ -61,14 +61,28 @@ TEST(Std_GC, placement_is_told_for_any_address) {
     Std_GC::operator delete(nullptr);
 }
 
-TEST(Std_GC, over_aligned_blocks_are_the_collectors_too) {
-    struct alignas(256) Page {
-        char bytes[300];
+// So large that a block which is given back is none at once.
+TEST(Std_GC, plain_and_over_aligned_blocks_come_from_the_collector_and_go_back) {
+    const std::size_t size = 10000;
+    const auto page = std::align_val_t(256);
+    const auto check = [](void* block, auto give_back) {
+        EXPECT_EQ(std_get_placement(block), GC);
+        give_back(block);
+        EXPECT_EQ(std_get_placement(block), nullptr);
     };
-    for (int i = 0; i < 100; ++i) {
-        std::unique_ptr<Page> page(new Page());
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(page.get()) % 256, 0u);
-        EXPECT_EQ(std_get_placement(page.get()), GC);
+    for (int i = 0; i < 9; ++i) {
+        void* const aligned = ::operator new(size, page);
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(aligned) % 256, 0u);
+        check(aligned, [&](void* p) { ::operator delete(p, page); });
+        check(::operator new(size, page), [&](void* p) { ::operator delete(p, size, page); });
+        check(::operator new[](size, page), [&](void* p) { ::operator delete[](p, page); });
+        check(::operator new[](size, page), [&](void* p) { ::operator delete[](p, size, page); });
+        check(::operator new(size), [&](void* p) { ::operator delete(p); });
+        check(::operator new(size), [&](void* p) { ::operator delete(p, size); });
+        check(::operator new[](size), [&](void* p) { ::operator delete[](p); });
+        check(::operator new[](size), [&](void* p) { ::operator delete[](p, size); });
+        check(Std_GC::operator new(size, GCAtomic), [](void* p) { Std_GC::operator delete(p); });
+        check(Std_GC::operator new[](size), [](void* p) { Std_GC::operator delete[](p); });
     }
 }
 

@@ -175,6 +175,10 @@ TEST(Std_String, views) {
     Std_String fresh;
     fresh.at(0, 0) = "filled";
     EXPECT_EQ(fresh, "filled");
+    EXPECT_EQ(x = 'c', "c");
+    x.at(0, 1) = fresh;
+    x.at(0, 1) = 'F';
+    EXPECT_EQ(x, "Filled");
     EXPECT_TRUE(fresh.at(1, 3).contains("ill") && !fresh.at(1, 3).contains('f'));
 }
 
@@ -198,6 +202,7 @@ TEST(Std_String, order) {
     const Std_String x = "abcd";
     EXPECT_EQ(compare(x.at(0, 2), "abc"), -1);
     EXPECT_EQ(compare(x.at(0, 2), "ab"), 0);
+    EXPECT_EQ(compare(x.at(0, 2), Std_String("ac")), -1);
     EXPECT_EQ(compare(x.at(0, 2), static_cast<const char*>(nullptr)), 2);
     EXPECT_EQ(compare(x, x.at(0, 1)), 3);
     EXPECT_TRUE(x.before(2) < x && x.at(1, 1) != "a" && x.at(1, 1) == x.at('b'));

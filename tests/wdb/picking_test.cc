@@ -132,6 +132,7 @@ TEST(Picking, details) {
          "1: 0.25 0.75 0, 0 0.468 0.884, 0.25 0.75 0, 0.75 0"},
         {"of no known kind", odd, Frame::identity(), .5f, .5f, "-1: 0 0 0, 0 0 0, 0 0 0, 0 0"},
         {"beside", mesh, Frame::identity(), 5, 5, "none"},
+        {"within its box alone", mesh, Frame::identity(), 3, 3, "none"},
     };
     for (const auto& r : rows) {
         WDB_Database world;
@@ -302,6 +303,8 @@ TEST(WDB_Database, lists_cameras_and_lights_besides) {
     lamp->set_geometry(tetrahedron());
     EXPECT_EQ(world.node_count(), 0);
     EXPECT_EQ(world.shape_count(), 2);
+    lamp->set_geometry(nullptr);
+    EXPECT_EQ(world.shape_count() * 10 + world.node_count(), 11);
     EXPECT_EQ(world.light_count() * 10 + world.camera_count(), 11);
     const std::string text = printed(world);
     const std::size_t cameras = text.find("//CAMERAS"), lights = text.find("//LIGHTS");
