@@ -6,6 +6,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <sys/wait.h>
 #include <vector>
@@ -15,6 +16,7 @@
 #endif
 
 #include "images/PX_Map.h"
+#include "tests/Blocks.h"
 
 struct Rgb {
     int r, g, b;
@@ -67,145 +69,7 @@ static const Rgb background = {28, 33, 43}, white = {255, 255, 255};
 #define CAMERA "camera eye {\n frame t 0 0 1\n perspective 90 1 1 100\n}\n"
 #define COLORS                                                                                     \
     GLOW("red", "1 0 0") GLOW("green", "0 1 0") GLOW("blue", "0 0 1") GLOW("white", "1 1 1")
-// So many triangles or lines alike.
-static std::string list(const char* header, const char* item, int n) {
-    std::string text = header;
-    for (int i = 0; i < n; ++i) text += item;
-    return text + "}\n";
-}
-
-struct Pixel {
-    int x, y;
-    Rgb should;
-};
-
 TEST(nolt_picture, pixels) {
-    const std::string fine = "trianglelist fine {\n triangle p -1 -1 0 1 -1 0 1 1 0 c 0 1 0\n"
-                             " triangle p -1 -1 0 1 1 0 -1 1 0 c 0 1 0\n}\n";
-    const char* const coarse = " triangle p -1 -1 0 1 -1 0 1 1 0 c 1 0 0\n"
-                               " triangle p -1 -1 0 1 1 0 -1 1 0 c 1 0 0\n";
-    const struct {
-        const char* row;
-        std::string scene; // behind the square, before the camera
-        std::vector<Pixel> pixels;
-    } rows[] = {
-        {"emission, ambient and diffuse colour, in the light at the eye",
-         "material m {\n ambient 0 0.2 0.1\n diffuse 0.5 0.5 0\n emission 0.1 0 0.1\n}\n" NODE(
-             "n", "t 0 0 0", "material m\ngeometry square"),
-         // The cosine is 1 in the middle and 0.594 in the corner.
-         {{12, 12, {153, 178, 51}}, {23, 23, {101, 127, 51}}}},
-        {"no material: grey of 0.8",
-         NODE("n", "t 0 0 0", "geometry square"),
-         {{12, 12, {204, 204, 204}}}},
-        {"lights: two colours, and a black one that does not count",
-         GLOW("warm", "0.5 0 0") GLOW(
-             "cool", "0 0 1") "material m {\n diffuse 1 1 1\n}\nlight l1 {\n frame t 0 0 5\n "
-                              "material warm\n}\n"
-                              "light l2 {\n frame t 4.0416667 -0.0416667 4\n material cool\n}\n"
-                              "light l3 {\n frame t 0 0 1\n}\n" NODE("n", "t 0 0 0",
-                                                                     "material m\ngeometry square"),
-         {{12, 12, {127, 0, 180}}}},
-        {"a highlight: the light stands 60 degrees off, half of it from the eye",
-         GLOW("lamp", "1 1 1") "material m {\n diffuse 0 0 0\n specular 1 0.5 0\n shininess 8\n}\n"
-                               "light l {\n frame t 17.362 -0.0416667 10\n material lamp\n}\n" NODE(
-                                   "n", "t 0 0 0", "material m\ngeometry square"),
-         {{12, 12, {88, 44, 0}}}}, // the cosine of 28.9 degrees to the power of 8
-        {"the far side of a triangle is lit as well",
-         NODE("n", "r 0 180 0 t 0 0 0", "geometry square"),
-         {{12, 12, {204, 204, 204}}}},
-        {"a mirrored node shows its front",
-         NODE("n", "s -1 1 1 t 0 0 0", "geometry square"),
-         {{12, 12, {204, 204, 204}}}},
-        // From red at a distance of 1 to green at 3: the pixels show 1.09, and about 2.43.
-        {"colours in perspective",
-         "trianglelist floor {\n"
-         " triangle p -1 -0.5 0 1 -0.5 0 9 -0.5 -2 c 1 0 0 1 0 0 0 1 0\n"
-         " triangle p -1 -0.5 0 9 -0.5 -2 -9 -0.5 -2 c 1 0 0 0 1 0 0 1 0\n}\n"
-         "material m {\n diffuse 0 0 0\n}\nlight l {\n frame t 0 90000 -1\n material "
-         "white\n}\n" NODE("n", "t 0 0 0", "geometry floor"),
-         {{12, 17, {243, 12, 0}}, {12, 14, {73, 182, 0}}, {12, 12, background}}},
-        {"the near one hides the far one, whatever comes first",
-         NODE("n1", "s 0.5 0.5 0.5 t 0 0.5 0.5", "material red\ngeometry square")
-             NODE("n2", "t 0 0 0", "material green\ngeometry square")
-                 NODE("n3", "s 0.5 0.5 0.5 t 0 -0.5 -1", "material blue\ngeometry square"),
-         {{12, 5, {255, 0, 0}}, {12, 20, {0, 255, 0}}}},
-        {"glass: from far to near, before all else",
-         "material glass1 {\n diffuse 0 0 0\n emission 1 0 0\n alpha 0.5\n}\n"
-         "material glass2 {\n diffuse 0 0 0\n emission 0 1 0\n alpha 0.25\n}\n" NODE(
-             "n1", "t 0 0 0.25", "material glass1\ngeometry square")
-             NODE("n2", "t 0 0 0", "material glass2\ngeometry square")
-                 NODE("n3", "s 0.5 0.5 0.5 t 0 0 -0.5", "material blue\ngeometry square"),
-         {{12, 12, {127, 32, 96}}, {12, 11, {127, 32, 96}}, {1, 12, {137, 44, 16}}}},
-        {"glass: the triangles of a node as well",
-         "trianglelist two {\n triangle p -1 -1 0 1 -1 0 0 1 0 c 1 0 0\n"
-         " triangle p -9 -9 -1 9 -9 -1 0 9 -1 c 0 1 0\n triangle p -1 -1 -0.5 1 -1 -0.5 0 1 -0.5 c "
-         "0 0 1\n}\n"
-         "material glass {\n diffuse 0 0 0\n alpha 0.5\n}\n" NODE("n", "t 0 0 0",
-                                                                  "material glass\ngeometry two"),
-         {{12, 12, {131, 36, 69}}}},
-        {"normals stay upright in a flattened node",
-         "trianglelist tilted {\n triangle p -3 -3 0 3 -3 0 0 3 0 n 0 1 1 0 1 1 0 1 1\n}\n" NODE(
-             "n", "s 1 1 0.5 t 0 0 0", "geometry tilted"),
-         {{12, 12, {186, 186, 186}}}},
-        {"lines: one pixel wide, colours between the ends, cut behind the eye",
-         "linelist lines {\n line p -0.9583333 0.5416667 0 0.9583333 0.5416667 0 c 1 0 0 0 0 1\n"
-         " line p 0.2916667 -0.2916667 0 2 -2 5 c 0 1 0\n}\n" NODE("n", "t 0 0 0",
-                                                                   "geometry lines"),
-         {{0, 5, {250, 0, 5}},
-          {23, 5, {5, 0, 250}},
-          {12, 5, {122, 0, 133}},
-          {12, 4, background},
-          {12, 6, background},
-          {23, 23, {0, 255, 0}}}},
-        {"a line on a surface is seen",
-         "linelist lines {\n line p -1 0.0416667 0 1 0.0416667 0 c 0 1 0\n}\n" NODE(
-             "n1", "t 0 0 0", "material red\ngeometry square")
-             NODE("n2", "t 0 0 0", "geometry lines"),
-         {{7, 11, {0, 255, 0}}, {7, 13, {255, 0, 0}}}},
-        // An edge of 12 pixels asks for 96 triangles, one of 3 for 24.
-        {"levels of detail by size",
-         fine + list("trianglelist coarse {\n", coarse, 15) +
-             NODE("n1", "s 0.5 0.5 0.5 t -0.5 0 0", "geometry fine coarse")
-                 NODE("n2", "s 0.5 0.5 0.5 t 2 0 -3", "geometry fine coarse"),
-         {{6, 12, {0, 232, 0}}, {18, 12, {224, 0, 0}}}},
-        {"the plane before the eye cuts a floor that goes on behind it",
-         "trianglelist floor {\n triangle p -900 -0.5 50 900 -0.5 50 0 -0.5 -900\n}\n"
-         "trianglelist off {\n triangle p 0 1 0 0 2 0 0 1 1\n}\n" NODE(
-             "n", "t 0 0 0", "material green\ngeometry floor off"),
-         {{0, 23, {0, 255, 0}}, {23, 13, {0, 255, 0}}, {12, 11, background}, {0, 0, background}}},
-        {"an edge that leaves two thirds of a pixel",
-         NODE("n", "t 0.3611111 -1.1944444 0", "material white\ngeometry square"),
-         {{3, 20, background}, {4, 20, {179, 181, 184}}, {5, 20, white}, {12, 10, background}}},
-        {"a texture, its lower left corner first, and again beyond its edge",
-         "texture four {\n image \"four.rgb\"\n}\ntrianglelist twice {\n"
-         " triangle p -1 -1 0 1 -1 0 1 1 0 t 0 0 0 2 0 0 2 1 0\n"
-         " triangle p -1 -1 0 1 1 0 -1 1 0 t 0 0 0 2 1 0 0 1 0\n}\n" NODE(
-             "n", "t 0 0 0", "material white\ntexture four\ngeometry twice"),
-         {{3, 17, {255, 0, 0}},
-          {8, 17, {0, 255, 0}},
-          {3, 6, {0, 0, 255}},
-          {8, 6, white},
-          {15, 17, {255, 0, 0}},
-          {20, 6, white}}},
-        {"a texture far off is the mean of its pixels",
-         "texture four {\n image \"four.rgb\"\n}\ntrianglelist many {\n"
-         " triangle p -1 -1 0 1 -1 0 1 1 0 t 0 0 0 999 0 0 999 999 0\n}\n" NODE(
-             "n", "t 0 0 0", "material white\ntexture four\ngeometry many"),
-         {{15, 15, {128, 128, 128}}}},
-        {"coordinates that are no numbers, or too large, spoil nothing else",
-         "trianglelist bad {\n triangle p nan 0 0 1 0 0 0 1 0\n triangle p inf 0 0 1 inf 0 0 1 "
-         "-inf\n"
-         " triangle p -3e38 -3e38 0 3e38 -3e38 0 0 3e38 -3e38\n"
-         " triangle p 0 0 0 1 0 0 0 1 0 n nan nan nan inf 0 0 0 3e38 0 c nan inf -inf t nan inf "
-         "3e38 0 0 0 1 1 "
-         "1\n}\nlinelist bad2 {\n line p nan 0 0 0 0 0\n line p 3e38 0 0 -3e38 1 1\n}\n" NODE(
-             "n1", "t 0 0 -900", "material red\ngeometry bad")
-             NODE("n2", "s 3e38 3e38 3e38 t nan 0 0", "geometry bad")
-                 NODE("n3", "s 0 0 0 t 0 0 -5", "geometry square bad2 bad")
-                     NODE("n4", "t 0 0 -900", "geometry bad2")
-                         NODE("n5", "s 1e-30 1e-30 1e-30 t 0 0 0", "geometry square"),
-         {}},
-    };
     const Folder folder;
     PX_Map four(8, 8, 3);
     const Rgb quarters[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, white};
@@ -217,14 +81,27 @@ TEST(nolt_picture, pixels) {
             four.put_pixel_component(static_cast<unsigned char>(color.b), x, y, 2);
         }
     ASSERT_TRUE(four.save((folder / "four.rgb").c_str()));
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.row);
-        folder.write("x.3d", COLORS SQUARE + r.scene + CAMERA);
+    for (const int n : {1, 2, 4}) {
+        PX_Map one(1, 1, n);
+        for (int c = 0; c < n; ++c) one.get_pixels()[c] = static_cast<unsigned char>(51 * (c + 1));
+        ASSERT_TRUE(one.save((folder / (std::to_string(n) + ".rgb").c_str()).c_str()));
+    }
+    for_each_block(TEST_PICTURES, [&](std::map<std::string, std::string>& parts) {
+        folder.write("x.3d", COLORS SQUARE + parts["text"] + CAMERA);
         EXPECT_EQ(folder.run("-o x.rgb -size 24x24 x.3d"), 0) << folder.read("err");
         const PX_Map map((folder / "x.rgb").c_str(), 3);
         ASSERT_EQ(map.get_width(), 24);
-        for (const Pixel& p : r.pixels) expect_pixel(map, p.x, p.y, p.should);
-    }
+        std::istringstream pixels(parts["pixels"]);
+        for (std::string line; std::getline(pixels, line);) {
+            int x, y;
+            Rgb should;
+            if (line.starts_with("# ")) continue;
+            ASSERT_EQ(std::sscanf(line.c_str(), "%d %d %d %d %d", &x, &y, &should.r, &should.g,
+                                  &should.b),
+                      5);
+            expect_pixel(map, x, y, should);
+        }
+    });
 }
 
 TEST(nolt_picture, cameras) {

@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "std/Std_URL.h"
+#include "tests/Blocks.h"
 #include "tests/Scratch_Folder.h"
 #include "tests/wdb/support.h"
 #include "wdb/WDB_Camera.h"
@@ -84,28 +84,6 @@ protected:
         EXPECT_EQ(wdb_save(*database, "saved"), 0);
         reports = catcher.text;
         return file("saved");
-    }
-
-    // Reads blocks that begin with "=== name", of parts that begin with "--- name". Before the
-    // first of these stands the part "text".
-    template<class Check>
-    static void for_each_block(const char* path, Check check) {
-        std::map<std::string, std::string> parts;
-        std::string name, part;
-        std::istringstream lines(file(path) + "=== end\n");
-        for (std::string line; std::getline(lines, line);) {
-            if (line.starts_with("--- ")) {
-                part = line.substr(4);
-            } else if (line.starts_with("=== ")) {
-                SCOPED_TRACE(name);
-                if (!name.empty()) check(parts);
-                parts.clear();
-                name = line.substr(4);
-                part = "text";
-            } else {
-                parts[part] += line + "\n";
-            }
-        }
     }
 
     WDB_Database* world = nullptr;
