@@ -72,7 +72,8 @@ TEST_F(From_VRML, blocks_of_the_file) {
     });
 }
 
-// So do their normals, whatever the shape is made of; and textures of solids are not mirrored.
+// So do their normals, whatever the shape is made of; and textures are not mirrored on solids, and
+// on none repeated.
 TEST_F(From_VRML, triangles_look_outwards) {
     const std::string spine = " creaseAngle 2 spine [ 0 -1 0, 0 1 0 ] ";
     const std::string shapes[] = {
@@ -94,11 +95,13 @@ TEST_F(From_VRML, triangles_look_outwards) {
         ASSERT_TRUE(load_quietly("out"));
         const WDB_Tri_List& list = *triangles("shape");
         double volume = 0;
+        Bbox texture(list[0].t0, list[0].t0);
         for (int i = 0; i < list.count(); ++i) {
             const WDB_Triangle& t = list[i];
             const Vector face = cross(t.p1 - t.p0, t.p2 - t.p0);
             EXPECT_GT(dot(face, toVector(t.p0)), 0) << shape << i;
             for (const Vector& n : {t.n0, t.n1, t.n2}) EXPECT_GT(dot(n, face), 0) << shape << i;
+            for (const Point& p : {t.t0, t.t1, t.t2}) texture.merge(p);
             const Vector s = t.t1 - t.t0, r = t.t2 - t.t0;
             if (shape.ends_with(" {}")) {
                 EXPECT_GT(s.x * r.y - s.y * r.x, 0) << shape << i;
@@ -106,6 +109,7 @@ TEST_F(From_VRML, triangles_look_outwards) {
             volume += static_cast<double>(dot(face, toVector(t.p0))) / 6;
         }
         EXPECT_GT(volume, 0.9) << shape; // closed, with a unit box at least inside
+        EXPECT_EQ(texture, Bbox(Point(0, 0, 0), Point(1, 1, 0))) << shape;
     }
 }
 
@@ -179,6 +183,8 @@ TEST_F(From_VRML, files_that_belong_together) {
     std::filesystem::current_path("sub");
     ASSERT_EQ(std::system("nolt_fromvrml -tmp x < a.wrl > out 2> err"), 0);
     EXPECT_NE(file("err").find("skipped 1: EXTERNPROTO Block, line 2\n"), std::string::npos);
+    ASSERT_EQ(std::system("nolt_fromvrml -tmp abcdefghijklmnopqrstuvwxyz < b.wrl > out"), 0);
+    EXPECT_NE(file("out").find("node x.cdefghijklmnopqrstuvwxyz {"), std::string::npos);
     ASSERT_EQ(std::system("nolt_fromvrml < a.wrl > out 2> err"), 0);
     EXPECT_EQ(file("err"), "");
 }
