@@ -223,7 +223,10 @@ TEST_F(PX_Map_test, what_cannot_be_saved_is_reported) {
     EXPECT_EQ(pixels_of(copy = wide), pixels_of(wide));
     copy.resize(2, 2);
     EXPECT_EQ(pixels_of(wide), pixels_of(PX_Map("link.rgb", 0))) << "a copy has pixels of its own";
-    unsigned char pixel = 0;
+    unsigned char pixel = 7;
+    pixmap_open_write("named.rgb", 1, 1, 1);
+    EXPECT_TRUE(pixmap_save(&pixel, 1) && pixmap_close());
+    EXPECT_EQ(pixels_of(PX_Map("named.rgb", 0)), Bytes{7});
     EXPECT_EXIT(pixmap_save(&pixel, 1), ::testing::ExitedWithCode(0),
                 "^can't open image in write mode\n$");
 }

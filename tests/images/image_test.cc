@@ -78,6 +78,11 @@ TEST(Image_rle, every_pair_of_sizes_comes_back) {
             const int cut = static_cast<int>(random() % static_cast<unsigned>(length + 1));
             img_rle_expand(rle.data(), size, cut, out.data(), 2, count / 2);
             EXPECT_EQ(out[in.size()], 0xAAAA);
+            const std::vector<unsigned char> bytes(in.begin(), in.end());
+            std::vector<unsigned char> bytes_again(in.size());
+            EXPECT_EQ(img_rle_compact(bytes.data(), 1, rle.data(), size, count), length);
+            img_rle_expand(rle.data(), size, length, bytes_again.data(), 1, count);
+            EXPECT_EQ(bytes_again, bytes);
         }
     }
 }
@@ -133,11 +138,12 @@ TEST_F(Image_test, bytes_of_a_file) {
         Row row = {5, 5, 5, 9};
         putrow(image, row.data(), 1, 0);
         putrow(image, row.data(), 1, 0); // again: the first is waste
+        isetcolormap(image, 3);
         iclose(image);
         std::string should;
         for (unsigned value : {474u, 0x0101u, 2u, 4u, 2u, 1u}) should += number(value, 2, is_big);
         for (unsigned value : {5u, 9u, 5u}) should += number(value, 4, is_big); // min, max, waste
-        should += "no name" + std::string(73, '\0') + std::string(512 - 104, '\0');
+        should += "no name" + std::string(73, '\0') + number(3, 4, is_big) + std::string(404, '\0');
         for (unsigned value : {0u, 533u, ~0u, 5u}) should += number(value, 4, is_big);
         should += "\3\5\1\t\0\3\5\1\t\0"s;
         EXPECT_EQ(bytes(), should) << is_big;
