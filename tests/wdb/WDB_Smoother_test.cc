@@ -50,6 +50,13 @@ TEST(WDB_Smoother, what_is_not_flat_shaded_stays) {
     EXPECT_TRUE(smoother.smooth_normal(Point(1, 1e-7f, 0), &bent) == odd) << "within 2^-23";
 }
 
+TEST(Point_Table, numbers_stay_with_their_places) {
+    Point_Table table;
+    const float places[] = {0, 1, 1e-7f, 2, 1};
+    const int numbers[] = {0, 1, 0, 2, 1};
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(table.put(Point(places[i], 0, 0)), numbers[i]) << i;
+}
+
 // One smoother for all lists, as the cells of its table stay from call to call; now and then with
 // triangles that were noted before. The sum is that of a plain way with one list for each corner.
 TEST(WDB_Smoother, random_lists) {

@@ -23,6 +23,8 @@ TEST_F(Wdb_Load, whole_reports) {
     EXPECT_EQ(reports.substr(0, 43), "[t-2]: Error near `g' - unknown geometry\nEn");
     EXPECT_EQ(load("absent"), nullptr);
     EXPECT_EQ(reports, "Cannot open URL absent\n");
+    reports_of([&] { EXPECT_EQ(load("C:x"), nullptr); });
+    EXPECT_EQ(reports, "Invalid URL\nCannot open URL C:x\n");
 }
 
 // Scenes, each with what its load reports and what comes of it: names, or all as it is saved.
