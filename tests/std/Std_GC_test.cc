@@ -62,25 +62,38 @@ TEST(Std_GC, placement_is_told_for_any_address) {
 }
 
 // So large that a block which is given back is none at once.
+namespace {
+struct Page {
+    ~Page() {}
+    char bytes[10000];
+};
+struct alignas(256) Aligned_Page : Page {};
+} // namespace
+
+// In a call of its own: compilers warn of what they see here.
+[[gnu::noinline]] static void expect_to_go_back(void* block, void (*give_back)(void*)) {
+    EXPECT_EQ(std_get_placement(block), GC);
+    void* const volatile address = block;
+    give_back(block);
+    EXPECT_EQ(std_get_placement(address), nullptr);
+}
+
 TEST(Std_GC, plain_and_over_aligned_blocks_come_from_the_collector_and_go_back) {
-    const std::size_t size = 10000;
-    const auto page = std::align_val_t(256);
-    const auto check = [](void* block, auto give_back) {
-        EXPECT_EQ(std_get_placement(block), GC);
-        give_back(block);
-        EXPECT_EQ(std_get_placement(block), nullptr);
-    };
+    constexpr std::size_t size = 10000;
+    constexpr auto page = std::align_val_t(256);
+    const auto check = expect_to_go_back;
     for (int i = 0; i < 9; ++i) {
         void* const aligned = ::operator new(size, page);
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(aligned) % 256, 0u);
-        check(aligned, [&](void* p) { ::operator delete(p, page); });
-        check(::operator new(size, page), [&](void* p) { ::operator delete(p, size, page); });
-        check(::operator new[](size, page), [&](void* p) { ::operator delete[](p, page); });
-        check(::operator new[](size, page), [&](void* p) { ::operator delete[](p, size, page); });
-        check(::operator new(size), [&](void* p) { ::operator delete(p); });
-        check(::operator new(size), [&](void* p) { ::operator delete(p, size); });
-        check(::operator new[](size), [&](void* p) { ::operator delete[](p); });
-        check(::operator new[](size), [&](void* p) { ::operator delete[](p, size); });
+        check(aligned, [](void* p) { ::operator delete(p, page); });
+        check(::operator new[](size, page), [](void* p) { ::operator delete[](p, page); });
+        check(::operator new(size), [](void* p) { ::operator delete(p); });
+        check(::operator new[](size), [](void* p) { ::operator delete[](p); });
+        // With the size, where compilers pass it.
+        check(new Page, [](void* p) { delete static_cast<Page*>(p); });
+        check(new Page[1], [](void* p) { delete[] static_cast<Page*>(p); });
+        check(new Aligned_Page, [](void* p) { delete static_cast<Aligned_Page*>(p); });
+        check(new Aligned_Page[1], [](void* p) { delete[] static_cast<Aligned_Page*>(p); });
         check(Std_GC::operator new(size, GCAtomic), [](void* p) { Std_GC::operator delete(p); });
         check(Std_GC::operator new[](size), [](void* p) { Std_GC::operator delete[](p); });
     }
