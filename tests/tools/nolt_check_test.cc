@@ -92,6 +92,7 @@ TEST_F(Nolt_Check, names_and_statuses) {
     };
     for (const auto& r : rows) {
         EXPECT_EQ(run(r.arguments), r.status) << r.arguments;
+        EXPECT_EQ(err.ends_with("usage: nolt_check scene...\n"), r.status == 2) << err;
         EXPECT_EQ(out.substr(0, std::string(r.begin).size()), r.begin) << r.arguments << err;
     }
 }
