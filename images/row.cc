@@ -33,7 +33,8 @@ static bool get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsign
     if (bytes > img_work_row_size(image)) return !is_damaged("too many bytes", y, z);
     const void* packets = img_read_row(image, bytes);
     if (!packets) return false;
-    if (bpp == 2) { // wherever the row began in the file
+    // Packets may begin at an odd byte of the file, where shorts are not to be read.
+    if (bpp == 2) {
         packets = std::memmove(image->tmpbuf, packets, bytes);
         if (image->dorev) cvtshorts(image->tmpbuf, bytes);
     }
@@ -85,6 +86,7 @@ static void track_range(IMAGE* image, const unsigned short* buffer) {
 
 static bool put_verbatim(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
     const std::size_t xsize = image->xsize;
+    // What does not fit a byte loses its upper half, as track_range has it too.
     if (bytes_per_channel(image) == 1) {
         auto* const bytes = reinterpret_cast<unsigned char*>(image->tmpbuf);
         for (std::size_t x = 0; x < xsize; ++x) bytes[x] = static_cast<unsigned char>(buffer[x]);

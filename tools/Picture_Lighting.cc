@@ -28,11 +28,13 @@ Color Picture_Lighting::shine(const WDB_Material& material, const Color& diffuse
     const Vector to_eye = oknormalize(eye_ - place);
     Color sum = material.get_emission() + material.get_ambient();
     for (const Lamp& lamp : lamps_) {
+        // A lamp in the very place has no direction, and oknormalize gives the null vector: dark.
         const Vector to_lamp = oknormalize(lamp.place - place);
         const float facing = dot(normal, to_lamp);
         if (!(facing > 0)) continue;
         sum += lamp.color * diffuse * facing;
         if (!is_shiny) continue;
+        // Half way between lamp and eye stands the normal of a mirror that shows the lamp.
         const float mirrored = dot(normal, oknormalize(to_lamp + to_eye));
         if (mirrored > 0)
             sum +=

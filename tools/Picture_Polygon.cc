@@ -44,6 +44,7 @@ static unsigned sides_outside_of(const Picture_Clip_Point& p) {
     return bits;
 }
 
+// One that is infinite or no number makes the sum so; infinities of both signs make it no number.
 static bool is_point(const Picture_Clip_Point& p) {
     return std::isfinite((p.x + p.y) + (p.z + p.w));
 }
@@ -60,6 +61,8 @@ static Picture_Corner crossing(const Picture_Corner& out, const Picture_Corner& 
              mix(out.share[2], in.share[2])}};
 }
 
+// A convex polygon crosses a side twice at most, so each cut adds one corner at most. Rounding may
+// bend it: then the room ends the loop.
 void Picture_Polygon::cut(int side) {
     Picture_Corner kept[room_];
     int n = 0;

@@ -40,6 +40,7 @@ const std::string& Vrml_Looks::material(Vrml_Ref n) {
 const std::string& Vrml_Looks::texture(Vrml_Ref n) {
     const auto [at, is_new] = textures_.try_emplace(n);
     if (!is_new) return at->second;
+    // Whatever is told here leaves an empty name: the shapes then come without a texture.
     const std::string_view token = scene_.word(n, is_vrml1_ ? "filename" : "url");
     const std::string url = scene_.url(token);
     if (n.type() != "ImageTexture" && n.type() != "Texture2") {

@@ -29,6 +29,7 @@ void Vrml_Normals::make(const Vrml_Face_Set& set, std::span<const Vrml_Face> fac
     measure_faces(set, faces);
     sort_corners(set, faces);
     rows_.assign(set.coord_index.size(), FLAT);
+    // From half a turn on every edge is smooth, also one of exactly opposite faces.
     const auto least_cosine =
         static_cast<float>(set.crease_angle < std::numbers::pi ? std::cos(set.crease_angle) : -2);
     bool is_crowded = false;
@@ -64,6 +65,7 @@ void Vrml_Normals::measure_faces(const Vrml_Face_Set& set, std::span<const Vrml_
             }
             const double cosine =
                 (back[0] * on[0] + back[1] * on[1] + back[2] * on[2]) / (mag(back) * mag(on));
+            // Corners in one place have no angle, and no say in the normal.
             if (std::isfinite(cosine))
                 angles_[i] = std::acos(static_cast<float>(std::clamp(cosine, -1.0, 1.0)));
         }

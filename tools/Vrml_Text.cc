@@ -26,6 +26,7 @@ std::string vrml_string(std::string_view token) {
 }
 
 bool vrml_ends_in(std::string_view name, std::initializer_list<std::string_view> endings) {
+    // Files from systems that tell no case apart end in ".RGB" as often as not.
     const auto is_same = [](char a, char b) {
         return std::tolower(static_cast<unsigned char>(a)) ==
                std::tolower(static_cast<unsigned char>(b));
@@ -38,6 +39,7 @@ bool vrml_ends_in(std::string_view name, std::initializer_list<std::string_view>
 }
 
 bool vrml_is_scene_string(std::string_view text) {
+    // As the reader of scenes has it, where a quote has no escape and ends the text.
     const std::size_t longest = 127;
     return !text.empty() && text.size() <= longest &&
            std::none_of(text.begin(), text.end(), [](char c) {
