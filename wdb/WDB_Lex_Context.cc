@@ -11,6 +11,7 @@
 #include "std/Std_URL.h"
 #include "wdb/Scene_Forms.h"
 #include "wdb/Scene_Input.h"
+#include "wdb/Scene_Names.h"
 #include "wdb/Vrml_Document.h"
 
 using namespace scene_forms;
@@ -211,7 +212,7 @@ bool WDB_Lex_Context::accept(bool is_scanned, const char* error) {
 // Behind the keyword, as the file spells it, and the white space that follows. A keyword that is
 // followed by other letters is swallowed with them.
 static const char* behind_word(const char* line) {
-    line += std::strspn(line, WDB_Lex_Context::NAME_SET);
+    line += scene_name_length(line);
     while (std_is_space(*line)) ++line;
     return line;
 }
@@ -219,7 +220,7 @@ static const char* behind_word(const char* line) {
 bool WDB_Lex_Context::try_get_header(const char* keyword) {
     if (!current_line_starts_with(keyword)) return false;
     const char* const name = behind_word(current_line_);
-    const std::size_t length = std::strspn(name, WDB_Lex_Context::NAME_SET);
+    const std::size_t length = scene_name_length(name);
     if (length == 0 || length > LONGEST_NAME) {
         show_error(length == 0 ? "name expected" : "name too long");
         skip_until_brace();
@@ -347,7 +348,7 @@ bool WDB_Lex_Context::try_get_references(const char* keyword) {
     const char* name = behind_word(current_line_);
     int count = 0;
     while (count < MOST_REFERENCES) {
-        const std::size_t length = std::strspn(name, WDB_Lex_Context::NAME_SET);
+        const std::size_t length = scene_name_length(name);
         if (length == 0) break;
         if (length > LONGEST_NAME) {
             // Costs this name alone.
