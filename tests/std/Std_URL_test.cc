@@ -281,6 +281,7 @@ TEST_F(Std_URL_test, http_documents) {
         {"a/b.txt", {"some text"}, "some text", ""},
         {"p.gz", {file("p.gz")}, "packed", ""},
         {"large", {large}, large, progress + progress},
+        {"not.yet", {large.substr(0, 51200)}, large.substr(0, 51200), ""},
         {"many/small", std::vector<std::string>(500, "x"), std::string(500, 'x'), ""},
         {"closes.at.once", {}, "", ""},
     };

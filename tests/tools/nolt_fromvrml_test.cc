@@ -196,6 +196,7 @@ TEST_F(From_VRML, status_and_lines) {
     } rows[] = {
         {"#VRML V2.0 utf8\n", "", 0},
         {"#VRML V3.0 utf8\n", "nolt_fromvrml: neither VRML 1.0 nor VRML97\n", 1},
+        {"Text V2.0 utf8\n", "nolt_fromvrml: neither VRML 1.0 nor VRML97\n", 1},
         {vrml97("PROTO P [] { Group {} } ROUTE a.b TO c.d"),
          "nolt_fromvrml: skipped 1: ROUTE, line 2\n", 0},
         {vrml97("] 7"), "nolt_fromvrml: skipped 2: text that is no node, first in line 2\n", 1},
