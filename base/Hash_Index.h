@@ -88,7 +88,7 @@ public:
     int find(unsigned int hash, Is_It is_it) const;
 
     // Takes the first free cell at or after hash mod m, past the last one from
-    // cell 0. The key should stand there before the next call.
+    // cell 0. The key should stand there before the next removal.
     // Requires: a free cell.
     int take(unsigned int hash);
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "std/Std_Assert.h"
+
 static float middle_of(float low, float high) {
     return static_cast<float>(static_cast<double>(low + high) / 2.0);
 }
@@ -92,6 +94,8 @@ bool Box_Cells::covers(const Bbox& box, const Bbox& cell) {
 void Box_Cells::new_children(std::uint32_t parent, const Cell_Division& division) {
     const auto siblings = static_cast<std::size_t>(split_count_);
     const std::size_t first = std::max(nodes_.count(), siblings);
+    if (first + siblings > Node::most)
+        std_assert(-1, "BSplit_Box_Tree: more cells than can be counted", __FILE__, __LINE__);
     nodes_.resize(first + siblings);
     parents_.resize(first / siblings + 1);
     parents_[first / siblings] = parent;

@@ -175,11 +175,12 @@ private:
 
         static constexpr std::uint32_t full = 1u << 31;
         static constexpr int axis_shift = 29;
+        static constexpr std::uint32_t most = std::uint32_t{1} << axis_shift; // of them
 
         bool is_counting_leaf() const { return link == 0; }
         bool is_full() const { return (link & full) != 0; }
         int axis() const { return static_cast<int>(link >> axis_shift & 3); }
-        std::uint32_t children() const { return link & ((1u << axis_shift) - 1); }
+        std::uint32_t children() const { return link & (most - 1); }
     };
 
     bool is_stored(const Cell& cell) const { return cell.node != unstored_; }

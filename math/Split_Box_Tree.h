@@ -21,7 +21,8 @@
 // Cost: put, remove and the walks take time in proportion to the logarithm of the count and to what
 // they find, however large the boxes are and wherever they crowd. What is put is filed when
 // somebody looks, as far as he looks: a walk over all needs no place. A walk finds all before it
-// reports the first. Boxes with a NaN or with min above max are looked at one by one.
+// reports the first. Boxes with a NaN or with min above max are looked at one by one. More
+// cells than 2^29, to which only limits and levels far from the usual ones lead, are a fatal report.
 #ifndef MATH_SPLIT_BOX_TREE_H
 #define MATH_SPLIT_BOX_TREE_H
 
@@ -70,8 +71,8 @@ class BSplit_Box_Tree : public Std_Obj {
     int get_node_items_limit() const { return cells_.get_limit(); }
     int get_node_split_into_n_children() const { return cells_.get_split_count(); }
 
-    // Nothing is ever left to do: put and remove split what is too full.
-    void check_pending_nodes() {}
+    // Files what was put, which the next look would do otherwise: walks then allocate nothing.
+    void check_pending_nodes() { settle(); }
 
     // Visit all items; those whose box overlaps `query`; those visible through m, or through m1 or
     // m2; those whose box contains p or is met by the segment p..q. True if `fn` stopped the walk.

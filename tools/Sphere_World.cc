@@ -238,8 +238,8 @@ void Sphere_World::check_parameters() const {
                __FILE__, __LINE__);
 }
 
-// What one object keeps once the world is built and saved, in bytes: half of its highest cost, for
-// tables are seldom full.
+// What one object comes to hold on to, in bytes, tables as full as they are on the average: far
+// below its highest cost, for what is too little here grows by steps.
 static const double kept_per_sphere = 560;
 
 void Sphere_World::make_room() const {

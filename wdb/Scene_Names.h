@@ -25,7 +25,8 @@ public:
     // call.
     const char* unused(const char* wanted);
 
-    // `base` with the next number of which no name is known: "base_7".
+    // `base` with the next number of which no name is known: "base_7". `base` lives as long as this
+    // object, too, and something else must keep it alive.
     const char* unused_numbered(const char* base);
 
 private:
@@ -37,7 +38,7 @@ private:
     };
 
     bool is_numbered(const char* name, std::size_t base_length, int number) const;
-    bool is_taken(const char* name);
+    bool is_taken(const char* name); // from now on, if not before
     void form_numbered(const char* base);
 
     Hash_Set<const char*> given_{name_hash, name_equal}; // without a number of ours
