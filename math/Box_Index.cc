@@ -99,6 +99,7 @@ int Box_Index::cheapest_lane(const Node& node, const Bbox& box) const {
         lanes = &clipped;
         b.intersect(world_);
     }
+    // Without a branch for a lane: first the least growth of all, then which lanes have it.
     float cost[width_], growth[width_], least_of[Quad::width];
     Quad least = FLT_MAX;
     for (int i = 0; i < width_; i += Quad::width) {
@@ -184,6 +185,7 @@ float Box_Index::best_cut(const Item* items, int count, int* cut) const {
         box.merge(items[i].box);
         cost_from[i] = cost_of(box) * static_cast<float>(count - i);
     }
+    // The other sides, from the front, meet those from behind at each cut.
     float best = 0;
     *cut = 0;
     box = items[0].box;
@@ -281,6 +283,7 @@ void Box_Index::take_out(std::uint32_t node, std::uint32_t id) {
         take_out(above, node);
         return;
     }
+    // Boxes shrink upwards until one is as it was: those above it then are, too.
     for (std::uint32_t child = node; child != root_; child = nodes_[child].parent) {
         Node& parent = nodes_[nodes_[child].parent];
         const int place = lane_of(parent, child);
