@@ -7,8 +7,8 @@
 // and all above it meet the query; a leaf of fewer than four items it visits if only the cells
 // above do.
 //
-// 1. Without a query the key is `home`, the first leaf that the item reaches. filing and the division
-//    of leaves keep it.
+// 1. Without a query the key is `home`, the first leaf that the item reaches. Filing and the
+//    division of leaves keep it.
 // 2. With a box as the query, item, query and a cell that meet two by two meet in common, since on
 //    each axis they are intervals. So on the way down to the first visited leaf one takes the first
 //    child that the item and the query reach; or a small leaf before it, if the item reaches that.

@@ -164,8 +164,8 @@ WDB_Node* Sphere_World::draw_sphere(double per_edge) const {
 }
 
 // What one object costs while the world is built and saved, in bytes: itself, its name, its places
-// in tree and tables. Rounded up from the peak that sphere_world_bench shows just after the tables
-// have doubled.
+// in tree and tables. More than twice the peak that sphere_world_bench shows, so that what passes
+// fits beside the other programs of the machine.
 static const double bytes_per_sphere = 1400;
 static const double bytes_per_material = 200;
 static const double bytes_per_level_of_sphere = 2 * sizeof(void*); // a list grows by doubling
@@ -238,8 +238,8 @@ void Sphere_World::check_parameters() const {
                __FILE__, __LINE__);
 }
 
-// What one object comes to hold on to, in bytes, tables as full as they are on the average: far
-// below its highest cost, for what is too little here grows by steps.
+// What one object holds in the end, in bytes, at the most. Address space for less is no harm: the
+// heap then grows by steps.
 static const double kept_per_sphere = 560;
 
 void Sphere_World::make_room() const {
