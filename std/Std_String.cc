@@ -420,22 +420,6 @@ Std_Sub_String Std_String::from(const Std_Text& x, int start) const {
     return from(index(x, start));
 }
 
-Std_Sub_String Std_String::at(char x, int start) const {
-    return at(Std_Text(x), start);
-}
-Std_Sub_String Std_String::before(char x, int start) const {
-    return before(Std_Text(x), start);
-}
-Std_Sub_String Std_String::through(char x, int start) const {
-    return through(Std_Text(x), start);
-}
-Std_Sub_String Std_String::after(char x, int start) const {
-    return after(Std_Text(x), start);
-}
-Std_Sub_String Std_String::from(char x, int start) const {
-    return from(Std_Text(x), start);
-}
-
 bool Std_String::OK() const {
     const bool ok = rep_ && rep_->length <= rep_->capacity && chars()[rep_->length] == '\0';
     if (!ok) std_assert(-1, "invariant failure", __FILE__, __LINE__);
