@@ -63,7 +63,7 @@ void Plain_Array<T>::reserve(std::size_t count) {
     // Cells that are never used do not come into memory at all.
     cells_ = static_cast<T*>(std_allocate_unfilled(capacity * sizeof(T)));
     if (count_ > 0) std::memcpy(static_cast<void*>(cells_), old, count_ * sizeof(T));
-    Std_GC::operator delete(old);
+    std_release(old);
     capacity_ = capacity;
 }
 

@@ -1,11 +1,11 @@
 #include "images/PX_Map_Scale.h"
+#include "std/Std_Allocator.h"
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <vector>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -21,7 +21,7 @@ struct Contribution {
 // The contributions of all target pixels of one row or column, `taps` for each.
 struct Contributions {
     std::size_t taps = 1;
-    std::vector<Contribution> all;
+    Std_Plain_Vector<Contribution> all;
 
     const Contribution* begin(int target) const {
         return all.data() + static_cast<std::size_t>(target) * taps;
@@ -60,8 +60,8 @@ static Contributions contributions(int size, int new_size, float (*filter)(float
         return static_cast<unsigned int>(mirrored(j, size)) * static_cast<unsigned int>(lanes);
     };
     Contributions result;
-    std::vector<Contribution> lists;
-    std::vector<std::size_t> ends;
+    Std_Plain_Vector<Contribution> lists;
+    Std_Plain_Vector<std::size_t> ends;
     for (int i = 0; i < new_size; ++i) {
         const float centre =
             static_cast<float>(static_cast<double>(i) / static_cast<double>(scale));
@@ -235,15 +235,15 @@ private:
     const int strip_rows_;
     const std::size_t kept_; // so many rows at a time
     std::size_t made_ = 0;   // the rows before this one have been there
-    std::vector<float> columns_, sums_;
-    std::vector<unsigned char> strip_, rows_;
+    Std_Plain_Vector<float> columns_, sums_;
+    Std_Plain_Vector<unsigned char> strip_, rows_;
 };
 } // namespace
 
 // How many rows are needed at a time: from the first one that this target or a later one draws on,
 // to the last one of this target and those before.
 static std::size_t rows_in_use(const Contributions& c, int targets) {
-    std::vector<unsigned int> first(static_cast<std::size_t>(targets) + 1, UINT_MAX);
+    Std_Plain_Vector<unsigned int> first(static_cast<std::size_t>(targets) + 1, UINT_MAX);
     for (int i = targets - 1; i >= 0; --i) {
         unsigned int lowest = first[static_cast<std::size_t>(i) + 1];
         for (const Contribution* p = c.begin(i); p != c.end(i); ++p)
@@ -262,7 +262,8 @@ static std::size_t rows_in_use(const Contributions& c, int targets) {
 
 // sums[k] = the weighted sum of values k of the rows that target i draws on, added in their order.
 // The inner loop runs over neighbours, so each sum is formed as if alone, and many at a time.
-static void add_rows(Between& between, const Contributions& c, int i, std::vector<float>& sums) {
+static void add_rows(Between& between, const Contributions& c, int i,
+                     Std_Plain_Vector<float>& sums) {
     for (const Contribution* p = c.begin(i); p != c.end(i); ++p) between.row(p->source);
     std::fill(sums.begin(), sums.end(), 0.0f);
     for (const Contribution* p = c.begin(i); p != c.end(i); ++p) {
@@ -278,7 +279,7 @@ void px_map_scale(const unsigned char* in, int width, int height, int component,
     const Contributions across = contributions(width, new_width, filter, filter_width, lanes);
     const Contributions down = contributions(height, new_height, filter, filter_width, 1);
     Between between(in, width, height, component, new_width, across, rows_in_use(down, new_height));
-    std::vector<float> sums(static_cast<std::size_t>(new_width) * component);
+    Std_Plain_Vector<float> sums(static_cast<std::size_t>(new_width) * component);
     for (int i = 0; i < new_height; ++i, out += sums.size()) {
         add_rows(between, down, i, sums);
         to_bytes(sums.data(), sums.size(), out);

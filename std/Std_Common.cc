@@ -18,7 +18,7 @@ char* str_new(const char* text) {
 }
 
 void str_delete(char* text) {
-    Std_GC::operator delete(text);
+    std_release(text);
 }
 
 char* str_format(const char* format, ...) {

@@ -33,7 +33,7 @@ static bool is_nil(const Std_Str_Rep* rep) {
 }
 
 static void release(Std_Str_Rep* rep) {
-    if (!is_nil(rep)) ::operator delete[](rep);
+    if (!is_nil(rep)) std_release(rep);
 }
 
 static char* text_of(Std_Str_Rep* rep) {

@@ -14,7 +14,7 @@
 Corner_Groups::Corner_Groups(const WDB_Tri_List& list) {
     if (list.count() >= INT_MAX / 3)
         std_assert(-1, "Too many triangles in one list", __FILE__, __LINE__);
-    std::vector<Position> positions = number_positions(list);
+    Std_Plain_Vector<Position> positions = number_positions(list);
     group_of_position_.resize(positions.size());
     split(positions, 0, 0, 0);
     // Until here the numbers of positions.
@@ -26,11 +26,12 @@ Corner_Groups::Corner_Groups(const WDB_Tri_List& list) {
 
 // Corners that are the same bits get one number. Open addressing in a table that is at most half
 // full.
-std::vector<Corner_Groups::Position> Corner_Groups::number_positions(const WDB_Tri_List& list) {
+Std_Plain_Vector<Corner_Groups::Position>
+Corner_Groups::number_positions(const WDB_Tri_List& list) {
     const int corner_count = 3 * list.count();
     group_of_.assign(index(corner_count), none);
-    std::vector<Position> positions;
-    std::vector<int> slots(std::bit_ceil(2 * index(corner_count) + 1), none);
+    Std_Plain_Vector<Position> positions;
+    Std_Plain_Vector<int> slots(std::bit_ceil(2 * index(corner_count) + 1), none);
     const std::size_t mask = slots.size() - 1;
     const Position_Hash hash;
     for (int corner = 0; corner < corner_count; ++corner) {

@@ -59,7 +59,7 @@ private:
         T* allocate(std::size_t n) {
             return static_cast<T*>(::operator new[](n * sizeof(T), GCAtomic));
         }
-        void deallocate(T* p, std::size_t) { Std_GC::operator delete(p); }
+        void deallocate(T* p, std::size_t) { std_release(p); }
         bool operator==(const Collected&) const { return true; }
     };
     template<class T>

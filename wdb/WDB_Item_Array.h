@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cfloat>
 #include <cstddef>
-#include <cstring>
 
 #include "math/Geometry.h"
 #include "std/Std_Assert.h"
@@ -25,13 +24,12 @@ public:
         : items_(new (GCAtomic) Item[checked_length(n, items)]), count_(n) {}
     // A copy of `n` items.
     WDB_Item_Array(const Item* from, int n, const char* items) : count_(n) {
-        const std::size_t size = checked_length(n, items) * sizeof(Item);
-        items_ = static_cast<Item*>(std_allocate_unfilled(size));
-        if (size > 0) std::memcpy(static_cast<void*>(items_), from, size);
+        items_ = static_cast<Item*>(std_allocate_unfilled(checked_length(n, items) * sizeof(Item)));
+        std::copy_n(from, n, items_);
     }
     WDB_Item_Array(const WDB_Item_Array&) = delete;
     WDB_Item_Array& operator=(const WDB_Item_Array&) = delete;
-    ~WDB_Item_Array() { delete[] items_; }
+    ~WDB_Item_Array() { std_release(items_); }
 
     int count() const { return count_; }
 

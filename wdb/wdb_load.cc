@@ -221,7 +221,7 @@ public:
         const int most_kept = 4096;
         count_ = 0;
         if (capacity_ <= most_kept) return;
-        delete[] records_;
+        std_release(records_);
         records_ = nullptr;
         capacity_ = 0;
     }
@@ -238,7 +238,7 @@ private:
         if (count_)
             std::memcpy(static_cast<void*>(larger), records_,
                         static_cast<std::size_t>(count_) * sizeof(T));
-        delete[] records_;
+        std_release(records_);
         records_ = larger;
     }
 

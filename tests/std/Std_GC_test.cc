@@ -147,7 +147,8 @@ TEST(Std_Obj, instance_ids_only_grow_and_copies_get_their_own) {
     Shape a;
     Shape b(a);
     EXPECT_EQ(b.get_instance_id(), a.get_instance_id() + 1);
-    EXPECT_EQ(Std_Obj::instance_counter.load(), b.get_instance_id());
+    const int& newest = Std_Obj::instance_counter;
+    EXPECT_EQ(newest, b.get_instance_id());
     b = a;
     EXPECT_EQ(b.get_instance_id(), a.get_instance_id() + 1);
     EXPECT_EQ(b.get_hash(), static_cast<unsigned>(b.get_instance_id()) * 3);
@@ -157,4 +158,5 @@ TEST(Std_GC, nothrow_new_is_the_collectors_and_may_answer_null) {
     std::unique_ptr<char[]> block(new (std::nothrow) char[100]());
     EXPECT_EQ(std_get_placement(block.get()), GC);
     EXPECT_EQ(new (std::nothrow) char[std::size_t(1) << 46], nullptr);
+    EXPECT_EQ(::operator new(std::size_t(1) << 46, std::align_val_t(256), std::nothrow), nullptr);
 }
