@@ -1,7 +1,6 @@
 #include "images/pix_support.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -25,7 +24,7 @@ static void make_room_for_rows() {
     if (image->xsize <= buffer_size) return;
     buffer_size = image->xsize;
     for (unsigned short** buffer : {&rbuf, &gbuf, &bbuf, &abuf})
-        *buffer = new (GCAtomic) unsigned short[static_cast<std::size_t>(buffer_size)];
+        *buffer = new (GCAtomic) unsigned short[static_cast<unsigned>(buffer_size)];
 }
 
 void i_printerror(const char* message) {
