@@ -43,6 +43,14 @@ public:
     // Room for `count` elements. Cost: in proportion to them, if repeated calls raise it.
     void reserve(std::size_t count);
     void wipe_out() { count_ = 0; }
+    // The same, but gives the cells back if there are more than `most_kept`.
+    void wipe_out(std::size_t most_kept) {
+        count_ = 0;
+        if (capacity_ <= most_kept) return;
+        std_release(cells_);
+        cells_ = nullptr;
+        capacity_ = 0;
+    }
 
 private:
     T* cells_ = nullptr;

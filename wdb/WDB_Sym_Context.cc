@@ -5,25 +5,22 @@
 #include <sys/stat.h>
 
 #include "math/Bbox.h"
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Limits.h"
 #include "std/Std_Messager.h"
+#include "std/Std_Report.h"
 #include "std/Std_URL.h"
 #include "wdb/Secret_Hash.h"
 #include "wdb/WDB_Database.h"
-#include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Texture.h"
-
-static void tell(const char* message) {
-    std_assert(0, message, __FILE__, __LINE__);
-}
+#include "wdb/WDB_Tri_List.h"
 
 // What is left out because another of its name came before.
 static void tell_duplicate(WDB_Load_Report& report, const char* message) {
-    tell(message);
+    std_tell(message);
     ++report.warnings;
 }
 
@@ -104,9 +101,9 @@ void WDB_Sym_Context::give_load_info() {
     const int interval = 30;
     const int total = nodes_.count() + geometries_.count() + materials_.count() + textures_.count();
     if (total % interval == 0) {
-        tell(str_format("%d nodes, %d geometries, %d materials, %d textures loaded so far...",
-                        nodes_.count(), geometries_.count(), materials_.count(),
-                        textures_.count()));
+        std_tell(str_format("%d nodes, %d geometries, %d materials, %d textures loaded so far...",
+                            nodes_.count(), geometries_.count(), materials_.count(),
+                            textures_.count()));
     } else {
         std_refresh_current_messager();
     }
@@ -156,16 +153,16 @@ static void take_from(WDB_Database* other, WDB_Node* node) {
 
 static void put_once(WDB_Database* database, WDB_Node* node) {
     if (!node) {
-        tell("NULL Node - should not happen");
+        std_tell("NULL Node - should not happen");
         return;
     }
     WDB_Database* const other = node->get_world();
     if (other == database) {
-        tell(str_format("Duplicate node %s in list - should not happen", node->get_name()));
+        std_tell(str_format("Duplicate node %s in list - should not happen", node->get_name()));
         return;
     }
     if (other) {
-        tell(str_format("Node %s in another database - should not happen", node->get_name()));
+        std_tell(str_format("Node %s in another database - should not happen", node->get_name()));
         // It cannot be in two worlds.
         take_from(other, node);
     }
@@ -178,8 +175,8 @@ WDB_Database* WDB_Sym_Context::build_database() {
     database_->begin_editing();
     for (int i = 0; i < node_list_.count(); ++i) put_once(database_, node_list_[i]);
     database_->end_editing();
-    tell(str_format("Loaded scene with %d nodes, %d materials, %d textures", nodes_.count(),
-                    materials_.count(), textures_.count()));
+    std_tell(str_format("Loaded scene with %d nodes, %d materials, %d textures", nodes_.count(),
+                        materials_.count(), textures_.count()));
     return database_;
 }
 
