@@ -1,6 +1,7 @@
 #include "wdb/wdb_topology_split.h"
 
 #include <cmath>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
 #include <map>
@@ -47,6 +48,12 @@ static const WDB_Tri_List& tri_list(const WDB_Node* node) {
     return *WDB_Tri_List::const_castdown(node->get_geometry());
 }
 
+// The bits, lowest byte first on any machine.
+static void append_bits(std::string& text, const Point& p) {
+    for (const std::uint32_t word : bits_of(p).words)
+        for (int shift = 0; shift < 32; shift += 8) text += static_cast<char>(word >> shift);
+}
+
 // All reports, and the triangles of each part in their order, as bytes.
 static std::string split_text(const Triangles& triangles) {
     WDB_Tri_List* const list =
@@ -61,7 +68,7 @@ static std::string split_text(const Triangles& triangles) {
         const WDB_Tri_List& does = tri_list(world.nodes[part]);
         text += std::to_string(does.count()) + "\n";
         for (int i = 0; i < does.count(); ++i)
-            text.append(reinterpret_cast<const char*>(&does[i].p0), 9 * sizeof(float));
+            for (const Point& p : {does[i].p0, does[i].p1, does[i].p2}) append_bits(text, p);
     }
     return text;
 }
