@@ -1,6 +1,5 @@
 #include "wdb/WDB_Sym_Context.h"
 
-#include <chrono>
 #include <cstring>
 #include <sys/stat.h>
 
@@ -194,14 +193,9 @@ void WDB_Sym_Context::wipe_out() {
     file_count_ = 0;
 }
 
-static double seconds_now() {
-    using namespace std::chrono;
-    return duration<double>(steady_clock::now().time_since_epoch()).count();
-}
-
 const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
     const int most_open = 64; // each holds a descriptor, and perhaps a process
-    Document document = {str_new(url->get_url_string().chars()), 0, 0, url->get_host().empty()};
+    Document document = {str_new(url->get_url_string().chars()), 0, 0, url->is_local()};
     struct stat status;
     // Many names may lead to one file; device and inode tell.
     if (document.is_local && stat(url->get_path(), &status) == 0) {
@@ -219,8 +213,8 @@ const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
     // The document itself is among those counted.
     if (file_count_ > std_limits.imports) return "too many imports";
     // Imports share one time, however many files they are spread over.
-    if (file_count_ == 0) start_ = seconds_now();
-    if (seconds_now() - start_ > std_limits.import_seconds) return "imports take too long";
+    if (file_count_ == 0) start_ = std_seconds_now();
+    if (std_seconds_now() - start_ > std_limits.import_seconds) return "imports take too long";
     ++file_count_;
     open_files_.insert_last(document);
     return nullptr;

@@ -60,15 +60,11 @@ void try_get_load_context(WDB_Lex_Context& lex, WDB_Sym_Context&) {
     check_close(lex, "unknown loading context field");
 }
 
-static bool is_local(const Std_URL* url) {
-    return url->get_host().empty();
-}
-
 // What a scene names must not be without an end, such as a device, the standard input or a pipe
 // that nobody writes. Documents that do not exist fail where they are opened.
 static bool may_be_endless(const Std_URL* url) {
     struct stat status;
-    if (!is_local(url)) return false;
+    if (!url->is_local()) return false;
     if (url->get_path() == "-") return true;
     return stat(url->get_path(), &status) == 0 && !S_ISREG(status.st_mode);
 }
@@ -179,7 +175,7 @@ static void delete_source(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym
     const char* const text = url->get_url_string();
     if (!url->is_valid() || url->get_protocol() != URL_LOCAL_PROTOCOL) {
         lex.show_error(str_format("Non Local or invalid tmpimage: %s", text));
-    } else if (!is_local(lex.get_url()) || !sym.reads_local_files()) {
+    } else if (!lex.get_url()->is_local() || !sym.reads_local_files()) {
         lex.show_error(str_format("tmpimage of a scene that is not local, keeping it: %s", text));
     } else if (!image->is_complete()) {
         lex.show_error(str_format("tmpimage was not read, keeping it: %s", text));
