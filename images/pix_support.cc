@@ -155,10 +155,12 @@ static unsigned char luminance(int x) {
 }
 
 #if defined(__x86_64__)
+namespace {
 // Where each byte of three blocks of pixels comes from, of one channel; 128 is nowhere.
 struct Shuffles {
     alignas(16) unsigned char from[3][16];
 };
+} // namespace
 static constexpr Shuffles shuffles_of(int channel) {
     Shuffles shuffles{};
     for (int i = 0; i < 48; ++i)

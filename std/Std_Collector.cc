@@ -21,9 +21,11 @@ static void say_nothing(char*, GC_word) {}
 // Its destructor is how the end of a thread is told; it comes after those of thread_locals.
 static pthread_key_t end_of_thread;
 
+namespace {
 struct Range {
     char *begin, *end;
 };
+} // namespace
 
 static int find_thread_locals_of_program(dl_phdr_info* program, std::size_t, void* range) {
     for (int i = 0; i < program->dlpi_phnum; ++i) {

@@ -17,6 +17,7 @@
 #include "wdb/WDB_Tri_List.h"
 #include "wdb/wdb_load.h"
 
+namespace {
 // What a walk over all nodes finds.
 struct Contents {
     long nodes = 0, shapes = 0;
@@ -25,6 +26,7 @@ struct Contents {
     Hash_Set<const WDB_Material*> materials;
     Hash_Set<const WDB_Texture*> textures;
 };
+} // namespace
 
 static bool add_node(SUniv* user, const WDB_Node* node, const Bbox&) {
     Contents& contents = *Conv<Contents*>::from_univ(user);

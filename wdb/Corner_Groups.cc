@@ -41,7 +41,7 @@ Corner_Groups::number_positions(const WDB_Tri_List& list) {
         const Position here = {{p.x + 0.0f, p.y + 0.0f, p.z + 0.0f},
                                static_cast<int>(positions.size())};
         const auto [x, y, z] = std::bit_cast<std::array<std::uint32_t, 3>>(here.at);
-        std::size_t slot = hash.of(x, y, z) & mask;
+        std::size_t slot = hash.hash(x, y, z) & mask;
         while (slots[slot] != none &&
                std::memcmp(positions[index(slots[slot])].at, here.at, sizeof here.at) != 0)
             slot = (slot + 1) & mask;

@@ -13,13 +13,16 @@
 #include "wdb/WDB_Texture.h"
 #include "wdb/World_Box.h"
 
+namespace {
 // What default_camera looks for, and what it found.
 struct Named_Search_Environment {
     const char* name;
     WDB_Node* node;
     bool is_only;
 };
+} // namespace
 
+namespace {
 // A query along a segment, and the nearest node so far.
 struct RT_Environment {
     Point start, end;
@@ -28,12 +31,15 @@ struct RT_Environment {
     float near_depth, far_depth;
     WDB_Node* node;
 };
+} // namespace
 
+namespace {
 // A client's callback on its way through the walks of tree and set.
 struct WDB_Database_Wrapped_Env {
     SUniv* user;
     WDB_Apply_Callback callback;
 };
+} // namespace
 
 // A node without geometry has no extent, but it has a place.
 static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node* node) {
