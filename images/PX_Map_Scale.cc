@@ -1,5 +1,4 @@
 #include "images/PX_Map_Scale.h"
-#include "std/Std_Allocator.h"
 
 #include <algorithm>
 #include <climits>
@@ -10,6 +9,8 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
+
+#include "std/Std_Allocator.h"
 
 namespace {
 // Where the values of a source pixel stand that goes into a target pixel, and by how much it does.

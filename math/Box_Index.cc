@@ -88,7 +88,9 @@ static void clip(Box_Lanes& lanes, const Bbox& to) {
     }
 }
 
-// The lane whose cost grows least; of those, the one of least cost.
+// The lane whose cost grows least; of those, the one of least cost. What a box adds to its node is
+// what all later queries pay for it; where several hold it already, the smallest keeps the tree
+// from listing small boxes beside large ones.
 int Box_Index::cheapest_lane(const Node& node, const Bbox& box) const {
     const Box_Lanes* lanes = &node.lanes;
     Box_Lanes clipped;

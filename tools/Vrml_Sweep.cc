@@ -199,58 +199,95 @@ static void add_extrusion_texture(Vrml_Sweep& sweep, std::span<const double> sec
     }
 }
 
+namespace {
+// What is swept along what. A closed spine has no ends to cover; a closed cross-section has no edges,
+// and its last point is the first.
+struct Extrusion {
+    std::vector<double> section; // two numbers for each corner
+    std::vector<Direction> spine;
+    bool is_ring = false, is_tube = false;
+    bool is_joined = false; // the ends of a ring meet in one row of points
+
+    std::size_t corners() const { return section.size() / 2; }
+    std::size_t corner(std::size_t row, std::size_t k) const {
+        return (is_joined && row + 1 == spine.size() ? 0 : row) * corners() +
+               (is_tube && k + 1 == corners() ? 0 : k);
+    }
+};
+} // namespace
+
+static Extrusion read_extrusion(Vrml_Scene& scene, Vrml_Ref node) {
+    const std::span<const double> section = scene.numbers(node, "crossSection");
+    Extrusion e;
+    e.section.assign(section.begin(), section.end());
+    if (!scene.find(node, "crossSection")) e.section = {1, 1, 1, -1, -1, -1, -1, 1, 1, 1};
+    e.spine = vectors_of(scene.numbers(node, "spine"));
+    if (!scene.find(node, "spine")) e.spine = {{0, 0, 0}, {0, 1, 0}};
+    return e;
+}
+
+// Null if it can be swept within the budget.
+static const char* reason_to_skip(const Extrusion& e, Vrml_Ref node, Vrml_Budget& budget) {
+    if (e.corners() < 2 || e.spine.size() < 2)
+        return "Extrusion without a spine or a cross-section";
+    const std::size_t most = 4'000'000; // points; two short lists make a long product
+    if (e.corners() > most / e.spine.size() ||
+        !budget.spend(4 * e.corners() * e.spine.size(), node.type()))
+        return "Extrusion that is too large";
+    return nullptr;
+}
+
+static void add_points(Vrml_Scene& scene, Vrml_Ref node, Extrusion& e, Vrml_Sweep& sweep) {
+    const std::size_t last = e.section.size() - 2;
+    e.is_ring = is_same(e.spine.front(), e.spine.back()) && e.spine.size() > 2;
+    e.is_tube =
+        e.section[0] == e.section[last] && e.section[1] == e.section[last + 1] && e.corners() > 2;
+    const std::vector<Axes> axes = axes_along(e.spine, e.is_ring);
+    const std::span<const double> scales = scene.numbers(node, "scale"),
+                                  turns = scene.numbers(node, "orientation");
+    for (std::size_t i = 0; i < e.spine.size(); ++i)
+        add_section(e.section, scales, turns, i, e.spine[i], axes[i], sweep);
+    // Ends that meet are one, so that they are smooth. Those of a ring do not, if it is twisted.
+    const auto row = static_cast<std::ptrdiff_t>(3 * e.corners());
+    e.is_joined = e.is_ring && std::equal(sweep.points.begin(), sweep.points.begin() + row,
+                                          sweep.points.end() - row);
+}
+
+static void add_walls(const Extrusion& e, Vrml_Sweep& sweep) {
+    for (std::size_t i = 0; i + 1 < e.spine.size(); ++i)
+        for (std::size_t k = 0; k + 1 < e.corners(); ++k)
+            add_quad(sweep.coord_index, e.corner(i, k), e.corner(i, k + 1), e.corner(i + 1, k + 1),
+                     e.corner(i + 1, k));
+}
+
+static void add_caps(Vrml_Scene& scene, Vrml_Ref node, const Extrusion& e, Vrml_Sweep& sweep) {
+    if (e.is_ring) return;
+    const std::size_t around = e.is_tube ? e.corners() - 1 : e.corners();
+    const auto add = [&](std::size_t point) {
+        sweep.coord_index.push_back(static_cast<double>(point));
+    };
+    if (!scene.has_word(node, "beginCap", "FALSE")) {
+        // The other way around than at the end: both caps look outwards.
+        for (std::size_t k = around; k-- > 0;) add(k);
+        sweep.coord_index.push_back(-1);
+    }
+    if (!scene.has_word(node, "endCap", "FALSE")) {
+        for (std::size_t k = 0; k < around; ++k) add(e.corner(e.spine.size() - 1, k));
+        sweep.coord_index.push_back(-1);
+    }
+}
+
 Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, bool is_textured, Vrml_Report& report,
                           Vrml_Budget& budget) {
     Vrml_Sweep sweep;
-    const std::span<const double> given_section = scene.numbers(node, "crossSection"),
-                                  given_spine = scene.numbers(node, "spine"),
-                                  scales = scene.numbers(node, "scale"),
-                                  turns = scene.numbers(node, "orientation");
-    std::vector<double> section(given_section.begin(), given_section.end());
-    if (!scene.find(node, "crossSection")) section = {1, 1, 1, -1, -1, -1, -1, 1, 1, 1};
-    std::vector<Direction> spine = vectors_of(given_spine);
-    if (!scene.find(node, "spine")) spine = {{0, 0, 0}, {0, 1, 0}};
-    const std::size_t corners = section.size() / 2;
-    if (corners < 2 || spine.size() < 2) {
-        report.skip("Extrusion without a spine or a cross-section", node.type());
+    Extrusion extrusion = read_extrusion(scene, node);
+    if (const char* const reason = reason_to_skip(extrusion, node, budget)) {
+        report.skip(reason, node.type());
         return sweep;
     }
-    const std::size_t most = 4'000'000; // points; two short lists make a long product
-    if (corners > most / spine.size() || !budget.spend(4 * corners * spine.size(), node.type())) {
-        report.skip("Extrusion that is too large", node.type());
-        return sweep;
-    }
-    // A closed spine has no ends to cover; a closed cross-section has no edges, and its last point
-    // is the first.
-    const bool is_ring = is_same(spine.front(), spine.back()) && spine.size() > 2;
-    const bool is_tube = section[0] == section[2 * corners - 2] &&
-                         section[1] == section[2 * corners - 1] && corners > 2;
-    const std::vector<Axes> axes = axes_along(spine, is_ring);
-    for (std::size_t i = 0; i < spine.size(); ++i)
-        add_section(section, scales, turns, i, spine[i], axes[i], sweep);
-    // Ends that meet are one, so that they are smooth. Those of a ring do not, if it is twisted.
-    const auto row = static_cast<std::ptrdiff_t>(3 * corners);
-    const bool is_joined = is_ring && std::equal(sweep.points.begin(), sweep.points.begin() + row,
-                                                 sweep.points.end() - row);
-    const auto corner = [&](std::size_t i, std::size_t k) {
-        return (is_joined && i + 1 == spine.size() ? 0 : i) * corners +
-               (is_tube && k + 1 == corners ? 0 : k);
-    };
-    for (std::size_t i = 0; i + 1 < spine.size(); ++i)
-        for (std::size_t k = 0; k + 1 < corners; ++k)
-            add_quad(sweep.coord_index, corner(i, k), corner(i, k + 1), corner(i + 1, k + 1),
-                     corner(i + 1, k));
-    const std::size_t around = is_tube ? corners - 1 : corners;
-    if (!is_ring && !scene.has_word(node, "beginCap", "FALSE")) {
-        // The other way around than at the end: both caps look outwards.
-        for (std::size_t k = around; k-- > 0;) sweep.coord_index.push_back(static_cast<double>(k));
-        sweep.coord_index.push_back(-1);
-    }
-    if (!is_ring && !scene.has_word(node, "endCap", "FALSE")) {
-        for (std::size_t k = 0; k < around; ++k)
-            sweep.coord_index.push_back(static_cast<double>(corner(spine.size() - 1, k)));
-        sweep.coord_index.push_back(-1);
-    }
-    if (is_textured) add_extrusion_texture(sweep, section, spine.size());
+    add_points(scene, node, extrusion, sweep);
+    add_walls(extrusion, sweep);
+    add_caps(scene, node, extrusion, sweep);
+    if (is_textured) add_extrusion_texture(sweep, extrusion.section, extrusion.spine.size());
     return sweep;
 }
