@@ -28,11 +28,10 @@ static long long byte_count(int width, int height, int component) {
 // The bytes of such an image; a fatal report if there cannot be one.
 static std::size_t require_pixels(int width, int height, int component) {
     const long long count = byte_count(width, height, component);
-    if (count < 0)
-        std_assert(-1,
-                   str_format("An image of %d x %d x %d cannot be made", width, height, component),
-                   __FILE__, __LINE__);
-    return static_cast<std::size_t>(count);
+    if (count >= 0) return static_cast<std::size_t>(count);
+    std_assert(-1, str_format("An image of %d x %d x %d cannot be made", width, height, component),
+               __FILE__, __LINE__);
+    return 0; // never
 }
 
 static unsigned char* new_pixels(int width, int height, int component) {

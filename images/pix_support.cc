@@ -13,7 +13,7 @@
 #include "std/Std_GC.h"
 #include "std/Std_Limits.h"
 
-static IMAGE* image = nullptr;
+static IMAGE* the_image = nullptr;
 
 // One row of each channel, overwritten by every row that is read or written; as long as the widest
 // image so far.
@@ -21,8 +21,8 @@ static unsigned short *rbuf, *gbuf, *bbuf, *abuf;
 static int buffer_size = 0;
 
 static void make_room_for_rows() {
-    if (image->xsize <= buffer_size) return;
-    buffer_size = image->xsize;
+    if (the_image->xsize <= buffer_size) return;
+    buffer_size = the_image->xsize;
     for (unsigned short** buffer : {&rbuf, &gbuf, &bbuf, &abuf})
         *buffer = new (GCAtomic) unsigned short[static_cast<unsigned>(buffer_size)];
 }
@@ -37,13 +37,13 @@ static void print_error(char* message) {
 
 // Before memory is asked for: a header of a few bytes can claim any size.
 static const char* reason_to_refuse() {
-    if (static_cast<long long>(image->xsize) * image->ysize > std_limits.image_pixels)
+    if (static_cast<long long>(the_image->xsize) * the_image->ysize > std_limits.image_pixels)
         return "too large";
-    return img_has_rows(image) ? nullptr : "damaged";
+    return img_has_rows(the_image) ? nullptr : "damaged";
 }
 
 static bool start_reading() {
-    if (!image) return false;
+    if (!the_image) return false;
     const char* const reason = reason_to_refuse();
     if (!reason) {
         make_room_for_rows();
@@ -56,14 +56,14 @@ static bool start_reading() {
 
 bool pixmap_open_read(const char* name) {
     i_seterror(print_error);
-    image = iopen(name, "r");
+    the_image = iopen(name, "r");
     return start_reading();
 }
 
 bool pixmap_open_read(int descriptor) {
     i_seterror(print_error);
-    image = fiopen(descriptor, "r");
-    if (!image) ::close(descriptor);
+    the_image = fiopen(descriptor, "r");
+    if (!the_image) ::close(descriptor);
     return start_reading();
 }
 
@@ -76,47 +76,47 @@ static bool do_sizes_fit(int xsize, int ysize, int zsize) {
 
 void pixmap_open_write(const char* name, int xsize, int ysize, int zsize) {
     i_seterror(print_error);
-    image = nullptr;
+    the_image = nullptr;
     if (!do_sizes_fit(xsize, ysize, zsize)) return;
-    image = iopen(name, "w", RLE(1), 3, static_cast<unsigned>(xsize), static_cast<unsigned>(ysize),
-                  static_cast<unsigned>(zsize));
-    if (image) make_room_for_rows();
+    the_image = iopen(name, "w", RLE(1), 3, static_cast<unsigned>(xsize),
+                      static_cast<unsigned>(ysize), static_cast<unsigned>(zsize));
+    if (the_image) make_room_for_rows();
 }
 
 void pixmap_open_write(int descriptor, int xsize, int ysize, int zsize) {
     i_seterror(print_error);
-    image = nullptr;
+    the_image = nullptr;
     if (do_sizes_fit(xsize, ysize, zsize))
-        image = fiopen(descriptor, "w", RLE(1), 3, static_cast<unsigned>(xsize),
-                       static_cast<unsigned>(ysize), static_cast<unsigned>(zsize));
-    if (image)
+        the_image = fiopen(descriptor, "w", RLE(1), 3, static_cast<unsigned>(xsize),
+                           static_cast<unsigned>(ysize), static_cast<unsigned>(zsize));
+    if (the_image)
         make_room_for_rows();
     else
         ::close(descriptor);
 }
 
 bool pixmap_is_open() {
-    return image != nullptr;
+    return the_image != nullptr;
 }
 
 // The error of a delayed write is seen here at the latest.
 bool pixmap_close() {
-    const bool is_complete = iclose(image) == 0;
-    std::free(image);
-    image = nullptr;
+    const bool is_complete = iclose(the_image) == 0;
+    std::free(the_image);
+    the_image = nullptr;
     return is_complete;
 }
 
 int pixmap_xsize() {
-    return image->xsize;
+    return the_image->xsize;
 }
 
 int pixmap_ysize() {
-    return image->ysize;
+    return the_image->ysize;
 }
 
 int pixmap_zsize() {
-    return image->zsize;
+    return the_image->zsize;
 }
 
 static unsigned char low_byte(unsigned short value) {
@@ -125,8 +125,8 @@ static unsigned char low_byte(unsigned short value) {
 
 // A row that cannot be read is black; the others are none the worse.
 static bool get_channel(unsigned short* row, unsigned y, unsigned z) {
-    if (getrow(image, row, y, z) >= 0) return true;
-    std::fill_n(row, image->xsize, static_cast<unsigned short>(0));
+    if (getrow(the_image, row, y, z) >= 0) return true;
+    std::fill_n(row, the_image->xsize, static_cast<unsigned short>(0));
     return false;
 }
 
@@ -134,7 +134,7 @@ static bool get_channel(unsigned short* row, unsigned y, unsigned z) {
 // of them could not be read.
 static bool get_channels(unsigned y) {
     bool are_read = get_channel(rbuf, y, 0);
-    switch (image->zsize) {
+    switch (the_image->zsize) {
     case 0:
     case 1:
         return are_read;
@@ -210,7 +210,7 @@ static int put_rgb_blocks([[maybe_unused]] unsigned char* out, [[maybe_unused]] 
 // false, grey stands in for the colours; with `Has_Alpha` false, 255 for the alpha.
 template<int Component, bool Has_Color, bool Has_Alpha>
 static void put_pixels(unsigned char* out) {
-    const int xsize = image->xsize;
+    const int xsize = the_image->xsize;
     int x = 0;
     if constexpr (Component == 3 && Has_Color) x = put_rgb_blocks(out, xsize);
     for (out += x * Component; x < xsize; ++x, out += Component) {
@@ -228,10 +228,10 @@ static void put_pixels(unsigned char* out) {
 template<int Component>
 static int load_image(unsigned char* pixels, std::ptrdiff_t row_stride) {
     // Two channels are grey and alpha, three the colours, four both; more are not looked at.
-    const bool has_color = image->zsize >= 3;
-    const bool has_alpha = image->zsize == 2 || image->zsize >= 4;
+    const bool has_color = the_image->zsize >= 3;
+    const bool has_alpha = the_image->zsize == 2 || the_image->zsize >= 4;
     int bad_rows = 0;
-    for (unsigned y = 0; y < image->ysize; ++y, pixels += row_stride) {
+    for (unsigned y = 0; y < the_image->ysize; ++y, pixels += row_stride) {
         bad_rows += !get_channels(y);
         if (has_color) {
             has_alpha ? put_pixels<Component, true, true>(pixels)
@@ -260,18 +260,18 @@ int pixmap_load(unsigned char* pixels, int component, int row_stride) {
 // Spreads the pixels of a row to the first zsize of the given channels.
 template<int Zsize>
 static void get_pixels(const unsigned char* in, unsigned short* const (&channels)[Zsize]) {
-    const int xsize = image->xsize;
+    const int xsize = the_image->xsize;
     for (int x = 0; x < xsize; ++x, in += Zsize)
         for (int c = 0; c < Zsize; ++c) channels[c][x] = in[c];
 }
 
 static bool put_row(unsigned short* row, unsigned y, unsigned z) {
-    return putrow(image, row, y, z) >= 0;
+    return putrow(the_image, row, y, z) >= 0;
 }
 
 // The order of the channels is that of the rows in the file.
 static bool put_channels(const unsigned char* pixels, unsigned y) {
-    switch (image->zsize) {
+    switch (the_image->zsize) {
     case 1:
         get_pixels<1>(pixels, {rbuf});
         return put_row(rbuf, y, 0);
@@ -291,15 +291,15 @@ static bool put_channels(const unsigned char* pixels, unsigned y) {
 }
 
 bool pixmap_save(const unsigned char* pixels, int row_stride) {
-    if (!image) {
+    if (!the_image) {
         std::fputs("can't open image in write mode\n", stderr);
         std::exit(0);
     }
     // Rows of an encoded image are short: they are gathered, and written in large pieces.
-    img_hold_writes(image);
+    img_hold_writes(the_image);
     // After a failure there is nothing to save: the file is given up by the caller.
     bool are_put = true;
-    for (unsigned y = 0; are_put && y < image->ysize; ++y, pixels += row_stride)
+    for (unsigned y = 0; are_put && y < the_image->ysize; ++y, pixels += row_stride)
         are_put = put_channels(pixels, y);
-    return img_release_writes(image) && are_put;
+    return img_release_writes(the_image) && are_put;
 }

@@ -86,21 +86,18 @@ bool img_read(IMAGE* image, void* buffer, std::size_t count) {
     return advance(image, pread(image->file, buffer, count, image->offset), count);
 }
 
-namespace {
-// A piece of the file in memory.
-template<std::size_t Room>
-struct Piece {
-    static constexpr std::size_t room = Room;
-    off_t start;
-    std::size_t length;
-    unsigned char bytes[Room];
-};
-} // namespace
-
 static const std::size_t read_step = 32768;
 
 // The rows of a channel lie one behind the other, mostly, but those of the channels do not.
 struct Image_Transfers {
+    // A piece of the file in memory.
+    template<std::size_t Room>
+    struct Piece {
+        static constexpr std::size_t room = Room;
+        off_t start;
+        std::size_t length;
+        unsigned char bytes[Room];
+    };
     Piece<2 * read_step> ahead[4];
     bool is_holding;
     Piece<262144> held;

@@ -16,7 +16,7 @@ Color as_color(const Point& p) {
 }
 
 // In single precision throughout, where points take the magnitude in double.
-bool agrees(float a, float b, float eps) {
+bool component_agrees(float a, float b, float eps) {
     const float d = a - b;
     return d < 0 ? -d <= eps : d <= eps;
 }
@@ -28,7 +28,8 @@ Color& Color::operator*=(const Frame& f) {
 }
 
 bool Color::is_epsilon_equal(const Color& other, float eps) const {
-    return agrees(r, other.r, eps) && agrees(g, other.g, eps) && agrees(b, other.b, eps);
+    return component_agrees(r, other.r, eps) && component_agrees(g, other.g, eps) &&
+           component_agrees(b, other.b, eps);
 }
 
 int compare(const Color& a, const Color& b) {

@@ -21,12 +21,13 @@ Vector scaled_to_unit(const Vector& v, float m2) {
     return v * static_cast<float>(1.0 / std::sqrt(static_cast<double>(m2)));
 }
 
-bool agrees(float a, float b, float eps) {
+bool coordinate_agrees(float a, float b, float eps) {
     return std::fabs(static_cast<double>(a - b)) <= static_cast<double>(eps);
 }
 
 bool triple_agrees(const float* a, const float* b, float eps) {
-    return agrees(a[0], b[0], eps) && agrees(a[1], b[1], eps) && agrees(a[2], b[2], eps);
+    return coordinate_agrees(a[0], b[0], eps) && coordinate_agrees(a[1], b[1], eps) &&
+           coordinate_agrees(a[2], b[2], eps);
 }
 
 // By x, then y, then z, by the signs of differences: a NaN is equal to all.

@@ -31,7 +31,8 @@ public:
     Std_Basic_Allocator(const Std_Basic_Allocator<U, Take>&) {}
 
     T* allocate(std::size_t n) {
-        return static_cast<T*>(Take(n > SIZE_MAX / sizeof(T) ? SIZE_MAX : n * sizeof(T)));
+        const std::size_t most = PTRDIFF_MAX; // which is not to be had, as more is not
+        return static_cast<T*>(Take(n > most / sizeof(T) ? most : n * sizeof(T)));
     }
     void deallocate(T* p, std::size_t) { std_release(p); }
     bool operator==(const Std_Basic_Allocator&) const { return true; }

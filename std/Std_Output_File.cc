@@ -25,9 +25,9 @@ static bool names_a_descriptor(const char* path) {
 // to nothing yet. The name of a descriptor stays.
 static const char* resolved(const char* target) {
     const int most_links = 40; // as many as the system follows
+    char* const link = new (GCAtomic) char[PATH_MAX];
     for (int i = 0; i < most_links && !names_a_descriptor(target); ++i) {
-        char link[PATH_MAX];
-        const ssize_t length = readlink(target, link, sizeof link - 1);
+        const ssize_t length = readlink(target, link, PATH_MAX - 1);
         if (length < 0) break;
         link[length] = '\0';
         const char* const slash = link[0] == '/' ? nullptr : std::strrchr(target, '/');

@@ -19,10 +19,6 @@ static bool ends_number(char c) {
 static const std::uint64_t integer_power_of_ten[] = {1,      10,      100,      1000,     10000,
                                                      100000, 1000000, 10000000, 100000000};
 
-static inline bool is_digit(char c) {
-    return static_cast<unsigned char>(c - '0') < 10;
-}
-
 // Eight characters as one word, the first of them lowest, with digits turned into their values.
 static inline std::uint64_t eight_at(const char* p) {
     std::uint64_t word;
@@ -71,7 +67,8 @@ static inline const char* scan_six_decimals(const char* p, float* value) {
     const char* const first = p + is_negative;
     const char* point = first;
     std::uint64_t whole = 0;
-    for (; is_digit(*point); ++point) whole = whole * 10 + static_cast<std::uint64_t>(*point - '0');
+    for (; std_is_digit(*point); ++point)
+        whole = whole * 10 + static_cast<std::uint64_t>(*point - '0');
     const std::uint64_t decimals = eight_at(point + 1), first_six = (std::uint64_t{1} << 48) - 1;
     const std::ptrdiff_t most_digits = 9; // whose value, with six more behind, is exact as a double
     if (*point != '.' || point - first > most_digits || (others_in(decimals) & first_six) != 0 ||
@@ -94,7 +91,7 @@ static const char* scan_any(const char* p, float* value) {
     // Mostly few digits before the point, and many behind it.
     std::uint64_t mantissa = 0;
     const char* const whole = p;
-    for (; is_digit(*p); ++p) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+    for (; std_is_digit(*p); ++p) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
     std::ptrdiff_t digits = p - whole, decimals = 0;
     if (*p == '.') {
         const char* const point = p++;
@@ -146,7 +143,7 @@ static const char* scan_word(const char* p, double* value) {
 
 static bool is_digit_of(bool is_hexadecimal, char c) {
     const int letter = c | 0x20;
-    return is_digit(c) || (is_hexadecimal && letter >= 'a' && letter <= 'f');
+    return std_is_digit(c) || (is_hexadecimal && letter >= 'a' && letter <= 'f');
 }
 
 // Behind the digits, the point and the exponent, or null if they are no number.
@@ -167,7 +164,7 @@ static const char* pass_digits(const char* p) {
     if ((*p | 0x20) != (is_hexadecimal ? 'p' : 'e')) return p;
     ++p;
     p += *p == '-' || *p == '+';
-    while (is_digit(*p)) ++p;
+    while (std_is_digit(*p)) ++p;
     return p;
 }
 

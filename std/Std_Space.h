@@ -1,4 +1,4 @@
-// What counts as white space, in any locale. Internal.
+// What counts as white space and as a digit, in any locale. Internal.
 #ifndef STD_STD_SPACE_H
 #define STD_STD_SPACE_H
 
@@ -9,6 +9,10 @@ inline bool std_is_blank(char c) {
 
 inline bool std_is_space(char c) {
     return c == '\n' || std_is_blank(c);
+}
+
+inline bool std_is_digit(char c) {
+    return static_cast<unsigned char>(c - '0') < 10;
 }
 
 #endif

@@ -254,10 +254,6 @@ static char to_upper(char c) {
 static char to_lower(char c) {
     return is_upper(c) ? static_cast<char>(c - 'A' + 'a') : c;
 }
-static bool is_digit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 // The nil record is never written to, not even with what it holds already.
 static void change_each(Std_Str_Rep* rep, char (*change)(char)) {
     if (rep->length) std::transform(rep->text(), rep->text() + rep->length, text_of(rep), change);
@@ -281,10 +277,11 @@ void Std_String::capitalize() {
     char* const text = text_of(rep_);
     const int end = length();
     for (int i = 0; i < end; ++i) {
-        if (!is_lower(text[i]) && !is_upper(text[i]) && !is_digit(text[i])) continue;
+        if (!is_lower(text[i]) && !is_upper(text[i]) && !std_is_digit(text[i])) continue;
         text[i] = to_upper(text[i]);
         for (++i; i < end; ++i) {
-            if (!is_lower(text[i]) && !is_upper(text[i]) && !is_digit(text[i]) && text[i] != '\'')
+            if (!is_lower(text[i]) && !is_upper(text[i]) && !std_is_digit(text[i]) &&
+                text[i] != '\'')
                 break;
             text[i] = to_lower(text[i]);
         }

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "std/Std_Powers.h"
+#include "std/Std_Space.h"
 
 // What a character is, by table: blanks are passed millions of times.
 enum : unsigned char { BLANK = 1, END_OF_WORD = 2, SIGN1 = 4 };
@@ -26,10 +27,6 @@ static constexpr std::array<unsigned char, 256> kinds = make_kinds();
 
 static inline unsigned char kind_of(char c) {
     return kinds[static_cast<unsigned char>(c)];
-}
-
-static inline bool is_digit(char c) {
-    return static_cast<unsigned char>(c - '0') < 10;
 }
 
 Vrml_Scanner::Vrml_Scanner(const std::string& text, bool is_vrml1)
@@ -101,9 +98,9 @@ bool Vrml_Scanner::looks_like_number() const {
     if (is_over()) return false;
     for (const char* word : {"nan", "NaN", "NAN", "inf", "Inf", "INF"})
         if (token_ == word) return true;
-    if (is_digit(token_[0])) return true;
+    if (std_is_digit(token_[0])) return true;
     const char second = token_.size() > 1 ? token_[1] : '\0';
-    return std::strchr("+-.", token_[0]) && (is_digit(second) || second == '.');
+    return std::strchr("+-.", token_[0]) && (std_is_digit(second) || second == '.');
 }
 
 bool Vrml_Scanner::is_followed_by_brace() {
@@ -126,8 +123,8 @@ static const char* scan_hexadecimal(const char* digits, bool is_negative, double
 // Behind the sign and the digits of an exponent, or null if there are no digits.
 static const char* end_of_exponent(const char* p) {
     p += *p == '-' || *p == '+';
-    if (!is_digit(*p)) return nullptr;
-    while (is_digit(*p)) ++p;
+    if (!std_is_digit(*p)) return nullptr;
+    while (std_is_digit(*p)) ++p;
     return p;
 }
 
@@ -139,11 +136,12 @@ static const char* scan_number(const char* p, double* value) {
     p += *p == '-' || *p == '+';
     std::uint64_t mantissa = 0;
     const char* const whole = p;
-    for (; is_digit(*p); ++p) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+    for (; std_is_digit(*p); ++p) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
     std::ptrdiff_t digits = p - whole, decimals = 0;
     if (*p == '.') {
         const char* const point = p++;
-        for (; is_digit(*p); ++p) mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+        for (; std_is_digit(*p); ++p)
+            mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
         decimals = p - point - 1;
         digits += decimals;
     }

@@ -88,10 +88,9 @@ protected:
 
 private:
     static std::size_t checked_length(int n, const char* items) {
-        if (n < 0)
-            std_assert(-1, str_format("A list of %d %s cannot be made", n, items), __FILE__,
-                       __LINE__);
-        return static_cast<std::size_t>(n);
+        if (n >= 0) return static_cast<std::size_t>(n);
+        std_assert(-1, str_format("A list of %d %s cannot be made", n, items), __FILE__, __LINE__);
+        return 0; // never
     }
 
     Item* items_;

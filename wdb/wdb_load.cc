@@ -81,7 +81,8 @@ static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         return;
     }
     std_tell(str_format("Importing file: %s", url->get_url_string().chars()));
-    WDB_Lex_Context imported(url, url);
+    // Not on the stack, which a chain of imports could fill.
+    WDB_Lex_Context& imported = *new (GC) WDB_Lex_Context(url, url);
     if (imported.is_open()) {
         ++sym.report().imports;
         try_get_file(imported, sym);

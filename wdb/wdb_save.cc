@@ -13,6 +13,7 @@
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Format.h"
+#include "std/Std_GC.h"
 #include "std/Std_Output_File.h"
 #include "std/Std_URL.h"
 #include "wdb/Scene_Buffer.h"
@@ -64,6 +65,11 @@ private:
 // One save, from the opening of the file to its end.
 class Scene_Writer {
 public:
+    Scene_Writer() = default;
+    Scene_Writer(const Scene_Writer&) = delete;
+    Scene_Writer& operator=(const Scene_Writer&) = delete;
+    ~Scene_Writer() { std_release(&out_); }
+
     // As wdb_save.
     int save(WDB_Database& world, const char* target);
 
@@ -101,7 +107,8 @@ private:
     void write_counters();
 
     const char* path_ = nullptr; // of the scene
-    Scene_Buffer out_;
+    Scene_Buffer& out_ =
+        *new (GCAtomic) Scene_Buffer; // a thread may have less stack than its block
     Hash_Table<WDB_Obj*, const char*> saved_objects_;
     Scene_Names saved_names_;
     int camera_count_ = 0;
@@ -377,8 +384,8 @@ static std::string name_from(const char* scene, const char* source) {
     if (path.starts_with(folder)) return path.substr(folder.size());
     // Bare, it would be appended to the folder of the scene when that is read.
     if (path[0] == '/') return "file:" + path;
-    char here[PATH_MAX];
-    return getcwd(here, sizeof here) ? "file:" + std::string(here) + "/" + path : path;
+    char* const here = new (GCAtomic) char[PATH_MAX];
+    return getcwd(here, PATH_MAX) ? "file:" + std::string(here) + "/" + path : path;
 }
 
 // The picture as a file of its own, or, if it was not read as a whole, the name of what it was read

@@ -1,8 +1,11 @@
 #include "wdb/wdb_save.h"
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <pthread.h>
 #include <sys/resource.h>
 
 #include "images/PX_Map.h"
@@ -249,6 +252,27 @@ TEST_F(Wdb_Save, textures) {
         EXPECT_NE(wdb_save(textures, "saved"), 0);
     });
     EXPECT_NE(file("saved").find("End of file"), std::string::npos);
+}
+
+TEST_F(Wdb_Save, in_a_thread_with_a_small_stack) {
+    world->put(node_named("S", list_in({0, 0, 0}, {1, 1, 1}), new WDB_Material));
+    world->put(textured("t", new PX_Map(200, 100, 3)));
+    std::filesystem::create_symlink("elsewhere", "saved");
+    pthread_attr_t small;
+    pthread_attr_init(&small);
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    // Most of it is taken by thread_locals and by the collector, which clears 16 KB at times.
+    pthread_attr_setstacksize(&small, std::max<std::size_t>(PTHREAD_STACK_MIN, 56 * 1024));
+#endif
+    const auto save = [](void* scene) {
+        return wdb_save(*static_cast<WDB_Database*>(scene), "saved") == 0 ? scene : nullptr;
+    };
+    pthread_t thread;
+    void* result = nullptr;
+    ASSERT_EQ(pthread_create(&thread, &small, save, world), 0);
+    pthread_join(thread, &result);
+    EXPECT_EQ(result, world);
+    EXPECT_NE(file("elsewhere").find("Image \"t.rgb\""), std::string::npos);
 }
 
 TEST_F(Wdb_Save, counts_beyond_an_int) {
