@@ -1,10 +1,9 @@
 #include "base/Clock.h"
 
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
 #include <sys/times.h>
 #include <unistd.h>
+
+#include "tests/Test.h"
 
 // Takes the place of the system's: time goes on only when the test says so.
 static std::clock_t real_now = 1000, user_now = 70, system_now = 5;

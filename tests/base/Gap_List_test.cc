@@ -1,11 +1,8 @@
 #include "base/Gap_List.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <climits>
-#include <random>
-#include <vector>
+
+#include "tests/Test.h"
 
 struct Record {
     int id;

@@ -1,10 +1,8 @@
 #include "base/Hash_Index.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
 #include <set>
-#include <vector>
+
+#include "tests/Test.h"
 
 // One run over nearly half of the cells and round their end: four levels of full
 // words. The twin is a sorted set of the free cells.

@@ -1,15 +1,10 @@
 #include "base/Hash_Table.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
-#include <random>
-#include <string>
-#include <vector>
 
 #include "base/Hash_Set.h"
 #include "std/Std_Compare.h"
-#include "tests/Bits.h"
+#include "tests/Test.h"
 
 using Key = unsigned int;
 using Table = Hash_Table<Key, int>;

@@ -1,11 +1,8 @@
 #include "base/Unique_Id.h"
 
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
-
 #include "base/Index_Generator.h"
 #include "std/Std_Common.h"
+#include "tests/Test.h"
 
 TEST(Unique_Id, names_and_numbers_are_inverse) {
     Unique_Id ids;

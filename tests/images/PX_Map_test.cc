@@ -1,16 +1,11 @@
 #include "images/PX_Map.h"
 
-#include <cmath>
-#include <cstring>
 #include <filesystem>
-#include <random>
 #include <sys/resource.h>
-#include <vector>
 
 #include "images/image.h"
 #include "images/pix_support.h"
 #include "std/Std_Limits.h"
-#include "tests/Bits.h"
 #include "tests/Scratch_Folder.h"
 
 using Bytes = std::vector<unsigned char>;

@@ -2,9 +2,7 @@
 
 #include <bit>
 #include <fcntl.h>
-#include <random>
 #include <unistd.h>
-#include <vector>
 
 #include "images/image_internal.h"
 #include "tests/Scratch_Folder.h"

@@ -1,13 +1,9 @@
 #include "math/Geometry.h"
 
-#include <cfloat>
 #include <limits>
 #include <numbers>
-#include <tuple>
 
-#include <gtest/gtest.h>
-
-#include "tests/Bits.h"
+#include "tests/Test.h"
 
 static const float half_pi = std::numbers::pi_v<float> / 2;
 static const float denorm = std::numeric_limits<float>::denorm_min();

@@ -1,11 +1,6 @@
 #include "math/Homogeneous.h"
 
-#include <cmath>
-#include <tuple>
-
-#include <gtest/gtest.h>
-
-#include "tests/Bits.h"
+#include "tests/Test.h"
 
 TEST(Homogeneous, points_and_vectors_convert) {
     const Point p(1, 2, 3);

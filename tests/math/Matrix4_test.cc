@@ -1,14 +1,9 @@
 #include "math/Matrix4.h"
 
-#include <cfloat>
-#include <cmath>
 #include <numbers>
-#include <tuple>
-
-#include <gtest/gtest.h>
 
 #include "math/Homogeneous.h"
-#include "tests/Bits.h"
+#include "tests/Test.h"
 
 static const Matrix4 one = Matrix4::identity();
 

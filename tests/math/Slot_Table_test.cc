@@ -1,8 +1,8 @@
 #include "math/Slot_Table.h"
 
-#include <gtest/gtest.h>
 #include <map>
-#include <random>
+
+#include "tests/Test.h"
 
 static SUniv* item_at(std::uintptr_t address) {
     return reinterpret_cast<SUniv*>(address);

@@ -1,17 +1,11 @@
 #include "math/Split_Box_Tree.h"
 
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
 #include <limits>
-#include <random>
-#include <string>
-#include <vector>
 
 #include "math/Box_Probes.h"
 #include "math/Box_Queries.h"
 #include "math/Homogeneous.h"
-#include "tests/Bits.h"
+#include "tests/Test.h"
 #include "tests/math/plain_tree.h"
 
 using Tree = Split_Box_Tree<int>;

@@ -2,12 +2,11 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <gtest/gtest.h>
-#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "std/Std_Env.h"
+#include "tests/Test.h"
 
 static std::string report(int level, const char* message) {
     ::testing::internal::CaptureStderr();

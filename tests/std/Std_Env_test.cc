@@ -2,8 +2,8 @@
 
 #include <climits>
 #include <cstdlib>
-#include <gtest/gtest.h>
-#include <string>
+
+#include "tests/Test.h"
 
 TEST(Std_Env, values) {
     const struct {

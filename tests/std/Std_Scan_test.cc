@@ -1,12 +1,8 @@
 #include "std/Std_Scan.h"
 
 #include <bit>
-#include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <random>
-#include <string>
+
+#include "tests/Test.h"
 
 // What std_scan_f takes must come out, and move on, as with sscanf.
 static ::testing::AssertionResult agrees(const std::string& text, bool* is_taken = nullptr) {

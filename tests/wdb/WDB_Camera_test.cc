@@ -1,10 +1,6 @@
 #include "wdb/WDB_Camera.h"
 
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-
-#include "support.h"
+#include "tests/wdb/support.h"
 #include "wdb/WDB_Database.h"
 
 static const float right_angle = 1.57079633f;

@@ -1,13 +1,9 @@
 #include "wdb/WDB_Database.h"
 
-#include <gtest/gtest.h>
-#include <random>
 #include <set>
-#include <string>
-#include <vector>
 
 #include "images/PX_Map.h"
-#include "support.h"
+#include "tests/wdb/support.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Light.h"
 #include "wdb/WDB_Material.h"

@@ -1,12 +1,7 @@
 #include "wdb/WDB_Lex_Context.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <random>
-
-#include "scene_support.h"
 #include "std/Std_Common.h"
+#include "tests/wdb/scene_support.h"
 
 using std::string_literals::operator""s;
 using Lex_Context = Scene_Test;

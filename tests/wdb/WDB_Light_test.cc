@@ -1,8 +1,6 @@
 #include "wdb/WDB_Light.h"
 
-#include <gtest/gtest.h>
-
-#include "support.h"
+#include "tests/wdb/support.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Material.h"
 

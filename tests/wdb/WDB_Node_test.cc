@@ -1,9 +1,6 @@
 #include "wdb/WDB_Node.h"
 
-#include <functional>
-#include <gtest/gtest.h>
-
-#include "support.h"
+#include "tests/wdb/support.h"
 #include "wdb/WDB_Database.h"
 
 TEST(WDB_Node, stamps_and_boxes) {

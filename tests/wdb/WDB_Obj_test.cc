@@ -1,10 +1,9 @@
 #include "wdb/WDB_Obj.h"
 
 #include <bit>
-#include <gtest/gtest.h>
 
 #include "images/PX_Map.h"
-#include "support.h"
+#include "tests/wdb/support.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Texture.h"

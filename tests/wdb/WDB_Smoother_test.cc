@@ -1,13 +1,7 @@
 #include "wdb/WDB_Smoother.h"
 
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
-#include <vector>
-
 #include "std/Std_Common.h"
-#include "support.h"
-#include "tests/Reports.h"
+#include "tests/wdb/support.h"
 
 // Two triangles that share the edge from (0,0,0) to (0,1,0), folded by `degrees`.
 static WDB_Tri_List* folded(float degrees) {

@@ -1,9 +1,6 @@
 #include "wdb/WDB_Tri_List.h"
 
-#include <cstring>
-#include <gtest/gtest.h>
-
-#include "support.h"
+#include "tests/wdb/support.h"
 #include "wdb/WDB_Line_List.h"
 
 static const Point p0(0, 0, 0), p1(2, 0, 0), p2(0, 2, 0);

@@ -1,10 +1,4 @@
-#include <cmath>
-#include <gtest/gtest.h>
-#include <random>
-#include <sstream>
-#include <vector>
-
-#include "support.h"
+#include "tests/wdb/support.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Light.h"

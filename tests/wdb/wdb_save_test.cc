@@ -1,11 +1,9 @@
 #include "wdb/wdb_save.h"
 
-#include <cmath>
-#include <cstring>
 #include <sys/resource.h>
 
 #include "images/PX_Map.h"
-#include "scene_support.h"
+#include "tests/wdb/scene_support.h"
 
 class Wdb_Save : public Scene_Test {
 protected:
