@@ -58,9 +58,3 @@ TEST(HFrame, products_of_mixed_kinds) {
     };
     for (const auto& [row, does, should] : rows) EXPECT_EQ(does, should) << row;
 }
-
-TEST(Homogeneous, text) {
-    EXPECT_EQ(printed(Homogeneous(1, 2.5f, -3, 0)), "Homogeneous(1,2.5,-3,0)\n");
-    EXPECT_EQ(printed(HFrame::identity()), "HFrame {\n  Vector4(1,0,0,0)\n  Vector4(0,1,0,0)\n"
-                                           "  Vector4(0,0,1,0)\n  Vector4(0,0,0,1)\n}\n");
-}

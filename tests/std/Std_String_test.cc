@@ -13,13 +13,11 @@ static std::string plain(const Std_Sub_String& s) {
 }
 
 TEST(Std_String, capacities) {
-    const struct {
-        int length, capacity;
-    } rows[] = {{0, 6},   {6, 6},     {7, 22},    {22, 22},
-                {23, 54}, {118, 118}, {119, 246}, {32758, 32758}};
-    for (const auto& r : rows) {
-        const std::string text(static_cast<std::size_t>(r.length), 'x');
-        EXPECT_EQ(Std_String(text.c_str()).allocation(), r.capacity) << r.length;
+    const std::tuple<int, int> rows[] = {{0, 6},   {6, 6},     {7, 22},    {22, 22},
+                                         {23, 54}, {118, 118}, {119, 246}, {32758, 32758}};
+    for (const auto& [length, capacity] : rows) {
+        const std::string text(static_cast<std::size_t>(length), 'x');
+        EXPECT_EQ(Std_String(text.c_str()).allocation(), capacity) << length;
     }
     Std_String s;
     EXPECT_EQ(s.chars(), _nil_Std_Str_Rep.text());

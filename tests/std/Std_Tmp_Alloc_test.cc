@@ -12,34 +12,30 @@ static std::size_t current_size(const Pool* pool) {
 }
 
 TEST(Std_Tmp_Alloc, which_block_the_memory_comes_from) {
-    const struct {
-        const char* row;
-        std::size_t first;
-        std::vector<std::size_t> sizes;
-        std::size_t block, used; // of the block that is current in the end
-    } rows[] = {
-        {"at least 256", 10, {}, 256, 0},
-        {"steps of 4", 300, {1, 4, 5}, 300, 16},
-        {"nothing for nothing", 256, {0}, 256, 0},
-        {"the last byte stays", 256, {256}, 512, 256},
-        {"up to the last unit", 256, {252}, 256, 252},
-        {"the last unit stays as well", 256, {252, 1}, 256, 4},
-        {"an odd end leaves room", 257, {256}, 257, 256},
-        {"as large as the first", 4096, {4000, 200}, 4096, 200},
-        {"twice what is asked", 4096, {4000, 3000}, 6000, 3000},
-    };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.row);
-        Pool* const pool = std_tmp_alloc_new_pool(r.first);
-        for (const std::size_t size : r.sizes) {
+    const std::tuple<const char*, std::size_t, std::vector<std::size_t>, std::size_t, std::size_t>
+        rows[] = {
+            {"at least 256", 10, {}, 256, 0},
+            {"steps of 4", 300, {1, 4, 5}, 300, 16},
+            {"nothing for nothing", 256, {0}, 256, 0},
+            {"the last byte stays", 256, {256}, 512, 256},
+            {"up to the last unit", 256, {252}, 256, 252},
+            {"the last unit stays as well", 256, {252, 1}, 256, 4},
+            {"an odd end leaves room", 257, {256}, 257, 256},
+            {"as large as the first", 4096, {4000, 200}, 4096, 200},
+            {"twice what is asked", 4096, {4000, 3000}, 6000, 3000},
+        };
+    for (const auto& [row, first, sizes, block, used] : rows) {
+        SCOPED_TRACE(row);
+        Pool* const pool = std_tmp_alloc_new_pool(first);
+        for (const std::size_t size : sizes) {
             char* const memory = static_cast<char*>(std_tmp_alloc(pool, size));
             ASSERT_EQ(memory == nullptr, size == 0);
             ASSERT_EQ(std::count(memory, memory + size, '\0'), static_cast<long>(size));
             std::fill_n(memory, size, 'x');
         }
-        EXPECT_EQ(current_size(pool), r.block);
+        EXPECT_EQ(current_size(pool), block);
         EXPECT_EQ(pool->current_block->cursor - pool->current_block->start,
-                  static_cast<long>(r.used));
+                  static_cast<long>(used));
         std_tmp_free_pool(pool);
     }
 }

@@ -69,10 +69,7 @@ TEST_F(Nolt_Check, tables) {
 TEST_F(Nolt_Check, names_and_statuses) {
     put_file("good", mesh);
     put_file("bad", "rubbish\n");
-    const struct {
-        const char *arguments, *begin;
-        int status;
-    } rows[] = {
+    const std::tuple<const char*, const char*, int> rows[] = {
         {"", "", 2},
         {"-x good", "", 2},
         {"good good", "good\n  nodes      0\n", 0},
@@ -81,9 +78,9 @@ TEST_F(Nolt_Check, names_and_statuses) {
         {"\"$(printf 'a\\033[m')\"", "a\\x1b[m\n", 1},
         {"good >/dev/full; exit $?; :", "", 1},
     };
-    for (const auto& r : rows) {
-        EXPECT_EQ(check(r.arguments), r.status) << r.arguments;
-        EXPECT_EQ(err.ends_with("usage: nolt_check scene...\n"), r.status == 2) << err;
-        EXPECT_EQ(out.substr(0, std::string(r.begin).size()), r.begin) << r.arguments << err;
+    for (const auto& [arguments, begin, status] : rows) {
+        EXPECT_EQ(check(arguments), status) << arguments;
+        EXPECT_EQ(err.ends_with("usage: nolt_check scene...\n"), status == 2) << err;
+        EXPECT_EQ(out.substr(0, std::string(begin).size()), begin) << arguments << err;
     }
 }

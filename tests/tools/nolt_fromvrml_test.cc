@@ -1,6 +1,6 @@
 // VRML files through the reader: with the converter on the PATH, one that fails, and none.
-#include "std/Std_Common.h"
 #include "tests/wdb/scene_support.h"
+#include "tools/Vrml_Converter.h"
 
 using std::string_literals::operator""s;
 
@@ -32,17 +32,19 @@ protected:
         }
         return text;
     }
-    // All names; the triangles of the first shape and its box.
-    std::string first_shape() {
-        const std::string all = nodes();
-        WDB_Node* const n = node(all.substr(0, all.find(':')));
-        const Bbox box = n->get_bbox().transformed_by(n->get_transform());
-        const auto shown = [](const Point& p) {
-            const auto thousands = [](float f) { return std::lround(f * 1000); };
-            return str_format(" %ld %ld %ld", thousands(p.x), thousands(p.y), thousands(p.z));
-        };
-        return names() + str_format("%d", triangles(n->get_name())->count()) + shown(box.min) +
-               shown(box.max) + "\n";
+    // Each shape with its number of triangles and its box, in thousandths.
+    std::string shapes() {
+        std::istringstream full(nodes()), brief(names());
+        std::string text, name, shown_name;
+        while (full >> name && brief >> shown_name) {
+            WDB_Node* const n = node(name.substr(0, name.find(':')));
+            const Bbox box = n->get_bbox().transformed_by(n->get_transform());
+            text += shown_name + " " + std::to_string(triangles(n->get_name())->count());
+            for (int i = 0; i < 6; ++i)
+                text += str_format(" %ld", std::lround(box[i / 3][i % 3] * 1000));
+            text += "\n";
+        }
+        return text;
     }
     std::string said;
 };
@@ -80,7 +82,7 @@ TEST_F(From_VRML, blocks_of_the_file) {
         EXPECT_EQ(file("err"), parts["said"]);
         load_quietly("t");
         if (parts.contains("world")) {
-            EXPECT_EQ(first_shape(), parts["world"]);
+            EXPECT_EQ(shapes(), parts["world"]);
         }
     });
 }
@@ -123,6 +125,46 @@ TEST_F(From_VRML, triangles_look_outwards) {
         }
         EXPECT_GT(volume, 0.9) << shape; // closed, with a unit box at least inside
         EXPECT_EQ(texture, Bbox(Point(0, 0, 0), Point(1, 1, 0))) << shape;
+    }
+}
+
+// The work that each conversion takes: with one less it ends before the rest, and says so.
+TEST(Vrml_Budget, is_just_enough) {
+    const std::string faces =
+        "geometry IndexedFaceSet { coord Coordinate { point [ 0 0 0, 9 0 0, 9 9 0, 1 2 0 ] } ";
+    const std::pair<std::string, std::size_t> rows[] = {
+        {vrml97("Group {} Fog {}"), 2},
+        {vrml97("Group { children [ Group {} Group {} Group {} ] }"), 8},
+        {vrml97("Switch { choice [ Group {} Group {} ] } LOD { level [ Group {} ] }"), 8},
+        {vrml97("Shape { appearance Appearance { material Material {} } geometry Box {} }"), 7},
+        {vrml97("Shape { " + faces + "coordIndex [ 0 1 2 3 ] } }"), 11},
+        {vrml97("Shape { " + faces + "convex FALSE coordIndex [ 0 1 2 3 ] } }"), 12},
+        {vrml97("Shape { " + faces + "creaseAngle 1 coordIndex [ 0 1 2 -1 2 3 0 ] } }"), 22},
+        {vrml97("PROTO P [ field SFVec3f s 1 1 1 ] { Shape { geometry Box { size IS s } } } P {} P "
+                "{ s 2 2 2 }"),
+         18},
+        {vrml97("DEF a Transform { children Shape { geometry Sphere { radius 2 } } } USE a USE a"),
+         21},
+        {vrml1("Separator { Material { diffuseColor [ 1 0 0, 0 1 0 ] } Cube {} } Coordinate3 { "
+               "point [ 0 0 0, 1 0 0 ] } IndexedLineSet { coordIndex [ 0 1 ] }"),
+         12},
+    };
+    const auto ends_early = [](const std::string& text, std::size_t most_work) {
+        char* told = nullptr;
+        std::size_t length = 0;
+        std::FILE *const nowhere = std::fopen("/dev/null", "w"), *const err =
+                                                                     open_memstream(&told, &length);
+        vrml_convert(text, {"", "", most_work}, nowhere, err);
+        std::fclose(nowhere);
+        std::fclose(err);
+        const std::string all(told, length);
+        std::free(told);
+        return all.find("too much work") != std::string::npos;
+    };
+    for (const auto& [text, work] : rows) {
+        std::size_t least = 0;
+        while (ends_early(text, least)) ++least;
+        EXPECT_EQ(least, work) << text;
     }
 }
 

@@ -87,24 +87,21 @@ camera aa { frame r 0 180 0 t 0 0 17; perspective 60 1 1 9 }
 camera off { frame r 0 90 0 t 0 0 9; perspective 60 1 1 9 }
 )"));
     put_file("none.3d", things + unfolded("node n { material red; geometry square }\n"));
-    const struct {
-        const char *arguments, *err;
-        Rgb middle;
-    } rows[] = {
+    const std::tuple<const char*, const char*, Rgb> rows[] = {
         {"x.3d", "", {255, 0, 0}}, // the first in the scene
         {"-camera aa x.3d", "", {0, 0, 255}},
         {"-camera off x.3d", "nolt_picture: nothing is in view of the camera \"off\"\n",
          background},
         {"none.3d", "", {255, 0, 0}},
     };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.arguments);
-        EXPECT_EQ(draw(std::string("-o x.sgi -size 40x20 ") + r.arguments), 0);
-        EXPECT_EQ(err, r.err);
+    for (const auto& [arguments, told, middle] : rows) {
+        SCOPED_TRACE(arguments);
+        EXPECT_EQ(draw(std::string("-o x.sgi -size 40x20 ") + arguments), 0);
+        EXPECT_EQ(err, told);
         const PX_Map map("x.sgi", 0);
         ASSERT_EQ(map.get_width(), 40);
         ASSERT_EQ(map.get_height(), 20);
-        expect_pixel(map, 20, 10, r.middle);
+        expect_pixel(map, 20, 10, middle);
         expect_pixel(map, 1, 10, background);
     }
 }

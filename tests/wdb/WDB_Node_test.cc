@@ -1,7 +1,6 @@
 #include "wdb/WDB_Node.h"
 
 #include "tests/wdb/support.h"
-#include "wdb/WDB_Database.h"
 
 TEST(WDB_Node, stamps_and_boxes) {
     WDB_Tri_List* const small = list_in({0, 0, 0}, {1, 1, 1});

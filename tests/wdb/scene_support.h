@@ -8,11 +8,6 @@
 #include "tests/Blocks.h"
 #include "tests/Scratch_Folder.h"
 #include "tests/wdb/support.h"
-#include "wdb/WDB_Camera.h"
-#include "wdb/WDB_Database.h"
-#include "wdb/WDB_Line_List.h"
-#include "wdb/WDB_Material.h"
-#include "wdb/WDB_Texture.h"
 #include "wdb/wdb_load.h"
 #include "wdb/wdb_save.h"
 

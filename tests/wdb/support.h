@@ -2,10 +2,16 @@
 #ifndef TESTS_WDB_SUPPORT_H
 #define TESTS_WDB_SUPPORT_H
 
+#include "images/PX_Map.h"
+#include "std/Std_Common.h"
 #include "std/Std_Messager.h"
 #include "tests/Test.h"
-#include "wdb/WDB_Geometry.h"
-#include "wdb/WDB_Node.h"
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Light.h"
+#include "wdb/WDB_Line_List.h"
+#include "wdb/WDB_Material.h"
+#include "wdb/WDB_Texture.h"
 #include "wdb/WDB_Tri_List.h"
 
 inline bool operator==(const Bbox& a, const Bbox& b) {
