@@ -169,7 +169,7 @@ void Gap_List<T>::double_size() {
     if (old) {
         std::memcpy(static_cast<void*>(data_), old,
                     static_cast<std::size_t>(capacity_) * sizeof(T));
-        Std_GC::operator delete(old);
+        std_release(old);
     }
     gap_position_ = capacity_;
     gap_size_ = added;

@@ -33,7 +33,7 @@ void Hash_Index::make(int modulus) {
 }
 
 void Hash_Index::release() {
-    Std_GC::operator delete(tags_);
+    std_release(tags_);
     *this = Hash_Index();
 }
 
@@ -94,7 +94,7 @@ void Hash_Index::make_entries() {
     const std::size_t old_bytes = bytes_for(modulus(), far_);
     auto* const longer = new (GCAtomic) std::uint8_t[old_bytes + modulus() * sizeof(std::uint32_t)];
     std::memcpy(longer, tags_, old_bytes);
-    Std_GC::operator delete(tags_);
+    std_release(tags_);
     tags_ = longer;
     entries_ = reinterpret_cast<std::uint32_t*>(longer + old_bytes);
 }

@@ -442,7 +442,7 @@ void Hash_Table<K, V>::double_size() {
         // Others, such as those within a tolerance, may become equal only now.
         old_index.each_taken([&](int i) { fill(cell_to_put(old_pairs[i].key), old_pairs[i]); });
     }
-    Std_GC::operator delete(old_pairs);
+    std_release(old_pairs);
     if (old_index.is_used()) old_index.release();
 }
 

@@ -43,6 +43,14 @@ public:
     // Room for `count` elements. Cost: in proportion to them, if repeated calls raise it.
     void reserve(std::size_t count);
     void wipe_out() { count_ = 0; }
+    // The same, but gives the cells back if there are more than `most_kept`.
+    void wipe_out(std::size_t most_kept) {
+        count_ = 0;
+        if (capacity_ <= most_kept) return;
+        std_release(cells_);
+        cells_ = nullptr;
+        capacity_ = 0;
+    }
 
 private:
     T* cells_ = nullptr;
@@ -63,7 +71,7 @@ void Plain_Array<T>::reserve(std::size_t count) {
     // Cells that are never used do not come into memory at all.
     cells_ = static_cast<T*>(std_allocate_unfilled(capacity * sizeof(T)));
     if (count_ > 0) std::memcpy(static_cast<void*>(cells_), old, count_ * sizeof(T));
-    Std_GC::operator delete(old);
+    std_release(old);
     capacity_ = capacity;
 }
 

@@ -24,7 +24,7 @@ static void allocate(benchmark::State& state) {
          {"new and delete",
           [&] {
               allocate_all(blocks, [=] { return ::operator new(size, GC); });
-              for (void* const block : blocks) Std_GC::operator delete(block);
+              for (void* const block : blocks) std_release(block);
               return std::uint64_t{count};
           },
           forget}},
@@ -55,7 +55,7 @@ static void delete_beside_pools(benchmark::State& state) {
         };
     };
     const auto delete_all = [&] {
-        for (void* const block : blocks) Std_GC::operator delete(block);
+        for (void* const block : blocks) std_release(block);
         return std::uint64_t{count};
     };
     side_by_side(state, count, {{"no pools", delete_all, prepare(false)}},

@@ -34,7 +34,10 @@ install(CODE "
   COMPONENT development)
 
 # The way back from the file itself, so that an installed tree can be moved.
-file(RELATIVE_PATH NOLT_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+cmake_path(APPEND CMAKE_INSTALL_PREFIX "${CMAKE_INSTALL_LIBDIR}" pkgconfig OUTPUT_VARIABLE pc_dir)
+file(RELATIVE_PATH NOLT_PC_PREFIX "${pc_dir}" "${CMAKE_INSTALL_PREFIX}")
+set(NOLT_PC_LIBDIR "\${prefix}")
+cmake_path(APPEND NOLT_PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
 set(NOLT_PC_INCLUDEDIR "\${prefix}")
 cmake_path(APPEND NOLT_PC_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}")
 set(NOLT_PC_LIBS "-lnolt")
@@ -58,6 +61,7 @@ endif()
 
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md
   DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
+install(FILES docs/nolt.supp DESTINATION "${CMAKE_INSTALL_DATADIR}/nolt" COMPONENT development)
 install(FILES bench/README.md DESTINATION "${CMAKE_INSTALL_DOCDIR}/bench" COMPONENT documentation)
 install(DIRECTORY docs DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN man EXCLUDE)

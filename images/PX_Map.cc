@@ -256,7 +256,7 @@ void PX_Map::resize(int new_width, int new_height, Filter filter, int filter_wid
     if (component_ > 0)
         px_map_scale(pixels_, width_, height_, component_, result, new_width, new_height, filter,
                      filter_width);
-    delete[] pixels_;
+    std_release(pixels_);
     pixels_ = result;
     width_ = new_width;
     height_ = new_height;

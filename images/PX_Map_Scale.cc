@@ -1,11 +1,11 @@
 #include "images/PX_Map_Scale.h"
+#include "std/Std_Allocator.h"
 
 #include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstddef>
 #include <cstring>
-#include <vector>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -21,7 +21,7 @@ struct Contribution {
 // The contributions of all target pixels of one row or column, `taps` for each.
 struct Contributions {
     std::size_t taps = 1;
-    std::vector<Contribution> all;
+    Std_Plain_Vector<Contribution> all;
 
     const Contribution* begin(int target) const {
         return all.data() + static_cast<std::size_t>(target) * taps;
@@ -30,7 +30,7 @@ struct Contributions {
 };
 
 // Some values at a time, each of which comes out as if it were alone.
-using Vector = float __attribute__((vector_size(16)));
+using Four_Floats = float __attribute__((vector_size(16)));
 const int vector_values = 4;
 } // namespace
 
@@ -60,8 +60,8 @@ static Contributions contributions(int size, int new_size, float (*filter)(float
         return static_cast<unsigned int>(mirrored(j, size)) * static_cast<unsigned int>(lanes);
     };
     Contributions result;
-    std::vector<Contribution> lists;
-    std::vector<std::size_t> ends;
+    Std_Plain_Vector<Contribution> lists;
+    Std_Plain_Vector<std::size_t> ends;
     for (int i = 0; i < new_size; ++i) {
         const float centre =
             static_cast<float>(static_cast<double>(i) / static_cast<double>(scale));
@@ -122,7 +122,7 @@ static void add_columns(const float* columns, int lanes, const Contributions& c,
     for (int i = 0; i < new_width; ++i, sums += lanes) {
         const Contribution* const from = c.all.data() + static_cast<std::size_t>(i) * count;
         for (int k = 0; k < lanes; k += vector_values) {
-            Vector sum = {}, column;
+            Four_Floats sum = {}, column;
             for (std::size_t n = 0; n < count; ++n) {
                 std::memcpy(&column, columns + k + from[n].source, sizeof column);
                 sum += column * from[n].weight;
@@ -172,12 +172,12 @@ namespace {
 // The image between the passes, as wide as the target and as high as the source. Its rows are made
 // in their order, just before they are wanted, and overwritten when no target row draws on them any
 // more: so the second pass finds them in the cache.
-class Between {
+class Middle_Image {
 public:
     // Requires: `in` and `across`, which is for the lanes of a strip, stay; no row is asked for
     // that lies `in_use` or more behind the last one.
-    Between(const unsigned char* in, int width, int height, int component, int new_width,
-            const Contributions& across, std::size_t in_use)
+    Middle_Image(const unsigned char* in, int width, int height, int component, int new_width,
+                 const Contributions& across, std::size_t in_use)
         : in_(in), width_(static_cast<std::size_t>(width)),
           height_(static_cast<std::size_t>(height)),
           new_width_(static_cast<std::size_t>(new_width)), component_(component), across_(across),
@@ -235,15 +235,15 @@ private:
     const int strip_rows_;
     const std::size_t kept_; // so many rows at a time
     std::size_t made_ = 0;   // the rows before this one have been there
-    std::vector<float> columns_, sums_;
-    std::vector<unsigned char> strip_, rows_;
+    Std_Plain_Vector<float> columns_, sums_;
+    Std_Plain_Vector<unsigned char> strip_, rows_;
 };
 } // namespace
 
 // How many rows are needed at a time: from the first one that this target or a later one draws on,
 // to the last one of this target and those before.
 static std::size_t rows_in_use(const Contributions& c, int targets) {
-    std::vector<unsigned int> first(static_cast<std::size_t>(targets) + 1, UINT_MAX);
+    Std_Plain_Vector<unsigned int> first(static_cast<std::size_t>(targets) + 1, UINT_MAX);
     for (int i = targets - 1; i >= 0; --i) {
         unsigned int lowest = first[static_cast<std::size_t>(i) + 1];
         for (const Contribution* p = c.begin(i); p != c.end(i); ++p)
@@ -262,11 +262,12 @@ static std::size_t rows_in_use(const Contributions& c, int targets) {
 
 // sums[k] = the weighted sum of values k of the rows that target i draws on, added in their order.
 // The inner loop runs over neighbours, so each sum is formed as if alone, and many at a time.
-static void add_rows(Between& between, const Contributions& c, int i, std::vector<float>& sums) {
-    for (const Contribution* p = c.begin(i); p != c.end(i); ++p) between.row(p->source);
+static void add_rows(Middle_Image& middle, const Contributions& c, int i,
+                     Std_Plain_Vector<float>& sums) {
+    for (const Contribution* p = c.begin(i); p != c.end(i); ++p) middle.row(p->source);
     std::fill(sums.begin(), sums.end(), 0.0f);
     for (const Contribution* p = c.begin(i); p != c.end(i); ++p) {
-        const unsigned char* const row = between.row(p->source);
+        const unsigned char* const row = middle.row(p->source);
         for (std::size_t k = 0; k < sums.size(); ++k)
             sums[k] += static_cast<float>(row[k]) * p->weight;
     }
@@ -277,10 +278,11 @@ void px_map_scale(const unsigned char* in, int width, int height, int component,
     const int lanes = rows_of_strip(height, component) * component;
     const Contributions across = contributions(width, new_width, filter, filter_width, lanes);
     const Contributions down = contributions(height, new_height, filter, filter_width, 1);
-    Between between(in, width, height, component, new_width, across, rows_in_use(down, new_height));
-    std::vector<float> sums(static_cast<std::size_t>(new_width) * component);
+    Middle_Image middle(in, width, height, component, new_width, across,
+                        rows_in_use(down, new_height));
+    Std_Plain_Vector<float> sums(static_cast<std::size_t>(new_width) * component);
     for (int i = 0; i < new_height; ++i, out += sums.size()) {
-        add_rows(between, down, i, sums);
+        add_rows(middle, down, i, sums);
         to_bytes(sums.data(), sums.size(), out);
     }
 }

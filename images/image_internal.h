@@ -13,7 +13,6 @@ inline constexpr off_t image_data_start = 512;
 inline constexpr unsigned short IMAGE_READ = 1;
 inline constexpr unsigned short IMAGE_WRITE = 2;
 inline constexpr unsigned short IMAGE_ERROR = 32;
-inline constexpr unsigned short IMAGE_READ_WRITE = 128; // which no mode gives any more
 
 inline bool is_rle(const IMAGE* image) {
     return (image->type & 0xFF00) == 0x0100;

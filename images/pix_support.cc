@@ -1,7 +1,6 @@
 #include "images/pix_support.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
@@ -25,7 +24,7 @@ static void make_room_for_rows() {
     if (image->xsize <= buffer_size) return;
     buffer_size = image->xsize;
     for (unsigned short** buffer : {&rbuf, &gbuf, &bbuf, &abuf})
-        *buffer = new (GCAtomic) unsigned short[static_cast<std::size_t>(buffer_size)];
+        *buffer = new (GCAtomic) unsigned short[static_cast<unsigned>(buffer_size)];
 }
 
 void i_printerror(const char* message) {
@@ -156,10 +155,12 @@ static unsigned char luminance(int x) {
 }
 
 #if defined(__x86_64__)
+namespace {
 // Where each byte of three blocks of pixels comes from, of one channel; 128 is nowhere.
 struct Shuffles {
     alignas(16) unsigned char from[3][16];
 };
+} // namespace
 static constexpr Shuffles shuffles_of(int channel) {
     Shuffles shuffles{};
     for (int i = 0; i < 48; ++i)

@@ -86,6 +86,7 @@ bool img_read(IMAGE* image, void* buffer, std::size_t count) {
     return advance(image, pread(image->file, buffer, count, image->offset), count);
 }
 
+namespace {
 // A piece of the file in memory.
 template<std::size_t Room>
 struct Piece {
@@ -94,6 +95,7 @@ struct Piece {
     std::size_t length;
     unsigned char bytes[Room];
 };
+} // namespace
 
 static const std::size_t read_step = 32768;
 

@@ -17,9 +17,9 @@ static int packet_length(long left) {
 }
 
 // Where the literal values that start at `s` end: at three equal values, or two before the end.
-template<class In>
 // Two equal values are not worth a packet of their own: it would cost as much as they do, and
 // another count behind it. Looks at every second value while neighbours differ.
+template<class In>
 static const In* literal_end(const In* s, const In* end) {
     if (end - s < 3) return s;
     const In* p = s + 2;

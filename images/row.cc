@@ -58,7 +58,7 @@ static bool is_bpp_known(const IMAGE* image, const char* error) {
 }
 
 int getrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
-    if (!(image->flags & (IMAGE_READ | IMAGE_READ_WRITE))) return -1;
+    if (!(image->flags & IMAGE_READ)) return -1;
     limit_to_dimensions(image, y, z);
     if (img_seek(image, y, z) < 0) return -1;
     if (!is_bpp_known(image, "getrow: weird bpp\n")) return -1;
@@ -118,7 +118,7 @@ static bool put_encoded(IMAGE* image, const unsigned short* buffer, unsigned y, 
 }
 
 int putrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
-    if (!(image->flags & (IMAGE_WRITE | IMAGE_READ_WRITE))) return -1;
+    if (!(image->flags & IMAGE_WRITE)) return -1;
     limit_to_dimensions(image, y, z);
     if (!is_verbatim(image) && !is_rle(image)) {
         i_errhdlr("putrow: weird image type\n");

@@ -201,7 +201,7 @@ float Box_Index::best_cut(const Item* items, int count, int* cut) const {
 
 // Leaves the items in the order in which they are parted best, and answers where.
 int Box_Index::sort_for_parting(Item* items, int count) const {
-    Item sorted[width_ + 1], best[width_ + 1];
+    Item sorted[width_ + 1] = {}, best[width_ + 1] = {};
     float best_cost = 0;
     int best_place = 0;
     for (int axis = 0; axis < 3; ++axis) {

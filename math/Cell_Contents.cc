@@ -5,7 +5,7 @@
 float Cell_Contents::Side::empty() const {
     Bbox box;
     box.clear();
-    return of(box);
+    return coordinate(box);
 }
 
 // Whether all leaves below the cell hold the same boxes.
@@ -19,25 +19,26 @@ bool Cell_Contents::all_cover(const Side& side, const Bbox& cell, int first) con
     return true;
 }
 
-float Cell_Contents::side_of(const Side& side, const Box_Cells::Cell& cell, int first) {
+float Cell_Contents::coordinate(const Side& side, const Box_Cells::Cell& cell, int first) {
     if (first == boxes_.count()) return side.empty();
     for (int i = boxes_.count() - 1; i > first; --i) {
-        if (!std::isnan(side.of(*boxes_[i])) || !Box_Cells::covers(*boxes_[i], cell.box)) continue;
+        if (!std::isnan(side.coordinate(*boxes_[i])) || !Box_Cells::covers(*boxes_[i], cell.box))
+            continue;
         first = i;
         break;
     }
     float result = side.empty();
     if (cells_.is_leaf(cell) || all_cover(side, cell.box, first)) {
         for (int i = first; i < boxes_.count(); ++i)
-            result = side.merged(result, side.of(*boxes_[i]));
-        return side.limited(result, side.of(cell.box));
+            result = side.merged(result, side.coordinate(*boxes_[i]));
+        return side.limited(result, side.coordinate(cell.box));
     }
     const Cell_Division division = cells_.division(cell);
     const int last = boxes_.count();
     for (int child = 0; child < division.count(); ++child) {
         for (int i = first; i < last; ++i)
             if (division.reaches(*boxes_[i], child)) boxes_.insert_last(boxes_[i]);
-        result = side.merged(result, side_of(side, cells_.child(cell, division, child), last));
+        result = side.merged(result, coordinate(side, cells_.child(cell, division, child), last));
         while (boxes_.count() > last) boxes_.remove(boxes_.count() - 1);
     }
     return result;
@@ -46,8 +47,8 @@ float Cell_Contents::side_of(const Side& side, const Box_Cells::Cell& cell, int 
 Bbox Cell_Contents::get_bbox() {
     Bbox box;
     for (int axis = 0; axis < 3; ++axis) {
-        box.min[axis] = side_of({false, axis}, cells_.root(), 0);
-        box.max[axis] = side_of({true, axis}, cells_.root(), 0);
+        box.min[axis] = coordinate({false, axis}, cells_.root(), 0);
+        box.max[axis] = coordinate({true, axis}, cells_.root(), 0);
     }
     return box;
 }

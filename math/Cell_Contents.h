@@ -27,7 +27,7 @@ private:
     struct Side {
         bool is_max;
         int axis;
-        float of(const Bbox& box) const { return box[is_max ? 1 : 0][axis]; }
+        float coordinate(const Bbox& box) const { return box[is_max ? 1 : 0][axis]; }
         // As Bbox::merge and Bbox::intersect.
         float merged(float a, float b) const { return is_max ? (b < a ? a : b) : (a < b ? a : b); }
         float limited(float a, float cell) const {
@@ -36,7 +36,7 @@ private:
         float empty() const;
     };
 
-    float side_of(const Side& side, const Box_Cells::Cell& cell, int first);
+    float coordinate(const Side& side, const Box_Cells::Cell& cell, int first);
     bool all_cover(const Side& side, const Bbox& cell, int first) const;
 
     const Box_Cells& cells_;

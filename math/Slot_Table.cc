@@ -57,5 +57,5 @@ void Slot_Table::double_size() {
     cells_ = new (GC) Cell[size_]; // reads as zero
     for (std::size_t i = 0; i < old_size; ++i)
         if (!old[i].is_free()) cells_[cell_of(old[i].item)] = old[i];
-    Std_GC::operator delete(old);
+    std_release(old);
 }

@@ -51,7 +51,7 @@ void BSplit_Box_Tree_Node::split(Pending* pending) {
         children_[i] = BSplit_Box_Tree_Node(child_count_, this, division.child(box_, i));
 
     for (int i = 0; i < kept_count; ++i) put((*kept)[i], pending);
-    Std_GC::operator delete(kept);
+    std_release(kept);
 }
 
 Bbox BSplit_Box_Tree_Node::get_contents_bbox() const {

@@ -10,6 +10,7 @@
 #include <gc.h>
 
 #include "std/Std_Assert.h"
+#include "std/Std_New.h"
 
 constinit thread_local bool Std_Collector::is_known_ = false;
 
@@ -20,9 +21,11 @@ static void say_nothing(char*, GC_word) {}
 // Its destructor is how the end of a thread is told; it comes after those of thread_locals.
 static pthread_key_t end_of_thread;
 
+namespace {
 struct Range {
     char *begin, *end;
 };
+} // namespace
 
 static int find_thread_locals_of_program(dl_phdr_info* program, std::size_t, void* range) {
     for (int i = 0; i < program->dlpi_phnum; ++i) {
@@ -85,9 +88,12 @@ void Std_Collector::make_known() {
     is_known_ = true;
     // The thread that starts the collector need not be the first: it may have opened a plugin.
     if (gettid() == getpid()) add_thread_locals_of_program();
-    if (!is_ours) return;
-    unblock_signals_of_collector();
-    if (!is_ending) pthread_setspecific(end_of_thread, &end_of_thread);
+    if (is_ours) {
+        unblock_signals_of_collector();
+        if (!is_ending) pthread_setspecific(end_of_thread, &end_of_thread);
+    }
+    static const bool is_probed = (std_probe_plain_new(), true);
+    (void)is_probed;
 }
 
 void Std_Collector::forget() {

@@ -1,5 +1,6 @@
 #include "std/Std_Common.h"
 
+#include <chrono>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -18,7 +19,7 @@ char* str_new(const char* text) {
 }
 
 void str_delete(char* text) {
-    Std_GC::operator delete(text);
+    std_release(text);
 }
 
 char* str_format(const char* format, ...) {
@@ -36,6 +37,11 @@ char* str_format(const char* format, ...) {
     if (std::vsnprintf(text, buffer_size, format, arguments) < 0) text[0] = '\0';
     va_end(arguments);
     return text;
+}
+
+double std_seconds_now() {
+    using namespace std::chrono;
+    return duration<double>(steady_clock::now().time_since_epoch()).count();
 }
 
 float deg_to_rad(float degrees) {

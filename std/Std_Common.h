@@ -20,6 +20,9 @@ void str_delete(char* text);
 // Lifetime: until the 16th call of the same thread after this one; copy what must last.
 char* str_format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+// Seconds of a clock that only goes forward.
+double std_seconds_now();
+
 float deg_to_rad(float degrees);
 float rad_to_deg(float radians);
 

@@ -1,8 +1,6 @@
 #include "std/Std_GC.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -55,8 +53,7 @@ static bool is_pool(STD_TMP_ALLOC_POOL_T* placement) {
     return placement > NoGCAtomic;
 }
 
-// NoGCAtomic is scanned like NoGC: the collector has no memory that is neither collected nor
-// scanned.
+// NoGCAtomic is scanned like NoGC; std_allocate_owned is not.
 static void* allocate_known(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
                             void (*cleanup)(void*, void*), void* client_data) {
     if (placement == NoGC || placement == NoGCAtomic) return GC_malloc_uncollectable(size);
@@ -107,11 +104,11 @@ void* operator new[](std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
 }
 
 void operator delete(void* p, STD_TMP_ALLOC_POOL_T*, void (*)(void*, void*), void*) noexcept {
-    Std_GC::operator delete(p);
+    std_release(p);
 }
 
 void operator delete[](void* p, STD_TMP_ALLOC_POOL_T*, void (*)(void*, void*), void*) noexcept {
-    Std_GC::operator delete(p);
+    std_release(p);
 }
 
 void* Std_GC::operator new(std::size_t size) {
@@ -127,16 +124,8 @@ void* Std_GC::operator new[](std::size_t size, STD_TMP_ALLOC_POOL_T* placement) 
     return allocate(size, placement, nullptr, nullptr);
 }
 
-void Std_GC::operator delete(void* p) noexcept {
+void std_release(void* p) noexcept {
     if (p && !std_tmp_pool_of(p)) release(p);
-}
-
-// The default operators of the whole process.
-void* operator new(std::size_t size) {
-    return allocate(size, NoGC, nullptr, nullptr);
-}
-void* operator new[](std::size_t size) {
-    return allocate(size, NoGC, nullptr, nullptr);
 }
 
 void* std_try_uncollectable(std::size_t size) {
@@ -146,60 +135,14 @@ void* std_try_uncollectable(std::size_t size) {
     return block;
 }
 
-// Not left to the standard library: a sanitizer would put its own in their place.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return std_try_uncollectable(size);
-}
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return std_try_uncollectable(size);
-}
-
-void operator delete(void* p) noexcept {
-    Std_GC::operator delete(p);
-}
-void operator delete[](void* p) noexcept {
-    Std_GC::operator delete(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    Std_GC::operator delete(p);
-}
-void operator delete[](void* p, std::size_t) noexcept {
-    Std_GC::operator delete(p);
-}
-
-// Over-aligned blocks are cut out of larger ones, so that pointers in them are scanned too. The
-// word in front of one names the larger block.
-static void* allocate_aligned(std::size_t size, std::align_val_t alignment) {
-    const std::size_t unit =
-        std::max(static_cast<std::size_t>(alignment), sizeof(std::max_align_t));
-    if (size > SIZE_MAX - unit) return std_out_of_memory(size);
-    char* const block = static_cast<char*>(allocate(size + unit, NoGC, nullptr, nullptr));
-    char* const aligned = block + unit - reinterpret_cast<std::uintptr_t>(block) % unit;
-    reinterpret_cast<void**>(aligned)[-1] = block;
-    return aligned;
-}
-
-static void release_aligned(void* p) {
-    if (p && !std_tmp_pool_of(p)) release(static_cast<void**>(p)[-1]);
-}
-
-void* operator new(std::size_t size, std::align_val_t a) {
-    return allocate_aligned(size, a);
-}
-void* operator new[](std::size_t size, std::align_val_t a) {
-    return allocate_aligned(size, a);
-}
-void operator delete(void* p, std::align_val_t) noexcept {
-    release_aligned(p);
-}
-void operator delete[](void* p, std::align_val_t) noexcept {
-    release_aligned(p);
-}
-void operator delete(void* p, std::size_t, std::align_val_t) noexcept {
-    release_aligned(p);
-}
-void operator delete[](void* p, std::size_t, std::align_val_t) noexcept {
-    release_aligned(p);
+void* std_allocate_owned(std::size_t size) {
+#ifdef NOLT_PLAIN_HEAP
+    return allocate(size, NoGCAtomic, nullptr, nullptr);
+#else
+    if (Std_Collector::knows_this_thread()) return GC_malloc_atomic_uncollectable(size);
+    const Std_Collector::Guest guest;
+    return GC_malloc_atomic_uncollectable(size);
+#endif
 }
 
 Std_Heap_Watch::Std_Heap_Watch() {

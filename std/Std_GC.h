@@ -4,14 +4,17 @@
 //     Node** nodes  = new (GC) Node*[n];         // collected and scanned
 //     auto*  node   = new WDB_Node(...);         // the Std_Obj family: GC by default
 //
-// Nobody owns collected memory: drop the last pointer and the block goes. delete
-// is an early release and always optional. Plain new of classes outside the
-// family is NoGC: scanned, so pointers in it keep their targets, but freed only
-// by delete. Memory of malloc is invisible to the collector; never keep the only
-// pointer to an object there.
+// Nobody owns collected memory: drop the last pointer and the block goes. delete of an object of
+// the family, and std_release of any block, is an early release and always optional.
+//
+// Plain new of classes outside the family is NoGC: scanned, so pointers in it keep their targets,
+// but freed only by delete. So it is where the program itself links the library and neither brings
+// operators of its own nor asks for malloc by std/Std_Own_New.h; where it is not, one warning at the
+// start says so (docs/linking.md). Memory of malloc is invisible to the collector: never keep the
+// only pointer to an object there, but a Std_Root, or a container with the std_allocator.
 //
 // A placement other than these four is a pool (std/Std_Tmp_Alloc.h), whose memory
-// goes only with the whole pool: delete does nothing for it.
+// goes only with the whole pool: releasing it does nothing.
 //
 // All blocks read as zero. Running out of memory ends the process with a fatal
 // report, so that nobody need ask for null; only nothrow new and std_try_uncollectable
@@ -57,6 +60,9 @@ void operator delete(void* p, STD_TMP_ALLOC_POOL_T* placement, void (*cleanup)(v
 void operator delete[](void* p, STD_TMP_ALLOC_POOL_T* placement, void (*cleanup)(void*, void*),
                        void* client_data) noexcept;
 
+// Releases a block of any kind at once; nothing happens for memory of a pool. Null is allowed.
+void std_release(void* p) noexcept;
+
 // Base of all classes that plain new puts into collected memory.
 class Std_GC {
 public:
@@ -68,9 +74,10 @@ public:
     static void* operator new(std::size_t size, STD_TMP_ALLOC_POOL_T* placement);
     static void* operator new[](std::size_t size, STD_TMP_ALLOC_POOL_T* placement);
 
-    // Releases `p` at once. Null is allowed.
-    static void operator delete(void* p) noexcept;
-    static void operator delete[](void* p) noexcept { Std_GC::operator delete(p); }
+    // As std_release. Always inline: compilers take a call of these for a mistake where they see
+    // another operator new than this class's.
+    [[gnu::always_inline]] static void operator delete(void* p) noexcept { std_release(p); }
+    [[gnu::always_inline]] static void operator delete[](void* p) noexcept { std_release(p); }
 };
 
 // The pool that holds `p`; else GC for any address inside a block of the collector, null for other
@@ -104,5 +111,8 @@ void* std_allocate_unfilled(std::size_t size);
 // NoGC memory, for those who report its lack themselves.
 // On failure: null.
 void* std_try_uncollectable(std::size_t size);
+
+// Memory without pointers that is not cleared, and freed only by std_release. Never null.
+void* std_allocate_owned(std::size_t size);
 
 #endif

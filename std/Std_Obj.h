@@ -17,8 +17,6 @@
 #ifndef STD_STD_OBJ_H
 #define STD_STD_OBJ_H
 
-#include <atomic>
-
 #include "std/Std_GC.h"
 
 // Stands first in the body of class X with the direct base BASE; what follows
@@ -74,8 +72,9 @@ using Std_Conformance = bool (*)(unsigned long id);
 
 class Std_Obj : public virtual Std_GC {
 public:
-    // Objects built so far, copies included; the newest bears this id.
-    static std::atomic<int> instance_counter;
+    // Objects built so far, copies included; the newest bears this id. Other threads may be
+    // building: who minds reads it by std::atomic_ref.
+    static int instance_counter;
 
     Std_Obj() : instance_id_(next_instance_id()) {}
 

@@ -2,19 +2,18 @@
 
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 
 #include "std/Std_Powers.h"
 #include "std/Std_Space.h"
 
 static bool ends_number(char c) {
-    return c == '\0' || std_is_space(c) || c == 'n' || c == 'c' || c == 't';
-}
-
-static bool ends_number_in_row(char c) {
-    return c == ' ' || ends_number(c) || c == '\\';
+    return c == ' ' || c == '\0' || std_is_space(c) || c == 'n' || c == 'c' || c == 't' ||
+           c == '\\';
 }
 
 static const std::uint64_t integer_power_of_ten[] = {1,      10,      100,      1000,     10000,
@@ -67,8 +66,7 @@ static inline float with_sign(double magnitude, std::uint32_t is_negative) {
 // none stands there. The next number waits for this end, so all on the way there that can be
 // foreseen is a branch: how many digits there are mostly stays. A sign is as good as random and
 // none.
-template<class Is_End>
-static inline const char* scan_six_decimals(const char* p, Is_End is_end, float* value) {
+static inline const char* scan_six_decimals(const char* p, float* value) {
     const std::uint32_t is_negative = *p == '-';
     const char* const first = p + is_negative;
     const char* point = first;
@@ -77,7 +75,7 @@ static inline const char* scan_six_decimals(const char* p, Is_End is_end, float*
     const std::uint64_t decimals = eight_at(point + 1), first_six = (std::uint64_t{1} << 48) - 1;
     const std::ptrdiff_t most_digits = 9; // whose value, with six more behind, is exact as a double
     if (*point != '.' || point - first > most_digits || (others_in(decimals) & first_six) != 0 ||
-        !is_end(point[7]))
+        !ends_number(point[7]))
         return nullptr;
     // A product is there sooner than a quotient, but rounded twice, and 1e-6 is not exact either.
     const double near = static_cast<double>(whole * 1000000 + value_of(decimals, 6)) * 1e-6;
@@ -87,9 +85,8 @@ static inline const char* scan_six_decimals(const char* p, Is_End is_end, float*
 }
 
 // Any number that starts at `p`, with its sign. Returns its end, or null if none stands there that
-// `is_end` would let end.
-template<class Is_End>
-static const char* scan_any(const char* p, Is_End is_end, float* value) {
+// may end there.
+static const char* scan_any(const char* p, float* value) {
     const char* const start = p;
     const std::uint32_t is_negative = *p == '-';
     p += is_negative | (*p == '+');
@@ -112,7 +109,7 @@ static const char* scan_any(const char* p, Is_End is_end, float* value) {
         digits += decimals;
     }
     const int most_digits = 19; // fit 64 bits; their value is 0 or far above the denormal floats
-    if (digits == 0 || !is_end(*p)) return nullptr;
+    if (digits == 0 || !ends_number(*p)) return nullptr;
     if (digits <= most_digits && mantissa < std::uint64_t(1) << 53) {
         const double exact = static_cast<double>(mantissa) / std_power_of_ten[decimals];
         if (rounds_once(exact, 0)) {
@@ -124,18 +121,76 @@ static const char* scan_any(const char* p, Is_End is_end, float* value) {
     return error == std::errc() && end == p ? p : nullptr;
 }
 
-template<class Is_End>
-static inline const char* scan_number(const char* p, Is_End is_end, float* value) {
-    const char* const end = scan_six_decimals(p, is_end, value);
-    return end ? end : scan_any(p, is_end, value);
+static inline const char* scan_number(const char* p, float* value) {
+    const char* const end = scan_six_decimals(p, value);
+    return end ? end : scan_any(p, value);
+}
+
+// In any case; `word` is of small letters.
+static bool begins_with(const char* p, const char* word) {
+    while (*word && (*p | 0x20) == *word) ++p, ++word;
+    return *word == '\0';
+}
+
+// Behind "inf", "infinity" or "nan", or null.
+static const char* scan_word(const char* p, double* value) {
+    if (begins_with(p, "nan")) {
+        *value = NAN;
+        return p + std::strlen("nan");
+    }
+    if (!begins_with(p, "inf")) return nullptr;
+    *value = INFINITY;
+    if (!begins_with(p, "infi")) return p + std::strlen("inf");
+    return begins_with(p, "infinity") ? p + std::strlen("infinity") : nullptr;
+}
+
+static bool is_digit_of(bool is_hexadecimal, char c) {
+    const int letter = c | 0x20;
+    return is_digit(c) || (is_hexadecimal && letter >= 'a' && letter <= 'f');
+}
+
+// Behind the digits, the point and the exponent, or null if they are no number.
+static const char* pass_digits(const char* p) {
+    const bool is_hexadecimal = *p == '0' && begins_with(p + 1, "x");
+    if (is_hexadecimal) p += std::strlen("0x");
+    const char* const start = p;
+    bool has_digits = false, has_point = false;
+    for (;; ++p) {
+        if (is_digit_of(is_hexadecimal, *p))
+            has_digits = true;
+        else if (*p == '.' && !has_point)
+            has_point = true;
+        else
+            break;
+    }
+    if (!has_digits) return is_hexadecimal && p != start ? p : nullptr;
+    if ((*p | 0x20) != (is_hexadecimal ? 'p' : 'e')) return p;
+    ++p;
+    p += *p == '-' || *p == '+';
+    while (is_digit(*p)) ++p;
+    return p;
+}
+
+// What is no plain number. strtof passes less of a damaged number, but agrees about its value.
+static const char* scan_other(const char* const start, float* value) {
+    const char* const p = start + (*start == '-' || *start == '+');
+    double number;
+    if (const char* const end = scan_word(p, &number)) {
+        *value = with_sign(number, *start == '-');
+        return end;
+    }
+    const char* const end = pass_digits(p);
+    if (end) *value = std::strtof(start, nullptr);
+    return end;
 }
 
 bool std_scan_f(const char** text, float* value) {
     const char* p = *text;
     while (std_is_space(*p)) ++p;
-    p = scan_number(p, ends_number, value);
-    if (!p) return false;
-    *text = p;
+    const char* end = scan_number(p, value);
+    if (!end) end = scan_other(p, value);
+    if (!end) return false;
+    *text = end;
     return true;
 }
 
@@ -143,7 +198,7 @@ bool std_scan_row(const char** text, float* values, int count) {
     const char* p = *text;
     for (float* const end = values + count; values != end; ++values) {
         while (std_is_blank(*p)) ++p;
-        p = scan_number(p, ends_number_in_row, values);
+        p = scan_number(p, values);
         if (!p) return false;
     }
     *text = p;

@@ -33,7 +33,7 @@ static bool is_nil(const Std_Str_Rep* rep) {
 }
 
 static void release(Std_Str_Rep* rep) {
-    if (!is_nil(rep)) ::operator delete[](rep);
+    if (!is_nil(rep)) std_release(rep);
 }
 
 static char* text_of(Std_Str_Rep* rep) {
@@ -418,22 +418,6 @@ Std_Sub_String Std_String::after(const Std_Text& x, int start) const {
 }
 Std_Sub_String Std_String::from(const Std_Text& x, int start) const {
     return from(index(x, start));
-}
-
-Std_Sub_String Std_String::at(char x, int start) const {
-    return at(Std_Text(x), start);
-}
-Std_Sub_String Std_String::before(char x, int start) const {
-    return before(Std_Text(x), start);
-}
-Std_Sub_String Std_String::through(char x, int start) const {
-    return through(Std_Text(x), start);
-}
-Std_Sub_String Std_String::after(char x, int start) const {
-    return after(Std_Text(x), start);
-}
-Std_Sub_String Std_String::from(char x, int start) const {
-    return from(Std_Text(x), start);
 }
 
 bool Std_String::OK() const {

@@ -12,6 +12,7 @@
 #ifndef STD_STD_STRING_H
 #define STD_STD_STRING_H
 
+#include <compare>
 #include <concepts>
 #include <iosfwd>
 
@@ -118,7 +119,10 @@ class Std_String : public Std_Obj {
 
     // Removes the first match at or after `start`.
     void del(const Std_Text& x, int start = 0);
-    void del(char x, int start = 0) { del(Std_Text(x), start); }
+    template<std::same_as<char> Char>
+    void del(Char x, int start = 0) {
+        del(Std_Text(x), start);
+    }
     // Removes a range; nothing happens if it does not lie in the text.
     void del(int pos, int len);
 
@@ -143,12 +147,17 @@ class Std_String : public Std_Obj {
     Std_Sub_String after(const Std_Text& x, int start = 0) const;
     Std_Sub_String from(const Std_Text& x, int start = 0) const;
 
-    // A character is a pattern, not a position.
-    Std_Sub_String at(char x, int start = 0) const;
-    Std_Sub_String before(char x, int start = 0) const;
-    Std_Sub_String through(char x, int start = 0) const;
-    Std_Sub_String after(char x, int start = 0) const;
-    Std_Sub_String from(char x, int start = 0) const;
+    // A character is a pattern, not a position; a number of any type is a position.
+    template<std::same_as<char> Char>
+    Std_Sub_String at(Char x, int start = 0) const;
+    template<std::same_as<char> Char>
+    Std_Sub_String before(Char x, int start = 0) const;
+    template<std::same_as<char> Char>
+    Std_Sub_String through(Char x, int start = 0) const;
+    template<std::same_as<char> Char>
+    Std_Sub_String after(Char x, int start = 0) const;
+    template<std::same_as<char> Char>
+    Std_Sub_String from(Char x, int start = 0) const;
 
     // Self-check: a fatal report for a broken string.
     bool OK() const;
@@ -202,6 +211,27 @@ private:
     unsigned short pos_;
     unsigned short length_;
 };
+
+template<std::same_as<char> Char>
+Std_Sub_String Std_String::at(Char x, int start) const {
+    return at(Std_Text(x), start);
+}
+template<std::same_as<char> Char>
+Std_Sub_String Std_String::before(Char x, int start) const {
+    return before(Std_Text(x), start);
+}
+template<std::same_as<char> Char>
+Std_Sub_String Std_String::through(Char x, int start) const {
+    return through(Std_Text(x), start);
+}
+template<std::same_as<char> Char>
+Std_Sub_String Std_String::after(Char x, int start) const {
+    return after(Std_Text(x), start);
+}
+template<std::same_as<char> Char>
+Std_Sub_String Std_String::from(Char x, int start) const {
+    return from(Std_Text(x), start);
+}
 
 // Negative, 0 or positive. Two strings, or a string and a plain text, compare like C texts: up to
 // a zero byte; a null text is less than all but the empty string. Where a view takes part, the
@@ -269,63 +299,37 @@ requires(Std_String_Or_View<A>&& std::convertible_to<const B&, Std_Text>) ||
     return r;
 }
 
-// What the relational operators go by: a view and a string are compared the other way round.
-template<class A, class B>
-int std_relation(const A& a, const B& b) {
-    if constexpr (std::derived_from<A, Std_Sub_String> && std::derived_from<B, Std_String>) {
-        return -compare(b, a);
-    } else {
-        return compare(a, b);
-    }
+// By compare; the other relations and the other order of a pair follow. A view and a string are
+// compared the other way round.
+inline bool operator==(const Std_String& a, const Std_String& b) {
+    return compare(a, b) == 0;
 }
-
-template<class A, class B>
-requires Std_String_Or_View<A> &&(Std_String_Or_View<B> || Std_Plain_Text<B>)bool
-operator==(const A& a, const B& b) {
-    return std_relation(a, b) == 0;
+inline bool operator==(const Std_String& a, const Std_Sub_String& b) {
+    return compare(a, b) == 0;
 }
-template<class A, class B>
-requires Std_String_Or_View<A> &&(Std_String_Or_View<B> || Std_Plain_Text<B>)bool
-operator!=(const A& a, const B& b) {
-    return std_relation(a, b) != 0;
+inline bool operator==(const Std_String& a, const char* b) {
+    return compare(a, b) == 0;
 }
-template<class A, class B>
-requires Std_String_Or_View<A> &&(Std_String_Or_View<B> || Std_Plain_Text<B>)bool
-operator<(const A& a, const B& b) {
-    return std_relation(a, b) < 0;
+inline bool operator==(const Std_Sub_String& a, const Std_Sub_String& b) {
+    return compare(a, b) == 0;
 }
-template<class A, class B>
-requires Std_String_Or_View<A> &&(Std_String_Or_View<B> || Std_Plain_Text<B>)bool
-operator<=(const A& a, const B& b) {
-    return std_relation(a, b) <= 0;
+inline bool operator==(const Std_Sub_String& a, const char* b) {
+    return compare(a, b) == 0;
 }
-template<class A, class B>
-requires Std_String_Or_View<A> &&(Std_String_Or_View<B> || Std_Plain_Text<B>)bool
-operator>(const A& a, const B& b) {
-    return std_relation(a, b) > 0;
+inline std::weak_ordering operator<=>(const Std_String& a, const Std_String& b) {
+    return compare(a, b) <=> 0;
 }
-template<class A, class B>
-requires Std_String_Or_View<A> &&(Std_String_Or_View<B> || Std_Plain_Text<B>)bool
-operator>=(const A& a, const B& b) {
-    return std_relation(a, b) >= 0;
+inline std::weak_ordering operator<=>(const Std_String& a, const Std_Sub_String& b) {
+    return compare(a, b) <=> 0;
 }
-
-// A plain text in front; without these its address would be compared.
-template<Std_Plain_Text A, Std_String_Or_View B>
-bool operator<(const A& a, const B& b) {
-    return b > a;
+inline std::weak_ordering operator<=>(const Std_String& a, const char* b) {
+    return compare(a, b) <=> 0;
 }
-template<Std_Plain_Text A, Std_String_Or_View B>
-bool operator<=(const A& a, const B& b) {
-    return b >= a;
+inline std::weak_ordering operator<=>(const Std_Sub_String& a, const Std_Sub_String& b) {
+    return compare(a, b) <=> 0;
 }
-template<Std_Plain_Text A, Std_String_Or_View B>
-bool operator>(const A& a, const B& b) {
-    return b < a;
-}
-template<Std_Plain_Text A, Std_String_Or_View B>
-bool operator>=(const A& a, const B& b) {
-    return b <= a;
+inline std::weak_ordering operator<=>(const Std_Sub_String& a, const char* b) {
+    return compare(a, b) <=> 0;
 }
 
 #endif

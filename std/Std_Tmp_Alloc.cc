@@ -16,7 +16,7 @@ using Block = STD_TMP_ALLOC_BLOCK_T;
 static const std::size_t unit = 4;
 static const std::size_t least_block_size = 256;
 
-std::atomic<Pool*> Pool::active_pools = nullptr;
+constinit Pool* Pool::active_pools = nullptr;
 
 // No block of any pool lies outside. The bounds only widen while there are pools: most addresses
 // that are asked for are not of a pool, and many are told by this alone.
@@ -27,6 +27,12 @@ static std::atomic<const char*> highest = nullptr;
 // allocated or freed under it, since that may run a cleanup, which may delete. A collection reads
 // the lists without it, the threads being stopped at any place: each link is made last.
 static std::mutex pools_in_change;
+
+// Makes a link at once, behind all that was written before.
+template<class T>
+static void link(T*& from, T* to) {
+    std::atomic_ref(from).store(to);
+}
 
 static void* allocate(std::size_t size) {
     void* const memory = std_try_uncollectable(size);
@@ -100,9 +106,9 @@ Pool* std_tmp_alloc_new_pool(std::size_t size) {
     pool->first_block = pool->current_block = new_block(std::max(size, least_block_size), nullptr);
     const std::lock_guard lock(pools_in_change);
     widen_bounds(pool->first_block);
-    pool->next = Pool::active_pools.load();
-    if (pool->next) pool->next.load()->previous = pool;
-    Pool::active_pools = pool;
+    pool->next = Pool::active_pools;
+    if (pool->next) pool->next->previous = pool;
+    link(Pool::active_pools, pool);
     return pool;
 }
 
@@ -120,7 +126,7 @@ void* std_tmp_alloc_in_next_block(Pool* pool, std::size_t size) {
         block = new_block(new_size, block);
         const std::lock_guard lock(pools_in_change);
         widen_bounds(block);
-        full->next = block;
+        link(full->next, block);
     }
     pool->current_block = block;
     block->cursor = block->start + size;
@@ -138,11 +144,11 @@ void std_tmp_reset_pool(Pool* pool) {
 static void unlink(Pool* pool) {
     const std::lock_guard lock(pools_in_change);
     if (pool->previous) {
-        pool->previous->next = pool->next.load();
+        link(pool->previous->next, pool->next);
     } else {
-        Pool::active_pools = pool->next.load();
+        link(Pool::active_pools, pool->next);
     }
-    if (pool->next) pool->next.load()->previous = pool->previous;
+    if (pool->next) pool->next->previous = pool->previous;
     if (!Pool::active_pools) lowest = highest = nullptr;
 }
 
@@ -152,10 +158,10 @@ void std_tmp_free_pool(Pool* pool) {
     for (Block* block = pool->first_block; block; block = next) {
         next = block->next;
         // The pool is out of the list, so delete frees its memory like any other.
-        Std_GC::operator delete(block->start);
-        Std_GC::operator delete(block);
+        std_release(block->start);
+        std_release(block);
     }
-    Std_GC::operator delete(pool);
+    std_release(pool);
 }
 
 Pool* std_tmp_get_pool(const void* p) {

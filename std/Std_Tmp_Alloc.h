@@ -32,7 +32,7 @@
 #include "std/Std_GC.h"
 
 struct STD_TMP_ALLOC_BLOCK_T {
-    std::atomic<STD_TMP_ALLOC_BLOCK_T*> next;
+    STD_TMP_ALLOC_BLOCK_T* next;
     char* start;
     char* cursor; // start <= cursor < end: the last byte is never handed out
     char* end;
@@ -40,12 +40,13 @@ struct STD_TMP_ALLOC_BLOCK_T {
 
 // The fields are for the operations below only.
 struct STD_TMP_ALLOC_POOL_T {
-    std::atomic<STD_TMP_ALLOC_POOL_T*> next; // of all pools, the newest first
+    STD_TMP_ALLOC_POOL_T* next; // of all pools, the newest first
     STD_TMP_ALLOC_POOL_T* previous;
     STD_TMP_ALLOC_BLOCK_T* first_block;
     STD_TMP_ALLOC_BLOCK_T* current_block;
 
-    static std::atomic<STD_TMP_ALLOC_POOL_T*> active_pools;
+    // Changed by any thread that makes or frees a pool.
+    static STD_TMP_ALLOC_POOL_T* active_pools;
 };
 
 // A pool with one block of `size` bytes, at least 256. Later blocks are not smaller than the first,
@@ -71,8 +72,8 @@ STD_TMP_ALLOC_POOL_T* std_tmp_get_pool(const void* p);
 
 // std_tmp_get_pool at the cost of one test where there is no pool at all.
 inline STD_TMP_ALLOC_POOL_T* std_tmp_pool_of(const void* p) {
-    return STD_TMP_ALLOC_POOL_T::active_pools.load(std::memory_order_acquire) ? std_tmp_get_pool(p)
-                                                                              : nullptr;
+    const std::atomic_ref pools(STD_TMP_ALLOC_POOL_T::active_pools);
+    return pools.load(std::memory_order_acquire) ? std_tmp_get_pool(p) : nullptr;
 }
 
 inline void* std_tmp_alloc(STD_TMP_ALLOC_POOL_T* pool, std::size_t size) {

@@ -170,8 +170,6 @@ std::ostream& operator<<(std::ostream& out, const Std_URL* url) {
     return url ? out << *url : out << "Nil\n";
 }
 
-// Retrieval.
-
 void Std_URL::open() {
     if (is_open()) close();
     if (protocol_ == URL_LOCAL_PROTOCOL || (protocol_ == URL_FILE_PROTOCOL && host_.empty())) {

@@ -57,6 +57,8 @@ class Std_URL : public Std_Obj {
     bool is_valid() const { return valid_; }
     const Std_String& get_protocol() const { return protocol_; }
     const Std_String& get_host() const { return host_; }
+    // Names a document of this machine.
+    bool is_local() const { return host_.empty(); }
     int get_port() const { return port_; } // 0 for local documents
     // Without the "/" behind the host.
     const Std_String& get_path() const { return path_; }

@@ -1,5 +1,5 @@
 // Tables of texts too long for a source: blocks that begin with "=== name", of parts that begin
-// with "--- name". Before the first of these stands the part "text". And scenes with a block in
+// with "--- name". Before the first of these stands the part "text"; "name" is that of the block. And scenes with a block in
 // each line, as "node a { frame t 1 2 3; material m }".
 #ifndef TESTS_BLOCKS_H
 #define TESTS_BLOCKS_H
@@ -20,7 +20,7 @@ void for_each_block(const char* path, Check check) {
             SCOPED_TRACE(name);
             if (!name.empty()) check(parts);
             parts.clear();
-            name = line.substr(std::min<std::size_t>(4, line.size()));
+            parts["name"] = name = line.substr(std::min<std::size_t>(4, line.size()));
             part = "text";
         } else if (line.starts_with("--- ")) {
             parts[part = line.substr(4)];

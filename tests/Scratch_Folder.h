@@ -26,6 +26,7 @@ protected:
         EXPECT_TRUE(std::filesystem::is_empty(home / "tmp")) << "temporary files are left";
         EXPECT_EQ(open_descriptors(), open_at_start);
         EXPECT_TRUE(waitpid(-1, nullptr, WNOHANG) == -1 && errno == ECHILD) << "a child is left";
+        setenv("TMPDIR", usual.c_str(), 1);
         std::filesystem::current_path("/");
         std::filesystem::remove_all(home);
     }
@@ -48,6 +49,7 @@ protected:
         return WIFEXITED(result) && WEXITSTATUS(result) < 128 ? WEXITSTATUS(result) : -1;
     }
 
+    const std::string usual = ::testing::TempDir(); // for tests that come later
     std::filesystem::path home;
     std::ptrdiff_t open_at_start;
     std::string out, err;

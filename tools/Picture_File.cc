@@ -43,7 +43,11 @@ static const char* save_png(const PX_Map& map, const char* path) {
     if (!out.open(path, Std_Output_File::FOLLOW_LINKS)) return std::strerror(errno);
     const int descriptor = dup(out.descriptor());
     std::FILE* const file = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
-    if (!file) return std::strerror(errno);
+    if (!file) {
+        const int error = errno;
+        if (descriptor >= 0) close(descriptor);
+        return std::strerror(error);
+    }
     const char* const complaint = write_png(map, file);
     const bool is_written = std::fclose(file) == 0;
     if (complaint) return complaint;

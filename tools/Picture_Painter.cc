@@ -161,6 +161,7 @@ void Picture_Painter::draw_triangle(const WDB_Triangle& triangle, const Picture_
     if (polygon.clip()) draw(polygon, triangle, look);
 }
 
+namespace {
 // The part of a line that is left, as a strip on the screen that is one pixel wide.
 class Strip {
 public:
@@ -198,6 +199,7 @@ private:
     double half_width_, half_height_;
     Picture_Polygon polygon_;
 };
+} // namespace
 
 void Picture_Painter::draw_line(const WDB_Line& line, const Picture_Look& look,
                                 const Picture_Projection& to_clip) {

@@ -34,13 +34,14 @@ bool Picture_Texture::is_opaque() const {
     return n == 1 || n == 3;
 }
 
+namespace {
 // Where a texture coordinate lies on a side of the picture: between two pixels, nearer to the
 // second by `part`.
-struct Between {
+struct Texel_Pair {
     int first, second;
     float part;
 
-    Between(double t, int size) {
+    Texel_Pair(double t, int size) {
         double whole = t - std::floor(t); // NaN for what is infinite
         if (!(whole >= 0 && whole < 1)) whole = 0;
         // The middle of the first pixel is at half a pixel.
@@ -51,6 +52,7 @@ struct Between {
         part = static_cast<float>(place - pixel);
     }
 };
+} // namespace
 
 static Picture_Paint pixel_of(const PX_Map& map, int x, int y) {
     const auto part = [&](int c) {
@@ -78,7 +80,7 @@ Picture_Paint Picture_Texture::at(double u, double v, double step) const {
     for (double left = step; left > 1.4142135623730951 && level + 1 < levels_.count(); left /= 2)
         ++level;
     const PX_Map& map = *levels_[level];
-    const Between x(u, map.get_width()), y(v, map.get_height());
+    const Texel_Pair x(u, map.get_width()), y(v, map.get_height());
     const Picture_Paint below =
         mixed(pixel_of(map, x.first, y.first), pixel_of(map, x.second, y.first), x.part);
     const Picture_Paint above =

@@ -26,6 +26,7 @@ static long long triangles_of(long long n_phi, long long n_theta) {
     return 2 * n_theta * (n_phi - 1);
 }
 
+namespace {
 // Budgets of the levels, which fall evenly from that of the tessellation to that of the coarsest
 // mesh. The sum is formed in 64 bits: check_parameters refuses what an int does not hold.
 struct Level_Budgets {
@@ -42,11 +43,14 @@ struct Level_Budgets {
         return static_cast<int>(std::ceil(static_cast<double>(sqrtf(static_cast<float>(budget)))));
     }
 };
+} // namespace
 
+namespace {
 // Sine and cosine of an angle, each in single precision.
 struct Direction {
     float sine, cosine;
 };
+} // namespace
 
 static Direction direction(float angle) {
     return {sinf(angle), cosf(angle)};
@@ -114,7 +118,7 @@ void Sphere_World::initialize_lod(int levels, int tessellation) {
     long long budget = budgets.finest;
     for (int i = 0; i < levels; ++i) {
         const int bands = Level_Budgets::bands(budget);
-        lods.insert_last(create_sphere(bands, bands));
+        lods_.insert_last(create_sphere(bands, bands));
         budget -= budgets.step;
     }
 }
@@ -130,25 +134,25 @@ void Sphere_World::initialize_materials(int count) {
         const float green = draw_light_component();
         const float blue = draw_light_component();
         material->set_diffuse(Color(red, green, blue));
-        materials.insert_last(material);
+        materials_.insert_last(material);
     }
 }
 
 // The last material is never drawn, unless it is the only one. Null if there is none.
-const WDB_Material* Sphere_World::draw_material() const {
+const WDB_Material* Sphere_World::draw_material() {
     const double draw = drand48();
     if (n_materials < 1) return nullptr;
     const int index =
         static_cast<int>(draw * static_cast<double>(static_cast<float>(n_materials - 1)));
     // Beyond 2^24 the float may lie above the count.
-    return materials[index < n_materials ? index : n_materials - 1];
+    return materials_[index < n_materials ? index : n_materials - 1];
 }
 
-float Sphere_World::draw_coordinate() const {
+float Sphere_World::draw_coordinate() {
     return static_cast<float>(drand48() - 0.5) * cube_width;
 }
 
-WDB_Node* Sphere_World::draw_sphere(double per_edge) const {
+WDB_Node* Sphere_World::draw_sphere(double per_edge) {
     const double u = drand48();
     const float r =
         static_cast<float>(((u * static_cast<double>(cube_width)) / 2.0 / per_edge) * 0.5 + 1.0);
@@ -158,8 +162,8 @@ WDB_Node* Sphere_World::draw_sphere(double per_edge) const {
     const WDB_Material* const material = draw_material();
     const HFrame transform = Frame::scaling(r, r, r) * Frame::translation(x, y, z);
     WDB_Node* const node =
-        new WDB_Node("Sphere", transform, n_lod < 1 ? nullptr : lods[0], material, nullptr);
-    for (int j = 1; j < n_lod; ++j) node->insert_lod(lods[j], j);
+        new WDB_Node("Sphere", transform, n_lod < 1 ? nullptr : lods_[0], material, nullptr);
+    for (int j = 1; j < n_lod; ++j) node->insert_lod(lods_[j], j);
     return node;
 }
 
@@ -251,7 +255,7 @@ double Sphere_World::spheres_per_edge() const {
     return n_spheres < 1 ? 1 : pow(static_cast<double>(n_spheres), 0.3333333333333333);
 }
 
-void Sphere_World::place_spheres(WDB_Database& world) const {
+void Sphere_World::place_spheres(WDB_Database& world) {
     const double per_edge = spheres_per_edge();
     world.begin_editing();
     for (int i = 0; i < n_spheres; ++i) world.put(draw_sphere(per_edge));

@@ -41,21 +41,21 @@ public:
     void initialize_lod(int levels, int tessellation);
 
     // Draws the spheres and puts them into the world.
-    void place_spheres(WDB_Database& world) const;
+    void place_spheres(WDB_Database& world);
 
     // One more sphere, in no world yet: five draws. `per_edge` is the cube root of the number of
     // spheres, by which their radii shrink.
-    WDB_Node* draw_sphere(double per_edge) const;
+    WDB_Node* draw_sphere(double per_edge);
     double spheres_per_edge() const;
 
 private:
     double bytes_of_meshes() const;
     double bytes_of_spheres() const;
-    const WDB_Material* draw_material() const;
-    float draw_coordinate() const;
+    const WDB_Material* draw_material();
+    float draw_coordinate();
 
-    Gap_List<WDB_Tri_List*> lods; // finest first
-    Gap_List<WDB_Material*> materials;
+    Gap_List<WDB_Tri_List*> lods_; // finest first
+    Gap_List<WDB_Material*> materials_;
 };
 
 #endif

@@ -181,8 +181,6 @@ void Vrml_Converter::skip_node(Vrml_Ref n) {
         report_.skip(n.type(), n.type());
 }
 
-// Nodes of the scene.
-
 void Vrml_Converter::find_shape(Vrml_Ref node, const Vrml_State& state) {
     if (!budget_.take_shape(node.type())) return;
     // Before its lists are written: a list that no node shows would stay in the scene.

@@ -38,8 +38,6 @@ Vrml_Shapes::Key Vrml_Shapes::key_of(Vrml_Ref node, const Vrml_State& state) con
     return key;
 }
 
-// Solids.
-
 int Vrml_Shapes::parts_of(Vrml_Ref node) {
     const auto is_off = [&](const char* field) { return scene_.has_word(node, field, "FALSE"); };
     if (!is_vrml1_)
@@ -102,8 +100,6 @@ Vrml_Shapes::Shape Vrml_Shapes::round_solid(Vrml_Ref node, bool is_textured) {
         if (!budget_.take_triangle(node.type())) return {};
     return {solids_.cone(r, h, parts, is_textured), Vrml_Place(), std::max(r, h)};
 }
-
-// Lists.
 
 Vrml_Shapes::Shape Vrml_Shapes::list(Vrml_Ref node, const Vrml_State& state) {
     Vrml_Sweep sweep;

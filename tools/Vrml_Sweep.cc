@@ -58,80 +58,80 @@ Vrml_Sweep vrml_elevation_grid(Vrml_Scene& scene, Vrml_Ref node, bool is_texture
 }
 
 namespace {
-struct Vector {
+struct Direction {
     double x = 0, y = 0, z = 0;
 };
 
 struct Axes {
-    Vector x, y, z;
+    Direction x, y, z;
 };
 } // namespace
 
-static Vector operator-(const Vector& a, const Vector& b) {
+static Direction operator-(const Direction& a, const Direction& b) {
     return {a.x - b.x, a.y - b.y, a.z - b.z};
 }
-static double dot(const Vector& a, const Vector& b) {
+static double dot(const Direction& a, const Direction& b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }
-static Vector cross(const Vector& a, const Vector& b) {
+static Direction cross(const Direction& a, const Direction& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
-static Vector operator*(const Vector& v, const Vrml_Place& p) {
+static Direction operator*(const Direction& v, const Vrml_Place& p) {
     return {v.x * p.m[0][0] + v.y * p.m[1][0] + v.z * p.m[2][0],
             v.x * p.m[0][1] + v.y * p.m[1][1] + v.z * p.m[2][1],
             v.x * p.m[0][2] + v.y * p.m[1][2] + v.z * p.m[2][2]};
 }
 
 // False, and the vector stays, if it has hardly any length.
-static bool normalize(Vector* v, double least) {
+static bool normalize(Direction* v, double least) {
     const double length = std::sqrt(dot(*v, *v));
     if (!(length > least) || !std::isfinite(length)) return false;
     *v = {v->x / length, v->y / length, v->z / length};
     return true;
 }
 
-static std::vector<Vector> vectors_of(std::span<const double> numbers) {
-    std::vector<Vector> vectors(numbers.size() / 3);
+static std::vector<Direction> vectors_of(std::span<const double> numbers) {
+    std::vector<Direction> vectors(numbers.size() / 3);
     for (std::size_t i = 0; i < vectors.size(); ++i)
         vectors[i] = {numbers[3 * i], numbers[3 * i + 1], numbers[3 * i + 2]};
     return vectors;
 }
 
-static bool is_same(const Vector& a, const Vector& b) {
+static bool is_same(const Direction& a, const Direction& b) {
     return a.x == b.x && a.y == b.y && a.z == b.z;
 }
 
 // What turns the y axis to `y`; its z axis serves where the spine is straight.
-static Vector z_axis_of_straight(const Vector& y) {
-    const Vector up = {0, 1, 0};
-    const Vector axis = cross(up, y);
+static Direction z_axis_of_straight(const Direction& y) {
+    const Direction up = {0, 1, 0};
+    const Direction axis = cross(up, y);
     const double angle = std::atan2(std::sqrt(dot(axis, axis)), y.y);
-    return Vector{0, 0, 1} * Vrml_Place::rotation(axis.x, axis.y, axis.z, angle);
+    return Direction{0, 0, 1} * Vrml_Place::rotation(axis.x, axis.y, axis.z, angle);
 }
 
 // At each point of the spine: y along it, z across its bend, so that the cross-section lies in the
 // bisecting plane. Where there is no bend, z is that of the point before.
-static std::vector<Axes> axes_along(const std::vector<Vector>& spine, bool is_closed) {
+static std::vector<Axes> axes_along(const std::vector<Direction>& spine, bool is_closed) {
     const std::size_t count = spine.size(), last = count - 1;
     const double least = 1e-9;
     std::vector<Axes> axes(count);
     std::vector<char> has_y(count), has_z(count);
     for (std::size_t i = 0; i < count; ++i) {
         const bool is_end = i == 0 || i == last;
-        const Vector& before = is_end && is_closed ? spine[last - 1] : spine[i > 0 ? i - 1 : 0];
-        const Vector& behind = is_end && is_closed ? spine[1] : spine[i < last ? i + 1 : last];
-        Vector to = behind - spine[i], from = before - spine[i];
+        const Direction& before = is_end && is_closed ? spine[last - 1] : spine[i > 0 ? i - 1 : 0];
+        const Direction& behind = is_end && is_closed ? spine[1] : spine[i < last ? i + 1 : last];
+        Direction to = behind - spine[i], from = before - spine[i];
         axes[i].y = behind - before;
         has_y[i] = normalize(&axes[i].y, 0) ? 1 : 0;
-        axes[i].z = normalize(&to, 0) && normalize(&from, 0) ? cross(to, from) : Vector();
+        axes[i].z = normalize(&to, 0) && normalize(&from, 0) ? cross(to, from) : Direction();
         has_z[i] = normalize(&axes[i].z, least) ? 1 : 0;
     }
     const auto first_of = [](const std::vector<char>& has) {
         return static_cast<std::size_t>(std::find(has.begin(), has.end(), 1) - has.begin());
     };
     const std::size_t first_y = first_of(has_y), first_z = first_of(has_z);
-    Vector y = first_y < count ? axes[first_y].y : Vector{0, 1, 0};
-    Vector z = first_z < count ? axes[first_z].z : z_axis_of_straight(y);
+    Direction y = first_y < count ? axes[first_y].y : Direction{0, 1, 0};
+    Direction z = first_z < count ? axes[first_z].z : z_axis_of_straight(y);
     for (std::size_t i = 0; i < count; ++i) {
         Axes& a = axes[i];
         if (has_y[i]) y = a.y;
@@ -149,7 +149,7 @@ static std::vector<Axes> axes_along(const std::vector<Vector>& spine, bool is_cl
 
 // The cross-section as it lies at one point of the spine.
 static void add_section(std::span<const double> section, std::span<const double> scales,
-                        std::span<const double> turns, std::size_t i, const Vector& origin,
+                        std::span<const double> turns, std::size_t i, const Direction& origin,
                         const Axes& a, Vrml_Sweep& sweep) {
     // One value may stand for all points of the spine.
     const auto row = [i](std::span<const double> values, std::size_t width) {
@@ -161,9 +161,9 @@ static void add_section(std::span<const double> section, std::span<const double>
     const Vrml_Place place =
         turn ? Vrml_Place::rotation(turn[0], turn[1], turn[2], turn[3]) : Vrml_Place();
     for (std::size_t k = 0; k + 1 < section.size(); k += 2) {
-        const Vector flat = {section[k] * (scale ? scale[0] : 1), 0,
-                             section[k + 1] * (scale ? scale[1] : 1)};
-        const Vector v = flat * place;
+        const Direction flat = {section[k] * (scale ? scale[0] : 1), 0,
+                                section[k + 1] * (scale ? scale[1] : 1)};
+        const Direction v = flat * place;
         for (const double number : {origin.x + v.x * a.x.x + v.y * a.y.x + v.z * a.z.x,
                                     origin.y + v.x * a.x.y + v.y * a.y.y + v.z * a.z.y,
                                     origin.z + v.x * a.x.z + v.y * a.y.z + v.z * a.z.z})
@@ -208,7 +208,7 @@ Vrml_Sweep vrml_extrusion(Vrml_Scene& scene, Vrml_Ref node, bool is_textured, Vr
                                   turns = scene.numbers(node, "orientation");
     std::vector<double> section(given_section.begin(), given_section.end());
     if (!scene.find(node, "crossSection")) section = {1, 1, 1, -1, -1, -1, -1, 1, 1, 1};
-    std::vector<Vector> spine = vectors_of(given_spine);
+    std::vector<Direction> spine = vectors_of(given_spine);
     if (!scene.find(node, "spine")) spine = {{0, 0, 0}, {0, 1, 0}};
     const std::size_t corners = section.size() / 2;
     if (corners < 2 || spine.size() < 2) {

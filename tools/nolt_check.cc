@@ -4,12 +4,12 @@
 //
 // The table goes to the standard output, what is wrong to the standard error stream. The status is
 // 1 if anything was.
-#include <chrono>
 #include <cstdio>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include "base/Hash_Set.h"
+#include "std/Std_Common.h"
 #include "std/Std_Line.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Line_List.h"
@@ -17,6 +17,7 @@
 #include "wdb/WDB_Tri_List.h"
 #include "wdb/wdb_load.h"
 
+namespace {
 // What a walk over all nodes finds.
 struct Contents {
     long nodes = 0, shapes = 0;
@@ -25,6 +26,7 @@ struct Contents {
     Hash_Set<const WDB_Material*> materials;
     Hash_Set<const WDB_Texture*> textures;
 };
+} // namespace
 
 static bool add_node(SUniv* user, const WDB_Node* node, const Bbox&) {
     Contents& contents = *Conv<Contents*>::from_univ(user);
@@ -38,11 +40,6 @@ static bool add_node(SUniv* user, const WDB_Node* node, const Bbox&) {
     if (node->get_material()) contents.materials.put(node->get_material());
     if (node->get_texture()) contents.textures.put(node->get_texture());
     return false;
-}
-
-static double seconds_now() {
-    using namespace std::chrono;
-    return duration<double>(steady_clock::now().time_since_epoch()).count();
 }
 
 // The most that the process has held so far.
@@ -79,10 +76,10 @@ static void print_contents(const WDB_Database& world) {
 
 // True if there is nothing wrong with the scene.
 static bool check(const char* scene) {
-    const double start = seconds_now();
+    const double start = std_seconds_now();
     WDB_Load_Report report;
     const WDB_Database* const world = wdb_load(scene, nullptr, report);
-    const double seconds = seconds_now() - start;
+    const double seconds = std_seconds_now() - start;
     std::printf("%s\n", std_harmless(scene));
     if (world) print_contents(*world);
     print_count("imports", report.imports);

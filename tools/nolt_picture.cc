@@ -48,12 +48,14 @@ static void tell(const char* message) {
     fail(message, wrong_usage);
 }
 
+namespace {
 struct Request {
     const char* output = Picture_File::default_name();
     const char* camera = nullptr;
     const char* scene = nullptr;
     int width = 640, height = 480;
 };
+} // namespace
 
 // A picture of the largest size takes 800 MB.
 static constexpr int largest_size = 16384;
@@ -132,6 +134,7 @@ static void show_progress(double fraction) {
     }
 }
 
+namespace {
 // Shows what goes wrong in a load, and leaves out how far it has come.
 class Load_Messager : public Std_Messager {
     STD_OBJ_CLASS(Load_Messager, Std_Messager)
@@ -146,6 +149,7 @@ class Load_Messager : public Std_Messager {
         if (text && !is_progress) std_write_line("INFO   : ", text);
     }
 };
+} // namespace
 
 // Ends the process if there is nothing to see.
 static WDB_Database* load(const char* scene) {

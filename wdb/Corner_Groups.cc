@@ -14,7 +14,7 @@
 Corner_Groups::Corner_Groups(const WDB_Tri_List& list) {
     if (list.count() >= INT_MAX / 3)
         std_assert(-1, "Too many triangles in one list", __FILE__, __LINE__);
-    std::vector<Position> positions = number_positions(list);
+    Std_Plain_Vector<Position> positions = number_positions(list);
     group_of_position_.resize(positions.size());
     split(positions, 0, 0, 0);
     // Until here the numbers of positions.
@@ -26,11 +26,12 @@ Corner_Groups::Corner_Groups(const WDB_Tri_List& list) {
 
 // Corners that are the same bits get one number. Open addressing in a table that is at most half
 // full.
-std::vector<Corner_Groups::Position> Corner_Groups::number_positions(const WDB_Tri_List& list) {
+Std_Plain_Vector<Corner_Groups::Position>
+Corner_Groups::number_positions(const WDB_Tri_List& list) {
     const int corner_count = 3 * list.count();
     group_of_.assign(index(corner_count), none);
-    std::vector<Position> positions;
-    std::vector<int> slots(std::bit_ceil(2 * index(corner_count) + 1), none);
+    Std_Plain_Vector<Position> positions;
+    Std_Plain_Vector<int> slots(std::bit_ceil(2 * index(corner_count) + 1), none);
     const std::size_t mask = slots.size() - 1;
     const Position_Hash hash;
     for (int corner = 0; corner < corner_count; ++corner) {
@@ -40,7 +41,7 @@ std::vector<Corner_Groups::Position> Corner_Groups::number_positions(const WDB_T
         const Position here = {{p.x + 0.0f, p.y + 0.0f, p.z + 0.0f},
                                static_cast<int>(positions.size())};
         const auto [x, y, z] = std::bit_cast<std::array<std::uint32_t, 3>>(here.at);
-        std::size_t slot = hash.of(x, y, z) & mask;
+        std::size_t slot = hash.hash(x, y, z) & mask;
         while (slots[slot] != none &&
                std::memcmp(positions[index(slots[slot])].at, here.at, sizeof here.at) != 0)
             slot = (slot + 1) & mask;

@@ -16,9 +16,9 @@
 
 #include <cstdint>
 #include <span>
-#include <vector>
 
 #include "math/Geometry.h"
+#include "std/Std_Allocator.h"
 #include "wdb/WDB_Tri_List.h"
 
 class Corner_Groups {
@@ -49,17 +49,17 @@ private:
     };
 
     static std::size_t index(int i) { return static_cast<std::size_t>(i); }
-    std::vector<Position> number_positions(const WDB_Tri_List& list);
+    Std_Plain_Vector<Position> number_positions(const WDB_Tri_List& list);
     void split(std::span<Position> run, int axis, int unsplit, int depth);
     void add_group(std::span<const Position> run, bool is_tangled);
     void list_corners();
 
-    std::vector<int> group_of_; // at first, the number of the position of each corner
-    std::vector<int> group_of_position_;
-    std::vector<std::uint8_t> is_tangled_;
+    Std_Plain_Vector<int> group_of_; // at first, the number of the position of each corner
+    Std_Plain_Vector<int> group_of_position_;
+    Std_Plain_Vector<std::uint8_t> is_tangled_;
     bool has_tangled_ = false;
-    std::vector<int> corners_; // group by group
-    std::vector<int> starts_;  // of each group, and the end
+    Std_Plain_Vector<int> corners_; // group by group
+    Std_Plain_Vector<int> starts_;  // of each group, and the end
 };
 
 // p0, p1 or p2.

@@ -40,7 +40,7 @@ bool any_box(const Boxes (&boxes)[3], const Position_Hash& hash, Visit visit) {
     for (std::uint32_t x = boxes[0].first; x <= boxes[0].last; ++x)
         for (std::uint32_t y = boxes[1].first; y <= boxes[1].last; ++y)
             for (std::uint32_t z = boxes[2].first; z <= boxes[2].last; ++z)
-                if (visit(hash.of(x, y, z))) return true;
+                if (visit(hash.hash(x, y, z))) return true;
     return false;
 }
 
@@ -53,7 +53,7 @@ int Point_Table::home_of(const Point& p) const {
 // The head of its chain.
 int& Point_Table::box_of(const Point& p) {
     const auto at = [&p](int axis) { return Boxes(p[axis], 0).first; };
-    return boxes_[chain_of(hash_.of(at(0), at(1), at(2)))];
+    return boxes_[chain_of(hash_.hash(at(0), at(1), at(2)))];
 }
 
 // True as soon as `visit` is, of the keys that are equal to `p`; some come by twice.

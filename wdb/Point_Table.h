@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "math/Geometry.h"
-#include "std/Std_GC.h"
+#include "std/Std_Allocator.h"
 #include "wdb/Secret_Hash.h"
 
 class Point_Table {
@@ -49,21 +49,9 @@ public:
     void wipe_out();
 
 private:
-    // std::vector in memory that needs no destructor.
+    // In memory that needs no destructor.
     template<class T>
-    struct Collected {
-        using value_type = T;
-        Collected() = default;
-        template<class U>
-        Collected(const Collected<U>&) {}
-        T* allocate(std::size_t n) {
-            return static_cast<T*>(::operator new[](n * sizeof(T), GCAtomic));
-        }
-        void deallocate(T* p, std::size_t) { Std_GC::operator delete(p); }
-        bool operator==(const Collected&) const { return true; }
-    };
-    template<class T>
-    using Array = std::vector<T, Collected<T>>;
+    using Array = std::vector<T, Std_Basic_Allocator<T, std_allocate_unfilled>>;
 
     struct Key {
         Point at;

@@ -1,9 +1,7 @@
-// The sscanf forms decide what a line means; most lines are plain numbers, for which std_scan_row
-// gives the same at once.
+// Forms are read as sscanf would: white space counts for nothing, and what follows a form may be
+// anything. Most lines are plain numbers, for which std_scan_row gives the same at once.
 #include "wdb/Scene_Forms.h"
 
-#include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "std/Std_Common.h"
@@ -15,37 +13,34 @@ namespace scene_forms {
 int scan_numbers(const char* text, float* n, int count) {
     const char* plain = text;
     if (std_scan_row(&plain, n, count)) return count;
-    static const char format[] = "%f %f %f %f %f %f";
-    // Cut to what is wanted: further numbers on the line must not count.
-    const std::size_t characters_each = 3;
-    char cut[sizeof format];
-    std::memcpy(cut, format, sizeof format);
-    cut[characters_each * static_cast<std::size_t>(count) - 1] = '\0';
-    const int found = std::sscanf(text, cut, n, n + 1, n + 2, n + 3, n + 4, n + 5);
-    return found < 0 ? 0 : found;
+    int found = 0;
+    while (found < count && std_scan_f(&text, n + found)) ++found;
+    return found;
 }
 
-// The nine forms of a frame beside the matrix. `parts` are letters of the format below; the numbers
-// of the parts follow each other. The first form that is full wins, so those that begin alike stand
-// longest first.
-static const struct Frame_Form {
-    const char* format;
-    const char* parts;
-} frame_forms[] = {
-    {"s %f %f %f sh %f %f %f r %f %f %f t %f %f %f", "shrt"},
-    {"s %f %f %f r %f %f %f t %f %f %f", "srt"},
-    {"r %f %f %f t %f %f %f", "rt"},
-    {"s %f %f %f t %f %f %f", "st"},
-    {"s %f %f %f r %f %f %f", "sr"},
-    {"t %f %f %f", "t"},
-    {"r %f %f %f", "r"},
-    {"s %f %f %f", "s"},
-    {"sh %f %f %f", "h"},
-};
+// A word and `count` numbers. On failure: false, and nothing is moved.
+static bool scan_section(const char** text, const char* word, float* n, int count) {
+    const char* p = *text;
+    while (std_is_space(*p)) ++p;
+    for (; *word; ++p, ++word)
+        if (*p != *word) return false;
+    for (int i = 0; i < count; ++i)
+        if (!std_scan_f(&p, n + i)) return false;
+    *text = p;
+    return true;
+}
 
-static int scan_factors(const char* text, const char* format, float* n) {
-    return std::sscanf(text, format, n, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7, n + 8,
-                       n + 9, n + 10, n + 11);
+// The nine forms of a frame beside the matrix, by the first letters of their parts, with h for
+// shear. The numbers of the parts follow each other. The first form that is full wins, so those that
+// begin alike stand longest first.
+static const char* const frame_forms[] = {"shrt", "srt", "rt", "st", "sr", "t", "r", "s", "h"};
+
+static bool scan_parts(const char* text, const char* parts, float* n) {
+    for (; *parts; ++parts, n += 3) {
+        const char letter[] = {*parts, '\0'};
+        if (!scan_section(&text, *parts == 'h' ? "sh" : letter, n, 3)) return false;
+    }
+    return true;
 }
 
 static bool scan_matrix(const char* text, float* n) {
@@ -53,7 +48,7 @@ static bool scan_matrix(const char* text, float* n) {
     if (*text != 'm') return false;
     const char* plain = text + 1;
     if (std_scan_row(&plain, n, count)) return true;
-    return scan_factors(text, "m %f %f %f %f %f %f %f %f %f %f %f %f", n) == count;
+    return scan_section(&text, "m", n, count);
 }
 
 static Frame rotation_of(const float* degrees) {
@@ -89,10 +84,9 @@ bool scan_frame(const char* text, HFrame* frame) {
                         Homogeneous(n[6], n[7], n[8], 0), Homogeneous(n[9], n[10], n[11], 1));
         return true;
     }
-    for (const Frame_Form& form : frame_forms) {
-        if (scan_factors(text, form.format, n) != 3 * static_cast<int>(std::strlen(form.parts)))
-            continue;
-        *frame = HFrame(frame_of(form.parts, n));
+    for (const char* const parts : frame_forms) {
+        if (!scan_parts(text, parts, n)) continue;
+        *frame = HFrame(frame_of(parts, n));
         return true;
     }
     return false;
@@ -132,44 +126,12 @@ const char* scan_plain_sections(const char* text, int length, Corner_Sections* s
     return *text == '\0' || *text == '\n' ? text : nullptr;
 }
 
-// " p %f ..." with `count` numbers, appended to `format`.
-static char* put_section(char* format, char letter, int count) {
-    *format++ = ' ';
-    *format++ = letter;
-    for (int i = 0; i < count; ++i) {
-        std::memcpy(format, " %f", 3);
-        format += 3;
-    }
-    *format = '\0';
-    return format;
-}
-
-// Whether the text has the sections that `s` names, in full, in the sense of sscanf.
+// Whether the text has the sections that `s` names, in full.
 static bool scan_form(const char* text, int length, Corner_Sections* s) {
-    // At most 36 numbers of three characters and four letters of two.
-    char format[200];
-    float f[36];
-    char* end = put_section(format, 'p', length);
-    if (s->has_n) end = put_section(end, 'n', length);
-    if (s->colors) end = put_section(end, 'c', s->colors);
-    if (s->has_t) put_section(end, 't', length);
-    const int count = length * (1 + s->has_n + s->has_t) + s->colors;
-    const int found =
-        std::sscanf(text, format, f, f + 1, f + 2, f + 3, f + 4, f + 5, f + 6, f + 7, f + 8, f + 9,
-                    f + 10, f + 11, f + 12, f + 13, f + 14, f + 15, f + 16, f + 17, f + 18, f + 19,
-                    f + 20, f + 21, f + 22, f + 23, f + 24, f + 25, f + 26, f + 27, f + 28, f + 29,
-                    f + 30, f + 31, f + 32, f + 33, f + 34, f + 35);
-    if (found != count) return false;
-    const float* from = f;
-    const auto take = [&from](float* to, int n) {
-        std::copy(from, from + n, to);
-        from += n;
-    };
-    take(s->p, length);
-    if (s->has_n) take(s->n, length);
-    take(s->c, s->colors);
-    if (s->has_t) take(s->t, length);
-    return true;
+    return scan_section(&text, "p", s->p, length) &&
+           (!s->has_n || scan_section(&text, "n", s->n, length)) &&
+           (!s->colors || scan_section(&text, "c", s->c, s->colors)) &&
+           (!s->has_t || scan_section(&text, "t", s->t, length));
 }
 
 bool scan_sections(const char* text, int length, Corner_Sections* s) {

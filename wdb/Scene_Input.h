@@ -13,11 +13,12 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "std/Std_GC.h"
 #include "std/Std_Scan.h"
 
 class Std_URL;
 
-class Scene_Input {
+class Scene_Input : public Std_GC {
 public:
     // From an open URL, or from the descriptor of a stream of which nothing has been read.
     explicit Scene_Input(Std_URL* url) : url_(url) {}

@@ -13,9 +13,9 @@
 
 #include <cstddef>
 #include <string>
-#include <vector>
 
 #include "base/Hash_Set.h"
+#include "std/Std_Allocator.h"
 #include "wdb/Secret_Hash.h"
 
 class Scene_Names {
@@ -44,7 +44,7 @@ private:
     Hash_Set<const char*> given_{name_hash, name_equal}; // without a number of ours
     bool may_meet_ = false;                              // a given name looks like one of ours
     int count_ = 0;                                      // numbers so far
-    std::vector<Run> runs_;
+    Std_Plain_Vector<Run> runs_;
     std::string text_; // of the last name with a number
 };
 

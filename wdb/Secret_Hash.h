@@ -1,7 +1,7 @@
 // Hash and equality of names, and hash of positions, for tables whose order nobody sees.
 //
 //     Hash_Table<const char*, WDB_Node*> nodes(name_hash, name_equal);
-//     const std::size_t chain = Position_Hash().of(x, y, z) & (chains - 1);
+//     const std::size_t chain = Position_Hash().hash(x, y, z) & (chains - 1);
 //
 // Names and positions come from files that anybody may have written, and a table compares the keys
 // of one hash one after the other. So all bits count alike, and a secret of the process goes in:
@@ -29,7 +29,7 @@ bool name_equal(const char* const& a, const char* const& b);
 // Of the bits of three coordinates, or of anything that stands for them.
 class Position_Hash {
 public:
-    std::uint64_t of(std::uint32_t x, std::uint32_t y, std::uint32_t z) const {
+    std::uint64_t hash(std::uint32_t x, std::uint32_t y, std::uint32_t z) const {
         const std::uint64_t xy = x | std::uint64_t{y} << 32;
         return Hash_Secret::folded_product(xy ^ secret_.words[0], z ^ secret_.words[1]);
     }

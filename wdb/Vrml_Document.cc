@@ -24,7 +24,7 @@ bool Vrml_Document::store(const char* line, std::size_t length, Scene_Input& res
 
 // Where a document may take parts from that lie beside it: nowhere, if it came from elsewhere.
 static const char* folder_of(const Std_URL* url) {
-    if (!url->is_valid() || !url->get_host().empty() || url->get_path() == "-") return "";
+    if (!url->is_valid() || !url->is_local() || url->get_path() == "-") return "";
     const char* const path = url->get_path();
     const char* const slash = std::strrchr(path, '/');
     if (!slash) return ".";

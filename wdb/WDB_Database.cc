@@ -13,13 +13,16 @@
 #include "wdb/WDB_Texture.h"
 #include "wdb/World_Box.h"
 
+namespace {
 // What default_camera looks for, and what it found.
 struct Named_Search_Environment {
     const char* name;
     WDB_Node* node;
     bool is_only;
 };
+} // namespace
 
+namespace {
 // A query along a segment, and the nearest node so far.
 struct RT_Environment {
     Point start, end;
@@ -28,12 +31,15 @@ struct RT_Environment {
     float near_depth, far_depth;
     WDB_Node* node;
 };
+} // namespace
 
+namespace {
 // A client's callback on its way through the walks of tree and set.
 struct WDB_Database_Wrapped_Env {
     SUniv* user;
     WDB_Apply_Callback callback;
 };
+} // namespace
 
 // A node without geometry has no extent, but it has a place.
 static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node* node) {
@@ -144,18 +150,15 @@ bool WDB_Database::apply_to_shapes(SUniv* user, WDB_Camera* camera, float aspect
     return apply_to_shapes(user, camera->get_viewing_x_render_projection(aspect), callback);
 }
 
-// Counts the walk of visible_shape_count, which starts it at 0.
-static int visible_shape_cb_count = 0;
-
-static bool visible_shape_cb(SUniv*, SUniv*, const Bbox&) {
-    ++visible_shape_cb_count;
+static bool visible_shape_cb(SUniv* count, SUniv*, const Bbox&) {
+    ++*Conv<int*>::from_univ(count);
     return false;
 }
 
 int WDB_Database::visible_shape_count(const Matrix4& m) const {
-    visible_shape_cb_count = 0;
-    shapes_.apply(nullptr, m, visible_shape_cb);
-    return visible_shape_cb_count;
+    int count = 0;
+    shapes_.apply(Conv<int*>::to_univ(&count), m, visible_shape_cb);
+    return count;
 }
 
 static constexpr float default_fov = 0.61086524f; // 35 degrees
@@ -221,25 +224,6 @@ void WDB_Database::copy_first_camera(WDB_Camera* camera) const {
     camera->set_ipd(first->get_ipd());
 }
 
-// That a camera is missing shows in the search only, so every call counts as an edit.
-WDB_Camera* WDB_Database::default_camera() {
-    const bool was_editing = editing_;
-    if (!was_editing) begin_editing();
-    WDB_Camera* camera = find_default_camera();
-    if (!camera) {
-        camera = new_standard_camera(default_camera_name);
-        // A scene that brings cameras was made to be seen through them.
-        if (cameras_.count() == 0) {
-            show_all(camera);
-        } else {
-            copy_first_camera(camera);
-        }
-        put(camera);
-    }
-    if (!was_editing) end_editing();
-    return camera;
-}
-
 // A saved view may belong to another world: taken blindly, it could show nothing.
 bool WDB_Database::shows_enough(const Matrix4& projection, const HFrame& frame) const {
     const double least_coverage = 0.1;
@@ -251,19 +235,31 @@ bool WDB_Database::shows_enough(const Matrix4& projection, const HFrame& frame) 
            static_cast<double>(get_bbox().coverage(m)) > least_coverage;
 }
 
+WDB_Camera* WDB_Database::default_camera() {
+    return default_camera_with([this](WDB_Camera* camera) { show_all(camera); });
+}
+
 WDB_Camera* WDB_Database::default_camera(const Matrix4& projection, const HFrame& frame) {
+    return default_camera_with([&](WDB_Camera* camera) {
+        if (!shows_enough(projection, frame)) return show_all(camera);
+        camera->set_projection(projection);
+        camera->set_transform(frame);
+    });
+}
+
+// That a camera is missing shows in the search only, so every call counts as an edit.
+template<class Aim>
+WDB_Camera* WDB_Database::default_camera_with(Aim aim) {
     const bool was_editing = editing_;
     if (!was_editing) begin_editing();
     WDB_Camera* camera = find_default_camera();
     if (!camera) {
         camera = new_standard_camera(default_camera_name);
+        // A scene that brings cameras was made to be seen through them.
         if (cameras_.count() > 0) {
             copy_first_camera(camera);
-        } else if (shows_enough(projection, frame)) {
-            camera->set_projection(projection);
-            camera->set_transform(frame);
         } else {
-            show_all(camera);
+            aim(camera);
         }
         put(camera);
     }

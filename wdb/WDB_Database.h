@@ -140,6 +140,8 @@ class WDB_Database : public WDB_Obj {
 
 private:
     WDB_Camera* find_default_camera();
+    template<class Aim>
+    WDB_Camera* default_camera_with(Aim aim);
     void forget_default_camera(const WDB_Node* node);
     void show_all(WDB_Camera* camera);
     void copy_first_camera(WDB_Camera* camera) const;

@@ -246,8 +246,6 @@ bool WDB_Lex_Context::try_get_string(const char* keyword) {
     return accept(length > 0, "string expected");
 }
 
-// Forms.
-
 bool WDB_Lex_Context::try_get_float(const char* keyword) {
     if (!current_line_starts_with(keyword)) return false;
     float n[6];

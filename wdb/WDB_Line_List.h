@@ -14,8 +14,7 @@
 
 #include "math/Color.h"
 #include "math/Geometry.h"
-#include "wdb/WDB_Geometry.h"
-#include "wdb/WDB_Item_Array.h"
+#include "wdb/WDB_Item_List.h"
 
 // Plain value. What a constructor is not given: normals are (0, 0, -1), as a line has no face;
 // colours are grey (0.5, 0.5, 0.5); texture points are the components of their end's normal.
@@ -58,53 +57,27 @@ bool operator==(const WDB_Line& a, const WDB_Line& b);
 // Ends, normals and colours; texture points are not written.
 std::ostream& operator<<(std::ostream& os, const WDB_Line& line);
 
-class WDB_Line_List : public WDB_Geometry {
+class WDB_Line_List : public WDB_Item_List<WDB_Line> {
     STD_OBJ_CLASS(WDB_Line_List, WDB_Geometry)
 
     // On failure: a fatal report, if `n` is negative.
-    explicit WDB_Line_List(int n);
-    WDB_Line_List(const WDB_Line_List&) = delete;
-    WDB_Line_List& operator=(const WDB_Line_List&) = delete;
+    explicit WDB_Line_List(int n) : WDB_Item_List(n, "lines") {}
+    // With a copy of `n` lines, as if each had been put.
+    WDB_Line_List(const WDB_Line* lines, int n) : WDB_Item_List(lines, n, "lines") {}
 
-    // Copies into slot `index` and touches; the box goes stale.
-    // Requires: 0 <= index < count().
-    void put(const WDB_Line& line, int index);
+    bool get_with_colors() const override { return with_colors_; }
+    bool get_with_normals() const override { return with_normals_; }
+    bool get_with_textures() const override { return with_textures_; }
 
-    // Requires: 0 <= index < count(), and that the slot was put.
-    const WDB_Line& operator[](int index) const { return lines_[index]; }
-
-    // The slots in their order, also for loops:
-    //     for (const WDB_Line& line : *list) draw(line);
-    // Lifetime: that of the list, which must be kept as well; put writes into the same slots.
-    const WDB_Line* begin() const { return lines_.begin(); }
-    const WDB_Line* end() const { return lines_.end(); }
-
-    int count() const { return lines_.count(); }
-
-    bool get_with_colors() const override;
-    bool get_with_normals() const override;
-    bool get_with_textures() const override;
-
-    // The smallest fraction of all lines. Cost: linear in count().
-    float detailed_line_intersection(const Point& p, const Point& q,
-                                     float tolerance) const override;
-
-    // The box of all ends; of an empty list, the point (0, 0, 0).
-    void update_bbox() override;
-
-    // Gives the array back at once.
     virtual ~WDB_Line_List();
 
     // Each touches if the value changes, and never makes the box stale.
-    virtual void set_with_normals(bool value);
-    virtual void set_with_colors(bool value);
-    virtual void set_with_textures(bool value);
+    virtual void set_with_normals(bool value) { set_flag(with_normals_, value); }
+    virtual void set_with_colors(bool value) { set_flag(with_colors_, value); }
+    virtual void set_with_textures(bool value) { set_flag(with_textures_, value); }
 
 private:
-    void set_flag(bool& flag, bool value);
-
-    WDB_Item_Array<WDB_Line> lines_;
-    bool with_colors_, with_normals_, with_textures_;
+    bool with_colors_ = false, with_normals_ = false, with_textures_ = false;
 };
 
 #endif

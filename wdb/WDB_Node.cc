@@ -53,12 +53,14 @@ void WDB_Node::set_url(Std_URL* url) {
     touch();
 }
 
+namespace {
 // A segment in the object space of a node, with its tolerance there.
 struct Object_Query {
     Frame to_object;
     Point p, q;
     float tolerance;
 };
+} // namespace
 
 // False if the node cannot be hit.
 static bool ask_object(const WDB_Node* node, const Point& p, const Point& q, float near_tolerance,

@@ -3,8 +3,8 @@
 #include <bit>
 #include <climits>
 #include <numeric>
-#include <vector>
 
+#include "std/Std_Allocator.h"
 #include "std/Std_Assert.h"
 #include "wdb/Point_Key.h"
 
@@ -116,9 +116,9 @@ private:
     const WDB_Tri_List& list_;
     Point_Table& positions_;
     const Gap_List<Triangles*>& noted_;
-    std::vector<Vector> faces_;           // of each triangle
-    std::vector<int> numbers_;            // of each corner, as it was entered
-    std::vector<int> starts_, triangles_; // those of each number, in the order of the list
+    Std_Plain_Vector<Vector> faces_;           // of each triangle
+    Std_Plain_Vector<int> numbers_;            // of each corner, as it was entered
+    Std_Plain_Vector<int> starts_, triangles_; // those of each number, in the order of the list
 };
 
 List_Smoother::List_Smoother(const WDB_Tri_List& list, Point_Table& positions,

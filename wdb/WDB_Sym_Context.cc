@@ -1,29 +1,25 @@
 #include "wdb/WDB_Sym_Context.h"
 
-#include <chrono>
 #include <cstring>
 #include <sys/stat.h>
 
 #include "math/Bbox.h"
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Limits.h"
 #include "std/Std_Messager.h"
+#include "std/Std_Report.h"
 #include "std/Std_URL.h"
 #include "wdb/Secret_Hash.h"
 #include "wdb/WDB_Database.h"
-#include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Texture.h"
-
-static void tell(const char* message) {
-    std_assert(0, message, __FILE__, __LINE__);
-}
+#include "wdb/WDB_Tri_List.h"
 
 // What is left out because another of its name came before.
 static void tell_duplicate(WDB_Load_Report& report, const char* message) {
-    tell(message);
+    std_tell(message);
     ++report.warnings;
 }
 
@@ -104,9 +100,9 @@ void WDB_Sym_Context::give_load_info() {
     const int interval = 30;
     const int total = nodes_.count() + geometries_.count() + materials_.count() + textures_.count();
     if (total % interval == 0) {
-        tell(str_format("%d nodes, %d geometries, %d materials, %d textures loaded so far...",
-                        nodes_.count(), geometries_.count(), materials_.count(),
-                        textures_.count()));
+        std_tell(str_format("%d nodes, %d geometries, %d materials, %d textures loaded so far...",
+                            nodes_.count(), geometries_.count(), materials_.count(),
+                            textures_.count()));
     } else {
         std_refresh_current_messager();
     }
@@ -156,16 +152,16 @@ static void take_from(WDB_Database* other, WDB_Node* node) {
 
 static void put_once(WDB_Database* database, WDB_Node* node) {
     if (!node) {
-        tell("NULL Node - should not happen");
+        std_tell("NULL Node - should not happen");
         return;
     }
     WDB_Database* const other = node->get_world();
     if (other == database) {
-        tell(str_format("Duplicate node %s in list - should not happen", node->get_name()));
+        std_tell(str_format("Duplicate node %s in list - should not happen", node->get_name()));
         return;
     }
     if (other) {
-        tell(str_format("Node %s in another database - should not happen", node->get_name()));
+        std_tell(str_format("Node %s in another database - should not happen", node->get_name()));
         // It cannot be in two worlds.
         take_from(other, node);
     }
@@ -178,8 +174,8 @@ WDB_Database* WDB_Sym_Context::build_database() {
     database_->begin_editing();
     for (int i = 0; i < node_list_.count(); ++i) put_once(database_, node_list_[i]);
     database_->end_editing();
-    tell(str_format("Loaded scene with %d nodes, %d materials, %d textures", nodes_.count(),
-                    materials_.count(), textures_.count()));
+    std_tell(str_format("Loaded scene with %d nodes, %d materials, %d textures", nodes_.count(),
+                        materials_.count(), textures_.count()));
     return database_;
 }
 
@@ -197,14 +193,9 @@ void WDB_Sym_Context::wipe_out() {
     file_count_ = 0;
 }
 
-static double seconds_now() {
-    using namespace std::chrono;
-    return duration<double>(steady_clock::now().time_since_epoch()).count();
-}
-
 const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
     const int most_open = 64; // each holds a descriptor, and perhaps a process
-    Document document = {str_new(url->get_url_string().chars()), 0, 0, url->get_host().empty()};
+    Document document = {str_new(url->get_url_string().chars()), 0, 0, url->is_local()};
     struct stat status;
     // Many names may lead to one file; device and inode tell.
     if (document.is_local && stat(url->get_path(), &status) == 0) {
@@ -222,8 +213,8 @@ const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
     // The document itself is among those counted.
     if (file_count_ > std_limits.imports) return "too many imports";
     // Imports share one time, however many files they are spread over.
-    if (file_count_ == 0) start_ = seconds_now();
-    if (seconds_now() - start_ > std_limits.import_seconds) return "imports take too long";
+    if (file_count_ == 0) start_ = std_seconds_now();
+    if (std_seconds_now() - start_ > std_limits.import_seconds) return "imports take too long";
     ++file_count_;
     open_files_.insert_last(document);
     return nullptr;

@@ -15,8 +15,6 @@ static Vector face_normal(const Point& a, const Point& b, const Point& c) {
     return oknormalize(cross(a, b, c));
 }
 
-// With normals.
-
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Vector& na,
                            const Vector& nb, const Vector& nc, const Color& color, const Point& ta,
                            const Point& tb, const Point& tc)
@@ -40,8 +38,7 @@ WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const
                            const Vector& nb, const Vector& nc)
     : WDB_Triangle(a, b, c, na, nb, nc, grey) {}
 
-// With the face normal on all corners.
-// The normal is computed once for the three, which the full form could not do.
+// The face normal is computed once for the three corners, which the full form could not do.
 
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Color& ca,
                            const Color& cb, const Color& cc, const Point& ta, const Point& tb,
@@ -118,54 +115,5 @@ std::ostream& operator<<(std::ostream& os, const WDB_Triangle& t) {
     return os << "}\n";
 }
 
-WDB_Tri_List::WDB_Tri_List(int n) : triangles_(n, "triangles"), with_colors_(false) {}
-
-WDB_Tri_List::WDB_Tri_List(const WDB_Triangle* triangles, int n)
-    : triangles_(triangles, n, "triangles"), with_colors_(false) {
-    // As if each had been put: derived data may go by the stamp.
-    for (int i = 0; i < n; ++i) touch();
-}
-
-void WDB_Tri_List::put(const WDB_Triangle& triangle, int index) {
-    triangles_[index] = triangle;
-    touch();
-}
-
-bool WDB_Tri_List::get_with_colors() const {
-    return with_colors_;
-}
-
-bool WDB_Tri_List::get_with_normals() const {
-    return true;
-}
-
-bool WDB_Tri_List::get_with_textures() const {
-    return true;
-}
-
-float WDB_Tri_List::detailed_line_intersection(const Point& p, const Point& q,
-                                               float tolerance) const {
-    return triangles_.line_intersection(p, q, tolerance);
-}
-
-void WDB_Tri_List::update_bbox() {
-    Bbox box;
-    box.clear();
-    if (count() == 0) box.merge(Point(0, 0, 0));
-    for (int i = 0; i < count(); ++i) {
-        const WDB_Triangle& triangle = triangles_[i];
-        box.merge(triangle.p0);
-        box.merge(triangle.p1);
-        box.merge(triangle.p2);
-    }
-    set_bbox(box);
-}
-
+// Here, for its vtable to have a home.
 WDB_Tri_List::~WDB_Tri_List() = default;
-
-void WDB_Tri_List::set_with_colors(bool value) {
-    if (value == with_colors_) return;
-    with_colors_ = value;
-    // Colours do not move a corner.
-    touch_beside_bbox();
-}

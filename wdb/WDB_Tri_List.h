@@ -14,8 +14,7 @@
 
 #include "math/Color.h"
 #include "math/Geometry.h"
-#include "wdb/WDB_Geometry.h"
-#include "wdb/WDB_Item_Array.h"
+#include "wdb/WDB_Item_List.h"
 
 // Plain value. Corners given counter-clockwise have their face normal towards the viewer.
 // What a constructor is not given: normals are the face normal, the unit vector of
@@ -71,53 +70,26 @@ bool operator==(const WDB_Triangle& a, const WDB_Triangle& b);
 // Corners, normals and colours; texture points are not written.
 std::ostream& operator<<(std::ostream& os, const WDB_Triangle& triangle);
 
-class WDB_Tri_List : public WDB_Geometry {
+class WDB_Tri_List : public WDB_Item_List<WDB_Triangle> {
     STD_OBJ_CLASS(WDB_Tri_List, WDB_Geometry)
 
     // On failure: a fatal report, if `n` is negative.
-    explicit WDB_Tri_List(int n);
+    explicit WDB_Tri_List(int n) : WDB_Item_List(n, "triangles") {}
     // With a copy of `n` triangles, as if each had been put.
-    WDB_Tri_List(const WDB_Triangle* triangles, int n);
-    WDB_Tri_List(const WDB_Tri_List&) = delete;
-    WDB_Tri_List& operator=(const WDB_Tri_List&) = delete;
-
-    // Copies into slot `index` and touches; the box goes stale.
-    // Requires: 0 <= index < count().
-    void put(const WDB_Triangle& triangle, int index);
-
-    // Requires: 0 <= index < count(), and that the slot was put.
-    const WDB_Triangle& operator[](int index) const { return triangles_[index]; }
-
-    // The slots in their order, also for loops:
-    //     for (const WDB_Triangle& triangle : *list) draw(triangle);
-    // Lifetime: that of the list, which must be kept as well; put writes into the same slots.
-    const WDB_Triangle* begin() const { return triangles_.begin(); }
-    const WDB_Triangle* end() const { return triangles_.end(); }
-
-    // The length given at construction, whether or not the slots were put.
-    int count() const { return triangles_.count(); }
+    WDB_Tri_List(const WDB_Triangle* triangles, int n) : WDB_Item_List(triangles, n, "triangles") {}
 
     // Whether the colours of the triangles mean anything; false at first.
-    bool get_with_colors() const override;
-    bool get_with_normals() const override;
-    bool get_with_textures() const override;
+    bool get_with_colors() const override { return with_colors_; }
+    bool get_with_normals() const override { return true; }
+    bool get_with_textures() const override { return true; }
 
-    // The smallest fraction of all triangles. Cost: linear in count().
-    float detailed_line_intersection(const Point& p, const Point& q,
-                                     float tolerance) const override;
-
-    // The box of all corners; of an empty list, the point (0, 0, 0).
-    void update_bbox() override;
-
-    // Gives the array back at once.
     virtual ~WDB_Tri_List();
 
     // Touches if the value changes. Never makes the box stale.
-    virtual void set_with_colors(bool value);
+    virtual void set_with_colors(bool value) { set_flag(with_colors_, value); }
 
 private:
-    WDB_Item_Array<WDB_Triangle> triangles_;
-    bool with_colors_;
+    bool with_colors_ = false;
 };
 
 #endif

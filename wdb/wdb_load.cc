@@ -1,11 +1,12 @@
 #include "wdb/wdb_load.h"
 
+#include <algorithm>
 #include <climits>
-#include <cstring>
 #include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Plain_Array.h"
 #include "images/PX_Map.h"
 #include "math/Bbox.h"
 #include "std/Std_Assert.h"
@@ -59,15 +60,11 @@ void try_get_load_context(WDB_Lex_Context& lex, WDB_Sym_Context&) {
     check_close(lex, "unknown loading context field");
 }
 
-static bool is_local(const Std_URL* url) {
-    return url->get_host().empty();
-}
-
 // What a scene names must not be without an end, such as a device, the standard input or a pipe
 // that nobody writes. Documents that do not exist fail where they are opened.
 static bool may_be_endless(const Std_URL* url) {
     struct stat status;
-    if (!is_local(url)) return false;
+    if (!url->is_local()) return false;
     if (url->get_path() == "-") return true;
     return stat(url->get_path(), &status) == 0 && !S_ISREG(status.st_mode);
 }
@@ -178,7 +175,7 @@ static void delete_source(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym
     const char* const text = url->get_url_string();
     if (!url->is_valid() || url->get_protocol() != URL_LOCAL_PROTOCOL) {
         lex.show_error(str_format("Non Local or invalid tmpimage: %s", text));
-    } else if (!is_local(lex.get_url()) || !sym.reads_local_files()) {
+    } else if (!lex.get_url()->is_local() || !sym.reads_local_files()) {
         lex.show_error(str_format("tmpimage of a scene that is not local, keeping it: %s", text));
     } else if (!image->is_complete()) {
         lex.show_error(str_format("tmpimage was not read, keeping it: %s", text));
@@ -203,52 +200,6 @@ void try_get_texture(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 }
 
 namespace {
-// Records of the block that is being read, whose number is known only at its end. Pointer-free
-// memory, which one large block does not leave behind for all that follow.
-template<class T>
-class Record_List {
-public:
-    int count() const { return count_; }
-    const T& operator[](int i) const { return records_[i]; }
-    const T* records() const { return records_; }
-
-    void append(const T& record) {
-        if (count_ == capacity_) grow();
-        records_[count_++] = record;
-    }
-
-    void wipe_out() {
-        const int most_kept = 4096;
-        count_ = 0;
-        if (capacity_ <= most_kept) return;
-        delete[] records_;
-        records_ = nullptr;
-        capacity_ = 0;
-    }
-
-private:
-    void grow() {
-        const int first_capacity = 64;
-        if (capacity_ > INT_MAX / 2)
-            std_assert(-1, "A list of so many records cannot be read", __FILE__, __LINE__);
-        capacity_ = capacity_ ? 2 * capacity_ : first_capacity;
-        // Unfilled, as nothing is read behind the count.
-        T* const larger =
-            static_cast<T*>(std_allocate_unfilled(static_cast<std::size_t>(capacity_) * sizeof(T)));
-        if (count_)
-            std::memcpy(static_cast<void*>(larger), records_,
-                        static_cast<std::size_t>(count_) * sizeof(T));
-        delete[] records_;
-        records_ = larger;
-    }
-
-    T* records_ = nullptr;
-    int count_ = 0, capacity_ = 0;
-};
-
-Record_List<WDB_Triangle> triangles_read;
-Record_List<WDB_Line> lines_read;
-
 enum Normals { AS_THEY_ARE, TOO_SHORT, SCALED };
 } // namespace
 
@@ -271,8 +222,18 @@ static Normals mend_normals(Vector* const (&normals)[Count], float floor) {
     return SCALED;
 }
 
-static WDB_Tri_List* new_tri_list(const char* name, bool with_colors) {
-    auto* const list = new WDB_Tri_List(triangles_read.records(), triangles_read.count());
+// Of the records of a block, how many are kept room for: one large block leaves none behind.
+static const std::size_t most_kept = 4096;
+
+// Negative, which lists report, where there are more than they can hold.
+template<class T>
+static int length_of(const Plain_Array<T>& records) {
+    return static_cast<int>(std::min<std::size_t>(records.count(), UINT_MAX));
+}
+
+static WDB_Tri_List* new_tri_list(const char* name, const Plain_Array<WDB_Triangle>& triangles,
+                                  bool with_colors) {
+    auto* const list = new WDB_Tri_List(triangles.cells(), length_of(triangles));
     list->begin_editing();
     list->set_name(name);
     list->set_with_colors(with_colors);
@@ -284,30 +245,29 @@ void try_get_trilist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("trianglelist")) return;
     const float floor = 1e-8f;
     bool any_colored = false;
-    triangles_read.wipe_out();
+    Plain_Array<WDB_Triangle>& triangles = sym.triangles();
     // Dropped without a word: a large mesh may have thousands that have no area, and so no normal.
     const auto take = [&](WDB_Triangle triangle, bool is_colored) {
         if (mend_normals<3>({&triangle.n0, &triangle.n1, &triangle.n2}, floor) == TOO_SHORT) return;
-        triangles_read.append(triangle);
+        triangles.push(triangle);
         any_colored |= is_colored;
     };
     // A bad triangle ends this, and the rest of the block goes with it.
     lex.try_get_triangles("triangle", sym.get_unit_factor(), take);
     check_close(lex, "Unknown trilist field");
-    if (triangles_read.count() == 0) {
+    if (triangles.count() == 0) {
         lex.show_error("empty triangle list or all triangles skipped");
     } else {
-        sym.put_geometry(new_tri_list(lex.get_last_header(), any_colored));
+        sym.put_geometry(new_tri_list(lex.get_last_header(), triangles, any_colored));
     }
-    triangles_read.wipe_out();
+    triangles.wipe_out(most_kept);
 }
 
-static WDB_Line_List* new_line_list(const char* name, bool with_colors, bool with_normals,
-                                    bool with_textures) {
-    auto* const list = new WDB_Line_List(lines_read.count());
+static WDB_Line_List* new_line_list(const char* name, const Plain_Array<WDB_Line>& lines,
+                                    bool with_colors, bool with_normals, bool with_textures) {
+    auto* const list = new WDB_Line_List(lines.cells(), length_of(lines));
     list->begin_editing();
     list->set_name(name);
-    for (int i = 0; i < lines_read.count(); ++i) list->put(lines_read[i], i);
     list->set_with_colors(with_colors);
     list->set_with_normals(with_normals);
     list->set_with_textures(with_textures);
@@ -316,7 +276,7 @@ static WDB_Line_List* new_line_list(const char* name, bool with_colors, bool wit
 }
 
 // Appends the last line, with normals that are good.
-static void append_line(const WDB_Lex_Context& lex) {
+static void append_line(const WDB_Lex_Context& lex, Plain_Array<WDB_Line>& lines) {
     const float floor = 1e-5f;
     WDB_Line line = lex.get_last_line();
     switch (mend_normals<2>({&line.n0, &line.n1}, floor)) {
@@ -329,28 +289,28 @@ static void append_line(const WDB_Lex_Context& lex) {
     case AS_THEY_ARE:
         break;
     }
-    lines_read.append(line);
+    lines.push(line);
 }
 
 void try_get_linelist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("linelist")) return;
     bool any_colored = false, any_lighted = false, any_textured = false;
-    lines_read.wipe_out();
+    Plain_Array<WDB_Line>& lines = sym.lines();
     while (lex.try_get_line("line", sym.get_unit_factor())) {
         // Those of lines that are dropped count, too.
         any_colored |= lex.get_last_line_is_colored();
         any_lighted |= lex.get_last_line_is_lighted();
         any_textured |= lex.get_last_line_is_textured();
-        append_line(lex);
+        append_line(lex, lines);
     }
     check_close(lex, "Unknown linelist field");
-    if (lines_read.count() == 0) {
+    if (lines.count() == 0) {
         lex.show_error("empty line list or skipped all lines");
     } else {
         sym.put_geometry(
-            new_line_list(lex.get_last_header(), any_colored, any_lighted, any_textured));
+            new_line_list(lex.get_last_header(), lines, any_colored, any_lighted, any_textured));
     }
-    lines_read.wipe_out();
+    lines.wipe_out(most_kept);
 }
 
 // The first name of a reference list, of which only one counts.

@@ -100,72 +100,73 @@ private:
     void write_counter(const char* title, long long count);
     void write_counters();
 
-    const char* path = nullptr; // of the scene
-    Scene_Buffer out;
-    Hash_Table<WDB_Obj*, const char*> saved_objects;
-    Scene_Names saved_names;
-    int camera_count = 0;
-    int light_count = 0;
-    int shape_count = 0;
-    int material_count = 0;
-    int texture_count = 0;
-    long long triangle_count = 0; // many nodes share a mesh: the sum outgrows an int
-    bool textures_are_saved = true;
-    const WDB_Obj* object = nullptr;   // that is being written, until it is told to be unreadable
-    const char* object_name = nullptr; // its name in the file
-    bool are_shapes = false;           // the walk is that of the shapes
-    std::size_t line_length = 0; // of the triangle that is being written, all its rows together
+    const char* path_ = nullptr; // of the scene
+    Scene_Buffer out_;
+    Hash_Table<WDB_Obj*, const char*> saved_objects_;
+    Scene_Names saved_names_;
+    int camera_count_ = 0;
+    int light_count_ = 0;
+    int shape_count_ = 0;
+    int material_count_ = 0;
+    int texture_count_ = 0;
+    long long triangle_count_ = 0; // many nodes share a mesh: the sum outgrows an int
+    bool textures_are_saved_ = true;
+    const WDB_Obj* object_ = nullptr;   // that is being written, until it is told to be unreadable
+    const char* object_name_ = nullptr; // its name in the file
+    bool are_shapes_ = false;           // the walk is that of the shapes
+    std::size_t line_length_ = 0; // of the triangle that is being written, all its rows together
 
     // Nodes between the walk and the file. Those of a large world lie far from the processor's
     // cache: asked for a few turns ahead, they are at hand when their turn comes.
     static const unsigned int queue_length = 8;
-    const WDB_Node* queue[queue_length];
-    unsigned int queued = 0, dequeued = 0; // nodes so far; their difference is at most queue_length
+    const WDB_Node* queue_[queue_length];
+    unsigned int queued_ = 0,
+                 dequeued_ = 0; // nodes so far; their difference is at most queue_length
 };
 
 } // namespace
 
 bool Scene_Writer::is_saved(const WDB_Obj* obj) {
-    return saved_objects.has(const_cast<WDB_Obj*>(obj));
+    return saved_objects_.has(const_cast<WDB_Obj*>(obj));
 }
 
 // Requires: is_saved(obj).
 const char* Scene_Writer::saved_name(const WDB_Obj* obj) {
-    saved_objects.find(const_cast<WDB_Obj*>(obj));
-    return *saved_objects.found_item();
+    saved_objects_.find(const_cast<WDB_Obj*>(obj));
+    return *saved_objects_.found_item();
 }
 
 // Gives `obj` a name that this file does not hold yet.
 // Lifetime of the name: to the next object.
 const char* Scene_Writer::begin_object(const WDB_Obj* obj) {
-    object = obj;
-    object_name = obj->get_name() ? saved_names.unused(obj->get_name())
-                                  : saved_names.unused_numbered(obj->get_dynamic_class_name());
-    check_name(object_name);
-    return object_name;
+    object_ = obj;
+    object_name_ = obj->get_name() ? saved_names_.unused(obj->get_name())
+                                   : saved_names_.unused_numbered(obj->get_dynamic_class_name());
+    check_name(object_name_);
+    return object_name_;
 }
 
 const char* Scene_Writer::register_saved(const WDB_Obj* obj) {
     begin_object(obj);
-    if (object_name != obj->get_name()) object_name = str_new(object_name);
-    saved_objects.put(object_name, const_cast<WDB_Obj*>(obj));
-    return object_name;
+    if (object_name_ != obj->get_name()) object_name_ = str_new(object_name_);
+    saved_objects_.put(object_name_, const_cast<WDB_Obj*>(obj));
+    return object_name_;
 }
 
 // Shapes, of which a world may have millions, are not kept: they come last and each once, and
 // nothing refers to them.
 const char* Scene_Writer::register_node(const WDB_Node* node) {
-    return are_shapes ? begin_object(node) : register_saved(node);
+    return are_shapes_ ? begin_object(node) : register_saved(node);
 }
 
 // What would not come back from the file is written all the same, but not without a word.
 void Scene_Writer::warn_unreadable(const char* why) {
-    if (!object) return;
+    if (!object_) return;
     std_assert(2,
-               str_format("%s %.100s cannot be read back: %s", object->get_dynamic_class_name(),
-                          object_name, why),
+               str_format("%s %.100s cannot be read back: %s", object_->get_dynamic_class_name(),
+                          object_name_, why),
                __FILE__, __LINE__);
-    object = nullptr; // once
+    object_ = nullptr; // once
 }
 
 void Scene_Writer::check_name(const char* name) {
@@ -179,44 +180,44 @@ void Scene_Writer::check_name(const char* name) {
 
 void Scene_Writer::write_number(float value) {
     if (!std::isfinite(value)) warn_unreadable("a number is infinite or none");
-    out.number(value);
+    out_.number(value);
 }
 
 void Scene_Writer::write_numbers(const float* xyz) {
     for (int i = 0; i < 3; ++i) {
-        if (i > 0) out.text(" ");
+        if (i > 0) out_.text(" ");
         write_number(xyz[i]);
     }
 }
 
 void Scene_Writer::write_color(const char* title, const Color& color) {
     const float rgb[3] = {color.r, color.g, color.b};
-    out.text(title);
+    out_.text(title);
     write_numbers(rgb);
-    out.text("\n");
+    out_.text("\n");
 }
 
 void Scene_Writer::save_material(const WDB_Material* material) {
     if (is_saved(material)) return;
     const char* const name = register_saved(material);
-    ++material_count;
-    out.text("Material ").text(name).text(" {\n");
+    ++material_count_;
+    out_.text("Material ").text(name).text(" {\n");
     write_color("  Ambient   ", material->get_ambient());
     write_color("  Diffuse   ", material->get_diffuse());
     write_color("  Emission  ", material->get_emission());
     write_color("  Specular  ", material->get_specular());
-    out.text("  Shininess ");
+    out_.text("  Shininess ");
     write_number(material->get_shininess());
-    out.text("\n  Alpha     ");
+    out_.text("\n  Alpha     ");
     write_number(material->get_alpha());
-    out.text("\n}\n\n");
+    out_.text("\n}\n\n");
 }
 
 void Scene_Writer::save_row(Triangle_Row& row, const float* values, const char* before,
                             const char* after) {
     row.set(values);
-    row.write(out, before, after);
-    line_length += row.length() + std::strlen(before);
+    row.write(out_, before, after);
+    line_length_ += row.length() + std::strlen(before);
     if (!row.is_finite()) warn_unreadable("a number is infinite or none");
 }
 
@@ -228,23 +229,23 @@ void Scene_Writer::save_triangle(const WDB_Triangle& triangle, bool with_colors)
     // Texture points often are the normals once more, so the row of the colours must not come
     // between the two.
     Triangle_Row row, colors;
-    line_length = 0;
+    line_length_ = 0;
     save_row(row, rows[0], "  Triangle   p ", "\\\n");
     save_row(row, rows[1], "  n ", "\\\n");
     if (with_colors) save_row(colors, rows[2], "  c ", "\\\n");
     save_row(row, rows[3], "  t ", "\n");
     // The reader joins the rows and drops the blanks in front of each.
     const std::size_t blanks = with_colors ? 8 : 6;
-    if (line_length - blanks > WDB_Lex_Context::LONGEST_LINE)
+    if (line_length_ - blanks > WDB_Lex_Context::LONGEST_LINE)
         warn_unreadable("a triangle is longer than a line");
 }
 
 void Scene_Writer::save_trilist(const WDB_Tri_List* list) {
     if (is_saved(list)) return;
     const char* const name = register_saved(list);
-    out.text("TriangleList ").text(name).text(" {\n");
+    out_.text("TriangleList ").text(name).text(" {\n");
     for (int i = 0; i < list->count(); ++i) save_triangle((*list)[i], list->get_with_colors());
-    out.text("}\n\n");
+    out_.text("}\n\n");
 }
 
 void Scene_Writer::save_geometry(const WDB_Geometry* geometry) {
@@ -255,8 +256,8 @@ void Scene_Writer::save_geometry(const WDB_Geometry* geometry) {
     if (is_saved(geometry)) return;
     // Named all the same: nodes refer to it, and the reader then tells that it is missing.
     register_saved(geometry);
-    out.text("!!! Unable to save geometry ").text(geometry->get_printable_name());
-    out.text(" of class ").text(geometry->get_dynamic_class_name()).text("\n\n");
+    out_.text("!!! Unable to save geometry ").text(geometry->get_printable_name());
+    out_.text(" of class ").text(geometry->get_dynamic_class_name()).text("\n\n");
 }
 
 void Scene_Writer::save_transform(const HFrame& transform) {
@@ -264,33 +265,33 @@ void Scene_Writer::save_transform(const HFrame& transform) {
     // fourth column is always that of an affine frame there, and not written.
     const char* const ends[4] = {" \\\n", " \\\n", " \\\n", "   \n"};
     for (int i = 0; i < 4; ++i) {
-        out.text(i == 0 ? "  Frame m " : "          ");
+        out_.text(i == 0 ? "  Frame m " : "          ");
         write_numbers(transform[i].to_c());
-        out.text(ends[i]);
+        out_.text(ends[i]);
     }
 }
 
 // The levels of detail, of which the first counts.
 void Scene_Writer::save_levels(const WDB_Node* node) {
     if (node->lod_count() == 0) return;
-    out.text("  Geometry ");
+    out_.text("  Geometry ");
     std::size_t length = std::strlen("Geometry ");
     for (int i = 0; i < node->lod_count(); ++i) {
         const char* const name = saved_name(node->lod_item(i));
-        out.text(" ").text(name);
+        out_.text(" ").text(name);
         length += 1 + std::strlen(name);
     }
-    out.text("\n");
+    out_.text("\n");
     if (length > WDB_Lex_Context::LONGEST_LINE ||
         node->lod_count() > WDB_Lex_Context::MOST_REFERENCES)
         warn_unreadable("it has too many levels of detail for a line");
     // Again for each node that shows the list: the count is of what is seen, not of what is stored.
     if (const WDB_Tri_List* list = WDB_Tri_List::const_castdown(node->get_geometry()))
-        triangle_count += list->count();
+        triangle_count_ += list->count();
 }
 
 void Scene_Writer::save_string(const char* keyword, const char* text) {
-    out.text("  ").text(keyword).text(" \"").text(text).text("\"\n");
+    out_.text("  ").text(keyword).text(" \"").text(text).text("\"\n");
     // There is no escape in strings: the reader ends one at the first quote.
     const std::size_t length = std::strcspn(text, "\"\n");
     if (length == 0 || text[length] != '\0' || length > WDB_Lex_Context::LONGEST_NAME)
@@ -301,9 +302,9 @@ void Scene_Writer::save_string(const char* keyword, const char* text) {
 void Scene_Writer::save_node_common(const WDB_Node* node) {
     save_transform(node->get_transform());
     if (const WDB_Material* material = node->get_material())
-        out.text("  Material ").text(saved_name(material)).text("\n");
+        out_.text("  Material ").text(saved_name(material)).text("\n");
     if (const WDB_Texture* texture = node->get_texture())
-        out.text("  Texture ").text(saved_name(texture)).text("\n");
+        out_.text("  Texture ").text(saved_name(texture)).text("\n");
     save_levels(node);
     if (const Std_URL* url = node->get_url()) {
         save_string("URL", url->get_url_string());
@@ -314,44 +315,44 @@ void Scene_Writer::save_node_common(const WDB_Node* node) {
 void Scene_Writer::save_node_body(const WDB_Node* node) {
     if (is_saved(node)) return;
     const char* const name = register_node(node);
-    ++shape_count;
-    out.text("Node ").text(name).text(" {\n");
+    ++shape_count_;
+    out_.text("Node ").text(name).text(" {\n");
     save_node_common(node);
-    out.text("}\n\n");
+    out_.text("}\n\n");
 }
 
 void Scene_Writer::save_camera_body(const WDB_Camera* camera) {
     if (is_saved(camera)) return;
     const char* const name = register_node(camera);
-    ++camera_count;
-    out.text("Camera ").text(name).text(" {\n");
+    ++camera_count_;
+    out_.text("Camera ").text(name).text(" {\n");
     save_node_common(camera);
     const Matrix4& projection = camera->get_projection();
     if (projection.is_std_perspective()) {
         const float planes_and_ipd[3] = {projection.near_from_std_perspective(),
                                          projection.far_from_std_perspective(), camera->get_ipd()};
-        out.text("  Perspective ");
+        out_.text("  Perspective ");
         write_number(rad_to_deg(projection.fov_from_std_perspective()));
         // A ratio, which the reader passes over: the aspect is the picture's and not the camera's.
-        out.text(" 1.0 ");
+        out_.text(" 1.0 ");
         write_numbers(planes_and_ipd);
-        out.text("\n");
+        out_.text("\n");
     } else {
         // A comment, so that the camera is read with the default projection.
-        out.text("# Not standard perspective - ignored\n");
+        out_.text("# Not standard perspective - ignored\n");
     }
-    out.text("}\n\n");
+    out_.text("}\n\n");
 }
 
 void Scene_Writer::save_light_body(const WDB_Light* light) {
     if (is_saved(light)) return;
     const char* const name = register_node(light);
-    ++light_count;
-    out.text("Light ").text(name).text(" {\n");
+    ++light_count_;
+    out_.text("Light ").text(name).text(" {\n");
     save_node_common(light);
-    out.text("  Angle ");
+    out_.text("  Angle ");
     write_number(rad_to_deg(light->get_angle()));
-    out.text("\n}\n\n");
+    out_.text("\n}\n\n");
 }
 
 // Images land in the working directory or below it: a name that was read from a scene must not
@@ -384,7 +385,7 @@ static std::string name_from(const char* scene, const char* source) {
 // from: nothing is to take the place of a file that the user may still mend.
 void Scene_Writer::save_image(PX_Map* image, const char* name) {
     if (!image->is_complete()) {
-        save_string("Image", name_from(path, image->get_source()).c_str());
+        save_string("Image", name_from(path_, image->get_source()).c_str());
         std_assert(2, str_format("Image %s was not read and is not written", image->get_source()),
                    __FILE__, __LINE__);
         return;
@@ -397,19 +398,19 @@ void Scene_Writer::save_image(PX_Map* image, const char* name) {
     if (leads_out(file_name)) {
         std_assert(2, str_format("Image %s would lie outside of this folder", file_name), __FILE__,
                    __LINE__);
-        textures_are_saved = false;
+        textures_are_saved_ = false;
     } else if (!image->save(file_name)) {
-        textures_are_saved = false;
+        textures_are_saved_ = false;
     }
 }
 
 void Scene_Writer::save_texture(const WDB_Texture* texture) {
     if (is_saved(texture)) return;
     const char* const name = register_saved(texture);
-    ++texture_count;
-    out.text("Texture ").text(name).text(" {\n");
+    ++texture_count_;
+    out_.text("Texture ").text(name).text(" {\n");
     if (texture->get_image()) save_image(texture->get_image(), name);
-    out.text("}\n\n");
+    out_.text("}\n\n");
 }
 
 void Scene_Writer::save_body(const WDB_Node* node) {
@@ -455,31 +456,31 @@ static void fetch(const WDB_Node* node) {
 
 void Scene_Writer::save_first_in_queue() {
     // The counts may wrap around: queue_length divides their range.
-    save_node(queue[dequeued++ % queue_length]);
+    save_node(queue_[dequeued_++ % queue_length]);
 }
 
 void Scene_Writer::enqueue(const WDB_Node* node) {
-    if (queued - dequeued == queue_length) save_first_in_queue();
-    queue[queued++ % queue_length] = node;
+    if (queued_ - dequeued_ == queue_length) save_first_in_queue();
+    queue_[queued_++ % queue_length] = node;
     fetch(node);
     // Half way through the queue the node itself has arrived, so that its name can be asked for.
-    if (queued - dequeued > queue_length / 2)
-        __builtin_prefetch(queue[(queued - queue_length / 2) % queue_length]->get_name());
+    if (queued_ - dequeued_ > queue_length / 2)
+        __builtin_prefetch(queue_[(queued_ - queue_length / 2) % queue_length]->get_name());
 }
 
 void Scene_Writer::write_counter(const char* title, long long count) {
-    out.text(title).integer(count).text("\n");
+    out_.text(title).integer(count).text("\n");
 }
 
 void Scene_Writer::write_counters() {
-    out.text("\n\n# -- \n");
-    write_counter("# -- Number of cameras        :  ", camera_count);
-    write_counter("# -- Number of lights         :  ", light_count);
-    write_counter("# -- Number of shapes         :  ", shape_count);
-    write_counter("# -- Number of LOD 0 triangles:  ", triangle_count);
-    write_counter("# -- Number of materials      :  ", material_count);
-    write_counter("# -- Number of textures       :  ", texture_count);
-    out.text("# -- \n# -- End of file\n");
+    out_.text("\n\n# -- \n");
+    write_counter("# -- Number of cameras        :  ", camera_count_);
+    write_counter("# -- Number of lights         :  ", light_count_);
+    write_counter("# -- Number of shapes         :  ", shape_count_);
+    write_counter("# -- Number of LOD 0 triangles:  ", triangle_count_);
+    write_counter("# -- Number of materials      :  ", material_count_);
+    write_counter("# -- Number of textures       :  ", texture_count_);
+    out_.text("# -- \n# -- End of file\n");
 }
 
 // The reason first: a long path is cut.
@@ -490,25 +491,25 @@ static int warn_unwritten(const char* path) {
 }
 
 int Scene_Writer::save(WDB_Database& world, const char* target) {
-    path = target;
+    path_ = target;
     Std_Output_File file;
-    if (!file.open(path, Std_Output_File::FOLLOW_LINKS)) return warn_unwritten(path);
-    out.open(file.descriptor());
-    out.text("# -- File ").text(path).text(" generated by wdb_save\n\n");
+    if (!file.open(path_, Std_Output_File::FOLLOW_LINKS)) return warn_unwritten(path_);
+    out_.open(file.descriptor());
+    out_.text("# -- File ").text(path_).text(" generated by wdb_save\n\n");
     const WDB_Apply_Callback enqueue_node = [](SUniv* user, const WDB_Node* node, const Bbox&) {
         Conv<Scene_Writer*>::from_univ(user)->enqueue(node);
         return false;
     };
     world.apply_to_nodes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
-    while (dequeued != queued) save_first_in_queue();
+    while (dequeued_ != queued_) save_first_in_queue();
     // The queue is empty here, so that no other node is taken for a shape.
-    are_shapes = true;
+    are_shapes_ = true;
     world.apply_to_shapes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
-    while (dequeued != queued) save_first_in_queue();
+    while (dequeued_ != queued_) save_first_in_queue();
     write_counters();
     // Writes are not looked at one by one: the buffer keeps the first that failed.
-    if (!out.flush() || !file.commit()) return warn_unwritten(path);
-    return textures_are_saved ? 0 : EOF;
+    if (!out_.flush() || !file.commit()) return warn_unwritten(path_);
+    return textures_are_saved_ ? 0 : EOF;
 }
 
 int wdb_save(WDB_Database& world, const char* path) {

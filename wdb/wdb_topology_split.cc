@@ -6,10 +6,10 @@
 #include <functional>
 #include <queue>
 #include <span>
-#include <vector>
 
 #include "base/Gap_List.h"
 #include "base/Hash_Table.h"
+#include "std/Std_Allocator.h"
 #include "std/Std_Common.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
@@ -45,10 +45,10 @@ public:
     // Once through all that are left. True if the component has grown.
     bool sweep();
     // The triangles in the order of joining.
-    const std::vector<int>& component() const { return component_; }
+    const Std_Plain_Vector<int>& component() const { return component_; }
 
 private:
-    using Heap = std::priority_queue<int, std::vector<int>, std::greater<int>>;
+    using Heap = std::priority_queue<int, Std_Plain_Vector<int>, std::greater<int>>;
     // A triangle with corners in a hub and in another group, or in the hub once more.
     struct Spoke {
         int hub, other, triangle;
@@ -75,14 +75,15 @@ private:
 
     const WDB_Tri_List& list_;
     const Corner_Groups groups_;
-    Point_Table points_;                    // used only if there are tangled groups
-    std::vector<std::uint8_t> is_joined_;   // each triangle, to any component
-    std::vector<std::uint8_t> is_queued_;   // each triangle, in a heap
-    std::vector<std::uint8_t> is_in_;       // each group with a corner in the component
-    std::vector<std::vector<int>> waiting_; // corners, for each group, if some are tangled
-    std::vector<std::uint8_t> is_waiting_;  // each corner, if some are tangled
-    std::vector<Spoke> spokes_;             // in order
-    std::vector<int> component_, groups_in_;
+    Point_Table points_;                       // used only if there are tangled groups
+    Std_Plain_Vector<std::uint8_t> is_joined_; // each triangle, to any component
+    Std_Plain_Vector<std::uint8_t> is_queued_; // each triangle, in a heap
+    Std_Plain_Vector<std::uint8_t> is_in_;     // each group with a corner in the component
+    Std_Plain_Vector<Std_Plain_Vector<int>>
+        waiting_;                               // corners, for each group, if some are tangled
+    Std_Plain_Vector<std::uint8_t> is_waiting_; // each corner, if some are tangled
+    Std_Plain_Vector<Spoke> spokes_;            // in order
+    Std_Plain_Vector<int> component_, groups_in_;
     Heap now_, later_;
     int first_left_ = 0;
     int at_ = INT_MAX; // the triangle that has come by last, or the end
@@ -230,7 +231,7 @@ bool Component_Grower::has_two(int triangle, Has has_corner) {
 
 } // namespace
 
-static WDB_Tri_List* part_of(const WDB_Tri_List& list, const std::vector<int>& component) {
+static WDB_Tri_List* part_of(const WDB_Tri_List& list, const Std_Plain_Vector<int>& component) {
     auto* const part = new WDB_Tri_List(static_cast<int>(component.size()));
     part->begin_editing();
     part->set_with_colors(list.get_with_colors());

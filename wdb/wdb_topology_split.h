@@ -3,10 +3,11 @@
 //     wdb_topology_split(world);       // each piece is now a shape with a place of its own
 //
 // Each shape whose only level of detail is a triangle list of several pieces is replaced by one
-// copy of its node for each piece, of the same class, name, transform, material and texture, with
-// an equal URL of its own. Copies of lights are on; copies of cameras have no eye distance. Lists
-// that several nodes show are cut once, and the parts are shared as the list was. The lists
-// themselves stay as they are; parts bear their names.
+// copy of its node for each piece, of the same name, transform, material and texture, with an equal
+// URL of its own. A copy is a WDB_Camera, a WDB_Light or a WDB_Node, also of a node of a class
+// derived from these. Copies of lights are on; copies of cameras have no eye distance. Lists that
+// several nodes show are cut once, and the parts are shared as the list was. The lists themselves
+// stay as they are; parts bear their names.
 //
 // Two triangles are connected if at least two corners of one are corners of the piece that the
 // other belongs to, where corners are equal in the sense of pnt_equal. In a part the triangles

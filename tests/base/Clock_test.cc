@@ -27,11 +27,7 @@ static std::string text_of(Clock& clock) {
 TEST(Clock, adds_up_the_periods_in_which_it_runs) {
     ASSERT_EQ(sysconf(_SC_CLK_TCK), 100) << "a tick is 10 ms";
     Clock clock;
-    const struct {
-        void (Clock::*act)();
-        int real, user, system; // pass then
-        const char* shown;
-    } rows[] = {
+    const std::tuple<void (Clock::*)(), int, int, int, const char*> rows[] = {
         {nullptr, 3, 2, 1, "(stopped) real 0 ms user 0 ms"},
         {&Clock::start, 0, 0, 0, "(running) real 0 ms user 0 ms"},
         {nullptr, 50, 20, 10, "(running) real 500 ms user 300 ms"},
@@ -45,10 +41,10 @@ TEST(Clock, adds_up_the_periods_in_which_it_runs) {
         {&Clock::terminate, 1, 1, 1, "(stopped) real 0 ms user 0 ms"},
         {&Clock::start, 4, 3, 0, "(running) real 40 ms user 30 ms"},
     };
-    for (auto& r : rows) {
-        if (r.act) (clock.*r.act)();
-        pass(r.real, r.user, r.system);
-        EXPECT_EQ(text_of(clock), std::string("Clock ") + r.shown + "\n") << &r - rows;
+    for (auto& [act, real, user, system, told] : rows) {
+        if (act) (clock.*act)();
+        pass(real, user, system);
+        EXPECT_EQ(text_of(clock), std::string("Clock ") + told + "\n");
     }
     pass(1, 1, 0);
     Clock copy(clock), assigned;

@@ -163,21 +163,17 @@ TEST_F(Image_test, refusals) {
     const std::string good = bytes();
     EXPECT_EQ(errors, "img_seek: row number out of range\nimg_seek: row number out of range\n");
 
-    const struct {
-        const char* row;
-        std::string text;
-        const char *mode, *error;
-    } rows[] = {
+    const std::tuple<const char*, std::string, const char*, const char*> rows[] = {
         {"r+", good, "r+", "iopen: read/write mode not supported\n"},
         {"short header", good.substr(0, 151), "r", "iopen: error on read of image header\n"},
         {"no tables", good.substr(0, 520), "r", "iopen: error on read of rowstart\n"},
         {"not an image", std::string(512, 'x'), "r", "iopen: bad magic in image file 7878\n"},
     };
-    for (const auto& r : rows) {
+    for (const auto& [name, text, mode, error] : rows) {
         errors.clear();
-        put_bytes(r.text);
-        EXPECT_EQ(iopen(path.c_str(), r.mode), nullptr) << r.row;
-        EXPECT_EQ(errors, r.error) << r.row;
+        put_bytes(text);
+        EXPECT_EQ(iopen(path.c_str(), mode), nullptr) << name;
+        EXPECT_EQ(errors, error) << name;
     }
     errors.clear();
     EXPECT_EQ(iopen("/no/such/folder/x", "w", RLE(1), 1, 1), nullptr);

@@ -15,12 +15,13 @@ static bool is_list(const Std_Obj*) {
 }
 #endif
 
-int main() {
+int main(int, char** others) {
+    while (*++others) dlopen(*others, RTLD_NOW);
     // By a thread that does not live as long as the plugin.
     void* plugin = nullptr;
     std::thread([&plugin] { plugin = dlopen("./plugin.so", RTLD_NOW); }).join();
     if (!plugin) return std::puts("no plugin");
-    reinterpret_cast<void (*)()>(dlsym(plugin, "plugin_works"))();
+    if (!reinterpret_cast<bool (*)()>(dlsym(plugin, "plugin_works"))()) return std::puts("fails");
     const auto make = reinterpret_cast<const Std_Obj* (*)(int)>(dlsym(plugin, "plugin_object"));
     const auto knows =
         reinterpret_cast<bool (*)(const Std_Obj*, const Std_Obj*)>(dlsym(plugin, "plugin_knows"));

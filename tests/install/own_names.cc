@@ -11,7 +11,7 @@ using GC = struct Of_The_Window_System*;
 
 #include <nolt/nolt.h>
 
-#if NOLT_VERSION_MAJOR * 100 + NOLT_VERSION_MINOR < 1
+#if NOLT_VERSION_MAJOR * 100 + NOLT_VERSION_MINOR < 2
 #error "no version"
 #endif
 

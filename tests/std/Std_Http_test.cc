@@ -42,7 +42,8 @@ int clock_gettime(clockid_t clock, timespec* time) noexcept {
     return 0;
 }
 int poll(pollfd* channel, nfds_t count, int milliseconds) {
-    if (!script) return static_cast<int>(syscall(SYS_poll, channel, count, milliseconds));
+    const timespec real = {milliseconds / 1000, milliseconds % 1000 * 1000000L};
+    if (!script) return ppoll(channel, count, milliseconds < 0 ? nullptr : &real, nullptr);
     double never = 1e9;
     auto& steps = script->steps;
     double& left = !script->sent.ends_with('\n') ? script->writable

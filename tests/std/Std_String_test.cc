@@ -157,6 +157,13 @@ TEST(Std_String, views) {
     EXPECT_TRUE(fresh.at(1, 3).contains("ill") && !fresh.at(1, 3).contains('f'));
 }
 
+TEST(Std_String, positions_are_numbers_of_any_type) {
+    const Std_String x = "abc";
+    const std::size_t one = std::strlen("a");
+    EXPECT_TRUE(x.from(one) == "bc" && x.after(1u) == "c" && x.before(one) == "a" &&
+                x.through(1L) == "ab" && x.at(one, 1) == "b" && x.from('c') == "c");
+}
+
 TEST(Std_String, matching) {
     const Std_String x = "abab";
     EXPECT_EQ(shown(x.freq("ab"), Std_String("aaa").freq('a'), Std_String("aaa").freq("aa")),
@@ -187,6 +194,8 @@ TEST(Std_String, order) {
     };
     const Name name("abcd"), same("abcd");
     EXPECT_TRUE(name == text && text == name && name == same && name == x && !(name != text));
+    EXPECT_TRUE("abcd" == x && text == x.at(0, 4) && text != x.at(0, 3) && x.at(0, 4) == x);
+    EXPECT_TRUE(Std_String() == NULL && !(x == NULL) && x > NULL);
     EXPECT_TRUE(name < "b" && "b" > name && "b" >= x && "a" <= x.at(0, 1) && "a" < x);
 }
 

@@ -95,9 +95,7 @@ TEST(Std_URL, parse) {
 }
 
 TEST(Std_URL, composed_with) {
-    const struct {
-        const char *base, *relative, *should;
-    } rows[] = {
+    const std::tuple<const char*, const char*, const char*> rows[] = {
         {"http://h/d/f.scene", "g.rgb", "http://h:80/d/g.rgb"},
         {"http://h:99/f.scene", "g.rgb", "http://h:99/g.rgb"},
         {"d/f.scene", "g.rgb", "d/g.rgb"},
@@ -108,9 +106,9 @@ TEST(Std_URL, composed_with) {
         {"d/f", "http://h/x", "http://h/x"},
         {"d/f", "file:/x", "file:/x"},
     };
-    for (const auto& r : rows) {
-        const Std_URL relative(r.relative);
-        EXPECT_STREQ(Std_URL(r.base).composed_with(&relative)->get_url_string(), r.should);
+    for (const auto& [base, from_there, should] : rows) {
+        const Std_URL relative(from_there);
+        EXPECT_STREQ(Std_URL(base).composed_with(&relative)->get_url_string(), should);
     }
     const std::string reports = reports_of([] {
         const std::string longest(31000, 'x');
