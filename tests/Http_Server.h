@@ -1,7 +1,5 @@
 // A server in a process of its own, which takes one connection for each exchange, in their order:
-// it waits for the very request, sends the pieces of the answer one by one, and closes. It may also
-// wait for the end of all requests first, take its time for each piece, reset the connection, or
-// wait until the client has gone.
+// it waits for the very request, sends the pieces of the answer one by one, and closes.
 #ifndef TESTS_HTTP_SERVER_H
 #define TESTS_HTTP_SERVER_H
 
@@ -15,11 +13,9 @@
 
 class Http_Server {
 public:
-    enum Manner { PLAIN, WAITS, TRICKLES, RESETS, HOLDS };
     struct Exchange {
         std::string request;
         std::vector<std::string> pieces;
-        Manner manner = PLAIN;
     };
     Http_Server(std::initializer_list<Exchange> exchanges) {
         const int listener = socket(AF_INET, SOCK_STREAM, 0);
@@ -46,19 +42,10 @@ public:
 
 private:
     static void answer(int peer, const Exchange& exchange) {
-        const Manner manner = exchange.manner;
         std::string got(exchange.request.size(), '\0');
-        char more;
-        if (recv(peer, got.data(), got.size(), MSG_WAITALL) > 0 && got == exchange.request &&
-            (manner != WAITS || recv(peer, &more, 1, 0) == 0)) {
-            for (const auto& piece : exchange.pieces) {
-                if (manner == TRICKLES) usleep(20000);
+        if (recv(peer, got.data(), got.size(), MSG_WAITALL) > 0 && got == exchange.request)
+            for (const auto& piece : exchange.pieces)
                 if (send(peer, piece.data(), piece.size(), MSG_NOSIGNAL) < 0) break;
-            }
-        }
-        if (manner == HOLDS) recv(peer, &more, 1, 0);
-        const linger at_once = {1, 0};
-        if (manner == RESETS) setsockopt(peer, SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once);
         close(peer);
     }
     pid_t child_;

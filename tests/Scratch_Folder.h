@@ -7,12 +7,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <iterator>
-#include <string>
 #include <sys/wait.h>
 
-#include "tests/Reports.h"
+#include "tests/Test.h"
 
 class Scratch_Folder_Test : public ::testing::Test {
 protected:
@@ -43,10 +41,18 @@ protected:
         std::ifstream in(name, std::ios::binary);
         return std::string(std::istreambuf_iterator<char>(in), {});
     }
+    // Gives the status of a tool, or -1 after a signal, and keeps what it says.
+    int run(const std::string& command, const char* streams = " >out 2>err </dev/null") {
+        const int result = std::system((command + streams).c_str());
+        out = file("out");
+        err = file("err");
+        return WIFEXITED(result) && WEXITSTATUS(result) < 128 ? WEXITSTATUS(result) : -1;
+    }
 
     const std::string usual = ::testing::TempDir(); // for tests that come later
     std::filesystem::path home;
     std::ptrdiff_t open_at_start;
+    std::string out, err;
 };
 
 #endif

@@ -1,11 +1,8 @@
 #include "base/Gap_List.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <climits>
-#include <random>
-#include <vector>
+
+#include "tests/Test.h"
 
 struct Record {
     int id;
@@ -24,25 +21,21 @@ static Record record(int id) {
 
 // A list and a vector, driven by the same steps at places that wander.
 TEST(Gap_List, reads_as_a_vector_after_each_step) {
-    const struct {
-        const char* row;
-        int spread;   // greatest distance from one place to the next
-        int removals; // of 10 steps
-    } rows[] = {{"one place, growing", 0, 0},
-                {"near places", 2, 4},
-                {"anywhere", INT_MAX / 2, 4},
-                {"mostly removals", 3, 6}};
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.row);
+    const std::tuple<const char*, int, int> rows[] = {{"one place, growing", 0, 0},
+                                                      {"near places", 2, 4},
+                                                      {"anywhere", INT_MAX / 2, 4},
+                                                      {"mostly removals", 3, 6}};
+    for (const auto& [row, spread, removals] : rows) {
+        SCOPED_TRACE(row);
         std::mt19937 random(7);
         Gap_List<Record> list;
         std::vector<int> twin;
         int place = 0;
         for (int step = 0; step < 1500; ++step) {
             const int n = static_cast<int>(twin.size());
-            const int to = place + static_cast<int>(random() % (2u * r.spread + 1)) - r.spread;
+            const int to = place + static_cast<int>(random() % (2u * spread + 1)) - spread;
             place = n == 0 ? 0 : std::clamp(to, 0, n);
-            if (n > 0 && static_cast<int>(random() % 10) < r.removals) {
+            if (n > 0 && static_cast<int>(random() % 10) < removals) {
                 place = std::min(place, n - 1);
                 list.remove(place);
                 twin.erase(twin.begin() + place);
@@ -81,18 +74,13 @@ TEST(Gap_List, can_be_used_again_after_wipe_out) {
     list.insert_last(record(9));
     EXPECT_EQ(ids(list), std::vector<int>{9});
     EXPECT_EQ(&list[0], first) << "the cells should stay";
-}
-
-TEST(Gap_List, copies_have_cells_of_their_own) {
-    Gap_List<Record> list;
-    for (int i = 0; i < 6; ++i) list.insert(record(i), 0);
+    // Copies have cells of their own.
+    for (int i = 0; i < 5; ++i) list.insert(record(i), 0);
     Gap_List<Record> copy(list), assigned;
     assigned.insert_last(record(8));
     assigned = list;
     list.remove(0);
-    const std::vector<int> should{5, 4, 3, 2, 1, 0};
-    EXPECT_EQ(ids(copy), should);
-    EXPECT_EQ(ids(assigned), should);
     assigned = *&assigned;
-    EXPECT_EQ(ids(assigned), should);
+    const std::vector<int> should{4, 3, 2, 1, 0, 9};
+    EXPECT_TRUE(ids(copy) == should && ids(assigned) == should);
 }

@@ -2,9 +2,7 @@
 
 #include <bit>
 #include <fcntl.h>
-#include <random>
 #include <unistd.h>
-#include <vector>
 
 #include "images/image_internal.h"
 #include "tests/Scratch_Folder.h"
@@ -42,22 +40,21 @@ static std::string packets(const std::vector<unsigned char>& values) {
 }
 
 TEST(Image_rle, packets) {
-    const std::vector<unsigned char> run(300, 'x');
-    EXPECT_EQ(packets(run), "\x7Ex\x7Ex\x30x\0"s);
-    EXPECT_EQ(packets({'a', 'b', 'c', 'd'}), "\x82"s
-                                             "ab\1c\1d\0"s);
-    EXPECT_EQ(packets({'a', 'a', 'b', 'c', 'd', 'd', 'd', 'e'}), "\x84"s
-                                                                 "aabc\3d\1e\0"s);
-    EXPECT_EQ(packets({'a'}), "\1a\0"s);
-    EXPECT_EQ(packets({}), "\0"s);
+    const std::pair<std::vector<unsigned char>, std::string> rows[] = {
+        {std::vector<unsigned char>(300, 'x'), "\x7Ex\x7Ex\x30x\0"s},
+        {{'a', 'b', 'c', 'd'}, "\x82\x61\x62\1c\1d\0"s},
+        {{'a', 'a', 'b', 'c', 'd', 'd', 'd', 'e'}, "\x84\x61\x61\x62\x63\3d\1e\0"s},
+        {{'a'}, "\1a\0"s},
+        {{}, "\0"s},
+        // 127 left are a packet of 126 and one more.
+        {std::vector<unsigned char>(127, 'y'), "\x7Ey\1y\0"s}};
+    for (const auto& [values, should] : rows) EXPECT_EQ(packets(values), should);
+    // 128 values in literal packets of at most 126, then the last two one by one.
     std::vector<unsigned char> counting(130);
     for (std::size_t i = 0; i < counting.size(); ++i) counting[i] = static_cast<unsigned char>(i);
     const std::string long_literal = packets(counting);
-    // 128 values in literal packets of at most 126, then the last two one by one.
-    EXPECT_EQ(long_literal.substr(0, 2), "\xFE\0"s);
-    EXPECT_EQ(long_literal.substr(127), "\x82\x7E\x7F\1\x80\1\x81\0"s);
-    // 127 left are a packet of 126 and one more.
-    EXPECT_EQ(packets(std::vector<unsigned char>(127, 'y')), "\x7Ey\1y\0"s);
+    EXPECT_EQ(long_literal.substr(0, 2) + long_literal.substr(127),
+              "\xFE\0\x82\x7E\x7F\1\x80\1\x81\0"s);
 }
 
 TEST(Image_rle, every_pair_of_sizes_comes_back) {
@@ -78,11 +75,10 @@ TEST(Image_rle, every_pair_of_sizes_comes_back) {
             const int cut = static_cast<int>(random() % static_cast<unsigned>(length + 1));
             img_rle_expand(rle.data(), size, cut, out.data(), 2, count / 2);
             EXPECT_EQ(out[in.size()], 0xAAAA);
-            const std::vector<unsigned char> bytes(in.begin(), in.end());
-            std::vector<unsigned char> bytes_again(in.size());
+            std::vector<unsigned char> bytes(in.begin(), in.end()), again(in.size());
             EXPECT_EQ(img_rle_compact(bytes.data(), 1, rle.data(), size, count), length);
-            img_rle_expand(rle.data(), size, length, bytes_again.data(), 1, count);
-            EXPECT_EQ(bytes_again, bytes);
+            img_rle_expand(rle.data(), size, length, again.data(), 1, count);
+            EXPECT_EQ(again, bytes);
         }
     }
 }
@@ -136,8 +132,7 @@ TEST_F(Image_test, bytes_of_a_file) {
         i_setbyteorder(is_big ? IMAGE_BIG_ENDIAN : IMAGE_NATIVE_ORDER);
         IMAGE* image = open_new(RLE(1), 2, 4, 2, 7);
         Row row = {5, 5, 5, 9};
-        putrow(image, row.data(), 1, 0);
-        putrow(image, row.data(), 1, 0); // again: the first is waste
+        for (int i = 0; i < 2; ++i) putrow(image, row.data(), 1, 0); // the first is waste
         isetcolormap(image, 3);
         iclose(image);
         std::string should;
@@ -145,8 +140,7 @@ TEST_F(Image_test, bytes_of_a_file) {
         for (unsigned value : {5u, 9u, 5u}) should += number(value, 4, is_big); // min, max, waste
         should += "no name" + std::string(73, '\0') + number(3, 4, is_big) + std::string(404, '\0');
         for (unsigned value : {0u, 533u, ~0u, 5u}) should += number(value, 4, is_big);
-        should += "\3\5\1\t\0\3\5\1\t\0"s;
-        EXPECT_EQ(bytes(), should) << is_big;
+        EXPECT_EQ(bytes(), should + "\3\5\1\t\0\3\5\1\t\0"s) << is_big;
     }
 }
 
@@ -169,21 +163,17 @@ TEST_F(Image_test, refusals) {
     const std::string good = bytes();
     EXPECT_EQ(errors, "img_seek: row number out of range\nimg_seek: row number out of range\n");
 
-    const struct {
-        const char* row;
-        std::string text;
-        const char *mode, *error;
-    } rows[] = {
+    const std::tuple<const char*, std::string, const char*, const char*> rows[] = {
         {"r+", good, "r+", "iopen: read/write mode not supported\n"},
         {"short header", good.substr(0, 151), "r", "iopen: error on read of image header\n"},
         {"no tables", good.substr(0, 520), "r", "iopen: error on read of rowstart\n"},
         {"not an image", std::string(512, 'x'), "r", "iopen: bad magic in image file 7878\n"},
     };
-    for (const auto& r : rows) {
+    for (const auto& [name, text, mode, error] : rows) {
         errors.clear();
-        put_bytes(r.text);
-        EXPECT_EQ(iopen(path.c_str(), r.mode), nullptr) << r.row;
-        EXPECT_EQ(errors, r.error) << r.row;
+        put_bytes(text);
+        EXPECT_EQ(iopen(path.c_str(), mode), nullptr) << name;
+        EXPECT_EQ(errors, error) << name;
     }
     errors.clear();
     EXPECT_EQ(iopen("/no/such/folder/x", "w", RLE(1), 1, 1), nullptr);

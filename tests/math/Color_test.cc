@@ -1,10 +1,6 @@
 #include "math/Color.h"
 
-#include <tuple>
-
-#include <gtest/gtest.h>
-
-#include "tests/Bits.h"
+#include "tests/Test.h"
 
 TEST(Color, is_a_point_of_its_space) {
     const Color a(2, -1, 0), b(0, 3, 1), c(1, 1, 1), black(0, 0, 0);

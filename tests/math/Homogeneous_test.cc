@@ -1,11 +1,6 @@
 #include "math/Homogeneous.h"
 
-#include <cmath>
-#include <tuple>
-
-#include <gtest/gtest.h>
-
-#include "tests/Bits.h"
+#include "tests/Test.h"
 
 TEST(Homogeneous, points_and_vectors_convert) {
     const Point p(1, 2, 3);
@@ -62,10 +57,4 @@ TEST(HFrame, products_of_mixed_kinds) {
         {"point, matrix", bits_of(Point(4, 5, 6) * m), bits_of(p * h)},
     };
     for (const auto& [row, does, should] : rows) EXPECT_EQ(does, should) << row;
-}
-
-TEST(Homogeneous, text) {
-    EXPECT_EQ(printed(Homogeneous(1, 2.5f, -3, 0)), "Homogeneous(1,2.5,-3,0)\n");
-    EXPECT_EQ(printed(HFrame::identity()), "HFrame {\n  Vector4(1,0,0,0)\n  Vector4(0,1,0,0)\n"
-                                           "  Vector4(0,0,1,0)\n  Vector4(0,0,0,1)\n}\n");
 }

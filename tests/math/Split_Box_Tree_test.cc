@@ -1,17 +1,11 @@
 #include "math/Split_Box_Tree.h"
 
-#include <algorithm>
-#include <cmath>
-#include <gtest/gtest.h>
 #include <limits>
-#include <random>
-#include <string>
-#include <vector>
 
 #include "math/Box_Probes.h"
 #include "math/Box_Queries.h"
 #include "math/Homogeneous.h"
-#include "tests/Bits.h"
+#include "tests/Test.h"
 #include "tests/math/plain_tree.h"
 
 using Tree = Split_Box_Tree<int>;
@@ -197,49 +191,6 @@ TEST(Split_Box_Tree, probes_let_pass_what_the_exact_tests_let_pass) {
     }
 }
 
-// The yardstick itself. Its order tells which cells there are: entries of child 0 come before those
-// of child 1.
-TEST(Split_Box_Tree, cells_split_along_the_longest_axis_or_into_octants) {
-    const struct {
-        const char* row;
-        Point size;
-        int axis;
-    } rows[] = {{"cube", {2, 2, 2}, 2},    {"x", {3, 2, 2}, 0},       {"x and y", {2, 2, 1}, 1},
-                {"x and z", {2, 1, 2}, 2}, {"y and z", {1, 2, 2}, 2}, {"y", {1, 3, 2}, 1},
-                {"z", {1, 2, 3}, 2}};
-    using Order = std::vector<int>;
-    const auto order_in = [](const Plain_Tree& tree) {
-        stop_after = 0;
-        visited.clear();
-        tree.apply(nullptr, &note);
-        Order order;
-        for (const auto& [item, box] : visited) order.push_back(item);
-        return order;
-    };
-    for (const auto& r : rows)
-        for (int axis = 0; axis < 3; ++axis) {
-            Plain_Tree tree(2, 1, 4, Bbox(Point(0, 0, 0), r.size));
-            // Put from the high end of the axis down: only a split along it turns the order.
-            for (int i = 5; i >= 1; --i) {
-                Point p(r.size.x * .1f, r.size.y * .1f, r.size.z * .1f);
-                p[axis] = r.size[axis] * (static_cast<float>(i) / 6 + .01f);
-                tree.put(Conv<int>::to_univ(i), Bbox(p, p));
-                if (i == 2) {
-                    EXPECT_EQ(order_in(tree), Order({5, 4, 3, 2})) << "not split yet";
-                }
-            }
-            EXPECT_EQ(order_in(tree),
-                      axis == r.axis ? Order({2, 1, 5, 4, 3}) : Order({5, 4, 3, 2, 1}))
-                << r.row << axis;
-        }
-    Plain_Tree octants(8, 4, 4, bounds);
-    for (int i = 7; i >= 0; --i)
-        octants.put(Conv<int>::to_univ(i + 1),
-                    cube_at(i & 1 ? 4 : -4, i & 2 ? 4 : -4, i & 4 ? 4 : -4));
-    EXPECT_EQ(order_in(octants), Order({1, 2, 3, 4, 5, 6, 7, 8}));
-    EXPECT_EQ(bits_of(octants.get_contents_bbox()), bits_of(cube_at(0, 0, 0, 4.5f)));
-}
-
 // Among the cells of this world are such that lie between -0 and 0; the last one tells.
 TEST(Split_Box_Tree, contents_between_two_zeros) {
     Tree tree(8, 3, 2, Bbox(Point(0, -0.0f, 0), Point(1, 4e-45f, 1)));
@@ -309,13 +260,11 @@ TEST(Split_Box_Tree, walks_in_one_another) {
 }
 
 TEST(Split_Box_Tree, class_getters_and_a_bad_split_count) {
-    Tree tree(2, 16, 4, bounds);
-    EXPECT_STREQ(tree.get_dynamic_class_name(), "Split_Box_Tree<T>");
-    EXPECT_TRUE(BSplit_Box_Tree::is_instance(&tree));
-    EXPECT_EQ(bits_of(tree.get_bbox()), bits_of(bounds));
-    EXPECT_EQ(tree.get_node_split_into_n_children(), 2);
-    EXPECT_EQ(tree.get_node_max_level(), 16);
-    EXPECT_EQ(tree.get_node_items_limit(), 4);
+    const Tree tree(2, 16, 4, bounds);
+    EXPECT_TRUE(BSplit_Box_Tree::is_instance(&tree) && bits_of(tree.get_bbox()) == bits_of(bounds));
+    EXPECT_EQ(shown(tree.get_dynamic_class_name(), tree.get_node_split_into_n_children(),
+                    tree.get_node_max_level(), tree.get_node_items_limit()),
+              "Split_Box_Tree<T> 2 16 4 ");
     Tree odd(3, 16, 1, bounds);
     odd.put(1, cube_at(0, 0, 0));
     EXPECT_EXIT(odd.put(2, cube_at(0, 0, 0)), ::testing::KilledBySignal(SIGABRT), "");

@@ -2,12 +2,11 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <gtest/gtest.h>
-#include <string>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "std/Std_Env.h"
+#include "tests/Test.h"
 
 static std::string report(int level, const char* message) {
     ::testing::internal::CaptureStderr();
@@ -16,24 +15,26 @@ static std::string report(int level, const char* message) {
 }
 
 TEST(Std_Assert, lines) {
-    EXPECT_EQ(report(0, "Saving Sphere..."), "INFO   : Saving Sphere...\n");
-    EXPECT_EQ(report(1, "value"), "DEBUG  : value\n");
-    EXPECT_EQ(report(2, "Bad"), "WARNING: Bad in line 12 of file a/b.cc\n");
-    EXPECT_EQ(report(2, nullptr), "WARNING: ? in line 12 of file a/b.cc\n");
-    EXPECT_EQ(report(2, "100%s%n"), "WARNING: 100%s%n in line 12 of file a/b.cc\n");
-    const std::string huge(5000, 'x');
-    EXPECT_EQ(report(2, huge.c_str()), "WARNING: " + huge.substr(0, 1023 - 9) + "\n");
-    // Control characters, of C1 in UTF-8 and alone; other characters of several bytes stay.
-    EXPECT_EQ(report(1, "\x1b]0;x\a\x7f\r \xc2\x9b \x9b \xc3\xa9\t\n\xe2\x80\x9b \xf0\x9f\x80\x80"),
-              "DEBUG  : \\x1b]0;x\\x07\\x7f\\x0d \\xc2\\x9b \\x9b \xc3\xa9\t\n\xe2\x80\x9b "
-              "\xf0\x9f\x80\x80\n");
-    // Cut, longer than needed, no character, past the last one.
-    EXPECT_EQ(
-        report(1, "\xe2\x80|\xe0\x80\x80|\xed\x9f\x80|\xed\xa0\x80|\xf4\x90\x80\x80|\xff\xc2"),
-        "DEBUG  : \xe2\\x80|\xe0\\x80\\x80|\xed\x9f\x80|\xed\xa0\\x80|\xf4\\x90\\x80\\x80|"
-        "\xff\xc2\n");
-    EXPECT_EQ(report(2, "\x1b[31m"), "WARNING: \\x1b[31m in line 12 of file a/b.cc\n");
-    EXPECT_EQ(report(0, huge.c_str()), "INFO   : " + huge.substr(0, 256) + "\n");
+    const std::string in_line = " in line 12 of file a/b.cc\n", huge(5000, 'x');
+    const std::tuple<int, const char*, std::string> rows[] = {
+        {0, "Saving Sphere...", "INFO   : Saving Sphere...\n"},
+        {0, huge.c_str(), "INFO   : " + huge.substr(0, 256) + "\n"},
+        {1, "value", "DEBUG  : value\n"},
+        {2, "Bad", "WARNING: Bad" + in_line},
+        {2, nullptr, "WARNING: ?" + in_line},
+        {2, "100%s%n", "WARNING: 100%s%n" + in_line},
+        {2, huge.c_str(), "WARNING: " + huge.substr(0, 1023 - 9) + "\n"},
+        {2, "\x1b[31m", "WARNING: \\x1b[31m" + in_line},
+        // Control characters, of C1 in UTF-8 and alone; other characters of several bytes stay.
+        {1, "\x1b]0;x\a\x7f\r \xc2\x9b \x9b \xc3\xa9\t\n\xe2\x80\x9b \xf0\x9f\x80\x80",
+         "DEBUG  : \\x1b]0;x\\x07\\x7f\\x0d \\xc2\\x9b \\x9b \xc3\xa9\t\n\xe2\x80\x9b "
+         "\xf0\x9f\x80\x80\n"},
+        // Cut, longer than needed, no character, past the last one.
+        {1, "\xe2\x80|\xe0\x80\x80|\xed\x9f\x80|\xed\xa0\x80|\xf4\x90\x80\x80|\xff\xc2",
+         "DEBUG  : "
+         "\xe2\\x80|\xe0\\x80\\x80|\xed\x9f\x80|\xed\xa0\\x80|\xf4\\x90\\x80\\x80|\xff\xc2\n"},
+    };
+    for (const auto& [level, message, should] : rows) EXPECT_EQ(report(level, message), should);
 }
 
 TEST(Std_Assert, a_report_is_one_write) {
@@ -64,12 +65,7 @@ static void fail_with(const char* assert_level, int error, int level) {
 TEST(Std_Assert_death, endings) {
     // A fresh process per row: the level is read only once in each.
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const struct {
-        const char* assert_level;
-        int error, level;
-        bool aborts;
-        const char* text;
-    } rows[] = {
+    const std::tuple<const char*, int, int, bool, const char*> rows[] = {
         {"0", 0, -1, false, "^FATAL  : Broken in line 12 of file a/b.cc\nExiting...\n$"},
         {"no", ENOENT, -1, false, "b.cc\npossible error: No such file or directory\nExiting"},
         {"1", 0, -1, true, "^FATAL  : Broken in line 12 of file a/b.cc\nDumping core...\n$"},
@@ -77,15 +73,11 @@ TEST(Std_Assert_death, endings) {
         {"0", 0, 5, true, "^Wrong warncode. Dumping core...\n$"},
         {"0", 0, -2, true, "^Wrong warncode. Dumping core...\n$"},
     };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.text);
-        if (r.aborts) {
-            EXPECT_EXIT(fail_with(r.assert_level, r.error, r.level),
-                        ::testing::KilledBySignal(SIGABRT), r.text);
-        } else {
-            EXPECT_EXIT(fail_with(r.assert_level, r.error, r.level), ::testing::ExitedWithCode(1),
-                        r.text);
-        }
+    for (const auto& [assert_level, error, level, aborts, text] : rows) {
+        const auto abort = [](int status) { return ::testing::KilledBySignal(SIGABRT)(status); };
+        const auto exit = [](int status) { return ::testing::ExitedWithCode(1)(status); };
+        const std::function<bool(int)> ending = aborts ? std::function<bool(int)>(abort) : exit;
+        EXPECT_EXIT(fail_with(assert_level, error, level), ending, text);
     }
     EXPECT_EXIT(fail_with("1", 0, 2), ::testing::ExitedWithCode(77), "WARNING: Broken in line 12");
 }

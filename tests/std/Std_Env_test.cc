@@ -2,18 +2,16 @@
 
 #include <climits>
 #include <cstdlib>
-#include <gtest/gtest.h>
-#include <string>
+
+#include "tests/Test.h"
 
 TEST(Std_Env, values) {
-    const struct {
-        const char* value;
-        int should;
-    } rows[] = {{"yes", 1},  {"true", 1},  {"-3", 1}, {"", 1},   {"2", 2},
-                {"12x", 12}, {"false", 0}, {"No", 0}, {"05", 0}, {"99999999999999999999", INT_MAX}};
-    for (const auto& r : rows) {
-        EXPECT_EQ(Std_Env::setenv("NOLT_TEST", r.value, 1), 0);
-        EXPECT_EQ(Std_Env::getenv_value("NOLT_TEST"), r.should) << r.value;
+    const std::tuple<const char*, int> rows[] = {
+        {"yes", 1},  {"true", 1},  {"-3", 1}, {"", 1},   {"2", 2},
+        {"12x", 12}, {"false", 0}, {"No", 0}, {"05", 0}, {"99999999999999999999", INT_MAX}};
+    for (const auto& [value, should] : rows) {
+        EXPECT_EQ(Std_Env::setenv("NOLT_TEST", value, 1), 0);
+        EXPECT_EQ(Std_Env::getenv_value("NOLT_TEST"), should) << value;
     }
     EXPECT_EQ(Std_Env::setenv("NOLT_TEST", "other", 0), 0);
     EXPECT_STREQ(std::getenv("NOLT_TEST"), "99999999999999999999");

@@ -1,11 +1,8 @@
 #include "std/Std_Format.h"
 
 #include <bit>
-#include <cmath>
-#include <cstdint>
-#include <cstdio>
-#include <cstring>
-#include <gtest/gtest.h>
+
+#include "tests/Test.h"
 
 static ::testing::AssertionResult agrees(std::uint32_t bits) {
     const float value = std::bit_cast<float>(bits);

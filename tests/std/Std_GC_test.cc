@@ -1,28 +1,16 @@
 #include "std/Std_GC.h"
 
-#include <algorithm>
-#include <cstdint>
 #include <gc.h>
-#include <gtest/gtest.h>
 #include <memory>
-#include <vector>
 
-#include "std/Std_Common.h"
 #include "std/Std_Messager.h"
 #include "std/Std_Obj.h"
+#include "tests/Test.h"
 
 namespace {
 class Shape : public Std_Obj {
     STD_OBJ_CLASS(Shape, Std_Obj)
     int sides = 0;
-};
-class Disc : public Shape {
-    STD_OBJ_CLASS(Disc, Shape)
-};
-template<class T>
-class Box_Of : public Std_Obj {
-    STD_OBJ_CLASS_NAMED(Box_Of, Std_Obj, "Box_Of<T>")
-    T content;
 };
 
 // Built before the library's own static objects: this file comes first.
@@ -121,37 +109,6 @@ TEST(Std_GC_death, memory_that_is_not_to_be_had_is_a_fatal_report) {
     EXPECT_EXIT(new (GCAtomic) char[std::size_t(1) << 46], ::testing::ExitedWithCode(1),
                 "FATAL  : Out of memory: 70368744177664 bytes are not to be had in line [0-9]+ of "
                 "file std/Std_GC.cc");
-}
-
-TEST(Std_Obj, class_identity) {
-    Shape shape;
-    Disc disc;
-    Std_Obj* as_obj = &disc;
-    EXPECT_STREQ(as_obj->get_dynamic_class_name(), "Disc");
-    EXPECT_TRUE(Shape::is_instance(as_obj));
-    EXPECT_FALSE(Shape::is_direct_instance(as_obj));
-    EXPECT_TRUE(Shape::is_direct_instance(&shape));
-    EXPECT_FALSE(Disc::is_instance(&shape));
-    EXPECT_EQ(Disc::castdown(&shape), nullptr);
-    EXPECT_EQ(Disc::castdown(as_obj), &disc);
-    EXPECT_EQ(Shape::const_castdown(as_obj), &disc);
-    EXPECT_EQ(Disc::castdown(nullptr), nullptr);
-    EXPECT_FALSE(Std_Obj::is_instance(nullptr));
-    EXPECT_TRUE(Disc::has_superclass(Std_Obj::get_static_class_id()));
-    EXPECT_FALSE(Shape::has_superclass(Disc::get_static_class_id()));
-    EXPECT_STREQ(Box_Of<int>::get_static_class_name(), Box_Of<float>::get_static_class_name());
-    EXPECT_NE(Box_Of<int>::get_static_class_id(), Box_Of<float>::get_static_class_id());
-}
-
-TEST(Std_Obj, instance_ids_only_grow_and_copies_get_their_own) {
-    Shape a;
-    Shape b(a);
-    EXPECT_EQ(b.get_instance_id(), a.get_instance_id() + 1);
-    const int& newest = Std_Obj::instance_counter;
-    EXPECT_EQ(newest, b.get_instance_id());
-    b = a;
-    EXPECT_EQ(b.get_instance_id(), a.get_instance_id() + 1);
-    EXPECT_EQ(b.get_hash(), static_cast<unsigned>(b.get_instance_id()) * 3);
 }
 
 TEST(Std_GC, nothrow_new_is_the_collectors_and_may_answer_null) {

@@ -1,11 +1,10 @@
 #include "std/Std_Messager.h"
 
 #include <climits>
-#include <gtest/gtest.h>
-#include <string>
 
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
+#include "tests/Test.h"
 
 TEST(Std_Messager, ring_of_lines) {
     Std_Messager messager(5, 4);

@@ -10,16 +10,16 @@
 using Std_Output_File_test = Scratch_Folder_Test;
 
 TEST_F(Std_Output_File_test, is_closed_after_either_end) {
-    Std_Output_File out;
+    Std_Output_File target;
     for (const bool is_whole : {false, true}) {
-        ASSERT_TRUE(out.open("f", Std_Output_File::FOLLOW_LINKS));
-        EXPECT_GT(out.descriptor(), 2);
+        ASSERT_TRUE(target.open("f", Std_Output_File::FOLLOW_LINKS));
+        EXPECT_GT(target.descriptor(), 2);
         if (is_whole) {
-            EXPECT_TRUE(out.commit());
+            EXPECT_TRUE(target.commit());
         } else {
-            out.discard();
+            target.discard();
         }
-        EXPECT_EQ(out.descriptor(), -1);
+        EXPECT_EQ(target.descriptor(), -1);
         EXPECT_EQ(std::filesystem::exists("f"), is_whole);
     }
 }

@@ -1,15 +1,10 @@
 #include "std/Std_Scan.h"
 
 #include <bit>
-#include <cmath>
-#include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <random>
-#include <string>
 #include <string_view>
+
+#include "tests/Test.h"
 
 // Takes what strtof takes, and its value. About the end of damaged numbers they differ.
 static ::testing::AssertionResult agrees(const std::string& text, bool* is_taken) {
@@ -80,27 +75,24 @@ TEST(Std_Scan, odd_and_damaged_numbers) {
 }
 
 TEST(Std_Scan, rows) {
-    const struct {
-        const char* text;
-        const char* rest; // null if it is no row of three
-    } rows[] = {{"1 -2.500000\t 3\\\n4", "\\\n4"},
-                {"1.000000 2.000000 3.000000n", "n"},
-                {"1 2\n3", nullptr},
-                {"1 2 3e1", nullptr},
-                {"1 2\\\n3", nullptr},
-                {"1.000000 2.000000", nullptr},
-                {"1 2 .0000000000000000015", ""},
-                {"1 2.0000000 123456789012.000000", ""}};
-    for (const auto& r : rows) {
+    const std::tuple<const char*, const char*> rows[] = {{"1 -2.500000\t 3\\\n4", "\\\n4"},
+                                                         {"1.000000 2.000000 3.000000n", "n"},
+                                                         {"1 2\n3", nullptr},
+                                                         {"1 2 3e1", nullptr},
+                                                         {"1 2\\\n3", nullptr},
+                                                         {"1.000000 2.000000", nullptr},
+                                                         {"1 2 .0000000000000000015", ""},
+                                                         {"1 2.0000000 123456789012.000000", ""}};
+    for (const auto& [text, rest] : rows) {
         char buffer[64] = {};
-        std::strcpy(buffer, r.text);
+        std::strcpy(buffer, text);
         const char* end = buffer;
         float values[3], plain[3];
-        ASSERT_EQ(std_scan_row(&end, values, 3), r.rest != nullptr) << r.text;
-        EXPECT_STREQ(end, r.rest ? r.rest : r.text);
-        if (!r.rest) continue;
+        ASSERT_EQ(std_scan_row(&end, values, 3), rest != nullptr) << text;
+        EXPECT_STREQ(end, rest ? rest : text);
+        if (!rest) continue;
         std::sscanf(buffer, "%f %f %f", plain, plain + 1, plain + 2);
-        EXPECT_EQ(std::memcmp(values, plain, sizeof plain), 0) << r.text;
+        EXPECT_EQ(std::memcmp(values, plain, sizeof plain), 0) << text;
     }
 }
 

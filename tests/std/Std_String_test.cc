@@ -1,13 +1,8 @@
 #include "std/Std_String.h"
 
-#include <algorithm>
 #include <climits>
-#include <cstring>
-#include <functional>
-#include <gtest/gtest.h>
-#include <random>
-#include <sstream>
-#include <string>
+
+#include "tests/Test.h"
 
 static std::string plain(const Std_String& s) {
     EXPECT_TRUE(s.OK());
@@ -18,13 +13,11 @@ static std::string plain(const Std_Sub_String& s) {
 }
 
 TEST(Std_String, capacities) {
-    const struct {
-        int length, capacity;
-    } rows[] = {{0, 6},   {6, 6},     {7, 22},    {22, 22},
-                {23, 54}, {118, 118}, {119, 246}, {32758, 32758}};
-    for (const auto& r : rows) {
-        const std::string text(static_cast<std::size_t>(r.length), 'x');
-        EXPECT_EQ(Std_String(text.c_str()).allocation(), r.capacity) << r.length;
+    const std::tuple<int, int> rows[] = {{0, 6},   {6, 6},     {7, 22},    {22, 22},
+                                         {23, 54}, {118, 118}, {119, 246}, {32758, 32758}};
+    for (const auto& [length, capacity] : rows) {
+        const std::string text(static_cast<std::size_t>(length), 'x');
+        EXPECT_EQ(Std_String(text.c_str()).allocation(), capacity) << length;
     }
     Std_String s;
     EXPECT_EQ(s.chars(), _nil_Std_Str_Rep.text());
@@ -36,19 +29,15 @@ TEST(Std_String, capacities) {
     s += "twenty-two characters.";
     EXPECT_EQ(s.chars(), buffer);
     s.alloc(23);
-    EXPECT_EQ(s.allocation(), 54);
-    EXPECT_EQ(s, "twenty-two characters.");
+    EXPECT_EQ(shown(s.allocation(), s), "54 twenty-two characters. ");
     // An empty text from the string's own buffer, also at its very end, makes a new buffer.
-    const auto roomy = [] {
-        Std_String x = "abc";
-        x.alloc(100);
-        return x;
-    };
-    Std_String a = roomy(), b = roomy(), c = roomy();
+    Std_String roomy[3] = {"abc", "abc", "abc"};
+    auto& [a, b, c] = roomy;
+    for (Std_String& x : roomy) x.alloc(100);
     a += a.from(3);
     b.prepend(b.from(3));
     c.at(0, 1) = c.from(3);
-    EXPECT_EQ(a.allocation() + b.allocation() + c.allocation(), 3 * 6);
+    EXPECT_EQ(shown(a.allocation(), b.allocation(), c.allocation()), "6 6 6 ");
 }
 
 TEST(Std_String_death, longest_text) {
@@ -130,53 +119,38 @@ TEST(Std_String, random_operations_against_a_model) {
     }
 }
 
+// Each in its place behind a bar; the nil view is no text.
+template<class... Views>
+static std::string views(const Views&... all) {
+    std::string text;
+    const auto add = [&](const Std_Sub_String& view) {
+        (text += '|') += view.chars() == _nil_Std_String.chars() ? "nil" : plain(view);
+    };
+    (add(all), ...);
+    return text;
+}
+
 TEST(Std_String, views) {
     Std_String x = "abcabc";
-    const struct {
-        const char* row;
-        Std_Sub_String does;
-        const char* should; // null: the nil view
-    } rows[] = {
-        {"at", x.at(1, 2), "bc"},
-        {"()", x(4, 2), "bc"},
-        {"before 0", x.before(0), ""},
-        {"through -1", x.through(-1), ""},
-        {"through", x.through(1), "ab"},
-        {"after last", x.after(5), ""},
-        {"from end", x.from(6), ""},
-        {"before text", x.before("c", 3), "abcab"},
-        {"through char", x.through('b'), "ab"},
-        {"after text", x.after("bc"), "abc"},
-        {"after at the end", x.after("bc", -1), ""},
-        {"from char", x.from('c'), "cabc"},
-        {"at text backward", x.at("ab", -1), "ab"},
-        {"missing", x.before("d"), nullptr},
-        {"empty pattern", x.at(""), nullptr},
-        {"too long", x.at(5, 2), nullptr},
-        {"negative", x.at(-1, 2), nullptr},
-        {"behind the end", x.from(7), nullptr},
-        {"after the end", x.after(6), nullptr},
-        {"huge", x.at(INT_MAX, INT_MAX), nullptr},
-        {"through huge", x.through(INT_MAX), nullptr},
-    };
-    for (const auto& r : rows) {
-        EXPECT_EQ(plain(r.does), r.should ? r.should : "") << r.row;
-        EXPECT_EQ(r.does.chars() == _nil_Std_String.chars(), !r.should) << r.row;
-    }
+    EXPECT_EQ(views(x.at(1, 2), x(4, 2), x.before(0), x.through(-1), x.through(1)), "|bc|bc|||ab");
+    EXPECT_EQ(views(x.after(5), x.from(6), x.before("c", 3), x.through('b')), "|||abcab|ab");
+    EXPECT_EQ(views(x.after("bc"), x.after("bc", -1), x.from('c')), "|abc||cabc");
+    EXPECT_EQ(views(x.at("ab", -1), x.at('c', -1), x.before('b', -1)), "|ab|c|abca");
+    EXPECT_EQ(views(x.before("d"), x.at(""), x.at(5, 2), x.at(-1, 2)), "|nil|nil|nil|nil");
+    EXPECT_EQ(views(x.from(7), x.after(6), x.at(INT_MAX, INT_MAX)), "|nil|nil|nil");
+    EXPECT_EQ(views(x.through(INT_MAX), x.through(6), x.before(7)), "|nil|nil|nil");
     Std_Sub_String nil = x.before("d");
     nil = "changes nothing";
     EXPECT_TRUE(_nil_Std_String.empty());
     Std_Sub_String view = x.at(1, 2);
     view = "longer text";
-    EXPECT_EQ(x, "alonger textabc");
-    EXPECT_EQ(view.length(), 2);
+    EXPECT_EQ(shown(x, view.length()), "alonger textabc 2 ");
     x = "";
     view = "the range is gone";
     EXPECT_EQ(plain(x) + plain(Std_String(view)), "");
     Std_String fresh;
     fresh.at(0, 0) = "filled";
-    EXPECT_EQ(fresh, "filled");
-    EXPECT_EQ(x = 'c', "c");
+    EXPECT_EQ(shown(fresh, x = 'c'), "filled c ");
     x.at(0, 1) = fresh;
     x.at(0, 1) = 'F';
     EXPECT_EQ(x, "Filled");
@@ -192,8 +166,8 @@ TEST(Std_String, positions_are_numbers_of_any_type) {
 
 TEST(Std_String, matching) {
     const Std_String x = "abab";
-    EXPECT_EQ(x.freq("ab"), 2);
-    EXPECT_EQ(Std_String("aaa").freq('a') + Std_String("aaa").freq("aa"), 5);
+    EXPECT_EQ(shown(x.freq("ab"), Std_String("aaa").freq('a'), Std_String("aaa").freq("aa")),
+              "2 3 2 ");
     EXPECT_TRUE(x.contains("ba") && x.contains("ba", 1) && !x.contains("ba", 0));
     EXPECT_TRUE(x.contains("ab", -1) && x.contains("ba", -2) && !x.contains("ababa", -1));
     EXPECT_TRUE(x.matches("ab", 2) && !x.matches("ab", 0) && x.matches("abab", -1));
@@ -203,72 +177,58 @@ TEST(Std_String, matching) {
 }
 
 TEST(Std_String, order) {
+    const char *const none = nullptr, text[] = "abcd";
+    const Std_String x = text, zero("a\0b", 3);
     EXPECT_LT(compare(Std_String("\xFF"), "\x01"), 0);
+    EXPECT_EQ(shown(compare(Std_String(), none), compare(Std_String("a"), none)), "0 1 ");
+    EXPECT_EQ(shown(compare(x.at(0, 2), "abc"), compare(x.at(0, 2), "ab")), "-1 0 ");
+    EXPECT_EQ(shown(compare(x.at(0, 2), Std_String("ac")), compare(x.at(0, 2), none)), "-1 2 ");
+    EXPECT_EQ(shown(compare(x, x.at(0, 1)), compare(zero, "a"), compare(zero.at(0, 3), "a")),
+              "3 0 2 ");
+    EXPECT_EQ(shown(fcompare("HeLLo", Std_String("hEllO")), fcompare("a", "abc")), "0 -2 ");
     EXPECT_TRUE(Std_String("ab") < "abc" && Std_String("b") > Std_String("abc"));
-    EXPECT_EQ(compare(Std_String(), static_cast<const char*>(nullptr)), 0);
-    EXPECT_EQ(compare(Std_String("a"), static_cast<const char*>(nullptr)), 1);
-    const Std_String x = "abcd";
-    EXPECT_EQ(compare(x.at(0, 2), "abc"), -1);
-    EXPECT_EQ(compare(x.at(0, 2), "ab"), 0);
-    EXPECT_EQ(compare(x.at(0, 2), Std_String("ac")), -1);
-    EXPECT_EQ(compare(x.at(0, 2), static_cast<const char*>(nullptr)), 2);
-    EXPECT_EQ(compare(x, x.at(0, 1)), 3);
     EXPECT_TRUE(x.before(2) < x && x.at(1, 1) != "a" && x.at(1, 1) == x.at('b'));
     // Not by address, and classes derived from these no more than they.
     struct Name : Std_String {
         using Std_String::Std_String;
     };
     const Name name("abcd"), same("abcd");
-    const char text[] = "abcd";
     EXPECT_TRUE(name == text && text == name && name == same && name == x && !(name != text));
     EXPECT_TRUE("abcd" == x && text == x.at(0, 4) && text != x.at(0, 3) && x.at(0, 4) == x);
     EXPECT_TRUE(Std_String() == NULL && !(x == NULL) && x > NULL);
     EXPECT_TRUE(name < "b" && "b" > name && "b" >= x && "a" <= x.at(0, 1) && "a" < x);
-    EXPECT_EQ(compare(Std_String("a\0b", 3), "a"), 0);
-    EXPECT_GT(compare(Std_String("a\0b", 3).at(0, 3), "a"), 0);
-    EXPECT_EQ(fcompare("HeLLo", Std_String("hEllO")), 0);
-    EXPECT_EQ(fcompare("a", "abc"), -2);
 }
 
 TEST(Std_String, words_and_lists) {
     EXPECT_EQ(capitalize("the dOG's 3RD bone-meal x"), "The Dog's 3rd Bone-Meal X");
-    EXPECT_EQ(upcase("a\xE4z1"), "A\xE4Z1");
-    EXPECT_EQ(downcase(Std_String("ABC")) + reverse("abc") + 'd', "abccbad");
+    EXPECT_EQ(shown(upcase("a\xE4z1"), downcase(Std_String("ABC")) + reverse("abc") + 'd'),
+              "A\xE4Z1 abccbad ");
     Std_String parts[5];
-    EXPECT_EQ(split("a:b:", parts, 5, ":"), 2);
+    EXPECT_EQ(shown(split("a:b:", parts, 5, ":"), split("abc", parts, 5, "")), "2 1 ");
+    EXPECT_EQ(split("a:b:c", parts, 2, ":"), 2);
     EXPECT_EQ(split("a::b", parts, 5, ":"), 3);
     EXPECT_EQ(join(parts, 3, "--"), "a----b");
-    EXPECT_EQ(split("a:b:c", parts, 2, ":"), 2);
-    EXPECT_EQ(split("abc", parts, 5, ""), 1);
     EXPECT_EQ("<" + replicate("ab", 3) + replicate('c', -1) + ">", "<ababab>");
-    EXPECT_EQ(common_prefix("xabc", "yabd", 1), "ab");
-    EXPECT_EQ(common_suffix("abc.h", "bbc.c", -2), "bc.");
-    EXPECT_EQ(common_suffix("abc", "c"), "c");
-    EXPECT_EQ(common_prefix("a", "b", 9), "");
+    EXPECT_EQ(shown(common_prefix("xabc", "yabd", 1), common_suffix("abc.h", "bbc.c", -2),
+                    common_suffix("abc", "c"), common_prefix("a", "b", 9)),
+              "ab bc. c  ");
 }
 
 TEST(Std_String, streams) {
-    std::istringstream in("  one two\n  line\nlast");
+    std::istringstream in("  one two\n  line\nlast"), blank("   "), word(std::string(5000, 'w'));
     Std_String s = "old";
     in >> s;
-    EXPECT_EQ(s, "one");
-    EXPECT_EQ(s.allocation(), 22);
-    EXPECT_EQ(in.get(), 't') << "the white space is consumed";
-    EXPECT_EQ(readline(in, s, '\n', 0), 3);
-    EXPECT_EQ(s, "wo\n");
+    EXPECT_EQ(shown(s, s.allocation(), in.peek()), "one 22 116 ") << "the blank is consumed";
+    EXPECT_EQ(readline(in, s, '\n', 0), 4);
+    EXPECT_EQ(s, "two\n");
     EXPECT_EQ(readline(in, s), 4);
     EXPECT_EQ(s, "line");
     EXPECT_EQ(readline(in, s), 4);
     EXPECT_TRUE(in.eof() && !in.fail());
     EXPECT_EQ(readline(in, s), 0);
     EXPECT_EQ(s, "last");
-    std::istringstream blank("   ");
     blank >> s;
     EXPECT_TRUE(blank.fail() && blank.eof());
-    std::istringstream long_word(std::string(5000, 'w'));
-    long_word >> s;
-    EXPECT_EQ(s.length(), 5000);
-    std::ostringstream out;
-    out << s.before(2) << Std_String("!");
-    EXPECT_EQ(out.str(), "ww!");
+    word >> s;
+    EXPECT_EQ(shown(s.length(), s.before(2), Std_String("!")), "5000 ww ! ");
 }

@@ -1,8 +1,6 @@
 // VRML files through the reader: with the converter on the PATH, one that fails, and none.
-#include <cmath>
-
-#include "std/Std_Common.h"
 #include "tests/wdb/scene_support.h"
+#include "tools/Vrml_Converter.h"
 
 using std::string_literals::operator""s;
 
@@ -34,17 +32,19 @@ protected:
         }
         return text;
     }
-    // All names; the triangles of the first shape and its box.
-    std::string first_shape() {
-        const std::string all = nodes();
-        WDB_Node* const n = node(all.substr(0, all.find(':')));
-        const Bbox box = n->get_bbox().transformed_by(n->get_transform());
-        const auto shown = [](const Point& p) {
-            const auto thousands = [](float f) { return std::lround(f * 1000); };
-            return str_format(" %ld %ld %ld", thousands(p.x), thousands(p.y), thousands(p.z));
-        };
-        return names() + str_format("\n%d", triangles(n->get_name())->count()) + shown(box.min) +
-               shown(box.max) + "\n";
+    // Each shape with its number of triangles and its box, in thousandths.
+    std::string shapes() {
+        std::istringstream full(nodes()), brief(names());
+        std::string text, name, shown_name;
+        while (full >> name && brief >> shown_name) {
+            WDB_Node* const n = node(name.substr(0, name.find(':')));
+            const Bbox box = n->get_bbox().transformed_by(n->get_transform());
+            text += shown_name + " " + std::to_string(triangles(n->get_name())->count());
+            for (int i = 0; i < 6; ++i)
+                text += str_format(" %ld", std::lround(box[i / 3][i % 3] * 1000));
+            text += "\n";
+        }
+        return text;
     }
     std::string said;
 };
@@ -57,17 +57,33 @@ static std::string vrml97(const std::string& text) {
     return std::string("#VRML V2.0 utf8\n").append(text);
 }
 
+// A line for each block of a scene, without what is standard in VRML97.
+static std::string brief(const std::string& scene) {
+    return replaced(folded(scene),
+                    {{"frame m 1 0 0 0 1 0 0 0 1 0 0 0; ", ""},
+                     {"frame m 1 0 0 0 1 0 0 0 1 ", "frame t "},
+                     {" emission 0 0 0; specular 0 0 0;", ""},
+                     {"; alpha 1 }", " }"},
+                     {"material material { ambient 0.16 0.16 0.16; diffuse 0.8 0.8 0.8; "
+                      "shininess 25.6 }\n",
+                      ""}});
+}
+
 TEST_F(From_VRML, blocks_of_the_file) {
     for_each_block(TEST_SCENES, [this](std::map<std::string, std::string>& parts) {
-        put_file("t", parts["text"]);
+        put_file("t", parts["name"].starts_with("VRML 1.0") ? vrml1(parts["text"])
+                                                            : vrml97(parts["text"]));
         EXPECT_EQ(std::system("nolt_fromvrml < t > out 2> err"), 0);
         if (parts.contains("scene")) {
             EXPECT_EQ(file("out"), parts["scene"]);
         }
+        if (parts.contains("brief")) {
+            EXPECT_EQ(brief(file("out")), parts["brief"]);
+        }
         EXPECT_EQ(file("err"), parts["said"]);
         load_quietly("t");
         if (parts.contains("world")) {
-            EXPECT_EQ(first_shape(), parts["world"]);
+            EXPECT_EQ(shapes(), parts["world"]);
         }
     });
 }
@@ -110,6 +126,46 @@ TEST_F(From_VRML, triangles_look_outwards) {
         }
         EXPECT_GT(volume, 0.9) << shape; // closed, with a unit box at least inside
         EXPECT_EQ(texture, Bbox(Point(0, 0, 0), Point(1, 1, 0))) << shape;
+    }
+}
+
+// The work that each conversion takes: with one less it ends before the rest, and says so.
+TEST(Vrml_Budget, is_just_enough) {
+    const std::string faces =
+        "geometry IndexedFaceSet { coord Coordinate { point [ 0 0 0, 9 0 0, 9 9 0, 1 2 0 ] } ";
+    const std::pair<std::string, std::size_t> rows[] = {
+        {vrml97("Group {} Fog {}"), 2},
+        {vrml97("Group { children [ Group {} Group {} Group {} ] }"), 8},
+        {vrml97("Switch { choice [ Group {} Group {} ] } LOD { level [ Group {} ] }"), 8},
+        {vrml97("Shape { appearance Appearance { material Material {} } geometry Box {} }"), 7},
+        {vrml97("Shape { " + faces + "coordIndex [ 0 1 2 3 ] } }"), 11},
+        {vrml97("Shape { " + faces + "convex FALSE coordIndex [ 0 1 2 3 ] } }"), 12},
+        {vrml97("Shape { " + faces + "creaseAngle 1 coordIndex [ 0 1 2 -1 2 3 0 ] } }"), 22},
+        {vrml97("PROTO P [ field SFVec3f s 1 1 1 ] { Shape { geometry Box { size IS s } } } P {} P "
+                "{ s 2 2 2 }"),
+         18},
+        {vrml97("DEF a Transform { children Shape { geometry Sphere { radius 2 } } } USE a USE a"),
+         21},
+        {vrml1("Separator { Material { diffuseColor [ 1 0 0, 0 1 0 ] } Cube {} } Coordinate3 { "
+               "point [ 0 0 0, 1 0 0 ] } IndexedLineSet { coordIndex [ 0 1 ] }"),
+         12},
+    };
+    const auto ends_early = [](const std::string& text, std::size_t most_work) {
+        char* told = nullptr;
+        std::size_t length = 0;
+        std::FILE *const nowhere = std::fopen("/dev/null", "w"), *const err =
+                                                                     open_memstream(&told, &length);
+        vrml_convert(text, {"", "", most_work}, nowhere, err);
+        std::fclose(nowhere);
+        std::fclose(err);
+        const std::string all(told, length);
+        std::free(told);
+        return all.find("too much work") != std::string::npos;
+    };
+    for (const auto& [text, work] : rows) {
+        std::size_t least = 0;
+        while (ends_early(text, least)) ++least;
+        EXPECT_EQ(least, work) << text;
     }
 }
 
@@ -190,23 +246,20 @@ TEST_F(From_VRML, files_that_belong_together) {
 }
 
 TEST_F(From_VRML, status_and_lines) {
-    const struct {
-        std::string text, said;
-        int status;
-    } rows[] = {
+    const std::string neither = "neither VRML 1.0 nor VRML97\n";
+    const std::tuple<std::string, std::string, int> rows[] = {
         {"#VRML V2.0 utf8\n", "", 0},
-        {"#VRML V3.0 utf8\n", "nolt_fromvrml: neither VRML 1.0 nor VRML97\n", 1},
-        {"Text V2.0 utf8\n", "nolt_fromvrml: neither VRML 1.0 nor VRML97\n", 1},
-        {vrml97("PROTO P [] { Group {} } ROUTE a.b TO c.d"),
-         "nolt_fromvrml: skipped 1: ROUTE, line 2\n", 0},
-        {vrml97("] 7"), "nolt_fromvrml: skipped 2: text that is no node, first in line 2\n", 1},
+        {"#VRML V3.0 utf8\n", neither, 1},
+        {"Text V2.0 utf8\n", neither, 1},
+        {vrml97("PROTO P [] { Group {} } ROUTE a.b TO c.d"), "skipped 1: ROUTE, line 2\n", 0},
+        {vrml97("] 7"), "skipped 2: text that is no node, first in line 2\n", 1},
         {"#VRML V2.0 utf8\r# a comment\rFog {}\rSound {}\r",
-         "nolt_fromvrml: skipped 1: Fog, line 3\nnolt_fromvrml: skipped 1: Sound, line 4\n", 0},
-        {"#VRML V2.0 utf8\r\n\r\nFog {}\r\n", "nolt_fromvrml: skipped 1: Fog, line 3\n", 0}};
-    for (const auto& row : rows) {
-        put_file("t", row.text);
-        EXPECT_EQ(std::system("nolt_fromvrml < t > out 2> err"), row.status << 8) << row.text;
-        EXPECT_EQ(file("err"), row.said);
+         "skipped 1: Fog, line 3\nskipped 1: Sound, line 4\n", 0},
+        {"#VRML V2.0 utf8\r\n\r\nFog {}\r\n", "skipped 1: Fog, line 3\n", 0}};
+    for (const auto& [text, told, status] : rows) {
+        put_file("t", text);
+        EXPECT_EQ(run("nolt_fromvrml < t", " > out 2> err"), status) << text;
+        EXPECT_EQ(replaced(err, {{"nolt_fromvrml: ", ""}}), told);
     }
 }
 

@@ -1,76 +1,48 @@
 // Runs the tool in a folder of its own and looks at single pixels, whose colours are known from
 // what the scene says. The camera stands at z = 1 and sees -1 to 1 in the plane z = 0.
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
-#include <sstream>
-#include <string>
-#include <sys/wait.h>
-#include <vector>
-
 #ifdef NOLT_PNG
 #include <png.h>
 #endif
 
 #include "images/PX_Map.h"
 #include "tests/Blocks.h"
+#include "tests/Scratch_Folder.h"
 
 struct Rgb {
     int r, g, b;
 };
 
-class Folder {
-public:
-    Folder() {
-        if (!mkdtemp(path_.data())) std::abort();
-    }
-    ~Folder() { std::filesystem::remove_all(path_); }
-
-    std::string operator/(const char* name) const { return path_ + "/" + name; }
-    void write(const char* name, const std::string& text) const {
-        std::ofstream(*this / name, std::ios::binary) << text;
-    }
-    std::string read(const char* name) const {
-        std::ifstream file(*this / name, std::ios::binary);
-        return std::string((std::istreambuf_iterator<char>(file)), {});
-    }
-    // The exit status; -1 after a signal.
-    int run(const std::string& arguments) const {
-        const std::string command = "cd '" + path_ + "' && '" NOLT_PICTURE "' " + arguments;
-        const int result = std::system((command + " >out 2>err </dev/null").c_str());
-        return WIFEXITED(result) && WEXITSTATUS(result) < 128 ? WEXITSTATUS(result) : -1;
-    }
-
-private:
-    std::string path_ = ::testing::TempDir() + "picture_XXXXXX";
+class Nolt_Picture : public Scratch_Folder_Test {
+protected:
+    int draw(const std::string& arguments) { return run("'" NOLT_PICTURE "' " + arguments); }
 };
 
 // Of the pixel in that column and row, counted from the upper left.
 static void expect_pixel(const PX_Map& map, int x, int y, const Rgb& should) {
     const int row = map.get_height() - 1 - y, near = 2;
-    EXPECT_NEAR(map.get_pixel_component(x, row, 0), should.r, near) << "red at " << x << " " << y;
-    EXPECT_NEAR(map.get_pixel_component(x, row, 1), should.g, near) << "green at " << x << " " << y;
-    EXPECT_NEAR(map.get_pixel_component(x, row, 2), should.b, near) << "blue at " << x << " " << y;
+    const int rgb[] = {should.r, should.g, should.b};
+    for (int c = 0; c < 3; ++c)
+        EXPECT_NEAR(map.get_pixel_component(x, row, c), rgb[c], near)
+            << "rgb"[c] << " at " << x << " " << y;
 }
 
 static const Rgb background = {28, 33, 43}, white = {255, 255, 255};
 
-// Things that shine of themselves: nothing of the light at the eye is to be added.
-#define GLOW(name, rgb) "material " name " {\n diffuse 0 0 0\n emission " rgb "\n}\n"
-#define NODE(name, frame, fields) "node " name " {\n frame " frame "\n" fields "\n}\n"
-// -1 to 1 in x and y, at z = 0.
-#define SQUARE                                                                                     \
-    "trianglelist square {\n"                                                                      \
-    " triangle p -1 -1 0 1 -1 0 1 1 0 t 0 0 0 1 0 0 1 1 0\n"                                       \
-    " triangle p -1 -1 0 1 1 0 -1 1 0 t 0 0 0 1 1 0 0 1 0\n}\n"
-#define CAMERA "camera eye {\n frame t 0 0 1\n perspective 90 1 1 100\n}\n"
-#define COLORS                                                                                     \
-    GLOW("red", "1 0 0") GLOW("green", "0 1 0") GLOW("blue", "0 0 1") GLOW("white", "1 1 1")
-TEST(nolt_picture, pixels) {
-    const Folder folder;
+// Things that shine of themselves, as nothing of the light at the eye is to be added; and -1 to 1
+// in x and y, at z = 0.
+static const std::string things =
+    unfolded("material red { diffuse 0 0 0; emission 1 0 0 }\nmaterial green { diffuse 0 0 0; "
+             "emission 0 1 0 }\n"
+             "material blue { diffuse 0 0 0; emission 0 0 1 }\nmaterial white { diffuse 0 0 0; "
+             "emission 1 1 1 }\n"
+             "trianglelist square { triangle p -1 -1 0 1 -1 0 1 1 0 t 0 0 0 1 0 0 1 1 0\n"
+             " triangle p -1 -1 0 1 1 0 -1 1 0 t 0 0 0 1 1 0 0 1 0 }\n");
+
+static std::string scene(const std::string& text) {
+    return things + unfolded(text + "camera eye { frame t 0 0 1; perspective 90 1 1 100 }\n");
+}
+
+TEST_F(Nolt_Picture, pixels) {
     PX_Map four(8, 8, 3);
     const Rgb quarters[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, white};
     for (int y = 0; y < 8; ++y)
@@ -80,16 +52,21 @@ TEST(nolt_picture, pixels) {
             four.put_pixel_component(static_cast<unsigned char>(color.g), x, y, 1);
             four.put_pixel_component(static_cast<unsigned char>(color.b), x, y, 2);
         }
-    ASSERT_TRUE(four.save((folder / "four.rgb").c_str()));
+    ASSERT_TRUE(four.save("four.rgb"));
     for (const int n : {1, 2, 4}) {
         PX_Map one(1, 1, n);
         for (int c = 0; c < n; ++c) one.get_pixels()[c] = static_cast<unsigned char>(51 * (c + 1));
-        ASSERT_TRUE(one.save((folder / (std::to_string(n) + ".rgb").c_str()).c_str()));
+        ASSERT_TRUE(one.save((std::to_string(n) + ".rgb").c_str()));
     }
+    std::string coarse = "trianglelist coarse {\n";
+    for (int i = 0; i < 15; ++i)
+        coarse +=
+            "triangle p -1 -1 0 1 -1 0 1 1 0 c 1 0 0\ntriangle p -1 -1 0 1 1 0 -1 1 0 c 1 0 0\n";
+    coarse += "}\n";
     for_each_block(TEST_PICTURES, [&](std::map<std::string, std::string>& parts) {
-        folder.write("x.3d", COLORS SQUARE + parts["text"] + CAMERA);
-        EXPECT_EQ(folder.run("-o x.rgb -size 24x24 x.3d"), 0) << folder.read("err");
-        const PX_Map map((folder / "x.rgb").c_str(), 3);
+        put_file("x.3d", scene(coarse + parts["text"]));
+        EXPECT_EQ(draw("-o x.rgb -size 24x24 x.3d"), 0) << err;
+        const PX_Map map("x.rgb", 3);
         ASSERT_EQ(map.get_width(), 24);
         std::istringstream pixels(parts["pixels"]);
         int x, y;
@@ -100,63 +77,44 @@ TEST(nolt_picture, pixels) {
     });
 }
 
-TEST(nolt_picture, cameras) {
-    const Folder folder;
+TEST_F(Nolt_Picture, cameras) {
     // The first camera has a body, which it does not see itself.
-    const char* const cameras = R"(
-trianglelist body {
- triangle p -1 -1 -1 1 -1 -1 0 1 -1
-}
-camera zz {
- frame t 0 0 1
- geometry body
- perspective 60 1 1 9
-}
-camera aa {
- frame r 0 180 0 t 0 0 17
- perspective 60 1 1 9
-}
-camera off {
- frame r 0 90 0 t 0 0 9
- perspective 60 1 1 9
-}
-)";
-    folder.write("x.3d", COLORS SQUARE NODE("n1", "t 0 0 -1", "material red\ngeometry square") NODE(
-                             "n2", "r 0 180 0 t 0 0 20", "material blue\ngeometry square") +
-                             std::string(cameras));
-    folder.write("none.3d", COLORS SQUARE NODE("n", "t 0 0 0", "material red\ngeometry square"));
-    const struct {
-        const char *arguments, *err;
-        Rgb middle;
-    } rows[] = {
+    put_file("x.3d", things + unfolded(R"(node n1 { frame t 0 0 -1; material red; geometry square }
+node n2 { frame r 0 180 0 t 0 0 20; material blue; geometry square }
+trianglelist body { triangle p -1 -1 -1 1 -1 -1 0 1 -1 }
+camera zz { frame t 0 0 1; geometry body; perspective 60 1 1 9 }
+camera aa { frame r 0 180 0 t 0 0 17; perspective 60 1 1 9 }
+camera off { frame r 0 90 0 t 0 0 9; perspective 60 1 1 9 }
+)"));
+    put_file("none.3d", things + unfolded("node n { material red; geometry square }\n"));
+    const std::tuple<const char*, const char*, Rgb> rows[] = {
         {"x.3d", "", {255, 0, 0}}, // the first in the scene
         {"-camera aa x.3d", "", {0, 0, 255}},
         {"-camera off x.3d", "nolt_picture: nothing is in view of the camera \"off\"\n",
          background},
         {"none.3d", "", {255, 0, 0}},
     };
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.arguments);
-        EXPECT_EQ(folder.run(std::string("-o x.sgi -size 40x20 ") + r.arguments), 0);
-        EXPECT_EQ(folder.read("err"), r.err);
-        const PX_Map map((folder / "x.sgi").c_str(), 0);
+    for (const auto& [arguments, told, middle] : rows) {
+        SCOPED_TRACE(arguments);
+        EXPECT_EQ(draw(std::string("-o x.sgi -size 40x20 ") + arguments), 0);
+        EXPECT_EQ(err, told);
+        const PX_Map map("x.sgi", 0);
         ASSERT_EQ(map.get_width(), 40);
         ASSERT_EQ(map.get_height(), 20);
-        expect_pixel(map, 20, 10, r.middle);
+        expect_pixel(map, 20, 10, middle);
         expect_pixel(map, 1, 10, background);
     }
 }
 
 // Drawn in many bands, the picture is the same as in one.
-TEST(nolt_picture, bands) {
-    const Folder folder;
-    folder.write("x.3d", COLORS SQUARE NODE("n1", "r 0 0 20 t 0 0 0", "geometry square")
-                             NODE("n2", "t 0 0.2 -1", "material red\ngeometry square")
-                                 NODE("n3", "s 0.5 0.5 0.5 t 0 -0.5 0.1",
-                                      "material blue\ngeometry square") CAMERA);
-    EXPECT_EQ(folder.run("-o wide.rgb -size 16384x30 x.3d"), 0);
-    EXPECT_EQ(folder.run("-o small.rgb -size 30x30 x.3d"), 0);
-    const PX_Map wide((folder / "wide.rgb").c_str(), 3), small((folder / "small.rgb").c_str(), 3);
+TEST_F(Nolt_Picture, bands) {
+    put_file("x.3d", scene("node n1 { frame r 0 0 20 t 0 0 0; geometry square }\n"
+                           "node n2 { frame t 0 0.2 -1; material red; geometry square }\n"
+                           "node n3 { frame s 0.5 0.5 0.5 t 0 -0.5 0.1; material blue; geometry "
+                           "square }\n"));
+    EXPECT_EQ(draw("-o wide.rgb -size 16384x30 x.3d"), 0);
+    EXPECT_EQ(draw("-o small.rgb -size 30x30 x.3d"), 0);
+    const PX_Map wide("wide.rgb", 3), small("small.rgb", 3);
     for (int y = 0; y < 30; ++y) {
         const Rgb should = {small.get_pixel_component(15, y, 0),
                             small.get_pixel_component(15, y, 1),
@@ -166,15 +124,14 @@ TEST(nolt_picture, bands) {
 }
 
 #ifdef NOLT_PNG
-TEST(nolt_picture, the_png_is_the_same_picture) {
-    const Folder folder;
-    folder.write("x.3d", COLORS SQUARE NODE("n", "r 0 0 20 t 0.3 0.2 0", "geometry square") CAMERA);
-    EXPECT_EQ(folder.run("-o x.rgb -size 31x20 x.3d"), 0);
-    EXPECT_EQ(folder.run("-size 31x20 x.3d"), 0);
-    const PX_Map map((folder / "x.rgb").c_str(), 3);
+TEST_F(Nolt_Picture, the_png_is_the_same_picture) {
+    put_file("x.3d", scene("node n { frame r 0 0 20 t 0.3 0.2 0; geometry square }\n"));
+    EXPECT_EQ(draw("-o x.rgb -size 31x20 x.3d"), 0);
+    EXPECT_EQ(draw("-size 31x20 x.3d"), 0);
+    const PX_Map map("x.rgb", 3);
     png_image image = {};
     image.version = PNG_IMAGE_VERSION;
-    ASSERT_TRUE(png_image_begin_read_from_file(&image, (folder / "picture.png").c_str()));
+    ASSERT_TRUE(png_image_begin_read_from_file(&image, "picture.png"));
     ASSERT_EQ(image.width, 31u);
     ASSERT_EQ(image.height, 20u);
     image.format = PNG_FORMAT_RGB;
@@ -184,10 +141,9 @@ TEST(nolt_picture, the_png_is_the_same_picture) {
 }
 #endif
 
-TEST(nolt_picture, what_gives_no_picture) {
-    const Folder folder;
-    folder.write("x.3d", COLORS SQUARE NODE("n", "t 0 0 0", "geometry square") CAMERA);
-    folder.write("empty.3d", CAMERA);
+TEST_F(Nolt_Picture, what_gives_no_picture) {
+    put_file("x.3d", scene("node n { geometry square }\n"));
+    put_file("empty.3d", scene(""));
     const std::string size = "nolt_picture: a size is WxH, each from 1 to 16384, not \"";
     const struct {
         const char* arguments;
@@ -206,22 +162,19 @@ TEST(nolt_picture, what_gives_no_picture) {
         {"-o missing/x.png x.3d", ""}, // without libpng there is another reason
     };
     for (const auto& [arguments, report, status] : rows) {
-        EXPECT_EQ(folder.run(arguments), status) << arguments;
-        const std::string err = folder.read("err");
+        EXPECT_EQ(draw(arguments), status) << arguments;
         EXPECT_NE(err.find("nolt_picture: " + report), std::string::npos)
             << arguments << ": " << err;
-        EXPECT_FALSE(std::filesystem::exists(folder / "picture.png")) << arguments;
+        EXPECT_FALSE(std::filesystem::exists("picture.png")) << arguments;
     }
     for (const char* text : {"0x9", "9x0", "-9x9", "9x-9", "9", "9x", "x9", "9x9x9", "9 x9",
                              "16385x1", "1x99999999999999999999", "4294967297x1", "''"}) {
-        EXPECT_EQ(folder.run("-size '" + std::string(text) + "' x.3d"), 2) << text;
-        EXPECT_EQ(folder.read("err").rfind(size, 0), 0u) << text;
+        EXPECT_EQ(draw("-size '" + std::string(text) + "' x.3d"), 2) << text;
+        EXPECT_EQ(err.rfind(size, 0), 0u) << text;
     }
     // What is wrong in the scene is told, and the rest shown.
-    folder.write("bad.3d",
-                 "material x {\n color 9\n}\n" SQUARE NODE("n", "t 0 0 0", "geometry square"));
-    EXPECT_EQ(folder.run("-o x.rgb bad.3d"), 0);
-    const std::string err = folder.read("err");
+    put_file("bad.3d", "material x {\n color 9\n}\n" + scene("node n { geometry square }\n"));
+    EXPECT_EQ(draw("-o x.rgb bad.3d"), 0);
     EXPECT_EQ(err.rfind("INFO   : [bad.3d-1]: Error - ", 0), 0u) << err;
     EXPECT_NE(err.find("nolt_picture: 1 error in bad.3d: the picture shows the rest\n"),
               std::string::npos);

@@ -1,17 +1,9 @@
 #include "wdb/WDB_Database.h"
 
-#include <gtest/gtest.h>
-#include <random>
 #include <set>
-#include <string>
-#include <vector>
 
-#include "images/PX_Map.h"
-#include "support.h"
-#include "wdb/WDB_Camera.h"
-#include "wdb/WDB_Light.h"
-#include "wdb/WDB_Material.h"
-#include "wdb/WDB_Texture.h"
+#include "math/Box_Queries.h"
+#include "tests/wdb/support.h"
 
 static WDB_Node* node_at(float x, float y, float z, const WDB_Geometry* geometry) {
     return node_with(geometry, Frame::translation(x, y, z), "Ball");
@@ -19,12 +11,10 @@ static WDB_Node* node_at(float x, float y, float z, const WDB_Geometry* geometry
 
 TEST(WDB_Database, bounds_and_editing) {
     WDB_Database world;
-    EXPECT_FALSE(world.is_editing());
     world.begin_editing();
     EXPECT_TRUE(world.is_editing());
     world.end_editing();
-    EXPECT_FALSE(world.is_editing());
-    EXPECT_EQ(world.get_stamp(), 2);
+    EXPECT_EQ(shown(world.is_editing(), world.get_stamp()), "0 2 ");
     EXPECT_EQ(world.get_bbox(), Bbox(Point(-1e4f, -1e4f, -1e4f), Point(1e4f, 1e4f, 1e4f)));
     const Bbox bounds(Point(0, 0, 0), Point(4, 4, 4));
     WDB_Database small(bounds);
@@ -36,8 +26,9 @@ TEST(WDB_Database, bounds_and_editing) {
     EXPECT_EQ(reports.text, "BSplit_box_tree put: element out of bounds\n");
 }
 
+using Nodes = std::multiset<const WDB_Node*>;
 struct Walk {
-    std::multiset<const WDB_Node*> seen;
+    Nodes seen;
     std::vector<Bbox> boxes;
     std::size_t stop_at = SIZE_MAX;
 };
@@ -70,26 +61,17 @@ TEST(WDB_Database, boxes_handed_to_callbacks) {
     EXPECT_TRUE(stopped.boxes.size() == 1 && stopped.seen.count(bare) == 1) << "nodes come first";
 }
 
-// Each query goes to the tree with its own box, matrices or segment. The sum is that of walks which
-// a loop over all nodes agreed with.
+// Each query goes to the tree with its own box, matrices or segment; a loop over all nodes agrees.
 TEST(WDB_Database, queries_after_each_change) {
     const Bbox query(Point(-30, -30, -30), Point(10, 20, 30));
     const HFrame view(Frame::scaling(.03f)), other(Frame::scaling(-.02f, .04f, .01f));
+    const Point p(-50, -40, -60), q(40, 50, 60);
     WDB_Tri_List* const cube = list_in({0, 0, 0}, {2, 3, 4});
     std::mt19937 random(1);
     const auto place = [&] { return static_cast<float>(random() % 100) - 50; };
     WDB_Database world(Bbox(Point(-60, -60, -60), Point(60, 60, 60)));
     std::vector<WDB_Node*> nodes;
-    for (int i = 0; i < 120; ++i) {
-        nodes.push_back(node_at(0, 0, 0, i % 3 ? cube : nullptr));
-        nodes.back()->set_name(std::to_string(i).c_str());
-    }
-    const WDB_Apply_Callback note_name = [](SUniv* user, const WDB_Node* node, const Bbox&) {
-        *Conv<std::string*>::from_univ(user) += node->get_name() + std::string(" ");
-        return false;
-    };
-    std::string all;
-    SUniv* const to = Conv<std::string*>::to_univ(&all);
+    for (int i = 0; i < 120; ++i) nodes.push_back(node_at(0, 0, 0, i % 3 ? cube : nullptr));
     for (int step = 0; step < 800; ++step) {
         WDB_Node* const n = nodes[random() % nodes.size()];
         const float x = place(), y = place(), z = place();
@@ -99,15 +81,31 @@ TEST(WDB_Database, queries_after_each_change) {
         if (kind == 2) n->wipe_out_lods();
         if (kind == 3) n->set_geometry(cube);
         if (kind > 3) n->set_transform(HFrame(Frame::translation(x, y, z)));
-        world.apply_to_shapes(to, note_name);
-        world.apply_to_shapes(to, query, note_name);
-        world.apply_to_shapes(to, view, note_name);
-        world.apply_to_shapes(to, view, other, note_name);
-        world.apply_to_shapes(to, Point(-50, -40, -60), Point(40, 50, 60), note_name);
-        for (int count : {world.visible_shape_count(view), world.node_count(), world.shape_count()})
-            all += std::to_string(count) + (world.has(n) ? "+" : "-");
+        const auto met = [&](const auto&... where) {
+            Walk walk;
+            world.apply_to_shapes(into(walk), where..., note);
+            return walk.seen;
+        };
+        const auto accepted = [&](const auto& question) {
+            Nodes shapes;
+            for (const WDB_Node* node : nodes)
+                if (node->get_world() == &world && node->get_geometry() &&
+                    question.accepts(node->get_bbox().transformed_by(node->get_transform())))
+                    shapes.insert(node);
+            return shapes;
+        };
+        const Nodes all = accepted(Everything()), seen = accepted(In_View{view});
+        ASSERT_TRUE(met() == all && met(view) == seen) << step;
+        ASSERT_EQ(met(query), accepted(In_Box{query})) << step;
+        ASSERT_EQ(met(view, other), accepted(In_Either_View{view, other})) << step;
+        ASSERT_EQ(met(p, q), accepted(On_Segment{p, q})) << step;
+        const auto in_world = std::count_if(nodes.begin(), nodes.end(), [&](const WDB_Node* node) {
+            return node->get_world() == &world;
+        });
+        EXPECT_EQ(shown(world.visible_shape_count(view), world.shape_count(),
+                        world.shape_count() + world.node_count(), world.has(n)),
+                  shown(seen.size(), all.size(), in_world, n->get_world() == &world));
     }
-    EXPECT_EQ(checksum(all), "40a2c7a07865db5c");
 }
 
 TEST(WDB_Database, finds_by_name) {
@@ -129,54 +127,41 @@ TEST(WDB_Database, finds_by_name) {
     for (WDB_Node* node : {tree, static_cast<WDB_Node*>(eye), static_cast<WDB_Node*>(lamp), bare})
         world.put(node);
     // Which search finds what: node, shape, camera, light, material, texture, geometry.
-    const struct {
-        const char* name;
-        std::vector<const WDB_Obj*> found;
-    } rows[] = {
+    const std::tuple<const char*, std::vector<const WDB_Obj*>> rows[] = {
         {"tree", {tree, tree, 0, 0, 0, 0, 0}},  {"eye", {eye, eye, eye, 0, 0, 0, 0}},
         {"lamp", {lamp, 0, 0, lamp, 0, 0, 0}},  {"red", {0, 0, 0, 0, red, 0, 0}},
         {"bark", {0, 0, 0, 0, 0, bark, 0}},     {"fine", {0, 0, 0, 0, 0, 0, fine}},
         {"coarse", {0, 0, 0, 0, 0, 0, coarse}}, {"Tree", {0, 0, 0, 0, 0, 0, 0}},
         {nullptr, {0, 0, 0, 0, 0, 0, 0}},
     };
-    for (const auto& r : rows) {
+    for (const auto& [name, should] : rows) {
         const std::vector<const WDB_Obj*> found = {
-            world.find_node(r.name),    world.find_shape(r.name),    world.find_camera(r.name),
-            world.find_light(r.name),   world.find_material(r.name), world.find_texture(r.name),
-            world.find_geometry(r.name)};
-        EXPECT_EQ(found, r.found) << (r.name ? r.name : "null");
+            world.find_node(name),    world.find_shape(name),    world.find_camera(name),
+            world.find_light(name),   world.find_material(name), world.find_texture(name),
+            world.find_geometry(name)};
+        EXPECT_EQ(found, should) << (name ? name : "null");
     }
 }
 
 // A walk of a camera's picture meets the nodes whose boxes may be seen.
 TEST(WDB_Database, shapes_in_a_view) {
     WDB_Database world;
-    WDB_Tri_List* const list = list_in({0, 0, 0}, {1, 1, 1});
-    std::mt19937 random(5);
-    for (int i = 0; i < 500; ++i) {
-        const auto place = [&] { return static_cast<float>(random() % 1000) - 500; };
-        const float x = place(), y = place();
-        world.put(node_at(x, y, place(), list));
-    }
     auto* const eye = new WDB_Camera("eye", HFrame(Frame::rotation(1, .4f)),
                                      Matrix4::perspective(1, 1, 1000), nullptr, nullptr);
     world.put(eye);
-    std::set<const WDB_Node*> seen;
-    const auto add = [](SUniv* user, const WDB_Node* node, const Bbox&) {
-        return !Conv<decltype(seen)*>::from_univ(user)->insert(node).second;
-    };
-    EXPECT_FALSE(world.apply_to_shapes(Conv<decltype(seen)*>::to_univ(&seen), eye, 1, add));
-    EXPECT_GT(seen.size(), 20u);
-    EXPECT_LT(seen.size(), 200u);
-    EXPECT_EQ(static_cast<int>(seen.size()),
+    for (float x = -500; x < 500; x += 40)
+        for (float z = -500; z < 500; z += 40)
+            world.put(node_at(x, x / 3, z, list_in({0, 0, 0}, {1, 1, 1})));
+    Walk square, wide, stopped;
+    stopped.stop_at = 1;
+    EXPECT_FALSE(world.apply_to_shapes(into(square), eye, 1, note));
+    EXPECT_FALSE(world.apply_to_shapes(into(wide), eye, 2, note));
+    EXPECT_TRUE(world.apply_to_shapes(into(stopped), eye, 1, note));
+    EXPECT_EQ(static_cast<int>(square.seen.size()),
               world.visible_shape_count(eye->get_viewing_x_render_projection(1)));
-    const std::set<const WDB_Node*> square = seen;
-    EXPECT_TRUE(world.apply_to_shapes(Conv<decltype(seen)*>::to_univ(&seen), eye, 1, add))
-        << "stopped";
-    seen.clear();
-    world.apply_to_shapes(Conv<decltype(seen)*>::to_univ(&seen), eye, 2, add);
-    EXPECT_GT(seen.size(), square.size()) << "a wider picture";
-    EXPECT_TRUE(std::includes(seen.begin(), seen.end(), square.begin(), square.end()));
+    EXPECT_TRUE(square.seen.size() > 20 && square.seen.size() < wide.seen.size());
+    EXPECT_TRUE(
+        std::includes(wide.seen.begin(), wide.seen.end(), square.seen.begin(), square.seen.end()));
 }
 
 TEST(WDB_Database, print) {
@@ -188,15 +173,13 @@ TEST(WDB_Database, print) {
     world.put(shape);
     world.put(node_at(1, 2, 3, nullptr));
     const std::string text = printed(world), rule = "//" + std::string(44, '-') + "\n",
-                      frame = "WDB_Node Ball{\n  Transform HFrame {\n  Vector4(1,0,0,0)\n"
-                              "  Vector4(0,1,0,0)\n  Vector4(0,0,1,0)\n  Vector4(1,2,3,1)\n}\n\n";
-    EXPECT_EQ(text.rfind("WDB_Database Anonymous world{\n" + rule, 0), 0u);
+                      global = "Global bbox of previous node ",
+                      node =
+                          "WDB_Node Ball{\n  Transform " + printed(shape->get_transform()) + "\n";
+    EXPECT_TRUE(text.starts_with("WDB_Database Anonymous world{\n" + rule));
     EXPECT_EQ(text.substr(text.find(rule + "//SHAPES")),
-              rule + "//SHAPES\n" + rule + frame +
-                  "  Material WDB_Obj\n  Bbox BBox {\n  Point(0,0,0)\n  Point(1,1,1)\n}\n\n"
-                  "  Geometry  [ WDB_Obj WDB_Obj ]\n}\nGlobal bbox of previous node "
-                  "BBox {\n  Point(1,2,3)\n  Point(2,3,4)\n}\n" +
-                  rule + "//NODES\n" + rule + frame +
-                  "}\nGlobal bbox of previous node "
-                  "BBox {\n  Point(1,2,3)\n  Point(1,2,3)\n}\n}\n");
+              rule + "//SHAPES\n" + rule + node + "  Material WDB_Obj\n  Bbox " +
+                  printed(list->get_bbox()) + "\n  Geometry  [ WDB_Obj WDB_Obj ]\n}\n" + global +
+                  printed(Bbox({1, 2, 3}, {2, 3, 4})) + rule + "//NODES\n" + rule + node + "}\n" +
+                  global + printed(Bbox({1, 2, 3}, {1, 2, 3})) + "}\n");
 }

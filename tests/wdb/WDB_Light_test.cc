@@ -1,10 +1,6 @@
 #include "wdb/WDB_Light.h"
 
-#include <gtest/gtest.h>
-
-#include "support.h"
-#include "wdb/WDB_Camera.h"
-#include "wdb/WDB_Material.h"
+#include "tests/wdb/support.h"
 
 TEST(WDB_Light, state) {
     auto* const light = new WDB_Light("lamp", HFrame::identity(), .5f, nullptr, nullptr);

@@ -1,10 +1,6 @@
 #include "wdb/WDB_Node.h"
 
-#include <functional>
-#include <gtest/gtest.h>
-
-#include "support.h"
-#include "wdb/WDB_Database.h"
+#include "tests/wdb/support.h"
 
 TEST(WDB_Node, stamps_and_boxes) {
     WDB_Tri_List* const small = list_in({0, 0, 0}, {1, 1, 1});
@@ -49,12 +45,7 @@ TEST(WDB_Node, stamps_and_boxes) {
 TEST(WDB_Node, moves_between_worlds) {
     WDB_Database a, b;
     WDB_Node* const n = node_with(list_in({0, 0, 0}, {1, 1, 1}));
-    const struct {
-        std::function<void()> act;
-        int held_by; // bit 0: a, bit 1: b
-        WDB_Database* world;
-        bool stamps;
-    } rows[] = {
+    const std::tuple<std::function<void()>, int, WDB_Database*, bool> rows[] = {
         {[&] { n->set_world(&a); }, 1, &a, true},
         {[&] { n->set_world(&a); }, 1, &a, false},
         {[&] { a.put(n); }, 1, &a, false},
@@ -66,11 +57,13 @@ TEST(WDB_Node, moves_between_worlds) {
         {[&] { b.wipe_out(); }, 0, &b, false},
         {[&] { n->update_after_transform_change(); }, 2, &b, true}, // files itself again
     };
-    for (const auto& r : rows) {
+    int row = 0;
+    for (const auto& [act, held_by, world, stamps] : rows) {
+        ++row;
         const int stamp = n->get_stamp();
-        r.act();
-        EXPECT_EQ(a.has(n) + 2 * b.has(n), r.held_by) << &r - rows;
-        EXPECT_EQ(n->get_world(), r.world) << &r - rows;
-        EXPECT_EQ(n->get_stamp() > stamp, r.stamps) << &r - rows;
+        act();
+        EXPECT_EQ(a.has(n) + 2 * b.has(n), held_by) << row; // bit 0: a, bit 1: b
+        EXPECT_EQ(n->get_world(), world) << row;
+        EXPECT_EQ(n->get_stamp() > stamp, stamps) << row;
     }
 }

@@ -2,32 +2,21 @@
 #ifndef TESTS_WDB_SCENE_SUPPORT_H
 #define TESTS_WDB_SCENE_SUPPORT_H
 
-#include <algorithm>
 #include <cstdlib>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "std/Std_URL.h"
 #include "tests/Blocks.h"
 #include "tests/Scratch_Folder.h"
 #include "tests/wdb/support.h"
-#include "wdb/WDB_Camera.h"
-#include "wdb/WDB_Database.h"
-#include "wdb/WDB_Line_List.h"
-#include "wdb/WDB_Material.h"
-#include "wdb/WDB_Texture.h"
 #include "wdb/wdb_load.h"
 #include "wdb/wdb_save.h"
 
 class Scene_Test : public Scratch_Folder_Test {
 protected:
     WDB_Database* load(const std::string& url, const char* base = nullptr) {
-        Messager messager;
-        std_set_current_messager(&messager);
+        const Report_Catcher catcher;
         world = wdb_load(url.c_str(), base);
-        std_set_current_messager(nullptr);
-        reports = messager.text;
+        reports = catcher.text;
         return world;
     }
     WDB_Database* load_text(const std::string& text) {
@@ -90,15 +79,6 @@ protected:
     std::string reports; // of the load or save
 
 private:
-    // Takes reports as they come: being asked to show again is no report.
-    class Messager : public Std_Messager {
-        STD_OBJ_CLASS(Messager, Std_Messager)
-        Messager() : Std_Messager(1, 1) {}
-        void refresh(const char* line) override {
-            if (line) text += line + std::string("\n");
-        }
-        std::string text;
-    };
     static bool describe(SUniv* user, const WDB_Node* n, const Bbox&) {
         std::ostringstream text;
         text << n->get_name() << ":" << (n->get_material() ? n->get_material()->get_name() : "-")

@@ -2,13 +2,16 @@
 #ifndef TESTS_WDB_SUPPORT_H
 #define TESTS_WDB_SUPPORT_H
 
-#include <string>
-#include <vector>
-
+#include "images/PX_Map.h"
+#include "std/Std_Common.h"
 #include "std/Std_Messager.h"
-#include "tests/Bits.h"
-#include "wdb/WDB_Geometry.h"
-#include "wdb/WDB_Node.h"
+#include "tests/Test.h"
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Light.h"
+#include "wdb/WDB_Line_List.h"
+#include "wdb/WDB_Material.h"
+#include "wdb/WDB_Texture.h"
 #include "wdb/WDB_Tri_List.h"
 
 inline bool operator==(const Bbox& a, const Bbox& b) {
@@ -59,9 +62,10 @@ public:
 private:
     class Messager : public Std_Messager {
         STD_OBJ_CLASS(Messager, Std_Messager)
-        explicit Messager(std::string* into) : Std_Messager(1, 600), into_(into) {}
-        void refresh_after_updating_history() override {
-            *into_ += std::string(message_history_item(0)) + "\n";
+        explicit Messager(std::string* into) : Std_Messager(1, 1), into_(into) {}
+        // Being asked to show again, without a line, is no report.
+        void refresh(const char* line) override {
+            if (line) *into_ += line + std::string("\n");
         }
 
     private:

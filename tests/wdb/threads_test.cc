@@ -1,11 +1,8 @@
 // A host program has threads that the library did not start.
 #include <csignal>
 #include <gc.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "base/Gap_List.h"
 #include "base/Hash_Table.h"
@@ -13,6 +10,7 @@
 #include "std/Std_Common.h"
 #include "std/Std_String.h"
 #include "std/Std_Tmp_Alloc.h"
+#include "tests/Test.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Tri_List.h"

@@ -2,14 +2,10 @@
 
 #include <algorithm>
 #include <climits>
-#include <cmath>
-#include <cstdint>
-#include <cstring>
 #include <pthread.h>
 #include <sys/resource.h>
 
-#include "images/PX_Map.h"
-#include "scene_support.h"
+#include "tests/wdb/scene_support.h"
 
 class Wdb_Save : public Scene_Test {
 protected:
@@ -98,30 +94,27 @@ TEST_F(Wdb_Save, old_files) {
     world->put(node_named("n", list_in({0, 0, 0}, {1, 1, 1})));
     std::filesystem::create_symlink("real", "link");
     std::filesystem::create_symlink("nothing yet", "dangling");
-    const struct {
-        const char *path, *behind;
-        rlim_t most_bytes;
-        bool is_saved;
-    } rows[] = {{"link", "real", RLIM_INFINITY, true},
-                {"link", "real", 600, false},
-                {"dangling", "nothing yet", 600, false},
-                {"dangling", "nothing yet", RLIM_INFINITY, true}};
-    for (const auto& r : rows) {
-        SCOPED_TRACE(r.path + std::to_string(r.most_bytes));
+    const std::tuple<const char*, std::string, rlim_t, bool> rows[] = {
+        {"link", "real", RLIM_INFINITY, true},
+        {"link", "real", 600, false},
+        {"dangling", "nothing yet", 600, false},
+        {"dangling", "nothing yet", RLIM_INFINITY, true}};
+    for (const auto& [path, behind, most_bytes, is_saved] : rows) {
+        SCOPED_TRACE(path + std::to_string(most_bytes));
         put_file("real", "old");
         std::filesystem::permissions("real", std::filesystem::perms(0640));
-        const rlimit limit = {r.most_bytes, RLIM_INFINITY}, none = {RLIM_INFINITY, RLIM_INFINITY};
-        const std::string text = reports_of([&] {
+        const rlimit limit = {most_bytes, RLIM_INFINITY}, none = {RLIM_INFINITY, RLIM_INFINITY};
+        const std::string text = reports_of([&, to = path, is_good = is_saved] {
             setrlimit(RLIMIT_FSIZE, &limit);
-            EXPECT_EQ(wdb_save(*world, r.path) == 0, r.is_saved);
+            EXPECT_EQ(wdb_save(*world, to) == 0, is_good);
             setrlimit(RLIMIT_FSIZE, &none);
         });
-        const bool was_there = r.behind == std::string("real");
-        EXPECT_EQ(file(r.behind).substr(0, 9), r.is_saved ? "# -- File" : was_there ? "old" : "");
+        const bool was_there = behind == std::string("real");
+        EXPECT_EQ(file(behind).substr(0, 9), is_saved ? "# -- File" : was_there ? "old" : "");
         EXPECT_EQ(std::filesystem::status("real").permissions(), std::filesystem::perms(0640));
-        EXPECT_TRUE(std::filesystem::is_symlink(r.path));
+        EXPECT_TRUE(std::filesystem::is_symlink(path));
         EXPECT_EQ(text.substr(0, 53),
-                  r.is_saved
+                  is_saved
                       ? ""
                       : "WARNING: Cannot write scene file (File too large): " + text.substr(51, 2));
         for (const auto& entry : std::filesystem::directory_iterator("."))
@@ -131,32 +124,21 @@ TEST_F(Wdb_Save, old_files) {
 
 // What would not come back as it is, is told once for each object.
 TEST_F(Wdb_Save, what_cannot_be_read_back) {
-    WDB_Tri_List* const mesh = list_in({0, 0, 0}, {1, 1, 1});
-    const auto with_levels = [&](int levels) {
-        WDB_Node* const n = node_named("many", mesh);
-        while (n->lod_count() < levels) n->insert_lod(mesh, 0);
+    const WDB_Tri_List* const mesh = list_in({0, 0, 0}, {1, 1, 1});
+    const auto with_levels = [](int levels, std::size_t name_length) {
+        WDB_Node* const n = node_named("many", nullptr);
+        for (int i = 0; i < levels; ++i) {
+            WDB_Tri_List* const level = list_in({0, 0, 0}, {1, 1, 1});
+            level->set_name(std::string(name_length, 'l').append(std::to_string(i)).c_str());
+            n->insert_lod(level, i);
+        }
         return n;
     };
-    WDB_Node* const with_long_levels = node_named("long", nullptr);
-    for (int i = 0; i < 12; ++i) {
-        with_long_levels->insert_lod(list_in({0, 0, 0}, {1, 1, 1}), i);
-        const_cast<WDB_Geometry*>(with_long_levels->lod_item(i))
-            ->set_name((std::string(90, 'l') + std::to_string(i)).c_str());
-    }
-    const auto with_url = [&](const std::string& text) {
+    const auto with_url = [](const std::string& text) {
         WDB_Node* const n = node_named("n", nullptr);
         n->set_url(new Std_URL(text.c_str()));
         return n;
     };
-    WDB_Material* const endless = new WDB_Material;
-    endless->set_alpha(INFINITY);
-    WDB_Node* const lost = node_named("lost", nullptr);
-    const float huge = -3e38f;
-    const Vector n(huge, huge, huge);
-    WDB_Triangle long_triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0}, n, n, n, Color(huge, huge, huge));
-    long_triangle.t0 = long_triangle.t1 = long_triangle.t2 = Point(huge, huge, huge);
-    WDB_Tri_List* const long_lines = list_of({long_triangle});
-    long_lines->set_with_colors(true);
     // Four rows of zeros have 355 letters, 8 of them blanks to drop; 38 are one large number's, 30
     // that of the last one.
     const auto with_longest_line = [](float first) {
@@ -167,44 +149,42 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         list->set_with_colors(true);
         return node_named("l", list);
     };
-    const struct {
-        WDB_Node* node;
-        const char* warning;
-    } rows[] = {
+    auto* const endless = new WDB_Material;
+    endless->set_alpha(INFINITY);
+    const std::string name = "its name holds other signs than names do",
+                      levels = "it has too many levels of detail for a line",
+                      text = "a text is empty, too long or holds a quote",
+                      number = "a number is infinite or none";
+    const std::pair<WDB_Node*, std::string> rows[] = {
         {node_named(std::string(127, 'n').c_str(), mesh), ""},
         {node_named(std::string(128, 'n').c_str(), mesh), "its name is too long"},
-        {node_named("two words", mesh), "its name holds other signs than names do"},
-        {node_named("", mesh), "its name holds other signs than names do"},
-        {with_levels(12), ""},
-        {with_levels(13), "it has too many levels of detail for a line"},
-        {with_long_levels, "it has too many levels of detail for a line"},
+        {node_named("two words", mesh), name},
+        {node_named("", mesh), name},
+        {with_levels(12, 1), ""},
+        {with_levels(13, 1), levels},
+        {with_levels(12, 90), levels},
         {with_url(std::string(127, 'u')), ""},
-        {with_url(std::string(128, 'u')), "a text is empty, too long or holds a quote"},
-        {with_url("a\"b"), "a text is empty, too long or holds a quote"},
+        {with_url(std::string(128, 'u')), text},
+        {with_url("a\"b"), text},
         {with_url("news://h/x"), "its URL is none"},
-        {node_named("m", mesh, endless), "a number is infinite or none"},
+        {node_named("m", mesh, endless), number},
         {new WDB_Node("f", HFrame(Frame::translation(NAN, 0, 0)), nullptr, nullptr, nullptr),
-         "a number is infinite or none"},
+         number},
         {with_longest_line(3e38f), ""},
         {with_longest_line(-3e38f), "a triangle is longer than a line"},
-        {node_named("t", long_lines), "a triangle is longer than a line"},
-        {textured(std::string(124, 't').c_str(), new PX_Map(1, 1, 1)),
-         "a text is empty, too long or holds a quote"},
-        {lost, ""},
+        {textured(std::string(124, 't').c_str(), new PX_Map(1, 1, 1)), text},
     };
-    for (const auto& r : rows) {
+    for (const auto& [node, warning] : rows) {
         WDB_Database one;
-        one.put(r.node);
-        std::string text = reports_of([&] {
+        one.put(node);
+        const std::string told = reports_of([&] {
             const Report_Catcher silence;
             wdb_save(one, "saved");
         });
-        const std::size_t reason = text.find(" cannot be read back: ");
-        EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), r.warning[0] != '\0') << text;
-        if (reason != std::string::npos) {
-            EXPECT_EQ(text.substr(reason + 22, std::strlen(r.warning) + 4),
-                      r.warning + std::string(" in "));
-        }
+        const std::size_t reason = told.find(" cannot be read back: ");
+        EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), !warning.empty()) << told;
+        EXPECT_TRUE(warning.empty() || told.substr(reason + 22).starts_with(warning + " in "))
+            << told;
     }
 }
 

@@ -1,22 +1,11 @@
 #include "wdb/wdb_topology_split.h"
 
-#include <cmath>
-#include <cstdint>
-#include <gtest/gtest.h>
 #include <limits>
 #include <map>
-#include <random>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "std/Std_URL.h"
-#include "support.h"
+#include "tests/wdb/support.h"
 #include "wdb/Corner_Groups.h"
-#include "wdb/WDB_Camera.h"
-#include "wdb/WDB_Database.h"
-#include "wdb/WDB_Light.h"
-#include "wdb/WDB_Line_List.h"
 
 using Triangles = std::vector<WDB_Triangle>;
 
@@ -102,13 +91,7 @@ static Triangles random_triangles(std::mt19937& random, float size, int most_ulp
 // The sums are those of a plain way that tested every triangle that is left against the corners of
 // the component, again and again.
 TEST(wdb_topology_split, random_lists) {
-    const struct {
-        const char* row;
-        float size;
-        int most_ulps;
-        bool may_be_tangled, has_hub;
-        const char* sum;
-    } rows[] = {
+    const std::tuple<const char*, float, int, bool, bool, const char*> rows[] = {
         {"exact", 1, 0, false, false, "5fa8a09b18cbce92"},
         {"far apart", 100, 1, false, false, "58a23f6df77bab8a"},
         {"near one another", .2f, 1, false, false, "05acc505a3d9565a"},
@@ -119,28 +102,24 @@ TEST(wdb_topology_split, random_lists) {
         {"around a hub", 1, 0, false, true, "1e4bcd6a9ba0ef54"},
         {"around a hub in a chain", .2f, 3, true, true, "9a633b336dc298d8"},
     };
-    for (const auto& r : rows) {
+    for (const auto& [row, size, most_ulps, may_be_tangled, has_hub, sum] : rows) {
         int tangled = 0;
         std::string text;
         for (unsigned int seed = 0; seed < 150; ++seed) {
             std::mt19937 random(seed);
-            const Triangles triangles = random_triangles(random, r.size, r.most_ulps, r.has_hub);
+            const Triangles triangles = random_triangles(random, size, most_ulps, has_hub);
             text += split_text(triangles);
             tangled += Corner_Groups(*named_list(triangles)).has_tangled();
         }
-        EXPECT_EQ(checksum(text), r.sum) << r.row;
-        EXPECT_EQ(tangled > 0, r.may_be_tangled) << r.row;
+        EXPECT_EQ(checksum(text), sum) << row;
+        EXPECT_EQ(tangled > 0, may_be_tangled) << row;
     }
 }
 
 TEST(wdb_topology_split, what_counts_as_connected) {
     const float ulp = std::numeric_limits<float>::epsilon();
     const WDB_Triangle t({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-    const struct {
-        const char* row;
-        WDB_Triangle other;
-        int parts;
-    } rows[] = {
+    const std::tuple<const char*, WDB_Triangle, int> rows[] = {
         {"an edge", {{1, 0, 0}, {0, 1, 0}, {1, 1, 0}}, 1},
         {"a corner", {{1, 0, 0}, {2, 1, 0}, {2, 0, 0}}, 2},
         {"two corners of no edge to share", {{0, 1, 0}, {9, 9, 9}, {0, 0, 0}}, 1},
@@ -152,11 +131,11 @@ TEST(wdb_topology_split, what_counts_as_connected) {
         {"mirrored", {{-1, 0, 0}, {0, -1, 0}, {1, 1, 0}}, 2},
         {"nothing", {{NAN, 0, 0}, {1, NAN, 0}, {0, 1, 0}}, 2},
     };
-    for (const auto& r : rows)
-        EXPECT_NE(split_text({t, r.other})
-                      .find("splitted into " + std::to_string(r.parts) + " components\n"),
-                  std::string::npos)
-            << r.row;
+    for (const auto& [row, other, parts] : rows)
+        EXPECT_NE(
+            split_text({t, other}).find("splitted into " + std::to_string(parts) + " components\n"),
+            std::string::npos)
+            << row;
 }
 
 TEST(wdb_topology_split, whole_reports) {
@@ -200,10 +179,9 @@ TEST(wdb_topology_split, nodes_are_replaced_by_copies_of_their_class) {
     for (WDB_Node* node : std::initializer_list<WDB_Node*>{lamp, eye, plain}) world.put(node);
     world.nodes.clear();
     split(world);
-    EXPECT_EQ(world.shape_count(), 6);
-    EXPECT_EQ(world.light_count(), 2);
-    EXPECT_EQ(world.camera_count(), 2);
-    EXPECT_FALSE(world.is_editing());
+    EXPECT_EQ(
+        shown(world.shape_count(), world.light_count(), world.camera_count(), world.is_editing()),
+        "6 2 2 0 ");
     ASSERT_EQ(world.nodes.size(), 6u);
     const std::map<std::string, WDB_Node*> sources = {
         {"lamp", lamp}, {"eye", eye}, {"plain", plain}};
@@ -247,11 +225,12 @@ TEST(wdb_topology_split, a_shared_list_is_cut_once_and_others_stay) {
     std::map<std::string, int> counts;
     std::istringstream each(reports);
     for (std::string line; std::getline(each, line);) ++counts[line.substr(line.find(' ') + 1)];
-    EXPECT_EQ(counts["Handling geometry S with 2 triangles"], 1);
-    EXPECT_EQ(counts["Geometry E splitted into 0 components"], 1);
-    EXPECT_EQ(counts["Geometry WDB_Obj splitted into 1 components"], 1);
-    EXPECT_EQ(counts["Splitting node n into 2 parts"], 3);
-    EXPECT_EQ(counts["Handling geometry A with 2 triangles"], 0) << "two levels of detail";
+    EXPECT_EQ(shown(counts["Handling geometry S with 2 triangles"],
+                    counts["Geometry E splitted into 0 components"],
+                    counts["Geometry WDB_Obj splitted into 1 components"],
+                    counts["Splitting node n into 2 parts"],
+                    counts["Handling geometry A with 2 triangles"]), // two levels of detail
+              "1 1 1 3 0 ");
     for (WDB_Node* node : others) EXPECT_EQ(node->get_world(), &world);
     ASSERT_EQ(world.nodes.size(), 6u);
     for (std::size_t i = 2; i < 6; ++i)

@@ -1,17 +1,26 @@
-// Plain values of floats, compared bit by bit: a failure prints each float as a number and in
-// hexadecimal. The text that a value prints, and the sum of a text that is too long to show.
+// What most tests need. Plain values of floats, compared bit by bit: a failure prints each float as
+// a number and in hexadecimal. The text that values print, the sum of a text that is too long to
+// show, and what a call writes to the standard error stream.
 //
 //     EXPECT_EQ(bits_of(p * f), bits_of(Point(3, 2, 2)));
 //     EXPECT_EQ(printed(p), "Point(3,2,2)\n");
-#ifndef TESTS_BITS_H
-#define TESTS_BITS_H
+//     EXPECT_EQ(shown(list.count(), list.is_empty()), "2 0 ");
+//     EXPECT_EQ(reports_of([&] { url.open(); }), "");
+#ifndef TESTS_TEST_H
+#define TESTS_TEST_H
 
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <ostream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 struct Bits {
@@ -43,6 +52,14 @@ std::string printed(const T& value) {
     return os.str();
 }
 
+// All values in one line, each with a blank behind it.
+template<class... T>
+std::string shown(const T&... values) {
+    std::ostringstream os;
+    ((os << values << ' '), ...);
+    return os.str();
+}
+
 // Of all bytes: FNV-1a in 64 bits.
 inline std::string checksum(const std::string& text) {
     std::uint64_t sum = 0xCBF29CE484222325;
@@ -50,6 +67,13 @@ inline std::string checksum(const std::string& text) {
     char shown[17];
     std::snprintf(shown, sizeof shown, "%016llx", static_cast<unsigned long long>(sum));
     return shown;
+}
+
+template<class Call>
+std::string reports_of(Call call) {
+    ::testing::internal::CaptureStderr();
+    call();
+    return ::testing::internal::GetCapturedStderr();
 }
 
 #endif

@@ -1,0 +1,53 @@
+#include "math/Box_Index.h"
+
+#include <set>
+
+#include "math/Box_Probes.h"
+#include "tests/Test.h"
+
+// Counts the nodes that it is shown.
+struct Counting_Probe {
+    unsigned int meets(const Box_Lanes& lanes) const {
+        ++looks;
+        return Box_Probe(query).meets(lanes);
+    }
+    Bbox query;
+    int& looks;
+};
+
+// Boxes come, go and get other numbers. What is found is what a loop finds, and few nodes are
+// looked into for it: the bounds are what a good tree takes, and 2 in a hundred.
+TEST(Box_Index, finds_boxes_in_few_nodes) {
+    const Bbox bounds(Point(0, 0, 0), Point(100, 100, 100));
+    for (const auto& [clips, most_looks] : {std::pair(false, 2388), std::pair(true, 4753)}) {
+        std::mt19937 random(4);
+        const auto within = [&](float high) {
+            return static_cast<float>(random() % 4096) / 4096 * high;
+        };
+        const auto box = [&](float size) {
+            const Point low(within(100), within(100), within(100));
+            return Bbox(low, low + Vector(within(size), within(size), within(size)));
+        };
+        Box_Index index(bounds, clips);
+        std::vector<Bbox> boxes(4000);
+        std::set<std::uint32_t> held;
+        for (std::uint32_t i = 0; i < 4000; ++i) {
+            boxes[i] = box(clips && i % 50 == 0 ? 1e30f : 4);
+            index.put(i, boxes[i]);
+            held.insert(i);
+            const std::uint32_t other = *held.lower_bound(random() % (i + 1));
+            if (i % 3 == 2) index.remove(other), held.erase(other);
+        }
+        int looks = 0;
+        for (int round = 0; round < 300; ++round) {
+            const Counting_Probe probe{box(20), looks};
+            std::set<std::uint32_t> found, should;
+            index.collect(probe,
+                          [&](std::uint32_t number) { EXPECT_TRUE(found.insert(number).second); });
+            for (const std::uint32_t i : held)
+                if (boxes[i].is_overlapping(probe.query)) should.insert(i);
+            ASSERT_EQ(found, should);
+        }
+        EXPECT_LT(looks, most_looks) << clips;
+    }
+}
