@@ -35,7 +35,7 @@ TEST(Std_GC, every_kind_reads_as_zero_also_after_use) {
             char* block = new (kind) char[1000];
             ASSERT_EQ(std::count(block, block + 1000, '\0'), 1000);
             std::fill(block, block + 1000, '\x55');
-            delete[] block;
+            std_release(block);
         }
     }
 }
