@@ -29,11 +29,16 @@ TEST(Std_GC, stands_while_static_objects_are_built) {
     EXPECT_TRUE(early.is_silent);
 }
 
+// In a call of its own: for the language a new block has no values, and compilers warn.
+[[gnu::noinline]] static std::ptrdiff_t count_zeros(const char* block, std::ptrdiff_t size) {
+    return std::count(block, block + size, '\0');
+}
+
 TEST(Std_GC, every_kind_reads_as_zero_also_after_use) {
     for (STD_TMP_ALLOC_POOL_T* kind : {GC, NoGC, GCAtomic, NoGCAtomic}) {
         for (int round = 0; round < 200; ++round) {
             char* block = new (kind) char[1000];
-            ASSERT_EQ(std::count(block, block + 1000, '\0'), 1000);
+            ASSERT_EQ(count_zeros(block, 1000), 1000);
             std::fill(block, block + 1000, '\x55');
             std_release(block);
         }
