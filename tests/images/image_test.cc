@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include "images/image_internal.h"
@@ -144,6 +145,14 @@ TEST_F(Image_test, bytes_of_a_file) {
     }
 }
 
+static std::size_t allocated() {
+#if __GLIBC_PREREQ(2, 33)
+    return mallinfo2().uordblks;
+#else
+    return 0;
+#endif
+}
+
 TEST_F(Image_test, refusals) {
     EXPECT_EQ(iopen("/no/such/file", "r"), nullptr);
     EXPECT_EQ(errors, "");
@@ -174,6 +183,9 @@ TEST_F(Image_test, refusals) {
         put_bytes(text);
         EXPECT_EQ(iopen(path.c_str(), mode), nullptr) << name;
         EXPECT_EQ(errors, error) << name;
+        const std::size_t before = allocated();
+        for (int i = 0; i < 100; ++i) iopen(path.c_str(), mode);
+        EXPECT_LT(allocated() - before, 1000u) << name << ": memory stays behind";
     }
     errors.clear();
     EXPECT_EQ(iopen("/no/such/folder/x", "w", RLE(1), 1, 1), nullptr);

@@ -40,7 +40,7 @@ TEST_F(Lex_Context, lines) {
     };
     for (const auto& r : rows) {
         SCOPED_TRACE(r.row);
-        ASSERT_TRUE(load_text(unfolded(r.text)));
+        ASSERT_TRUE(load_text(r.text));
         const std::size_t shown = r.errors.empty() ? 1 : r.errors.size(); // long reports are cut
         EXPECT_EQ(errors().substr(0, shown), r.errors);
         EXPECT_EQ(nodes(), r.nodes);
@@ -79,6 +79,16 @@ TEST_F(Lex_Context, odd_lines) {
         EXPECT_EQ(lines_of_t(), lines) << text;
         EXPECT_EQ(told.text, "") << text;
     }
+}
+
+TEST_F(Lex_Context, urls_that_are_open_already) {
+    put_file("t", "a\n");
+    Std_URL url("t");
+    url.open();
+    const Report_Catcher told;
+    WDB_Lex_Context lex(&url, nullptr);
+    EXPECT_EQ(shown(told.text, lex.get_current_line(), lex.get_line_number()), "Invalid URL\n  0 ");
+    lex.close();
 }
 
 TEST_F(Lex_Context, frames) {

@@ -12,32 +12,19 @@ TEST(WDB_Line, what_a_constructor_is_not_given) {
                               1, 2, 3, 4, 5, 6, .1f, 0, 0, .2f, 0, 0};
     const L whole(p0, p1, n0, n1, c0, c1, t0, t1);
     EXPECT_EQ(std::memcmp(whole.p0.to_c(), floats, sizeof floats), 0);
-    for (int i = 0; i < 24; ++i) {
-        L other = whole;
-        other.p0.to_c()[i] += 1;
-        EXPECT_FALSE(other == whole) << i;
-    }
-    const std::pair<std::string, L> rows[] = {{"nct", L(p0, p1, n0, n1, c1, t0, t1)},
-                                              {"nt", L(p0, p1, n0, n1, t0, t1)},
-                                              {"nC", L(p0, p1, n0, n1, c0, c1)},
-                                              {"nc", L(p0, p1, n0, n1, c1)},
-                                              {"n", L(p0, p1, n0, n1)},
-                                              {"Ct", L(p0, p1, c0, c1, t0, t1)},
-                                              {"ct", L(p0, p1, c1, t0, t1)},
-                                              {"t", L(p0, p1, t0, t1)},
-                                              {"C", L(p0, p1, c0, c1)},
-                                              {"c", L(p0, p1, c1)},
-                                              {"", L(p0, p1)}};
-    const auto none = std::string::npos;
-    for (const auto& [given, does] : rows) {
-        L should = whole;
-        if (given.find('n') == none) should.n0 = should.n1 = Vector(0, 0, -1);
-        if (given.find('C') == none)
-            should.c0 = should.c1 = given.find('c') == none ? Color(.5f, .5f, .5f) : c1;
-        for (int i = 0; i < 6 && given.find('t') == none; ++i)
-            should.t0.to_c()[i] = should.n0.to_c()[i];
-        EXPECT_TRUE(does == should) << given << does;
-    }
+    check_given<L>(whole,
+                   {{"nct", L(p0, p1, n0, n1, c1, t0, t1)},
+                    {"nt", L(p0, p1, n0, n1, t0, t1)},
+                    {"nC", L(p0, p1, n0, n1, c0, c1)},
+                    {"nc", L(p0, p1, n0, n1, c1)},
+                    {"n", L(p0, p1, n0, n1)},
+                    {"Ct", L(p0, p1, c0, c1, t0, t1)},
+                    {"ct", L(p0, p1, c1, t0, t1)},
+                    {"t", L(p0, p1, t0, t1)},
+                    {"C", L(p0, p1, c0, c1)},
+                    {"c", L(p0, p1, c1)},
+                    {"", L(p0, p1)}},
+                   Vector(0, 0, -1));
     EXPECT_EQ(printed(whole),
               "Line{\n  p0 = Point(0,0,0)\n  p1 = Point(2,0,0)\n  n0 = Vector(1,0,0)\n"
               "  n1 = Vector(0,1,0)\n  c0 = Color(1,2,3)\n  c1 = Color(4,5,6)\n}\n");

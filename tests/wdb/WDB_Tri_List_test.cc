@@ -13,35 +13,19 @@ TEST(WDB_Triangle, what_a_constructor_is_not_given) {
                               1, 2, 3, 4, 5, 6, 7, 8, 9, .1f, 0, 0, .2f, 0, 0, .3f, 0, 0};
     const T whole(p0, p1, p2, n0, n1, n2, c0, c1, c2, t0, t1, t2);
     EXPECT_EQ(std::memcmp(whole.p0.to_c(), floats, sizeof floats), 0);
-    for (int i = 0; i < 36; ++i) {
-        T other = whole;
-        other.p0.to_c()[i] += 1;
-        EXPECT_FALSE(other == whole) << i;
-    }
-    // A capital C are colours of their own, c is one for all.
-    const std::pair<std::string, T> rows[] = {
-        {"nct", T(p0, p1, p2, n0, n1, n2, c1, t0, t1, t2)},
-        {"nt", T(p0, p1, p2, n0, n1, n2, t0, t1, t2)},
-        {"nC", T(p0, p1, p2, n0, n1, n2, c0, c1, c2)},
-        {"nc", T(p0, p1, p2, n0, n1, n2, c1)},
-        {"n", T(p0, p1, p2, n0, n1, n2)},
-        {"Ct", T(p0, p1, p2, c0, c1, c2, t0, t1, t2)},
-        {"ct", T(p0, p1, p2, c1, t0, t1, t2)},
-        {"t", T(p0, p1, p2, t0, t1, t2)},
-        {"C", T(p0, p1, p2, c0, c1, c2)},
-        {"c", T(p0, p1, p2, c1)},
-        {"", T(p0, p1, p2)},
-    };
-    const auto none = std::string::npos;
-    for (const auto& [given, does] : rows) {
-        T should = whole;
-        if (given.find('n') == none) should.n0 = should.n1 = should.n2 = Vector(0, 0, 1);
-        if (given.find('C') == none)
-            should.c0 = should.c1 = should.c2 = given.find('c') == none ? Color(.5f, .5f, .5f) : c1;
-        for (int i = 0; i < 9 && given.find('t') == none; ++i)
-            should.t0.to_c()[i] = should.n0.to_c()[i];
-        EXPECT_TRUE(does == should) << given << does;
-    }
+    check_given<T>(whole,
+                   {{"nct", T(p0, p1, p2, n0, n1, n2, c1, t0, t1, t2)},
+                    {"nt", T(p0, p1, p2, n0, n1, n2, t0, t1, t2)},
+                    {"nC", T(p0, p1, p2, n0, n1, n2, c0, c1, c2)},
+                    {"nc", T(p0, p1, p2, n0, n1, n2, c1)},
+                    {"n", T(p0, p1, p2, n0, n1, n2)},
+                    {"Ct", T(p0, p1, p2, c0, c1, c2, t0, t1, t2)},
+                    {"ct", T(p0, p1, p2, c1, t0, t1, t2)},
+                    {"t", T(p0, p1, p2, t0, t1, t2)},
+                    {"C", T(p0, p1, p2, c0, c1, c2)},
+                    {"c", T(p0, p1, p2, c1)},
+                    {"", T(p0, p1, p2)}},
+                   Vector(0, 0, 1));
     EXPECT_TRUE(T(p0, p1, p1) == T(p0, p1, p1));
     EXPECT_TRUE(T(p0, p1, p1).n2.iszero()) << "a line has no face";
     EXPECT_EQ(printed(whole), "TRIANGLE{\n"

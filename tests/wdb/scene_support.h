@@ -20,7 +20,7 @@ protected:
         return world;
     }
     WDB_Database* load_text(const std::string& text) {
-        put_file("t", text);
+        put_file("t", unfolded(text));
         return load("t");
     }
     // All reports but those on progress; errors in t as "3 message |line|" or "3 `near' message".

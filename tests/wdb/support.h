@@ -18,6 +18,32 @@ inline bool operator==(const Bbox& a, const Bbox& b) {
     return a.min == b.min && a.max == b.max;
 }
 
+// What an item is that was not given all. Parts: n, t; a capital C are colours of their own, c is
+// the second for all. `normal` stands for those that are not given.
+template<class Item>
+void check_given(const Item& whole, const std::vector<std::pair<std::string, Item>>& rows,
+                 const Vector& normal) {
+    constexpr int corners = sizeof(Item) / sizeof(Point) / 4;
+    const auto part = [](auto& item, int which) { return item.p0.to_c() + 3 * corners * which; };
+    for (const auto& [given, does] : rows) {
+        Item should = whole;
+        const auto is_given = [&, parts = given](char which) {
+            return parts.find(which) != std::string::npos;
+        };
+        for (int i = 0; i < 3 * corners; ++i) {
+            if (!is_given('n')) part(should, 1)[i] = normal[i % 3];
+            if (!is_given('C')) part(should, 2)[i] = is_given('c') ? (&whole.c1.r)[i % 3] : .5f;
+            if (!is_given('t')) part(should, 3)[i] = part(should, 1)[i];
+        }
+        EXPECT_TRUE(does == should) << given << does;
+    }
+    for (int i = 0; i < 12 * corners; ++i) {
+        Item other = whole;
+        other.p0.to_c()[i] += 1;
+        EXPECT_FALSE(other == whole) << i;
+    }
+}
+
 inline WDB_Tri_List* list_of(const std::vector<WDB_Triangle>& triangles) {
     auto* const list = new WDB_Tri_List(static_cast<int>(triangles.size()));
     for (int i = 0; i < list->count(); ++i) list->put(triangles[static_cast<std::size_t>(i)], i);

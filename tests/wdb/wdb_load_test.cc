@@ -5,7 +5,9 @@
 #include "std/Std_Limits.h"
 #include "tests/Http_Server.h"
 #include "tests/wdb/scene_support.h"
+#include "wdb/WDB_Lex_Context.h"
 #include "wdb/WDB_Load_Report.h"
+#include "wdb/WDB_Sym_Context.h"
 
 using Wdb_Load = Scene_Test;
 
@@ -40,7 +42,7 @@ static std::string brief(const std::string& text) {
 // Scenes, each with what its load reports and what comes of it: names, or all as it is saved.
 TEST_F(Wdb_Load, scenes_of_the_file) {
     for_each_block(TEST_SCENES, [this](std::map<std::string, std::string>& parts) {
-        reports_of([&] { ASSERT_TRUE(load_text(unfolded(parts["text"]))); }); // of URLs and images
+        reports_of([&] { ASSERT_TRUE(load_text(parts["text"])); }); // of URLs and images
         EXPECT_EQ(errors(), parts["reports"]);
         const std::string names = nodes();
         EXPECT_EQ(names, replaced(parts["nodes"], {{"\n", " "}}));
@@ -90,9 +92,8 @@ TEST_F(Wdb_Load, counts_of_a_report) {
 }
 
 TEST_F(Wdb_Load, normals_of_lines) {
-    load_text(unfolded(
-        "linelist g { line p 0 0 0 1 0 0; line p 0 0 0 2 0 0 n 0 0 .004 0 0 1 t 0 0 0 0 0 0; "
-        "line p 0 0 0 2 0 0 n 0 0 .003 0 0 1 c 1 0 0 }\nnode a { geometry g }"));
+    load_text("linelist g { line p 0 0 0 1 0 0; line p 0 0 0 2 0 0 n 0 0 .004 0 0 1 t 0 0 0 0 0 0; "
+              "line p 0 0 0 2 0 0 n 0 0 .003 0 0 1 c 1 0 0 }\nnode a { geometry g }");
     const auto& lines = *WDB_Line_List::castdown(node("a")->get_geometry());
     EXPECT_EQ(shown(lines.count(), lines[1].n0.z, lines.get_with_colors(), lines.get_with_normals(),
                     lines.get_with_textures()),
@@ -111,14 +112,13 @@ TEST_F(Wdb_Load, progress_after_each_thirtieth_object) {
 
 TEST_F(Wdb_Load, imports) {
     for (const char* folder : {"d", "d/e", "f"}) std::filesystem::create_directory(folder);
-    put_file("t", "world w {\n unit 2\n}\nimport file {\n frame t 1 0 0\n url \"doc.html\"\n"
-                  " file \"d/one\"\n file \"d/one\"\n}\nnode last {\n frame t 1 0 0\n}\n");
     put_file("d/one",
-             "loading context {\n base \"d/e/x\"\n}\nnode own {\n frame t 0 1 0\n url \"u\"\n}\n"
-             "import file {\n frame s 10 10 10\n file \"two.gz\"\n}\nnode plain {\n}\n");
-    put_file("d/e/two", "world v {\n unit 4\n}\nnode deep {\n frame t 1 1 1\n}\n" + mesh);
+             unfolded("loading context { base \"d/e/x\" }\nnode own { frame t 0 1 0; url \"u\" }\n"
+                      "import file { frame s 10 10 10; file \"two.gz\" }\nnode plain { }\n"));
+    put_file("d/e/two", unfolded("world v { unit 4 }\nnode deep { frame t 1 1 1 }\n" + mesh));
     ASSERT_EQ(std::system("gzip d/e/two"), 0);
-    load("t");
+    load_text("world w { unit 2 }\nimport file { frame t 1 0 0; url \"doc.html\"; file \"d/one\"; "
+              "file \"d/one\" }\nnode last { frame t 1 0 0 }\n");
     EXPECT_EQ(
         errors(),
         "Importing file: d/one\nImporting file: d/e/two.gz\n"
@@ -136,8 +136,8 @@ TEST_F(Wdb_Load, imports) {
         EXPECT_EQ(bits_of(node(name)->get_transform()[3]), bits_of(origin)) << name;
     // What a wrong header sets stays in force.
     put_file("f/x", "node x {\n}");
-    load_text("import it {\n frame t 5 0 0\n url \"q\"\n}\nimport file {\n frame t 1 0 0\n}\n"
-              "import file {\n file \"f/x\"\n}\n");
+    load_text("import it { frame t 5 0 0; url \"q\" }\nimport file { frame t 1 0 0 }\n"
+              "import file { file \"f/x\" }\n");
     EXPECT_EQ(nodes(), "x:-,-@q ");
     EXPECT_EQ(node("x")->get_transform()[3].x, 5);
     ASSERT_TRUE(load("f/x", "d/"));
@@ -265,8 +265,8 @@ TEST_F(Wdb_Load, cut_files) {
 TEST_F(Wdb_Load, textures) {
     checker("x")->get_image()->save("c.rgb");
     std::filesystem::copy_file("c.rgb", "tmp.rgb");
-    load_text(unfolded("texture a { image \"c.rgb\" }\ntexture b { tmpimage \"tmp.rgb\" }\n"
-                       "node a { texture a }\nnode b { texture b }"));
+    load_text("texture a { image \"c.rgb\" }\ntexture b { tmpimage \"tmp.rgb\" }\n"
+              "node a { texture a }\nnode b { texture b }");
     EXPECT_EQ(errors(), "");
     for (const char* name : {"a", "b"})
         EXPECT_EQ(node(name)->get_texture()->get_image()->get_pixel_component(1, 0, 1), 255)
@@ -274,16 +274,24 @@ TEST_F(Wdb_Load, textures) {
     EXPECT_TRUE(std::filesystem::exists("c.rgb") && !std::filesystem::exists("tmp.rgb"));
 }
 
-// Names of one file mean nothing in the next.
-TEST_F(Wdb_Load, starts_afresh) {
+TEST_F(Wdb_Load, a_context_starts_afresh) {
     checker("x")->get_image()->save("c.rgb");
-    load_text(unfolded("world w { unit 2 }\nmaterial m { }\ntexture t { image \"c.rgb\" }\n" +
-                       mesh + "node a { frame t 1 0 0; material m; texture t; geometry g }\n"));
-    EXPECT_EQ(errors() + nodes(), "a:m,t,g ");
-    load_text(unfolded("node a { frame t 1 0 0; material m; texture t; geometry g }\n"));
-    EXPECT_EQ(errors(), "3 `m' unknown material\n4 `t' unknown texture\n5 `g' unknown geometry\n");
-    EXPECT_EQ(nodes() + printed(node("a")->get_transform()[3]),
-              "a:-,- " + printed(Vector4(1, 0, 0, 1)));
+    put_file("t", unfolded("world w { unit 2 }\nmaterial m { }\ntexture t { image \"c.rgb\" }\n" +
+                           mesh + "node a { }\n"));
+    Std_URL url("t");
+    WDB_Lex_Context lex(&url, nullptr);
+    WDB_Sym_Context sym;
+    const auto state = [&] {
+        return shown(sym.get_material("m") != nullptr, sym.get_texture("t") != nullptr,
+                     sym.get_geometry("g") != nullptr, sym.get_unit_factor());
+    };
+    try_get_file(lex, sym);
+    lex.close();
+    EXPECT_EQ(state(), "1 1 1 2 ");
+    EXPECT_EQ(sym.build_database()->node_count(), 1);
+    sym.wipe_out();
+    EXPECT_EQ(state(), "0 0 0 1 ");
+    EXPECT_EQ(sym.build_database()->node_count(), 0);
 }
 
 // A good file cut behind every byte, or with one byte changed: no crash, and a report wherever the
