@@ -238,7 +238,7 @@ static const char* reason_to_skip(const Extrusion& e, Vrml_Ref node, Vrml_Budget
 }
 
 static void add_points(Vrml_Scene& scene, Vrml_Ref node, Extrusion& e, Vrml_Sweep& sweep) {
-    const std::size_t last = e.section.size() - 2;
+    const std::size_t last = 2 * e.corners() - 2; // an odd number may follow
     e.is_ring = is_same(e.spine.front(), e.spine.back()) && e.spine.size() > 2;
     e.is_tube =
         e.section[0] == e.section[last] && e.section[1] == e.section[last + 1] && e.corners() > 2;
