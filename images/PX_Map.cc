@@ -85,7 +85,7 @@ void PX_Map::load_error(const char* message, int component) {
 }
 
 static bool copy_document(Std_URL* from, int to) {
-    char block[65536];
+    char block[8192]; // on stacks of threads, which may be small
     while (const std::size_t got = from->read(block, sizeof block))
         if (!std_write_all(to, block, got)) return false;
     return true;

@@ -5,8 +5,6 @@
 #include <pthread.h>
 #include <unistd.h>
 
-#define GC_THREADS
-#define GC_NO_THREAD_REDIRECTS // threads of libraries come through no header of the collector's
 #include <gc.h>
 
 #include "std/Std_Assert.h"

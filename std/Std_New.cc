@@ -74,12 +74,12 @@ static void* try_new(std::size_t size) {
 // Over-aligned blocks are cut out of larger ones, so that pointers in them are scanned too. The
 // word in front of one names the larger block.
 static void* try_new_aligned(std::size_t size, std::align_val_t alignment) {
-    const std::size_t unit = std::max(static_cast<std::size_t>(alignment), usual_alignment);
-    if (!is_collected()) return try_malloc(size, unit);
-    if (size > SIZE_MAX - unit) return nullptr;
-    char* const block = static_cast<char*>(std_try_uncollectable(size + unit));
+    const std::size_t boundary = std::max(static_cast<std::size_t>(alignment), usual_alignment);
+    if (!is_collected()) return try_malloc(size, boundary);
+    if (size > SIZE_MAX - boundary) return nullptr;
+    char* const block = static_cast<char*>(std_try_uncollectable(size + boundary));
     if (!block) return nullptr;
-    char* const aligned = block + unit - reinterpret_cast<std::uintptr_t>(block) % unit;
+    char* const aligned = block + boundary - reinterpret_cast<std::uintptr_t>(block) % boundary;
     reinterpret_cast<void**>(aligned)[-1] = block;
     return aligned;
 }

@@ -3,7 +3,7 @@
 #include <cfloat>
 #include <cmath>
 
-static constexpr Color grey(0.5f, 0.5f, 0.5f);
+static constexpr Color line_grey(0.5f, 0.5f, 0.5f);
 // A line has no face. The length is 1, so that the scene reader keeps such lines.
 static constexpr Vector down(0, 0, -1);
 
@@ -18,7 +18,7 @@ WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vecto
 
 WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb,
                    const Point& ta, const Point& tb)
-    : WDB_Line(a, b, na, nb, grey, grey, ta, tb) {}
+    : WDB_Line(a, b, na, nb, line_grey, line_grey, ta, tb) {}
 
 WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb,
                    const Color& ca, const Color& cb)
@@ -29,7 +29,7 @@ WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vecto
     : WDB_Line(a, b, na, nb, color, color) {}
 
 WDB_Line::WDB_Line(const Point& a, const Point& b, const Vector& na, const Vector& nb)
-    : WDB_Line(a, b, na, nb, grey) {}
+    : WDB_Line(a, b, na, nb, line_grey) {}
 
 WDB_Line::WDB_Line(const Point& a, const Point& b, const Color& ca, const Color& cb,
                    const Point& ta, const Point& tb)

@@ -9,7 +9,7 @@ WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const
                            const Color& cc, const Point& ta, const Point& tb, const Point& tc)
     : p0(a), p1(b), p2(c), n0(na), n1(nb), n2(nc), c0(ca), c1(cb), c2(cc), t0(ta), t1(tb), t2(tc) {}
 
-static constexpr Color grey(0.5f, 0.5f, 0.5f);
+static constexpr Color triangle_grey(0.5f, 0.5f, 0.5f);
 
 static Vector face_normal(const Point& a, const Point& b, const Point& c) {
     return oknormalize(cross(a, b, c));
@@ -23,7 +23,7 @@ WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Vector& na,
                            const Vector& nb, const Vector& nc, const Point& ta, const Point& tb,
                            const Point& tc)
-    : WDB_Triangle(a, b, c, na, nb, nc, grey, grey, grey, ta, tb, tc) {}
+    : WDB_Triangle(a, b, c, na, nb, nc, triangle_grey, triangle_grey, triangle_grey, ta, tb, tc) {}
 
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Vector& na,
                            const Vector& nb, const Vector& nc, const Color& ca, const Color& cb,
@@ -36,7 +36,7 @@ WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const
 
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Vector& na,
                            const Vector& nb, const Vector& nc)
-    : WDB_Triangle(a, b, c, na, nb, nc, grey) {}
+    : WDB_Triangle(a, b, c, na, nb, nc, triangle_grey) {}
 
 // The face normal is computed once for the three corners, which the full form could not do.
 
@@ -52,7 +52,7 @@ WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const
 
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Point& ta,
                            const Point& tb, const Point& tc)
-    : WDB_Triangle(a, b, c, grey, grey, grey, ta, tb, tc) {}
+    : WDB_Triangle(a, b, c, triangle_grey, triangle_grey, triangle_grey, ta, tb, tc) {}
 
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Color& ca,
                            const Color& cb, const Color& cc)
@@ -63,7 +63,7 @@ WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const
     : WDB_Triangle(a, b, c, color, color, color) {}
 
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c)
-    : WDB_Triangle(a, b, c, grey) {}
+    : WDB_Triangle(a, b, c, triangle_grey) {}
 
 // Ties fall towards z, then y.
 static int largest_axis(const Vector& n) {
