@@ -3,16 +3,13 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <span>
 
 #include "tools/Vrml_Files.h"
 #include "tools/Vrml_Parser.h"
 #include "tools/Vrml_Report.h"
 #include "tools/Vrml_Text.h"
 #include "tools/Vrml_Writer.h"
-
-static bool is_one_of(std::string_view type, std::initializer_list<std::string_view> types) {
-    return std::find(types.begin(), types.end(), type) != types.end();
-}
 
 static const char unfit_levels[] = "LOD levels that are no single shape like the finest";
 
@@ -29,15 +26,20 @@ void Vrml_Converter::visit(Vrml_Ref node, Vrml_State& state, int depth) {
     if (depth > VRML_DEEPEST) return report_.skip("groups nested too deeply", node.type());
     const Vrml_Ref n = scene_.resolved(node);
     if (!n || n.type().empty()) return;
-    const bool is_separator = is_one_of(n.type(), {"Separator", "TransformSeparator", "WWWAnchor"});
+    const bool is_separator =
+        n.type() == "Separator" || n.type() == "TransformSeparator" || n.type() == "WWWAnchor";
     Vrml_State inner = state;
     Vrml_State& own = is_separator || !is_vrml1_ ? inner : state;
     const std::string_view outer_name = own.name;
     if (!n.node->name.empty()) own.name = n.node->name;
     if (!node.node->name.empty()) own.name = node.node->name;
-    if (!visit_group(n, own, depth) && !visit_shape(n, own) && !visit_other(n, own) &&
-        !(is_vrml1_ && visit_property(n, own)))
-        skip_node(n);
+    if (const Kind* kind = kind_of(n.type())) {
+        (this->*kind->visit)(n, own, depth);
+    } else if (is_vrml1_ && shapes_.is_shape(n.type())) {
+        find_shape(n, own);
+    } else {
+        report_.skip(n.type(), n.type());
+    }
     own.name = outer_name;
     if (n.type() != "TransformSeparator") return;
     inner.place = state.place; // all else goes on
@@ -45,24 +47,70 @@ void Vrml_Converter::visit(Vrml_Ref node, Vrml_State& state, int depth) {
     state = inner;
 }
 
-bool Vrml_Converter::visit_group(Vrml_Ref n, Vrml_State& state, int depth) {
-    // In VRML 1.0 `Transform` is a property of what follows, not a group.
-    const bool is_anchor = is_one_of(n.type(), {"Anchor", "WWWAnchor"});
-    if (n.type() == "Transform" && !is_vrml1_) {
-        state.place = Vrml_Place::transform(scene_, n, "scale") * state.place;
-    } else if (n.type() == "LOD") {
-        visit_levels(n, state, depth);
-        return true;
-    } else if (n.type() == "Switch") {
-        visit_switch(n, state, depth);
-        return true;
-    } else if (!is_anchor && !is_one_of(n.type(), {"Separator", "TransformSeparator", "Group",
-                                                   "Billboard", "Collision"})) {
-        return false;
-    }
-    if (is_anchor) state.url = scene_.word(n, is_vrml1_ ? "name" : "url");
+// What is done about a type; null, if nothing is.
+const Vrml_Converter::Kind* Vrml_Converter::kind_of(std::string_view type) const {
+    using C = Vrml_Converter;
+    using S = Vrml_State;
+    static constexpr Kind both[] = {
+        {"Group", &C::visit_children},
+        {"Separator", &C::visit_children},
+        {"TransformSeparator", &C::visit_children},
+        {"Billboard", &C::visit_children},
+        {"Collision", &C::visit_children},
+        {"Transform", &C::visit_transform},
+        {"Anchor", &C::visit_anchor},
+        {"WWWAnchor", &C::visit_anchor},
+        {"LOD", &C::visit_levels},
+        {"Switch", &C::visit_switch},
+        {"Inline", &C::write_import},
+        {"WWWInline", &C::write_import},
+        {"Viewpoint", &C::write_camera},
+        {"PerspectiveCamera", &C::write_camera},
+        {"OrthographicCamera", &C::write_camera},
+        {"PointLight", &C::write_light},
+        {"SpotLight", &C::write_light},
+        {"Info", &C::pass_by},
+        {"WorldInfo", &C::pass_by},
+        {"NavigationInfo", &C::pass_by},
+    };
+    static constexpr Kind vrml97[] = {{"Shape", &C::visit_shape}};
+    // Properties, which hold for all that follows.
+    static constexpr Kind vrml1[] = {
+        {"Translation", &C::visit_translation},
+        {"Rotation", &C::visit_rotation},
+        {"Scale", &C::visit_scale},
+        {"MatrixTransform", &C::visit_matrix},
+        {"Texture2", &C::visit_texture},
+        {"Material", &C::keep<&S::material>},
+        {"MaterialBinding", &C::keep<&S::material_binding>},
+        {"Coordinate3", &C::keep<&S::coordinates>},
+        {"Normal", &C::keep<&S::normals>},
+        {"NormalBinding", &C::keep<&S::normal_binding>},
+        {"TextureCoordinate2", &C::keep<&S::texture_points>},
+        {"Texture2Transform", &C::keep<&S::texture_transform>},
+        {"ShapeHints", &C::keep<&S::hints>},
+    };
+    const std::span<const Kind> own = is_vrml1_ ? std::span<const Kind>(vrml1) : vrml97;
+    for (const std::span<const Kind> kinds : {std::span<const Kind>(both), own})
+        for (const Kind& kind : kinds)
+            if (kind.type == type) return &kind;
+    return nullptr;
+}
+
+void Vrml_Converter::visit_children(Vrml_Ref n, Vrml_State& state, int depth) {
     for (const Vrml_Ref child : scene_.children(n)) visit(child, state, depth + 1);
-    return true;
+}
+
+void Vrml_Converter::visit_transform(Vrml_Ref n, Vrml_State& state, int depth) {
+    const char* const scale = is_vrml1_ ? "scaleFactor" : "scale";
+    state.place = Vrml_Place::transform(scene_, n, scale) * state.place;
+    // In VRML 1.0 a property of what follows, not a group.
+    if (!is_vrml1_) visit_children(n, state, depth);
+}
+
+void Vrml_Converter::visit_anchor(Vrml_Ref n, Vrml_State& state, int depth) {
+    state.url = scene_.word(n, is_vrml1_ ? "name" : "url");
+    visit_children(n, state, depth);
 }
 
 void Vrml_Converter::visit_switch(Vrml_Ref n, Vrml_State& state, int depth) {
@@ -104,55 +152,37 @@ void Vrml_Converter::visit_levels(Vrml_Ref n, Vrml_State& state, int depth) {
     write_levels(levels, n);
 }
 
-// Properties of VRML 1.0, which hold for all that follows.
-bool Vrml_Converter::visit_property(Vrml_Ref n, Vrml_State& state) {
-    Vrml_Place& place = state.place;
-    if (n.type() == "Transform") {
-        place = Vrml_Place::transform(scene_, n, "scaleFactor") * place;
-    } else if (n.type() == "Translation") {
-        place = Vrml_Place::translation(scene_, n, "translation") * place;
-    } else if (n.type() == "Rotation") {
-        place = Vrml_Place::rotation(scene_, n, "rotation") * place;
-    } else if (n.type() == "Scale") {
-        place = Vrml_Place::scaling(scene_, n, "scaleFactor") * place;
-    } else if (n.type() == "MatrixTransform") {
-        place = Vrml_Place::matrix_transform(scene_, n) * place;
-    } else if (n.type() == "Texture2") {
-        // One of neither ends what the one before has set.
-        const bool is_there = scene_.find(n, "filename") || scene_.number(n, "image", 0, 0) > 0;
-        state.texture = is_there && !looks_.texture(n).empty() ? n : Vrml_Ref();
-    } else {
-        const struct {
-            const char* type;
-            Vrml_Ref Vrml_State::*place;
-        } kept[] = {{"Material", &Vrml_State::material},
-                    {"MaterialBinding", &Vrml_State::material_binding},
-                    {"Coordinate3", &Vrml_State::coordinates},
-                    {"Normal", &Vrml_State::normals},
-                    {"NormalBinding", &Vrml_State::normal_binding},
-                    {"TextureCoordinate2", &Vrml_State::texture_points},
-                    {"Texture2Transform", &Vrml_State::texture_transform},
-                    {"ShapeHints", &Vrml_State::hints}};
-        for (const auto& k : kept)
-            if (n.type() == k.type) return state.*k.place = n, true;
-        return false;
-    }
-    return true;
+void Vrml_Converter::visit_translation(Vrml_Ref n, Vrml_State& state, int) {
+    state.place = Vrml_Place::translation(scene_, n, "translation") * state.place;
 }
 
-bool Vrml_Converter::visit_shape(Vrml_Ref n, const Vrml_State& state) {
-    if (is_vrml1_ && shapes_.is_shape(n.type())) return find_shape(n, state), true;
-    if (is_vrml1_ || n.type() != "Shape") return false;
-    Vrml_State inner = state;
-    set_looks(n, inner);
+void Vrml_Converter::visit_rotation(Vrml_Ref n, Vrml_State& state, int) {
+    state.place = Vrml_Place::rotation(scene_, n, "rotation") * state.place;
+}
+
+void Vrml_Converter::visit_scale(Vrml_Ref n, Vrml_State& state, int) {
+    state.place = Vrml_Place::scaling(scene_, n, "scaleFactor") * state.place;
+}
+
+void Vrml_Converter::visit_matrix(Vrml_Ref n, Vrml_State& state, int) {
+    state.place = Vrml_Place::matrix_transform(scene_, n) * state.place;
+}
+
+void Vrml_Converter::visit_texture(Vrml_Ref n, Vrml_State& state, int) {
+    // One of neither ends what the one before has set.
+    const bool is_there = scene_.find(n, "filename") || scene_.number(n, "image", 0, 0) > 0;
+    state.texture = is_there && !looks_.texture(n).empty() ? n : Vrml_Ref();
+}
+
+void Vrml_Converter::visit_shape(Vrml_Ref n, Vrml_State& state, int) {
+    set_looks(n, state);
     const Vrml_Ref geometry = scene_.node(n, "geometry");
-    if (!geometry) return true;
+    if (!geometry) return;
     if (shapes_.is_shape(geometry.type())) {
-        find_shape(geometry, inner);
+        find_shape(geometry, state);
     } else {
-        skip_node(geometry);
+        report_.skip(geometry.type(), geometry.type());
     }
-    return true;
 }
 
 void Vrml_Converter::set_looks(Vrml_Ref shape, Vrml_State& state) {
@@ -161,24 +191,6 @@ void Vrml_Converter::set_looks(Vrml_Ref shape, Vrml_State& state) {
     state.texture = scene_.node(appearance, "texture");
     if (state.texture && looks_.texture(state.texture).empty()) state.texture = {};
     state.texture_transform = scene_.node(appearance, "textureTransform", "TextureTransform");
-}
-
-bool Vrml_Converter::visit_other(Vrml_Ref n, const Vrml_State& state) {
-    if (is_one_of(n.type(), {"Inline", "WWWInline"})) {
-        write_import(n, state);
-    } else if (is_one_of(n.type(), {"Viewpoint", "PerspectiveCamera", "OrthographicCamera"})) {
-        write_camera(n, state);
-    } else if (is_one_of(n.type(), {"PointLight", "SpotLight"})) {
-        write_light(n, state);
-    } else {
-        return false;
-    }
-    return true;
-}
-
-void Vrml_Converter::skip_node(Vrml_Ref n) {
-    if (!is_one_of(n.type(), {"Info", "WorldInfo", "NavigationInfo"}))
-        report_.skip(n.type(), n.type());
 }
 
 void Vrml_Converter::find_shape(Vrml_Ref node, const Vrml_State& state) {
@@ -260,7 +272,7 @@ void Vrml_Converter::write_node(const Found& finest, const std::vector<Level>& c
     out_.put("}\n");
 }
 
-void Vrml_Converter::write_import(Vrml_Ref n, const Vrml_State& state) {
+void Vrml_Converter::write_import(Vrml_Ref n, Vrml_State& state, int) {
     // Coarser levels give shapes alone: their cameras and lights stand in the finest as well, as a
     // rule.
     if (is_coarse_ || !budget_.take_shape(n.type())) return;
@@ -276,7 +288,7 @@ void Vrml_Converter::write_import(Vrml_Ref n, const Vrml_State& state) {
 static const double degrees = 180 / std::numbers::pi;
 
 // The camera of a scene looks along its -z, as those of VRML do.
-void Vrml_Converter::write_camera(Vrml_Ref n, const Vrml_State& state) {
+void Vrml_Converter::write_camera(Vrml_Ref n, Vrml_State& state, int) {
     if (is_coarse_ || !budget_.take_shape(n.type())) return;
     // The places that cameras have where their file says nothing.
     const double distance = n.type() == "Viewpoint" ? 10 : 1;
@@ -315,7 +327,7 @@ static Vrml_Place turn_to(double x, double y, double z) {
 }
 
 // A light of the scene has a place, a colour and an angle, as cut-off angles go: from the axis.
-void Vrml_Converter::write_light(Vrml_Ref n, const Vrml_State& state) {
+void Vrml_Converter::write_light(Vrml_Ref n, Vrml_State& state, int) {
     if (is_coarse_ || !budget_.take_shape(n.type())) return;
     if (scene_.has_word(n, "on", "FALSE"))
         return report_.skip(std::string(n.type()) + " that is off", n.type());

@@ -46,22 +46,38 @@ private:
     };
     using Level = std::vector<Found>;
 
-    void visit(Vrml_Ref node, Vrml_State& state, int depth);
-    bool visit_group(Vrml_Ref node, Vrml_State& state, int depth);
-    void visit_switch(Vrml_Ref node, Vrml_State& state, int depth);
-    void visit_levels(Vrml_Ref node, Vrml_State& state, int depth);
-    bool visit_property(Vrml_Ref node, Vrml_State& state);
-    bool visit_shape(Vrml_Ref node, const Vrml_State& state);
-    bool visit_other(Vrml_Ref node, const Vrml_State& state);
-    void set_looks(Vrml_Ref shape, Vrml_State& state);
-    void skip_node(Vrml_Ref node);
+    // Of a type of node: what visit does, in the state that the node may change.
+    struct Kind {
+        std::string_view type;
+        void (Vrml_Converter::*visit)(Vrml_Ref node, Vrml_State& state, int depth);
+    };
 
+    const Kind* kind_of(std::string_view type) const;
+    void visit(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_children(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_transform(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_anchor(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_levels(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_switch(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_shape(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_translation(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_rotation(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_scale(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_matrix(Vrml_Ref node, Vrml_State& state, int depth);
+    void visit_texture(Vrml_Ref node, Vrml_State& state, int depth);
+    void write_import(Vrml_Ref node, Vrml_State& state, int depth);
+    void write_camera(Vrml_Ref node, Vrml_State& state, int depth);
+    void write_light(Vrml_Ref node, Vrml_State& state, int depth);
+    void pass_by(Vrml_Ref, Vrml_State&, int) {}
+    template<Vrml_Ref Vrml_State::*kept>
+    void keep(Vrml_Ref node, Vrml_State& state, int) {
+        state.*kept = node;
+    }
+
+    void set_looks(Vrml_Ref shape, Vrml_State& state);
     void find_shape(Vrml_Ref node, const Vrml_State& state);
     void write_levels(const std::vector<Level>& levels, Vrml_Ref lod);
     void write_node(const Found& finest, const std::vector<Level>& coarser);
-    void write_import(Vrml_Ref node, const Vrml_State& state);
-    void write_camera(Vrml_Ref node, const Vrml_State& state);
-    void write_light(Vrml_Ref node, const Vrml_State& state);
     void put_frame(const Vrml_Place& place);
     void put_url(std::string_view token);
 
