@@ -21,6 +21,17 @@ static bool names_a_descriptor(const char* path) {
     return false;
 }
 
+// `name` in the folder of `target`.
+static char* beside(const char* target, const char* name) {
+    const char* const slash = std::strrchr(target, '/');
+    const std::size_t folder = slash ? static_cast<std::size_t>(slash + 1 - target) : 0;
+    const std::size_t length = std::strlen(name);
+    char* const path = new (GCAtomic) char[folder + length + 1];
+    std::memcpy(path, target, folder);
+    std::memcpy(path + folder, name, length + 1);
+    return path;
+}
+
 // `target` with what its own link, if it is one, leads to in its place. Also for a link that leads
 // to nothing yet. The name of a descriptor stays.
 static const char* resolved(const char* target) {
@@ -30,12 +41,7 @@ static const char* resolved(const char* target) {
         const ssize_t length = readlink(target, link, PATH_MAX - 1);
         if (length < 0) break;
         link[length] = '\0';
-        const char* const slash = link[0] == '/' ? nullptr : std::strrchr(target, '/');
-        const std::size_t folder = slash ? static_cast<std::size_t>(slash + 1 - target) : 0;
-        char* const path = new (GCAtomic) char[folder + static_cast<std::size_t>(length) + 1];
-        std::memcpy(path, target, folder);
-        std::memcpy(path + folder, link, static_cast<std::size_t>(length));
-        target = path;
+        target = link[0] == '/' ? str_new(link) : beside(target, link);
     }
     return target;
 }
@@ -69,17 +75,6 @@ bool Std_Output_File::open(const char* path, Links links) {
         discard();
     }
     return open_in_place(links == REPLACE_LINKS ? O_NOFOLLOW : 0);
-}
-
-// `name` in the folder of `target`.
-static char* beside(const char* target, const char* name) {
-    const char* const slash = std::strrchr(target, '/');
-    const std::size_t folder = slash ? static_cast<std::size_t>(slash + 1 - target) : 0;
-    const std::size_t length = std::strlen(name);
-    char* const path = new (GCAtomic) char[folder + length + 1];
-    std::memcpy(path, target, folder);
-    std::memcpy(path + folder, name, length + 1);
-    return path;
 }
 
 static char* pattern_beside(const char* target) {
