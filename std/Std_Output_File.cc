@@ -3,11 +3,11 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <initializer_list>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include "std/Std_Common.h"
@@ -65,20 +65,31 @@ bool Std_Output_File::open(const char* path, Links links) {
     if (is_special || names_a_descriptor(target_)) return open_in_place(0);
     // A file that may not be written is not replaced either.
     if (replaces_ && access(target_, W_OK) != 0) return false;
-    if (open_beside()) {
-        // The new file takes the rights of the old one; there is no way to ask for the mask but to
-        // set it.
-        const mode_t mask = umask(0);
-        umask(mask);
-        const mode_t mode = replaces_ ? status.st_mode & 07777 : 0666 & ~mask;
-        if (fchmod(descriptor_, mode) == 0) return true;
-        discard();
-    }
+    // The new file takes the rights of the old one.
+    if (open_beside() && (!replaces_ || fchmod(descriptor_, status.st_mode & 07777) == 0))
+        return true;
+    discard();
+    // Only where the folder stands in the way: a full disk would cut the old file.
+    if (errno != EACCES && errno != EPERM && errno != EROFS) return false;
     return open_in_place(links == REPLACE_LINKS ? O_NOFOLLOW : 0);
 }
 
-static char* pattern_beside(const char* target) {
-    return beside(target, ".noltXXXXXX");
+// Makes a file beside the target under a name that is free: make(path) answers -1, with EEXIST, if
+// the name is taken.
+// On failure: null, with errno.
+template<class Make>
+static const char* make_beside(const char* target, Make make) {
+    const int most_tries = 100;
+    for (int i = 0; i < most_tries; ++i) {
+        timespec now;
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        const char* const path =
+            beside(target, str_format(".nolt%x_%lx", static_cast<unsigned int>(getpid()),
+                                      static_cast<unsigned long>(now.tv_nsec)));
+        if (make(path) >= 0) return path;
+        if (errno != EEXIST) break;
+    }
+    return nullptr;
 }
 
 // Where a descriptor has a name, by which a file without one gets one.
@@ -88,36 +99,19 @@ static const char* name_of(int descriptor) {
 
 // Without a name, if that can be had: a process that is killed leaves nothing then.
 bool Std_Output_File::open_beside() {
+    const int flags = O_WRONLY | O_CLOEXEC;
+    // What is to have the rights of an old file has none for others before.
+    const mode_t mode = replaces_ ? 0600 : 0666;
 #ifdef O_TMPFILE
-    const int flags = O_TMPFILE | O_WRONLY | O_CLOEXEC;
-    descriptor_ = std_above_standard(::open(beside(target_, "."), flags, 0600));
+    descriptor_ = std_above_standard(::open(beside(target_, "."), flags | O_TMPFILE, mode));
     is_nameless_ = descriptor_ >= 0 && access(name_of(descriptor_), F_OK) == 0;
     if (is_nameless_) return true;
     if (descriptor_ >= 0) ::close(descriptor_);
 #endif
-    char* const path = pattern_beside(target_);
-    descriptor_ = std_above_standard(mkostemp(path, O_CLOEXEC));
-    temporary_ = descriptor_ < 0 ? nullptr : path;
-    return descriptor_ >= 0;
-}
-
-// A link cannot replace a file, so the name is one beside it, which the rename of commit then
-// moves. mkostemp finds a free one; somebody may take it before the link does.
-bool Std_Output_File::give_name() {
-    const int most_tries = 100;
-    for (int i = 0; i < most_tries; ++i) {
-        char* const path = pattern_beside(target_);
-        const int placeholder = mkostemp(path, O_CLOEXEC);
-        if (placeholder < 0) return false;
-        ::close(placeholder);
-        unlink(path);
-        if (linkat(AT_FDCWD, name_of(descriptor_), AT_FDCWD, path, AT_SYMLINK_FOLLOW) == 0) {
-            temporary_ = path;
-            return true;
-        }
-        if (errno != EEXIST) return false;
-    }
-    return false;
+    temporary_ = make_beside(target_, [&](const char* path) {
+        return descriptor_ = std_above_standard(::open(path, flags | O_CREAT | O_EXCL, mode));
+    });
+    return temporary_ != nullptr;
 }
 
 bool Std_Output_File::open_in_place(int more_flags) {
@@ -126,11 +120,18 @@ bool Std_Output_File::open_in_place(int more_flags) {
     return descriptor_ >= 0;
 }
 
-bool Std_Output_File::commit() {
+bool Std_Output_File::prepare() {
     // Without the sync, a crash may leave the new name with none of its bytes, and the old ones
     // gone.
     bool is_good = !(temporary_ || is_nameless_) || !replaces_ || fsync(descriptor_) == 0;
-    if (is_nameless_ && is_good) is_good = give_name();
+    if (is_nameless_ && is_good) {
+        // A link cannot replace a file, so the name is one beside it.
+        temporary_ = make_beside(target_, [&](const char* path) {
+            return linkat(AT_FDCWD, name_of(descriptor_), AT_FDCWD, path, AT_SYMLINK_FOLLOW);
+        });
+        is_good = temporary_ != nullptr;
+    }
+    is_nameless_ = false;
     // The first thing that went wrong is the one to tell.
     int error = errno;
     if (::close(descriptor_) != 0 && is_good) {
@@ -138,22 +139,56 @@ bool Std_Output_File::commit() {
         error = errno;
     }
     descriptor_ = -1;
-    if (temporary_ && is_good && std::rename(temporary_, target_) != 0) {
-        is_good = false;
-        error = errno;
-    }
-    if (temporary_ && !is_good) unlink(temporary_);
-    temporary_ = nullptr;
-    is_nameless_ = false;
+    if (!is_good) discard();
     errno = error;
     return is_good;
 }
 
-void Std_Output_File::discard() {
-    if (descriptor_ < 0) return;
+bool Std_Output_File::put_in_place(bool keeps_old) {
+    if (!temporary_) return true;
+    if (keeps_old && replaces_) {
+        old_ = make_beside(target_, [&](const char* path) { return link(target_, path); });
+        // Where files have one name only, the old one cannot be kept; one that has gone need not.
+        if (!old_ && errno != EPERM && errno != EOPNOTSUPP && errno != EMLINK && errno != ENOENT)
+            return false;
+    }
+    if (std::rename(temporary_, target_) != 0) {
+        discard();
+        return false;
+    }
+    temporary_ = nullptr;
+    is_in_place_ = keeps_old;
+    return true;
+}
+
+void Std_Output_File::take_back() {
+    if (is_in_place_ && !replaces_) unlink(target_);
+    if (is_in_place_ && old_ && std::rename(old_, target_) == 0) old_ = nullptr;
+    discard();
+}
+
+void Std_Output_File::give_up_old() {
+    if (old_) unlink(old_);
+    old_ = nullptr;
+    is_in_place_ = false;
+}
+
+bool Std_Output_File::commit_all(Std_Output_File* const files[], int count) {
+    int done = 0;
+    while (done < count && files[done]->put_in_place(count > 1)) ++done;
     const int error = errno;
-    ::close(descriptor_);
+    const bool are_all = done == count;
+    while (!are_all && count-- > 0) files[count]->take_back();
+    while (are_all && count-- > 0) files[count]->give_up_old();
+    errno = error;
+    return are_all;
+}
+
+void Std_Output_File::discard() {
+    const int error = errno;
+    if (descriptor_ >= 0) ::close(descriptor_);
     if (temporary_) unlink(temporary_);
+    give_up_old();
     descriptor_ = -1;
     temporary_ = nullptr;
     is_nameless_ = false;
