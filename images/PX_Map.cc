@@ -143,39 +143,45 @@ const char* PX_Map::load_file(int descriptor, int component) {
     return nullptr;
 }
 
+static bool refuse_save(const char* file_name, int error) {
+    std_assert(2,
+               str_format("Unable to save image %s%s%s", file_name, error ? ": " : "",
+                          error ? std::strerror(error) : ""),
+               __FILE__, __LINE__);
+    return false;
+}
+
 bool PX_Map::save(const char* file_name) {
-    const int most_channels = 4;
     Std_Output_File file;
+    if (!save(file_name, file)) return false;
+    Std_Output_File* const files[] = {&file};
+    return Std_Output_File::commit_all(files, 1) || refuse_save(file_name, errno);
+}
+
+bool PX_Map::save(const char* file_name, Std_Output_File& file) {
+    const int most_channels = 4;
     errno = 0; // what has no reason of the system's own says so before
-    bool is_saved = component_ >= 1 && component_ <= most_channels &&
-                    file.open(file_name, Std_Output_File::REPLACE_LINKS);
-    if (is_saved) {
-        // Above the standard ones: errors of the image are not to land in it.
-        const int copy = fcntl(file.descriptor(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-        pixmap_open_write(copy, width_, height_, component_);
-        is_saved = pixmap_is_open();
-    }
-    int error = errno;
-    // The first thing that fails gives the reason, but all is closed. Only what is whole takes the
-    // place of the old file.
-    if (is_saved) {
-        is_saved = pixmap_save(pixels_, width_ * component_);
-        error = errno;
-        if (!pixmap_close() && is_saved) {
-            is_saved = false;
-            error = errno;
+    if (component_ < 1 || component_ > most_channels ||
+        !file.open(file_name, Std_Output_File::REPLACE_LINKS))
+        return refuse_save(file_name, errno);
+    // Above the standard ones: errors of the image are not to land in it.
+    const int copy = fcntl(file.descriptor(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    pixmap_open_write(copy, width_, height_, component_);
+    bool is_written = pixmap_is_open();
+    if (is_written) {
+        // The first thing that fails gives the reason, but all is closed.
+        is_written = pixmap_save(pixels_, width_ * component_);
+        const int error = errno;
+        if (pixmap_close() || !is_written) {
+            errno = error;
+        } else {
+            is_written = false;
         }
     }
-    if (is_saved && !file.commit()) {
-        is_saved = false;
-        error = errno;
-    }
-    if (!is_saved)
-        std_assert(2,
-                   str_format("Unable to save image %s%s%s", file_name, error ? ": " : "",
-                              error ? std::strerror(error) : ""),
-                   __FILE__, __LINE__);
-    return is_saved;
+    if (is_written && file.prepare()) return true;
+    const int error = errno;
+    file.discard();
+    return refuse_save(file_name, error);
 }
 
 void PX_Map::get_row_in(unsigned char* out, int y) const {

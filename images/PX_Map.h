@@ -19,6 +19,7 @@
 
 #include "std/Std_Obj.h"
 
+class Std_Output_File;
 class Std_URL;
 
 class PX_Map : public Std_Obj {
@@ -44,9 +45,13 @@ class PX_Map : public Std_Obj {
     // On failure: false and a warning, and the old file is as it was; so also for more than 4
     // components.
     bool save(const char* file_name);
+    // The same up to Std_Output_File::prepare, for files that get their places together.
+    bool save(const char* file_name, Std_Output_File& file);
 
-    // Whether the last load read the whole picture; true if there was none.
+    // Whether the last load read the whole picture, or the program has completed it; true if there
+    // was no load.
     bool is_complete() const { return is_complete_; }
+    void set_complete() { is_complete_ = true; }
     // The text of the URL of the last load, or "".
     const char* get_source() const { return source_; }
 

@@ -88,8 +88,12 @@ public:
     int get_limit() const { return limit_; }
     bool is_keyed() const { return is_keyed_; }
 
-    // Back to one cell that nothing reaches.
+    // Back to one cell that nothing reaches, of the same bounds or of others.
     void wipe_out();
+    void wipe_out(const Bbox& bounds) {
+        bounds_ = bounds;
+        wipe_out();
+    }
 
     Cell root() const { return {bounds_, 0, 0, 0}; }
     bool is_leaf(const Cell& cell) const {

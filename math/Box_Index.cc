@@ -14,9 +14,15 @@ static float longest_edge(const Bbox& box) {
     return std::max({size.x, size.y, size.z});
 }
 
-Box_Index::Box_Index(const Bbox& world, bool clips)
-    : world_(world), clips_(clips), scale_(longest_edge(world) > 0 ? 1 / longest_edge(world) : 1),
-      root_(none), first_free_(none), count_(0) {}
+Box_Index::Box_Index(const Bbox& world, bool clips) : clips_(clips) {
+    wipe_out(world);
+}
+
+void Box_Index::wipe_out(const Bbox& world) {
+    world_ = world;
+    scale_ = longest_edge(world) > 0 ? 1 / longest_edge(world) : 1;
+    wipe_out();
+}
 
 void Box_Index::wipe_out() {
     nodes_.wipe_out();

@@ -56,6 +56,7 @@ public:
     // Requires: `number` is held, `other` is not, unless they are the same.
     void rename(std::uint32_t number, std::uint32_t other);
     void wipe_out();
+    void wipe_out(const Bbox& world);
 
     int count() const { return count_; }
 

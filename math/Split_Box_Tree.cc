@@ -196,6 +196,23 @@ void BSplit_Box_Tree::wipe_out() {
     cells_.wipe_out();
 }
 
+void BSplit_Box_Tree::set_bounds(const Bbox& bounds) {
+    literal_contents_valid_ = false;
+    in_cells_ = by_place_ = 0;
+    odd_slots_.wipe_out();
+    for (Box_Index& index : index_) index.wipe_out(bounds);
+    cells_.wipe_out(bounds);
+    // All slots are as put leaves them.
+    std::uint32_t to = 0;
+    for (std::uint32_t from = 0; from < slots_.count(); ++from) {
+        const Slot slot = slots_[from];
+        if (slot.where == free_) continue;
+        slot_of_.put(slot.item, to);
+        slots_[to++] = {slot.box, slot.item, 0, kind_of(slot.box)};
+    }
+    slots_.resize(to);
+}
+
 int BSplit_Box_Tree::reaching_count() const {
     return index_[small_].count() + index_[large_].count() + static_cast<int>(odd_slots_.count());
 }

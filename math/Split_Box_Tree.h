@@ -61,6 +61,9 @@ class BSplit_Box_Tree : public Std_Obj {
     // Back to one empty leaf with the same bounds.
     void wipe_out();
 
+    // Files all anew under other bounds, in the order of their arrival.
+    void set_bounds(const Bbox& bounds);
+
     // The bounds.
     const Bbox& get_bbox() const { return cells_.get_bbox(); }
 
@@ -81,6 +84,10 @@ class BSplit_Box_Tree : public Std_Obj {
     bool apply(SUniv* user, const Matrix4& m, BSplit_Box_Tree_Apply fn) const;
     bool apply(SUniv* user, const Matrix4& m1, const Matrix4& m2, BSplit_Box_Tree_Apply fn) const;
     bool apply(SUniv* user, const Point& p, const Point& q, BSplit_Box_Tree_Apply fn) const;
+
+    // The items whose box does not touch the bounds, which the other walks do not reach; in the order
+    // of their arrival.
+    bool apply_to_outside(SUniv* user, BSplit_Box_Tree_Apply fn) const;
 
 private:
     // An item, in the order of arrival.

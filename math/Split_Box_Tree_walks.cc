@@ -257,6 +257,13 @@ bool BSplit_Box_Tree::apply(SUniv* user, BSplit_Box_Tree_Apply fn) const {
     return walk(user, Everything(), fn, [this](Slot_Set& found) { collect_all(found); });
 }
 
+bool BSplit_Box_Tree::apply_to_outside(SUniv* user, BSplit_Box_Tree_Apply fn) const {
+    for (std::size_t slot = 0; slot < slots_.count(); ++slot)
+        if (slots_[slot].where == outside_ && fn(user, slots_[slot].item, slots_[slot].box))
+            return true;
+    return false;
+}
+
 // The first leaf that a walk by a box visits, for items that meet the box but do not begin in it.
 class BSplit_Box_Tree::Query_Path {
 public:

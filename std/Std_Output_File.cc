@@ -173,6 +173,11 @@ void Std_Output_File::give_up_old() {
     is_in_place_ = false;
 }
 
+bool Std_Output_File::commit() {
+    Std_Output_File* const self[] = {this};
+    return prepare() && commit_all(self, 1);
+}
+
 bool Std_Output_File::commit_all(Std_Output_File* const files[], int count) {
     int done = 0;
     while (done < count && files[done]->put_in_place(count > 1)) ++done;

@@ -33,7 +33,7 @@ public:
 
     // Makes the bytes the file at the path, and closes.
     // On failure: false, with errno; an old file stays as it was, unless it was written in place.
-    bool commit() { return prepare() && put_in_place(false); }
+    bool commit();
 
     // The same in two steps, for files that belong together: all that may take room or time, so
     // that a name is all that is left to change; the descriptor is closed.

@@ -1,7 +1,9 @@
 #include "wdb/WDB_Database.h"
 
+#include <algorithm>
 #include <bit>
 #include <cfloat>
+#include <cmath>
 #include <cstring>
 
 #include "wdb/Extent_Signal.h"
@@ -84,6 +86,10 @@ WDB_Database::WDB_Database(const Bbox& bounds)
     set_name("Anonymous world");
 }
 
+WDB_Database::WDB_Database(WDB_Following) : WDB_Database() {
+    is_following_ = true;
+}
+
 void WDB_Database::begin_editing() {
     editing_ = true;
     touch();
@@ -143,6 +149,11 @@ bool WDB_Database::apply_to_shapes(SUniv* user, const Point& p, const Point& q,
                                    WDB_Apply_Callback callback) const {
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), p, q, shape_cb);
+}
+
+bool WDB_Database::apply_to_shapes_outside(SUniv* user, WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply_to_outside(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, WDB_Camera* camera, float aspect,
@@ -422,10 +433,32 @@ void WDB_Database::list_by_class(WDB_Node* node) {
         lights_.put(node);
 }
 
+// Where a side is passed, another world of the old size stands there at least.
+static Bbox grown(Bbox bounds, const Bbox& box) {
+    const Vector size = bounds.size();
+    for (int axis = 0; axis < 3; ++axis) {
+        float &low = bounds.min[axis], &high = bounds.max[axis];
+        if (box.min[axis] < low) low = std::min(box.min[axis], low - size[axis]);
+        if (box.max[axis] > high) high = std::max(box.max[axis], high + size[axis]);
+    }
+    return bounds;
+}
+
+static bool is_finite(const Bbox& box) {
+    return std::isfinite(mag2(box.max - box.min)) && std::isfinite(mag2(toVector(box.min)));
+}
+
+void WDB_Database::file_shape(WDB_Node* node) {
+    const Bbox box = world_box(node);
+    if (is_following_ && !get_bounds().contains(box) && is_finite(box))
+        shapes_.set_bounds(grown(get_bounds(), box));
+    shapes_.put(node, box);
+}
+
 void WDB_Database::put(WDB_Node* node) {
     if (!node) return;
     if (node->get_geometry()) {
-        shapes_.put(node, world_box(node));
+        file_shape(node);
         invalidate_render_projections();
     } else {
         nodes_.put(node);
@@ -441,7 +474,7 @@ void WDB_Database::update(WDB_Node* node) {
     if (!node) return;
     if (node->get_geometry()) {
         nodes_.remove(node);
-        shapes_.put(node, world_box(node));
+        file_shape(node);
     } else {
         nodes_.put(node);
         shapes_.remove(node);

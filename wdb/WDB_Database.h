@@ -34,14 +34,20 @@ class WDB_Camera;
 class WDB_Light;
 struct Extent_Signal;
 
+enum WDB_Following { WDB_FOLLOWING };
+
 class WDB_Database : public WDB_Obj {
     STD_OBJ_CLASS(WDB_Database, WDB_Obj)
 
     // Named "Anonymous world". The default world holds up to 4 shapes in a leaf of its tree, one
     // with given bounds up to 8. A shape outside the bounds is held, but no walk over shapes
-    // reaches it.
+    // reaches it, so it is not saved either.
     WDB_Database();
     explicit WDB_Database(const Bbox& bounds);
+    // Begins as the default world. Its bounds follow what is put, unless that is infinite: they are
+    // at least doubled on the axis, so that all puts together cost what they cost otherwise, and
+    // not much more.
+    explicit WDB_Database(WDB_Following);
     WDB_Database(const WDB_Database&) = delete; // a node is in one world
     WDB_Database& operator=(const WDB_Database&) = delete;
 
@@ -61,6 +67,7 @@ class WDB_Database : public WDB_Obj {
 
     // The box of all shapes, cut to the bounds; the bounds, if there is no shape.
     Bbox get_bbox() const;
+    const Bbox& get_bounds() const { return shapes_.get_bbox(); }
 
     // Nodes first, then shapes, each once.
     bool apply(SUniv* user, WDB_Apply_Callback callback) const;
@@ -88,6 +95,9 @@ class WDB_Database : public WDB_Obj {
     bool apply_to_shapes(SUniv* user, WDB_Camera* camera, float aspect,
                          WDB_Apply_Callback callback) const;
 
+    // The shapes outside the bounds, in the order in which they were put.
+    bool apply_to_shapes_outside(SUniv* user, WDB_Apply_Callback callback) const;
+
     // The node, or only a shape, camera or light, of that name; null for none, and for a null name.
     // Of several the first of the walk, so addresses may decide it. Shapes outside the bounds are
     // not found. Cost: one walk.
@@ -102,7 +112,6 @@ class WDB_Database : public WDB_Obj {
     const WDB_Texture* find_texture(const char* name) const;
     WDB_Geometry* find_geometry(const char* name) const;
 
-    // Not reentrant: counts in one static.
     int visible_shape_count(const Matrix4& m) const;
 
     // The camera named "default_camera". Where there is none, one is made and put: with the view of
@@ -146,12 +155,14 @@ private:
     void show_all(WDB_Camera* camera);
     void copy_first_camera(WDB_Camera* camera) const;
     bool shows_enough(const Matrix4& projection, const HFrame& frame) const;
+    void file_shape(WDB_Node* node);
     void list_by_class(WDB_Node* node);
     void list_camera(WDB_Camera* camera);
     void drop_camera(WDB_Camera* camera);
     void invalidate_render_projections();
 
     bool editing_;
+    bool is_following_ = false;
     Split_Box_Tree<WDB_Node*> shapes_;
     Hash_Set<WDB_Node*> nodes_;
     Hash_Set<WDB_Node*> lights_;

@@ -1,12 +1,11 @@
 #include "wdb/wdb_save.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <unistd.h>
 
 #include "base/Hash_Table.h"
 #include "images/PX_Map.h"
@@ -18,11 +17,13 @@
 #include "std/Std_URL.h"
 #include "wdb/Scene_Buffer.h"
 #include "wdb/Scene_Names.h"
+#include "wdb/Scene_Pictures.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
 #include "wdb/WDB_Lex_Context.h"
 #include "wdb/WDB_Light.h"
+#include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Texture.h"
@@ -65,13 +66,14 @@ private:
 // One save, from the opening of the file to its end.
 class Scene_Writer {
 public:
-    Scene_Writer() = default;
+    Scene_Writer(WDB_Database& world, const char* path, const WDB_Save_Options& options)
+        : world_(world), path_(path), options_(options), pictures_(world, path) {}
     Scene_Writer(const Scene_Writer&) = delete;
     Scene_Writer& operator=(const Scene_Writer&) = delete;
     ~Scene_Writer() { std_release(&out_); }
 
     // As wdb_save.
-    int save(WDB_Database& world, const char* target);
+    int save();
 
 private:
     bool is_saved(const WDB_Obj* obj);
@@ -80,6 +82,7 @@ private:
     const char* register_saved(const WDB_Obj* obj);
     const char* register_node(const WDB_Node* node);
 
+    void warn_of(const char* what);
     void warn_unreadable(const char* why);
     void check_name(const char* name);
     void write_number(float value);
@@ -89,6 +92,8 @@ private:
     void save_material(const WDB_Material* material);
     void save_triangle(const WDB_Triangle& triangle, bool with_colors);
     void save_trilist(const WDB_Tri_List* list);
+    void save_ends(const char* before, const float* first, const float* second);
+    void save_linelist(const WDB_Line_List* list);
     void save_geometry(const WDB_Geometry* geometry);
     void save_transform(const HFrame& transform);
     void save_levels(const WDB_Node* node);
@@ -102,11 +107,18 @@ private:
     void save_body(const WDB_Node* node);
     void save_node(const WDB_Node* node);
     void enqueue(const WDB_Node* node);
+    static bool enqueue_node(SUniv* writer, const WDB_Node* node, const Bbox& box);
+    static bool note_outside(SUniv* writer, const WDB_Node* node, const Bbox& box);
+    void save_bounds();
+    void save_outside();
     void save_first_in_queue();
     void write_counter(const char* title, long long count);
     void write_counters();
 
-    const char* path_ = nullptr; // of the scene
+    WDB_Database& world_;
+    const char* const path_; // of the scene
+    const WDB_Save_Options options_;
+    Scene_Pictures pictures_;
     Scene_Buffer& out_ =
         *new (GCAtomic) Scene_Buffer; // a thread may have less stack than its block
     Hash_Table<WDB_Obj*, const char*> saved_objects_;
@@ -117,7 +129,10 @@ private:
     int material_count_ = 0;
     int texture_count_ = 0;
     long long triangle_count_ = 0; // many nodes share a mesh: the sum outgrows an int
-    bool textures_are_saved_ = true;
+    bool loses_ = false;
+    Bbox bounds_;           // that the file needs
+    int outside_count_ = 0; // shapes that are lost
+    const WDB_Node* first_outside_ = nullptr;
     const WDB_Obj* object_ = nullptr;   // that is being written, until it is told to be unreadable
     const char* object_name_ = nullptr; // its name in the file
     bool are_shapes_ = false;           // the walk is that of the shapes
@@ -166,14 +181,17 @@ const char* Scene_Writer::register_node(const WDB_Node* node) {
     return are_shapes_ ? begin_object(node) : register_saved(node);
 }
 
+// Once for each object.
+void Scene_Writer::warn_of(const char* what) {
+    if (!object_) return;
+    std_assert(2, str_format("%s %.100s %s", object_->get_dynamic_class_name(), object_name_, what),
+               __FILE__, __LINE__);
+    object_ = nullptr;
+}
+
 // What would not come back from the file is written all the same, but not without a word.
 void Scene_Writer::warn_unreadable(const char* why) {
-    if (!object_) return;
-    std_assert(2,
-               str_format("%s %.100s cannot be read back: %s", object_->get_dynamic_class_name(),
-                          object_name_, why),
-               __FILE__, __LINE__);
-    object_ = nullptr; // once
+    if (object_) warn_of(str_format("cannot be read back: %s", why));
 }
 
 void Scene_Writer::check_name(const char* name) {
@@ -186,7 +204,7 @@ void Scene_Writer::check_name(const char* name) {
 }
 
 void Scene_Writer::write_number(float value) {
-    if (!std::isfinite(value)) warn_unreadable("a number is infinite or none");
+    if (!std::isfinite(value)) warn_of("has a number that is infinite or none");
     out_.number(value);
 }
 
@@ -225,7 +243,7 @@ void Scene_Writer::save_row(Triangle_Row& row, const float* values, const char* 
     row.set(values);
     row.write(out_, before, after);
     line_length_ += row.length() + std::strlen(before);
-    if (!row.is_finite()) warn_unreadable("a number is infinite or none");
+    if (!row.is_finite()) warn_of("has a number that is infinite or none");
 }
 
 void Scene_Writer::save_triangle(const WDB_Triangle& triangle, bool with_colors) {
@@ -247,11 +265,43 @@ void Scene_Writer::save_triangle(const WDB_Triangle& triangle, bool with_colors)
         warn_unreadable("a triangle is longer than a line");
 }
 
+// As the reader judges it: so short a normal says nothing.
+static bool has_area(const WDB_Triangle& t) {
+    const float least = 1e-8f;
+    return !(mag2(t.n0) < least || mag2(t.n1) < least || mag2(t.n2) < least);
+}
+
 void Scene_Writer::save_trilist(const WDB_Tri_List* list) {
     if (is_saved(list)) return;
     const char* const name = register_saved(list);
+    if (list->count() == 0) warn_unreadable("it is empty");
+    if (!std::all_of(list->begin(), list->end(), has_area))
+        warn_unreadable("a triangle has no area");
     out_.text("TriangleList ").text(name).text(" {\n");
     for (int i = 0; i < list->count(); ++i) save_triangle((*list)[i], list->get_with_colors());
+    out_.text("}\n\n");
+}
+
+// Two groups of three numbers.
+void Scene_Writer::save_ends(const char* before, const float* first, const float* second) {
+    out_.text(before);
+    write_numbers(first);
+    out_.text("  ");
+    write_numbers(second);
+}
+
+void Scene_Writer::save_linelist(const WDB_Line_List* list) {
+    if (is_saved(list)) return;
+    const char* const name = register_saved(list);
+    if (list->count() == 0) warn_unreadable("it is empty");
+    out_.text("LineList ").text(name).text(" {\n");
+    for (const WDB_Line& line : *list) {
+        save_ends("  Line   p ", &line.p0.x, &line.p1.x);
+        if (list->get_with_normals()) save_ends("  n ", &line.n0.x, &line.n1.x);
+        if (list->get_with_colors()) save_ends("  c ", &line.c0.r, &line.c1.r);
+        if (list->get_with_textures()) save_ends("  t ", &line.t0.x, &line.t1.x);
+        out_.text("\n");
+    }
     out_.text("}\n\n");
 }
 
@@ -260,14 +310,22 @@ void Scene_Writer::save_geometry(const WDB_Geometry* geometry) {
         save_trilist(list);
         return;
     }
+    if (const WDB_Line_List* list = WDB_Line_List::const_castdown(geometry);
+        list && options_.is_complete) {
+        save_linelist(list);
+        return;
+    }
     if (is_saved(geometry)) return;
     // Named all the same: nodes refer to it, and the reader then tells that it is missing.
     register_saved(geometry);
+    loses_ = true;
+    warn_unreadable("the file has no form for it");
     out_.text("!!! Unable to save geometry ").text(geometry->get_printable_name());
     out_.text(" of class ").text(geometry->get_dynamic_class_name()).text("\n\n");
 }
 
 void Scene_Writer::save_transform(const HFrame& transform) {
+    if (!transform.is_affine()) warn_unreadable("its frame is not affine");
     // The reader joins the rows with nothing in between: the blanks keep their numbers apart. The
     // fourth column is always that of an affine frame there, and not written.
     const char* const ends[4] = {" \\\n", " \\\n", " \\\n", "   \n"};
@@ -282,7 +340,7 @@ void Scene_Writer::save_transform(const HFrame& transform) {
 void Scene_Writer::save_levels(const WDB_Node* node) {
     if (node->lod_count() == 0) return;
     out_.text("  Geometry ");
-    std::size_t length = std::strlen("Geometry ");
+    std::size_t length = std::strlen("  Geometry ");
     for (int i = 0; i < node->lod_count(); ++i) {
         const char* const name = saved_name(node->lod_item(i));
         out_.text(" ").text(name);
@@ -314,7 +372,7 @@ void Scene_Writer::save_node_common(const WDB_Node* node) {
         out_.text("  Texture ").text(saved_name(texture)).text("\n");
     save_levels(node);
     if (const Std_URL* url = node->get_url()) {
-        save_string("URL", url->get_url_string());
+        save_string("URL", pictures_.name_below(url->get_url_string()).c_str());
         if (!url->is_valid()) warn_unreadable("its URL is none");
     }
 }
@@ -345,6 +403,7 @@ void Scene_Writer::save_camera_body(const WDB_Camera* camera) {
         write_numbers(planes_and_ipd);
         out_.text("\n");
     } else {
+        warn_unreadable("its projection is no standard perspective");
         // A comment, so that the camera is read with the default projection.
         out_.text("# Not standard perspective - ignored\n");
     }
@@ -357,58 +416,22 @@ void Scene_Writer::save_light_body(const WDB_Light* light) {
     ++light_count_;
     out_.text("Light ").text(name).text(" {\n");
     save_node_common(light);
+    if (!light->is_on()) warn_unreadable("it is off, and the file has no form for that");
     out_.text("  Angle ");
     write_number(rad_to_deg(light->get_angle()));
     out_.text("\n}\n\n");
-}
-
-// Images land in the working directory or below it: a name that was read from a scene must not
-// choose another place.
-static bool leads_out(const char* name) {
-    if (name[0] == '/') return true;
-    for (const char* part = name; part; part = std::strchr(part, '/')) {
-        if (*part == '/') ++part;
-        if (part[0] == '.' && part[1] == '.' && (part[2] == '/' || part[2] == '\0')) return true;
-    }
-    return false;
-}
-
-// What names `source`, a document as this program sees it, in a scene that is saved at `scene`:
-// there, local names are taken against the scene's folder.
-static std::string name_from(const char* scene, const char* source) {
-    const Std_URL url(source);
-    const char* const slash = std::strrchr(scene, '/');
-    const std::string folder = slash && slash != scene ? std::string(scene, slash + 1) : "";
-    const std::string path = url.get_path().chars();
-    if (!url.is_valid() || url.get_protocol() != URL_LOCAL_PROTOCOL || path.empty()) return source;
-    if (path.starts_with(folder)) return path.substr(folder.size());
-    // Bare, it would be appended to the folder of the scene when that is read.
-    if (path[0] == '/') return "file:" + path;
-    char* const here = new (GCAtomic) char[PATH_MAX];
-    return getcwd(here, PATH_MAX) ? "file:" + std::string(here) + "/" + path : path;
 }
 
 // The picture as a file of its own, or, if it was not read as a whole, the name of what it was read
 // from: nothing is to take the place of a file that the user may still mend.
 void Scene_Writer::save_image(PX_Map* image, const char* name) {
     if (!image->is_complete()) {
-        save_string("Image", name_from(path_, image->get_source()).c_str());
+        save_string("Image", pictures_.name_of(image->get_source()).c_str());
         std_assert(2, str_format("Image %s was not read and is not written", image->get_source()),
                    __FILE__, __LINE__);
         return;
     }
-    const std::size_t length = std::strlen(name);
-    char* const file_name = new (GCAtomic) char[length + sizeof ".rgb"];
-    std::memcpy(file_name, name, length);
-    std::memcpy(file_name + length, ".rgb", sizeof ".rgb");
-    save_string("Image", file_name);
-    if (leads_out(file_name)) {
-        std_assert(2, str_format("Image %s would lie outside of this folder", file_name), __FILE__,
-                   __LINE__);
-        textures_are_saved_ = false;
-    } else if (!image->save(file_name)) {
-        textures_are_saved_ = false;
-    }
+    save_string("Image", pictures_.add(image, name).c_str());
 }
 
 void Scene_Writer::save_texture(const WDB_Texture* texture) {
@@ -497,29 +520,85 @@ static int warn_unwritten(const char* path) {
     return EOF;
 }
 
-int Scene_Writer::save(WDB_Database& world, const char* target) {
-    path_ = target;
+// In one line, and so that all of it is a comment.
+static std::string title_of(const char* path) {
+    const std::size_t longest = 900;
+    std::string title(path, strnlen(path, longest));
+    if (path[title.size()] != '\0') title += "...";
+    for (char& c : title)
+        if (static_cast<unsigned char>(c) < ' ') c = '?';
+    return title;
+}
+
+bool Scene_Writer::enqueue_node(SUniv* writer, const WDB_Node* node, const Bbox&) {
+    Conv<Scene_Writer*>::from_univ(writer)->enqueue(node);
+    return false;
+}
+
+// No bounds hold what is infinite.
+bool Scene_Writer::note_outside(SUniv* writer, const WDB_Node* node, const Bbox& box) {
+    Scene_Writer& self = *Conv<Scene_Writer*>::from_univ(writer);
+    if (self.options_.is_complete && std::isfinite(mag2(box.max - box.min))) {
+        self.bounds_.merge(box);
+    } else if (self.outside_count_++ == 0) {
+        self.first_outside_ = node;
+    }
+    return false;
+}
+
+void Scene_Writer::save_bounds() {
+    bounds_ = world_.get_bounds();
+    world_.apply_to_shapes_outside(Conv<Scene_Writer*>::to_univ(this), note_outside);
+    const bool are_usual = WDB_Database(WDB_FOLLOWING).get_bounds().contains(bounds_);
+    if (!options_.is_complete || are_usual) return;
+    const char* const name = world_.get_name();
+    const std::size_t length = name ? scene_name_length(name) : 0;
+    const bool is_name = length != 0 && length <= WDB_Lex_Context::LONGEST_NAME && !name[length];
+    out_.text("World ").text(is_name ? name : "world").text(" {\n");
+    save_ends("  Bbox ", &bounds_.min.x, &bounds_.max.x);
+    out_.text("\n}\n\n");
+}
+
+// The shapes that no other walk of the world reaches.
+void Scene_Writer::save_outside() {
+    if (options_.is_complete)
+        world_.apply_to_shapes_outside(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
+    if (outside_count_ == 0) return;
+    loses_ = true;
+    std_assert(
+        2,
+        str_format("%d shapes outside the bounds of the world are lost, the first is %.100s: "
+                   "give the world wider bounds, or WDB_FOLLOWING",
+                   outside_count_, first_outside_->get_printable_name()),
+        __FILE__, __LINE__);
+}
+
+int Scene_Writer::save() {
     Std_Output_File file;
     if (!file.open(path_, Std_Output_File::FOLLOW_LINKS)) return warn_unwritten(path_);
     out_.open(file.descriptor());
-    out_.text("# -- File ").text(path_).text(" generated by wdb_save\n\n");
-    const WDB_Apply_Callback enqueue_node = [](SUniv* user, const WDB_Node* node, const Bbox&) {
-        Conv<Scene_Writer*>::from_univ(user)->enqueue(node);
-        return false;
-    };
-    world.apply_to_nodes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
+    out_.text("# -- File ").text(title_of(path_).c_str()).text(" generated by wdb_save\n\n");
+    save_bounds();
+    world_.apply_to_nodes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
     while (dequeued_ != queued_) save_first_in_queue();
     // The queue is empty here, so that no other node is taken for a shape.
     are_shapes_ = true;
-    world.apply_to_shapes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
+    world_.apply_to_shapes(Conv<Scene_Writer*>::to_univ(this), enqueue_node);
+    save_outside();
     while (dequeued_ != queued_) save_first_in_queue();
     write_counters();
     // Writes are not looked at one by one: the buffer keeps the first that failed.
-    if (!out_.flush() || !file.commit()) return warn_unwritten(path_);
-    return textures_are_saved_ ? 0 : EOF;
+    if (!out_.flush() || !file.prepare() || !pictures_.commit_with(file))
+        return warn_unwritten(path_);
+    if (!pictures_.are_inside()) return EOF;
+    return loses_ ? WDB_SAVE_LOSES : 0;
 }
 
 int wdb_save(WDB_Database& world, const char* path) {
-    Scene_Writer writer;
-    return writer.save(world, path);
+    return wdb_save(world, path, {});
+}
+
+int wdb_save(WDB_Database& world, const char* path, const WDB_Save_Options& options) {
+    Scene_Writer writer(world, path, options);
+    return writer.save();
 }

@@ -12,12 +12,26 @@
 
 class WDB_Database;
 
-// 0 when the whole file was written, and the image of every texture. The bytes go beside the file
-// and take its place at the end: see Std_Output_File; so a scene stays as it was when the disk is
-// full. An image that was not read as a whole is not written; the scene names what it was read
-// from. What would be refused or misread when the file is read again (names, long lines, infinite
-// numbers) is written all the same, with a warning for each object. On failure: not 0, after a
-// warning with the system's reason. The world must not change meanwhile.
+struct WDB_Save_Options {
+    // Writes also what the plain form leaves out and the reader takes: line lists, the bounds, if
+    // they are not those of the default world, and the shapes outside of them, in bounds that hold
+    // all.
+    bool is_complete = false;
+};
+
+// All was written, and a warning tells what will not come back when it is read: geometry without a
+// form in the file, or shapes outside the bounds.
+const int WDB_SAVE_LOSES = 1;
+
+// 0 when the whole file was written, and the image of every texture; WDB_SAVE_LOSES. The bytes go
+// beside the files and take their places together at the end: see Std_Output_File; so a scene and
+// its images stay as they were when the disk is full, or when an image cannot be written. An image
+// that was not read as a whole is not written; the scene names what it was read from, which no other
+// image replaces. What would be refused or misread when the file is read again (names, long lines,
+// frames that are not affine, lights that are off) is written all the same, with a warning for each
+// object. On failure: EOF, after a warning with the system's reason. The world must not change
+// meanwhile.
 int wdb_save(WDB_Database& world, const char* path);
+int wdb_save(WDB_Database& world, const char* path, const WDB_Save_Options& options);
 
 #endif
