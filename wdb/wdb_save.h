@@ -13,9 +13,8 @@
 class WDB_Database;
 
 struct WDB_Save_Options {
-    // Writes also what the plain form leaves out and the reader takes: line lists, the bounds, if
-    // they are not those of the default world, and the shapes outside of them, in bounds that hold
-    // all.
+    // Writes also what the plain form leaves out and the reader takes: line lists, and shapes
+    // outside the bounds, to which the reader fits those of its world.
     bool is_complete = false;
 };
 

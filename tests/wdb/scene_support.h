@@ -70,13 +70,14 @@ protected:
     }
     std::string saved(WDB_Database* database) {
         const Report_Catcher catcher;
-        EXPECT_EQ(wdb_save(*database, "saved"), 0);
+        EXPECT_EQ(wdb_save(*database, "saved"), loss);
         reports = catcher.text;
         return file("saved");
     }
 
     WDB_Database* world = nullptr;
     std::string reports; // of the load or save
+    int loss = 0;        // that the save tells
 
 private:
     static bool describe(SUniv* user, const WDB_Node* n, const Bbox&) {
