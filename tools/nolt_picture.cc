@@ -18,12 +18,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Line.h"
 #include "std/Std_Messager.h"
+#include "std/Std_URL.h"
 #include "tools/Picture_File.h"
 #include "tools/Picture_Painter.h"
 #include "wdb/WDB_Camera.h"
@@ -151,6 +153,14 @@ class Load_Messager : public Std_Messager {
 };
 } // namespace
 
+static bool are_one_file(const char* scene, const char* output) {
+    const Std_URL url(scene);
+    struct stat of_scene, of_output;
+    return url.is_local() && stat(url.get_path(), &of_scene) == 0 &&
+           stat(output, &of_output) == 0 && S_ISREG(of_scene.st_mode) &&
+           of_scene.st_dev == of_output.st_dev && of_scene.st_ino == of_output.st_ino;
+}
+
 // Ends the process if there is nothing to see.
 static WDB_Database* load(const char* scene) {
     std_set_current_messager(new Load_Messager);
@@ -174,6 +184,8 @@ int main(int argc, char** argv) {
     const Request request = scan_arguments(argc, argv);
     if (!Picture_File::can_save(request.output))
         fail("this build has no libpng: name a picture that ends in .rgb");
+    if (are_one_file(request.scene, request.output))
+        fail("the picture would take the place of the scene");
     WDB_Database* const world = load(request.scene);
     WDB_Camera* const camera = camera_of(*world, request.camera);
     Picture_Painter painter(*world, *camera, request.width, request.height);

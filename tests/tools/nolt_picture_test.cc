@@ -144,6 +144,7 @@ TEST_F(Nolt_Picture, the_png_is_the_same_picture) {
 TEST_F(Nolt_Picture, what_gives_no_picture) {
     put_file("x.3d", scene("node n { geometry square }\n"));
     put_file("empty.3d", scene(""));
+    std::filesystem::create_symlink("x.3d", "link.rgb");
     const std::string size = "nolt_picture: a size is WxH, each from 1 to 16384, not \"";
     const struct {
         const char* arguments;
@@ -158,6 +159,7 @@ TEST_F(Nolt_Picture, what_gives_no_picture) {
         {". ", "cannot read the scene .\n"},
         {"empty.3d", "nothing to see in empty.3d\n"},
         {"-camera nobody x.3d", "the scene has no camera \"nobody\"\n"},
+        {"-o link.rgb file:./x.3d", "the picture would take the place of the scene\n"},
         {"-o missing/x.rgb x.3d", "cannot write missing/x.rgb: "},
         {"-o missing/x.png x.3d", ""}, // without libpng there is another reason
     };
