@@ -1,6 +1,5 @@
 #include "wdb/wdb_save.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -11,11 +10,11 @@
 #include "images/PX_Map.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
-#include "std/Std_Format.h"
 #include "std/Std_GC.h"
 #include "std/Std_Output_File.h"
 #include "std/Std_URL.h"
 #include "wdb/Scene_Buffer.h"
+#include "wdb/Scene_Items.h"
 #include "wdb/Scene_Names.h"
 #include "wdb/Scene_Pictures.h"
 #include "wdb/WDB_Camera.h"
@@ -30,38 +29,6 @@
 #include "wdb/WDB_Tri_List.h"
 
 namespace {
-
-// One row of a triangle as text: nine numbers, in three groups.
-class Triangle_Row {
-public:
-    // Formatting costs far more than comparing, and a row often repeats another one.
-    void set(const float* values) {
-        // By the bits: 0 and -0 are equal numbers but not the same text.
-        if (length_ != 0 && std::memcmp(values_, values, sizeof values_) == 0) return;
-        std::memcpy(values_, values, sizeof values_);
-        char* at = text_;
-        for (int i = 0; i < 9; ++i) {
-            if (i != 0) *at++ = ' ';
-            if (i == 3 || i == 6) *at++ = ' ';
-            at = std_format_f(at, values[i]);
-        }
-        length_ = static_cast<std::size_t>(at - text_);
-        float sum = 0; // not a number if one of them is infinite or none
-        for (int i = 0; i < 9; ++i) sum += values[i] * 0;
-        is_finite_ = sum == 0;
-    }
-    bool is_finite() const { return is_finite_; }
-    std::size_t length() const { return length_; }
-    void write(Scene_Buffer& out, const char* before, const char* after) const {
-        out.text(before).bytes(text_, length_).text(after);
-    }
-
-private:
-    float values_[9];
-    std::size_t length_ = 0;
-    bool is_finite_ = true;
-    char text_[9 * STD_FORMAT_F_MAX + 10]; // 8 blanks and 2 more between the groups
-};
 
 // One save, from the opening of the file to its end.
 class Scene_Writer {
@@ -87,12 +54,10 @@ private:
     void check_name(const char* name);
     void write_number(float value);
     void write_numbers(const float* xyz);
-    void save_row(Triangle_Row& row, const float* values, const char* before, const char* after);
     void write_color(const char* title, const Color& color);
     void save_material(const WDB_Material* material);
-    void save_triangle(const WDB_Triangle& triangle, bool with_colors);
+    void tell_fault(Scene_Item_Fault fault);
     void save_trilist(const WDB_Tri_List* list);
-    void save_ends(const char* before, const float* first, const float* second);
     void save_linelist(const WDB_Line_List* list);
     void save_geometry(const WDB_Geometry* geometry);
     void save_transform(const HFrame& transform);
@@ -134,7 +99,6 @@ private:
     const WDB_Obj* object_ = nullptr;   // that is being written, until it is told to be unreadable
     const char* object_name_ = nullptr; // its name in the file
     bool are_shapes_ = false;           // the walk is that of the shapes
-    std::size_t line_length_ = 0; // of the triangle that is being written, all its rows together
 
     // Nodes between the walk and the file. Those of a large world lie far from the processor's
     // cache: asked for a few turns ahead, they are at hand when their turn comes.
@@ -236,56 +200,20 @@ void Scene_Writer::save_material(const WDB_Material* material) {
     out_.text("\n}\n\n");
 }
 
-void Scene_Writer::save_row(Triangle_Row& row, const float* values, const char* before,
-                            const char* after) {
-    row.set(values);
-    row.write(out_, before, after);
-    line_length_ += row.length() + std::strlen(before);
-    if (!row.is_finite()) warn_of("has a number that is infinite or none");
-}
-
-void Scene_Writer::save_triangle(const WDB_Triangle& triangle, bool with_colors) {
-    // Corners, normals, colours, texture points: nine contiguous floats each.
-    float rows[4][9];
-    static_assert(sizeof rows == sizeof triangle);
-    std::memcpy(rows, &triangle, sizeof rows);
-    // Texture points often are the normals once more, so the row of the colours must not come
-    // between the two.
-    Triangle_Row row, colors;
-    line_length_ = 0;
-    save_row(row, rows[0], "  Triangle   p ", "\\\n");
-    save_row(row, rows[1], "  n ", "\\\n");
-    if (with_colors) save_row(colors, rows[2], "  c ", "\\\n");
-    save_row(row, rows[3], "  t ", "\n");
-    // The reader joins the rows and drops the blanks in front of each.
-    const std::size_t blanks = with_colors ? 8 : 6;
-    if (line_length_ - blanks > WDB_Lex_Context::LONGEST_LINE)
-        warn_unreadable("a triangle is longer than a line");
-}
-
-// As the reader judges it: so short a normal says nothing.
-static bool has_area(const WDB_Triangle& t) {
-    const float least = 1e-8f;
-    return !(mag2(t.n0) < least || mag2(t.n1) < least || mag2(t.n2) < least);
+void Scene_Writer::tell_fault(Scene_Item_Fault fault) {
+    if (fault == SCENE_ITEM_INFINITE) warn_of("has a number that is infinite or none");
+    if (fault == SCENE_ITEM_TOO_LONG) warn_unreadable("a triangle is longer than a line");
+    if (fault == SCENE_ITEM_NO_NORMAL) warn_unreadable("an item has no area or no normal");
 }
 
 void Scene_Writer::save_trilist(const WDB_Tri_List* list) {
     if (is_saved(list)) return;
     const char* const name = register_saved(list);
     if (list->count() == 0) warn_unreadable("it is empty");
-    if (!std::all_of(list->begin(), list->end(), has_area))
-        warn_unreadable("a triangle has no area");
     out_.text("TriangleList ").text(name).text(" {\n");
-    for (int i = 0; i < list->count(); ++i) save_triangle((*list)[i], list->get_with_colors());
+    for (const WDB_Triangle& triangle : *list)
+        tell_fault(scene_write_triangle(out_, triangle, list->get_with_colors()));
     out_.text("}\n\n");
-}
-
-// Two groups of three numbers.
-void Scene_Writer::save_ends(const char* before, const float* first, const float* second) {
-    out_.text(before);
-    write_numbers(first);
-    out_.text("  ");
-    write_numbers(second);
 }
 
 void Scene_Writer::save_linelist(const WDB_Line_List* list) {
@@ -293,13 +221,7 @@ void Scene_Writer::save_linelist(const WDB_Line_List* list) {
     const char* const name = register_saved(list);
     if (list->count() == 0) warn_unreadable("it is empty");
     out_.text("LineList ").text(name).text(" {\n");
-    for (const WDB_Line& line : *list) {
-        save_ends("  Line   p ", &line.p0.x, &line.p1.x);
-        if (list->get_with_normals()) save_ends("  n ", &line.n0.x, &line.n1.x);
-        if (list->get_with_colors()) save_ends("  c ", &line.c0.r, &line.c1.r);
-        if (list->get_with_textures()) save_ends("  t ", &line.t0.x, &line.t1.x);
-        out_.text("\n");
-    }
+    for (const WDB_Line& line : *list) tell_fault(scene_write_line(out_, line, *list));
     out_.text("}\n\n");
 }
 

@@ -177,7 +177,7 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {with_levels(11, 90), levels}, // 1024 signs with the blanks in front
         {node_named("e", new WDB_Tri_List(0)), back + "it is empty"},
         {node_named("a", list_of({WDB_Triangle(zero, zero, zero)})),
-         back + "a triangle has no area"},
+         back + "an item has no area or no normal"},
         {lighted(), back + "it is off, and the file has no form for that"},
         {new WDB_Camera("c", HFrame::identity(), Matrix4::window(0, 1, 0, 1, 1, 2), nullptr,
                         nullptr),
