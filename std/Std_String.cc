@@ -2,13 +2,15 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdint>
 #include <cstring>
 #include <istream>
 #include <ostream>
 
 #include "std/Std_Assert.h"
 #include "std/Std_Space.h"
+#include "std/Std_Str_Buffer.h"
+
+using namespace str_buffer;
 
 // A Std_Str_Rep with room for its terminator.
 static constinit struct {
@@ -19,117 +21,6 @@ Std_Str_Rep& _nil_Std_Str_Rep = reinterpret_cast<Std_Str_Rep&>(nil_record);
 
 // Before the static objects of other files, which may ask for missing ranges.
 __attribute__((init_priority(101))) Std_String _nil_Std_String;
-
-// Buffers. Every function here takes the nil record for no buffer at all, answers the buffer that
-// replaces `old`, and has released `old` if that is another one.
-
-static const int smallest_block = 16;
-static const int block_overhead = 10; // record, terminator, and what the allocator may add
-static const int block_reserve = 4;
-static const int largest_block = 32767;
-
-static bool is_nil(const Std_Str_Rep* rep) {
-    return rep == &_nil_Std_Str_Rep;
-}
-
-static void release(Std_Str_Rep* rep) {
-    if (!is_nil(rep)) std_release(rep);
-}
-
-static char* text_of(Std_Str_Rep* rep) {
-    return rep->text();
-}
-
-static void set_length(Std_Str_Rep* rep, int length) {
-    rep->length = static_cast<unsigned short>(length);
-    text_of(rep)[length] = '\0';
-}
-
-static void copy(char* to, const char* from, int length) {
-    if (to != from) std::memmove(to, from, static_cast<std::size_t>(length));
-}
-
-static Std_Str_Rep* new_rep(long long length) {
-    long long block = smallest_block;
-    while (block < length + block_overhead) block *= 2;
-    if (block - block_reserve >= largest_block)
-        std_assert(-1, "Std_String: Requested length out of range", __FILE__, __LINE__);
-    auto* rep = static_cast<Std_Str_Rep*>(
-        ::operator new[](static_cast<std::size_t>(block - block_reserve), GCAtomic));
-    rep->capacity = static_cast<unsigned short>(block - block_overhead);
-    set_length(rep, 0);
-    return rep;
-}
-
-static bool fits(const Std_Str_Rep* rep, long long length) {
-    return !is_nil(rep) && length <= rep->capacity;
-}
-
-static bool lies_in(const Std_Str_Rep* rep, const char* text) {
-    const auto start = reinterpret_cast<std::uintptr_t>(rep->text());
-    const auto place = reinterpret_cast<std::uintptr_t>(text);
-    return !is_nil(rep) && place >= start && place <= start + rep->capacity;
-}
-
-// The old buffer goes last: `y` may lie in it.
-static Std_Str_Rep* set(Std_Str_Rep* old, const Std_Text& y) {
-    Std_Str_Rep* rep = fits(old, y.length()) ? old : new_rep(y.length());
-    copy(text_of(rep), y.chars(), y.length());
-    if (rep != old) release(old);
-    set_length(rep, y.length());
-    return rep;
-}
-
-// A string that becomes empty keeps its buffer for what comes next.
-static Std_Str_Rep* copy_of(Std_Str_Rep* old, Std_Str_Rep* source) {
-    if (old == source) return old;
-    if (!is_nil(source)) return set(old, Std_Text(source->text(), source->length));
-    if (!is_nil(old)) set_length(old, 0);
-    return old;
-}
-
-static Std_Str_Rep* with_room(Std_Str_Rep* old, int length) {
-    if (fits(old, length)) return old;
-    Std_Str_Rep* rep = new_rep(length);
-    copy(text_of(rep), old->text(), old->length);
-    set_length(rep, old->length);
-    release(old);
-    return rep;
-}
-
-static Std_Str_Rep* resized(Std_Str_Rep* old, int length) {
-    Std_Str_Rep* rep = with_room(old, length);
-    set_length(rep, length);
-    return rep;
-}
-
-// The old buffer serves again unless `b` or `c` lies in it, where `a` would run over them. `a` may:
-// its characters move as a whole before anything else is written.
-static Std_Str_Rep* joined(Std_Str_Rep* old, const Std_Text& a, const Std_Text& b,
-                           const Std_Text& c) {
-    const long long length = static_cast<long long>(a.length()) + b.length() + c.length();
-    const bool stays = fits(old, length) && !lies_in(old, b.chars()) && !lies_in(old, c.chars());
-    Std_Str_Rep* rep = stays ? old : new_rep(length);
-    char* to = text_of(rep);
-    copy(to, a.chars(), a.length());
-    copy(to + a.length(), b.chars(), b.length());
-    copy(to + a.length() + b.length(), c.chars(), c.length());
-    if (rep != old) release(old);
-    set_length(rep, static_cast<int>(length));
-    return rep;
-}
-
-// The text makes room before `y` goes in front of it, so `y` must not lie in it.
-static Std_Str_Rep* prefixed(Std_Str_Rep* old, const Std_Text& y) {
-    const Std_Text text(old->text(), old->length);
-    const long long length = static_cast<long long>(text.length()) + y.length();
-    Std_Str_Rep* rep = fits(old, length) && !lies_in(old, y.chars()) ? old : new_rep(length);
-    copy(text_of(rep) + y.length(), text.chars(), text.length());
-    copy(text_of(rep), y.chars(), y.length());
-    if (rep != old) release(old);
-    set_length(rep, static_cast<int>(length));
-    return rep;
-}
 
 // Searching, in the first `sl` characters of `s`.
 
@@ -256,7 +147,7 @@ static char to_lower(char c) {
 }
 // The nil record is never written to, not even with what it holds already.
 static void change_each(Std_Str_Rep* rep, char (*change)(char)) {
-    if (rep->length) std::transform(rep->text(), rep->text() + rep->length, text_of(rep), change);
+    if (rep->length) std::transform(rep->text(), rep->text() + rep->length, rep->text(), change);
 }
 
 void Std_String::reverse() {
@@ -274,7 +165,7 @@ void Std_String::downcase() {
 // A word is letters, digits and apostrophes, so that "don't" gets one capital; it begins with no
 // apostrophe.
 void Std_String::capitalize() {
-    char* const text = text_of(rep_);
+    char* const text = rep_->text();
     const int end = length();
     for (int i = 0; i < end; ++i) {
         if (!is_lower(text[i]) && !is_upper(text[i]) && !std_is_digit(text[i])) continue;
@@ -341,7 +232,7 @@ void Std_String::del(const Std_Text& x, int start) {
 
 void Std_String::del(int pos, int len) {
     if (pos < 0 || len <= 0 || pos > length() - len) return;
-    char* const text = text_of(rep_);
+    char* const text = rep_->text();
     copy(text + pos, text + pos + len, length() - pos - len);
     set_length(rep_, length() - len);
 }
@@ -356,14 +247,14 @@ int Std_String::gsub(const Std_Text& pattern, const Std_Text& replacement) {
         ++matches;
         const int head = pos - done, at = result->length, grown = at + head + replacement.length();
         result = with_room(result, grown + length() - pos - pattern.length());
-        copy(text_of(result) + at, chars() + done, head);
-        copy(text_of(result) + at + head, replacement.chars(), replacement.length());
+        copy(result->text() + at, chars() + done, head);
+        copy(result->text() + at + head, replacement.chars(), replacement.length());
         set_length(result, grown);
         done = pos + pattern.length();
     }
     if (matches == 0) return 0;
     const int at = result->length;
-    copy(text_of(result) + at, chars() + done, length() - done);
+    copy(result->text() + at, chars() + done, length() - done);
     set_length(result, at + length() - done);
     if (fits(rep_, result->length)) {
         rep_ = set(rep_, Std_Text(result->text(), result->length));
@@ -448,7 +339,7 @@ Std_Sub_String& Std_Sub_String::splice(const Std_Text& y) {
     const long long total = static_cast<long long>(pos_) + y.length() + tail;
     const bool stays = !is_nil(rep) && !lies_in(rep, y.chars()) && total < rep->capacity;
     Std_Str_Rep* result = stays ? rep : new_rep(total);
-    char* const to = text_of(result);
+    char* const to = result->text();
     if (!stays) copy(to, rep->text(), pos_);
     copy(to + pos_ + y.length(), rep->text() + end, tail);
     copy(to + pos_, y.chars(), y.length());
@@ -602,7 +493,7 @@ int Std_String::read(std::istream& in, int first_size, bool (*is_end)(int c, cha
         if (c == end_of_input || (ends && !keeps_end)) return length();
         const int at = length();
         rep_ = resized(rep_, at + 1);
-        text_of(rep_)[at] = static_cast<char>(c);
+        rep_->text()[at] = static_cast<char>(c);
         if (ends) return length();
     }
 }
