@@ -44,6 +44,31 @@ static SUniv* into(Walk& walk) {
     return Conv<Walk*>::to_univ(&walk);
 }
 
+TEST(WDB_Database, bounds_that_follow) {
+    WDB_Database world(WDB_FOLLOWING);
+    WDB_Tri_List* const list = list_in({0, 0, 0}, {1, 1, 1});
+    std::vector<WDB_Node*> nodes;
+    Nodes held;
+    const Report_Catcher silence;
+    for (int i = 0; i < 200; ++i) {
+        // Farther each time, on one side after the other.
+        const float x = 100.f * i * (i % 2 ? 1 : -1);
+        nodes.push_back(node_at(x, i, -x, list));
+        world.put(nodes.back());
+        held.insert(nodes.back());
+        if (i % 3) continue;
+        world.remove(nodes[i / 2]);
+        held.erase(nodes[i / 2]);
+    }
+    EXPECT_EQ(world.get_bounds(), Bbox(Point(-50000, -10000, -50000), Point(30000, 10000, 30000)));
+    Walk all, some;
+    world.apply_to_shapes(into(all), note);
+    EXPECT_EQ(all.seen, held);
+    world.apply_to_shapes(into(some), Bbox(Point(19900, 0, -20000), Point(20000, 500, 0)), note);
+    EXPECT_EQ(some.seen, Nodes{nodes[199]});
+    EXPECT_TRUE(world.has(nodes[199]) && !world.has(nodes[0]));
+}
+
 TEST(WDB_Database, boxes_handed_to_callbacks) {
     WDB_Database world;
     WDB_Node* const bare = node_at(1, 2, 3, nullptr);

@@ -159,6 +159,10 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         return off;
     };
     const Point zero(0, 0, 0);
+    auto* const flat_line = new WDB_Line_List(1);
+    flat_line->put(WDB_Line(zero, zero, Vector(0, 0, 1), Vector(0, 0, 0)), 0);
+    flat_line->set_with_normals(true);
+    flat_line->end_editing();
     const HFrame slanted(Homogeneous(1, 0, 0, 1), Homogeneous(0, 1, 0, 0), Homogeneous(0, 0, 1, 0),
                          Homogeneous(0, 0, 0, 1));
     const std::string back = "cannot be read back: ",
@@ -178,6 +182,7 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {node_named("e", new WDB_Tri_List(0)), back + "it is empty"},
         {node_named("a", list_of({WDB_Triangle(zero, zero, zero)})),
          back + "an item has no area or no normal"},
+        {node_named("z", flat_line), back + "an item has no area or no normal"},
         {lighted(), back + "it is off, and the file has no form for that"},
         {new WDB_Camera("c", HFrame::identity(), Matrix4::window(0, 1, 0, 1, 1, 2), nullptr,
                         nullptr),
@@ -199,7 +204,9 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         one.put(node);
         const std::string told = reports_of([&] {
             const Report_Catcher silence;
-            wdb_save(one, "saved");
+            WDB_Save_Options options;
+            options.is_complete = true;
+            wdb_save(one, "saved", options);
         });
         EXPECT_EQ(std::count(told.begin(), told.end(), '\n'), !warning.empty()) << told;
         EXPECT_TRUE(warning.empty() || told.find(" " + warning + " in ") != std::string::npos)
@@ -268,8 +275,11 @@ TEST_F(Wdb_Save, names_of_images) {
     reports_of([&] {
         const Report_Catcher silence;
         world->put(textured("first", new PX_Map("damaged.rgb", 0)));
-        for (const char* name : {"a", "damaged", "scene"})
-            world->put(textured(name, new PX_Map(2, 2, 3)));
+        for (const char* name : {"a", "damaged", "scene", "damaged_1"}) {
+            WDB_Node* const shape = textured(name, new PX_Map(2, 2, 3));
+            shape->insert_lod(list_in({0, 0, 0}, {1, 1, 1}), 0); // for the order
+            world->put(shape);
+        }
         auto* const foreign = new PX_Map("http://127.0.0.1:1/x.rgb", 0);
         foreign->set_complete();
         world->put(textured("taken", foreign));
@@ -295,9 +305,12 @@ TEST_F(Wdb_Save, names_of_images) {
         }
         return text;
     };
-    EXPECT_EQ(names("scene.rgb"),
-              "a.rgb damaged.rgb damaged_1.rgb scene_1.rgb taken_1.rgb sub/b.html ");
-    EXPECT_EQ(names("sub/s"), "/a.rgb /damaged.rgb /damaged_1.rgb /scene.rgb /taken_2.rgb b.html ");
+    EXPECT_EQ(
+        names("scene.rgb"),
+        "a.rgb damaged.rgb damaged_1.rgb damaged_1_1.rgb scene_1.rgb taken_1.rgb sub/b.html ");
+    EXPECT_EQ(
+        names("sub/s"),
+        "/a.rgb /damaged.rgb /damaged_1.rgb /damaged_1_1.rgb /scene.rgb /taken_2.rgb b.html ");
 }
 
 // Of ten shapes in the default bounds half are lost, and told.
