@@ -176,7 +176,7 @@ static void delete_source(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym
     const char* const text = url->get_url_string();
     if (!url->is_valid() || url->get_protocol() != URL_LOCAL_PROTOCOL) {
         lex.show_error(str_format("Non Local or invalid tmpimage: %s", text));
-    } else if (!lex.get_url()->is_local() || !sym.reads_local_files()) {
+    } else if (!sym.reads_local_files()) {
         lex.show_error(str_format("tmpimage of a scene that is not local, keeping it: %s", text));
     } else if (!image->is_complete()) {
         lex.show_error(str_format("tmpimage was not read, keeping it: %s", text));

@@ -212,6 +212,12 @@ TEST_F(Wdb_Load, tmpimages_that_stay) {
     load_text("import file {\n file \"" + server.host + "t\"\n}");
     EXPECT_NE(reports.find("tmpimage of a scene that is not local, keeping it: c.rgb"),
               std::string::npos);
+    put_file("in", "texture c {\n tmpimage \"c.rgb\"\n}");
+    ASSERT_TRUE(std::freopen("in", "r", stdin));
+    reports_of([&] { load("-"); });
+    ASSERT_TRUE(std::freopen("/dev/null", "r", stdin));
+    EXPECT_NE(reports.find("tmpimage of a scene that is not local, keeping it: c.rgb"),
+              std::string::npos);
     for (const char* name : {"precious", "c.rgb"})
         EXPECT_TRUE(std::filesystem::exists(name)) << name;
 }
