@@ -22,7 +22,7 @@ static std::string folder_of(const std::string& path) {
 // Without links and dots; empty, if there is no such file.
 static std::string resolved(const std::string& path) {
     char* const text = realpath(path.c_str(), nullptr);
-    const std::string result = text ? text : "";
+    std::string result = text ? text : "";
     std::free(text);
     return result;
 }
@@ -103,7 +103,7 @@ std::string Scene_Pictures::free_name(const PX_Map* image, const std::string& na
 }
 
 std::string Scene_Pictures::add(PX_Map* image, const char* name) {
-    const std::string file = std::string(name) + ".rgb";
+    std::string file = std::string(name) + ".rgb";
     if (leads_out(file)) {
         std_warn(str_format("Image %s would lie outside of this folder", file.c_str()));
         are_inside_ = false;

@@ -338,9 +338,9 @@ TEST_F(Wdb_Save, shapes_outside_and_lines) {
     for (const auto& [saving, is_complete, told, shapes] : rows) {
         WDB_Save_Options options;
         options.is_complete = is_complete;
-        const std::string warnings = reports_of([&, w = saving] {
+        const std::string warnings = reports_of([&, w = saving, loses = !is_complete] {
             const Report_Catcher silence;
-            EXPECT_EQ(wdb_save(*w, "saved", options), is_complete ? 0 : WDB_SAVE_LOSES);
+            EXPECT_EQ(wdb_save(*w, "saved", options), loses ? WDB_SAVE_LOSES : 0);
         });
         EXPECT_NE(warnings.find(
                       is_complete
