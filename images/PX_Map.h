@@ -45,7 +45,7 @@ class PX_Map : public Std_Obj {
     // components.
     bool save(const char* file_name);
 
-    // Whether the last load read the whole picture; true if there was none.
+    // Whether the last load read the whole picture, of a whole document; true if there was none.
     bool is_complete() const { return is_complete_; }
     // The text of the URL of the last load, or "".
     const char* get_source() const { return source_; }
