@@ -114,6 +114,7 @@ void PX_Map::load(Std_URL* url, int component) {
     url->close();
     if (!error) error = load_file(store, component);
     if (error) load_error(error, component);
+    if (!url->is_whole()) is_complete_ = false;
 }
 
 // Null, or what went wrong; the map is then as it was. Rows that cannot be read are black.

@@ -48,8 +48,8 @@ class PX_Map : public Std_Obj {
     // The same up to Std_Output_File::prepare, for files that get their places together.
     bool save(const char* file_name, Std_Output_File& file);
 
-    // Whether the last load read the whole picture, or the program has completed it; true if there
-    // was no load.
+    // Whether the last load read the whole picture, of a whole document, or the program has
+    // completed it; true if there was no load.
     bool is_complete() const { return is_complete_; }
     void set_complete() { is_complete_ = true; }
     // The text of the URL of the last load, or "".

@@ -47,7 +47,7 @@ public:
     // In this order, while they answer true. False is reported.
     bool connect();
     bool request();
-    bool store(int file);
+    bool store(int file, bool* is_whole);
 
 private:
     enum Ending { NONE, COMPLETE, BROKEN, NOT_STORED };
@@ -238,7 +238,7 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
     return taken < got ? give_up("the document is too large") : NONE;
 }
 
-bool Exchange::store(int file) {
+bool Exchange::store(int file, bool* is_whole) {
     static char block[4096]; // overwritten by every read
     Ending ending = NONE;
     last_data_ = pace_start_ = now();
@@ -254,8 +254,9 @@ bool Exchange::store(int file) {
         }
         if (ending == NONE) ending = end_of_patience();
     }
-    if (ending == COMPLETE) std_tell("Data transfert completed.");
-    return ending == COMPLETE || (ending == BROKEN && total_ > 0);
+    *is_whole = ending == COMPLETE;
+    if (*is_whole) std_tell("Data transfert completed.");
+    return *is_whole || (ending == BROKEN && total_ > 0);
 }
 
 // A server that does not know our form of request answers in its own, which is then the document.
@@ -272,7 +273,7 @@ static void tell_status_line(int document, const Std_URL& url) {
                         line, url.get_url_string().chars()));
 }
 
-int std_http_fetch(const Std_URL& url) {
+int std_http_fetch(const Std_URL& url, bool* is_whole) {
     Exchange exchange(url);
     if (!exchange.connect() || !exchange.request()) return -1;
     std_tell("Beginning data transfert");
@@ -283,7 +284,7 @@ int std_http_fetch(const Std_URL& url) {
     }
     // A file rather than the socket is what the caller reads: it can be unpacked and begun anew,
     // and has no name that could stay behind.
-    const bool is_stored = exchange.store(document);
+    const bool is_stored = exchange.store(document, is_whole);
     if (is_stored) tell_status_line(document, url);
     if (is_stored && lseek(document, 0, SEEK_SET) == 0) return document;
     close(document);

@@ -172,6 +172,7 @@ std::ostream& operator<<(std::ostream& out, const Std_URL* url) {
 
 void Std_URL::open() {
     if (is_open()) close();
+    is_whole_ = true;
     if (protocol_ == URL_LOCAL_PROTOCOL || (protocol_ == URL_FILE_PROTOCOL && host_.empty())) {
         local_open();
     } else if (protocol_ == URL_FILE_PROTOCOL || protocol_ == URL_FTP_PROTOCOL) {
@@ -185,7 +186,8 @@ void Std_URL::open() {
 }
 
 // With the URL last: reports are cut at their end.
-void Std_URL::tell_failure(const char* what, const char* reason) const {
+void Std_URL::tell_failure(const char* what, const char* reason) {
+    is_whole_ = false;
     std_tell(str_format("Error - %.40s (%.90s): %s", what, reason, url_string_.chars()));
 }
 
@@ -198,7 +200,7 @@ void Std_URL::close() {
         const int not_found = 127;
         if (status == not_found) {
             tell_failure("command not found", command_);
-        } else if (status != 0 && status != warning) {
+        } else if (status != 0 && !(status == warning && Std_Filter::can_run(command_))) {
             tell_failure("cannot be unpacked",
                          str_format("%s ended with status %d", command_, status));
         }
@@ -275,5 +277,5 @@ void Std_URL::ftp_open() {
 }
 
 void Std_URL::http_open() {
-    open_document(std_http_fetch(*this));
+    open_document(std_http_fetch(*this, &is_whole_));
 }

@@ -79,6 +79,9 @@ class Std_URL : public Std_Obj {
     // or read any further. Requires: is_open().
     void close();
     bool is_open() const { return file_ != nullptr; }
+    // Whether nothing was found missing since the last open: false once it was reported that the
+    // document breaks off, is over a limit, or could not be unpacked or read. Kept by close.
+    bool is_whole() const { return is_whole_; }
     // Lifetime: until close, which is not fclose.
     std::FILE* get_file() const { return file_; }
     // The next bytes of the document, at most `count`, past the buffer of get_file, which nobody
@@ -98,7 +101,7 @@ private:
     void clear_fields();
     void derive_names();
     void open_document(int document);
-    void tell_failure(const char* what, const char* reason) const;
+    void tell_failure(const char* what, const char* reason);
 
     bool valid_ = false;
     Std_String url_string_, protocol_, host_;
@@ -109,6 +112,7 @@ private:
     const char* command_ = nullptr; // that unpacks it
     long long may_come_ = 0;        // bytes, by the limits
     bool is_ended_ = false;         // as far as read is concerned
+    bool is_whole_ = true;
 };
 
 std::ostream& operator<<(std::ostream& out, const Std_URL& url);

@@ -375,6 +375,6 @@ bool vrml_convert(const std::string& text, const Vrml_Options& options, std::FIL
     const bool is_written = writer.flush();
     report.show(told);
     // A file without a shape is no failure, but one is of which nothing was understood.
-    const bool is_read = !report.has_failures() && (parser.has_read() || !report.has_skipped());
-    return is_written && (is_read || writer.has_written());
+    const bool is_understood = parser.has_read() || !report.has_skipped();
+    return is_written && is_understood && !report.has_failures();
 }

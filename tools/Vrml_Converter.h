@@ -24,7 +24,8 @@ struct Vrml_Options {
 };
 
 // Writes to `out` what arrives, and tells on `told` what does not.
-// On failure: false; nothing of the text could be read, or not all could be written.
+// On failure: false; nothing of the text could be read, it ends within a node or costs too much, or
+// not all could be written.
 bool vrml_convert(const std::string& text, const Vrml_Options& options, std::FILE* out,
                   std::FILE* told);
 

@@ -20,8 +20,11 @@ std::vector<const Vrml_Node*> Vrml_Parser::parse() {
         if (const Vrml_Node* node = parse_node(0)) {
             nodes.push_back(node);
         } else if (!is_over()) {
+            const bool is_word =
+                !scanner_.is_sign() && !scanner_.is_string() && !scanner_.looks_like_number();
             report_.skip("text that is no node", token());
             scanner_.take();
+            if (is_word) expect_more(); // it may be the type of a node
         }
     }
     run_ = std::vector<double>();
@@ -37,6 +40,11 @@ const Vrml_Prototype* Vrml_Parser::prototype(std::string_view name) const {
 void Vrml_Parser::fail(const char* reason) {
     report_.fail(reason, token());
     scanner_.end();
+}
+
+// A file that was cut reads well up to its end: only what is still open tells.
+void Vrml_Parser::expect_more() {
+    if (scanner_.is_cut()) report_.fail("the file ends within a node", scanner_.rest());
 }
 
 bool Vrml_Parser::is_nested_too_deeply(int depth) {
@@ -57,10 +65,13 @@ bool Vrml_Parser::skip_statement() {
     if (scanner_.is_followed_by_brace()) return false;
     report_.skip(token(), token());
     scanner_.take_name();
-    if (!is_over()) scanner_.take();
+    expect_more();
+    scanner_.take();
+    if (is_route) expect_more();
     if (token() == (is_route ? "TO" : "AS")) {
         scanner_.take_name();
-        if (!is_over()) scanner_.take();
+        expect_more();
+        scanner_.take();
     }
     return true;
 }
@@ -72,7 +83,8 @@ const Vrml_Node* Vrml_Parser::parse_use() {
     const auto known = names_.find(token());
     const bool is_known = known != names_.end();
     if (!is_known) report_.skip("USE of an unknown name", token());
-    if (!is_over()) scanner_.take();
+    expect_more();
+    scanner_.take();
     return is_known ? known->second : &nothing_;
 }
 
@@ -84,6 +96,7 @@ const Vrml_Node* Vrml_Parser::parse_node(int depth) {
         scanner_.take_name();
         name = token();
         scanner_.take();
+        expect_more();
         // DEF DEF DEF ... would nest without a brace.
         if (!begins_node() || token() == "DEF" || token() == "USE") return nullptr;
     }
@@ -99,7 +112,7 @@ const Vrml_Node* Vrml_Parser::parse_node(int depth) {
         node->prototype = at->second;
     scanner_.take();
     if (node->type == "Script" && !node->prototype) {
-        scanner_.skip_enclosed();
+        if (!scanner_.skip_enclosed()) expect_more();
     } else {
         scanner_.take();
         parse_body(node, depth);
@@ -124,7 +137,8 @@ void Vrml_Parser::parse_body(Vrml_Node* node, int depth) {
             scanner_.end();
         }
     }
-    if (!is_over()) scanner_.take();
+    expect_more();
+    scanner_.take();
     // Whether anything in it is given by the instance of a prototype: what is not is the same in
     // all instances.
     for (const Vrml_Node* child : node->children) node->depends |= child->depends;
@@ -153,7 +167,8 @@ void Vrml_Parser::parse_field(std::vector<Vrml_Field>* fields, int depth) {
     } else if (token() == "IS") {
         scanner_.take();
         field.from = token();
-        if (!is_over()) scanner_.take();
+        expect_more();
+        scanner_.take();
     } else if (token() == "[" || token() == "(") {
         parse_list(&field, depth);
     } else if (!is_over() && token() != "}") {
@@ -167,7 +182,8 @@ void Vrml_Parser::parse_list(Vrml_Field* field, int depth) {
     const std::string_view close = token() == "[" ? "]" : ")";
     take_numbers(&field->numbers);
     while (!is_over() && token() != close) parse_value(field, depth);
-    if (!is_over()) scanner_.take();
+    expect_more();
+    scanner_.take();
 }
 
 void Vrml_Parser::parse_value(Vrml_Field* field, int depth) {
@@ -215,8 +231,10 @@ void Vrml_Parser::parse_prototype(int depth) {
     Vrml_Prototype* const prototype = &own_prototypes_.emplace_back();
     scanner_.take_name();
     prototype->name = token();
-    if (!is_over()) scanner_.take();
+    expect_more();
+    scanner_.take();
     if (token() == "[") parse_interface(&prototype->fields, true, depth);
+    expect_more();
     if (token() == "{") parse_prototype_body(prototype, depth);
     declare(prototype->name, prototype);
     if (!first_ && depth == 0) first_ = prototype;
@@ -238,7 +256,8 @@ void Vrml_Parser::parse_prototype_body(Vrml_Prototype* prototype, int depth) {
             scanner_.take();
         }
     }
-    if (!is_over()) scanner_.take();
+    expect_more();
+    scanner_.take();
     for (; hidden_.size() > outer; hidden_.pop_back())
         prototypes_[hidden_.back().first] = hidden_.back().second;
     names_.swap(names);
@@ -267,15 +286,18 @@ void Vrml_Parser::parse_interface(std::vector<Vrml_Field>* fields, bool has_valu
             scanner_.end();
         }
     }
-    if (!is_over()) scanner_.take();
+    expect_more();
+    scanner_.take();
 }
 
 void Vrml_Parser::parse_external_prototype(int depth) {
     scanner_.take_name();
     const std::string_view name = token();
-    if (!is_over()) scanner_.take();
+    expect_more();
+    scanner_.take();
     std::vector<Vrml_Field> no_fields;
     if (token() == "[") parse_interface(&no_fields, false, depth);
+    expect_more();
     Vrml_Field urls;
     if (token() == "[") {
         parse_list(&urls, depth);

@@ -4,7 +4,8 @@
 //     for (const Vrml_Node* node : parser.parse()) show(*node);
 //
 // Instances of prototypes are not unfolded: they point at their prototype. Routes and scripts are
-// passed over. What is wrong in the text is told and passed over, too; what was read stays.
+// passed over. What is wrong in the text is told and passed over, too; what was read stays. A text that
+// ends within a node has failed.
 #ifndef TOOLS_VRML_PARSER_H
 #define TOOLS_VRML_PARSER_H
 
@@ -42,6 +43,7 @@ private:
     bool is_over() const { return scanner_.is_over(); }
     std::string_view token() const { return scanner_.token(); }
     void fail(const char* reason);
+    void expect_more();
     bool begins_node();
     bool skip_statement();
     bool is_nested_too_deeply(int depth);

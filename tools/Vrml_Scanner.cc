@@ -188,16 +188,18 @@ void Vrml_Scanner::take_numbers(std::vector<double>* numbers) {
 }
 
 // Programs of a Script are strings, so only its own braces count.
-void Vrml_Scanner::skip_enclosed() {
+bool Vrml_Scanner::skip_enclosed() {
     int open = 0;
     do {
         open += token_ == "{" || token_ == "[";
         open -= token_ == "}" || token_ == "]";
         take();
     } while (open > 0 && !is_over());
+    return open <= 0;
 }
 
 void Vrml_Scanner::end() {
     at_ = text_.size();
     token_ = {};
+    is_ended_ = true;
 }

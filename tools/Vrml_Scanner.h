@@ -20,6 +20,10 @@ public:
 
     std::string_view token() const { return token_; } // empty at the end
     bool is_over() const { return token_.empty(); }
+    // Over by its own end, not by that of the operation.
+    bool is_cut() const { return is_over() && !is_ended_; }
+    // What stands behind the token: no text at the end, but still a place in it.
+    std::string_view rest() const { return std::string_view(text_).substr(at_); }
     bool is_sign() const;
     bool is_string() const { return !token_.empty() && token_[0] == '"'; }
     // Whether the token begins as a number does, good or not.
@@ -34,8 +38,8 @@ public:
     // Appends the numbers that stand behind the token; the token stays. What only looks like a
     // number is left.
     void take_numbers(std::vector<double>* numbers);
-    // From an opening brace or bracket to behind its close.
-    void skip_enclosed();
+    // From an opening brace or bracket to behind its close. False if the text ends first.
+    bool skip_enclosed();
     // To the end of the text.
     void end();
 
@@ -49,6 +53,7 @@ private:
     const bool is_vrml1_;
     std::size_t at_ = 0;
     std::string_view token_;
+    bool is_ended_ = false;
 };
 
 #endif

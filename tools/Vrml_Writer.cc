@@ -90,7 +90,6 @@ void Vrml_Writer::put_numbers(std::span<const double> values) {
 }
 
 bool Vrml_Writer::flush() {
-    has_written_ |= used_ > 0;
     is_good_ &= std::fwrite(block_, 1, used_, out_) == used_;
     used_ = 0;
     return is_good_ && std::fflush(out_) == 0;

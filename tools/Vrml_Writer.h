@@ -42,7 +42,6 @@ public:
     void put_numbers(std::span<const double> values);
     // False if something could not be written.
     bool flush();
-    bool has_written() const { return has_written_; }
 
 private:
     void make_room(std::string_view text);
@@ -51,7 +50,7 @@ private:
     std::string tail_;
     std::unordered_set<std::string> names_;
     int name_count_ = 0;
-    bool is_good_ = true, has_written_ = false;
+    bool is_good_ = true;
     std::size_t used_ = 0;
     char block_[1 << 16];
 };

@@ -54,6 +54,8 @@ void WDB_Lex_Context::close() {
         tell_error(str_format("[%s-%d]: Error - conversion failed with status %d",
                               url_->get_url_string().chars(), line_number_, status));
     if (url_ && url_->is_open()) url_->close();
+    // It has said itself what is missing.
+    if (url_ && !url_->is_whole()) ++error_count_;
     drop_input();
     line_number_ = 0;
     url_ = nullptr;

@@ -8,11 +8,12 @@
 
 struct WDB_Load_Report {
     // What the scene says and the world lacks: each "Error" that was reported, each picture that
-    // could not be read wholly, and a document that cannot be opened or converted.
+    // could not be read wholly, and each document that cannot be opened, unpacked or converted, breaks
+    // off, or lacks its end.
     int errors = 0;
 
     // What looks like a mistake but loses nothing that the reader could keep: each object that was
-    // left out because one of its name came before, and each file whose end is missing.
+    // left out because one of its name came before.
     int warnings = 0;
 
     // Files read because another names them, each as often as it was read.

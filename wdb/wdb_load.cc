@@ -9,7 +9,6 @@
 #include "base/Plain_Array.h"
 #include "images/PX_Map.h"
 #include "math/Bbox.h"
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_GC.h"
 #include "std/Std_Plain_Numbers.h"
@@ -430,11 +429,9 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     }
     // Cut between two blocks, a file reads without an error.
     if (lex.is_cut()) {
-        ++sym.report().warnings;
-        std_assert(2,
-                   str_format("[%s]: the file was cut, its end is missing",
-                              lex.get_url()->get_url_string().chars()),
-                   __FILE__, __LINE__);
+        ++sym.report().errors;
+        std_tell(str_format("[%s]: the file was cut, its end is missing",
+                            lex.get_url()->get_url_string().chars()));
     }
 }
 

@@ -103,9 +103,11 @@ protected:
     static std::string fetched(const char* text, Script host) {
         const Std_URL url(text);
         int document = -1;
+        bool is_whole = false;
         script = &host;
-        const std::string told = reports_of([&] { document = std_http_fetch(url); });
+        const std::string told = reports_of([&] { document = std_http_fetch(url, &is_whole); });
         script = nullptr;
+        EXPECT_EQ(is_whole, told.find("completed") != std::string::npos) << told;
         std::string bytes(200000, '\0');
         bytes.resize(static_cast<std::size_t>(
             std::max<ssize_t>(document < 0 ? 0 : read(document, bytes.data(), bytes.size()), 0)));

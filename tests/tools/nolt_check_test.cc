@@ -56,11 +56,13 @@ TEST_F(Nolt_Check, tables) {
 TEST_F(Nolt_Check, names_and_statuses) {
     put_file("good", unfolded(mesh));
     put_file("bad", "rubbish\n");
+    ASSERT_EQ(std::system("gzip < good | head -c -2 > cut.gz"), 0);
     const std::tuple<const char*, const char*, int> rows[] = {
         {"", "", 2},
         {"-x good", "", 2},
         {"good good", "good\n  nodes      0\n", 0},
         {"bad good", "bad\n  nodes      0\n", 1},
+        {"cut.gz", "cut.gz\n  nodes      0\n", 1},
         {"-- absent", "absent\n  imports    0\n  errors     1\n", 1},
         {"\"$(printf 'a\\033[m')\"", "a\\x1b[m\n", 1},
         {"good >/dev/full; exit $?; :", "", 1},
