@@ -1,7 +1,7 @@
-# Symbols of internal classes stay inside the shared library.
+# Symbols of internal classes and namespaces stay inside the shared library.
 get_property(hidden GLOBAL PROPERTY nolt_hidden)
 set(patterns "")
-foreach(class ${hidden})
+foreach(class ${hidden} scene_forms str_buffer)
   string(LENGTH ${class} length)
   # As the compilers write the name of a class, and of what stands in it.
   foreach(kind _ZN _ZNK _ZTI _ZTS _ZTV _ZGV _ZTWN _ZTHN)

@@ -19,7 +19,6 @@
 template<class T, void* (*Take)(std::size_t)>
 class Std_Basic_Allocator {
 public:
-    static_assert(alignof(T) <= alignof(std::max_align_t), "the collector aligns to no more");
     using value_type = T;
     template<class U>
     struct rebind {
@@ -31,11 +30,15 @@ public:
     Std_Basic_Allocator(const Std_Basic_Allocator<U, Take>&) {}
 
     T* allocate(std::size_t n) {
+        static_assert(alignof(T) <= alignof(std::max_align_t), "the collector aligns to no more");
         const std::size_t most = PTRDIFF_MAX; // which is not to be had, as more is not
         return static_cast<T*>(Take(n > most / sizeof(T) ? most : n * sizeof(T)));
     }
     void deallocate(T* p, std::size_t) { std_release(p); }
-    bool operator==(const Std_Basic_Allocator&) const { return true; }
+    template<class U>
+    bool operator==(const Std_Basic_Allocator<U, Take>&) const {
+        return true;
+    }
 };
 
 inline void* std_allocate_scanned(std::size_t size) {

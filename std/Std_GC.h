@@ -9,8 +9,8 @@
 //
 // Plain new of classes outside the family is NoGC: scanned, so pointers in it keep their targets,
 // but freed only by delete. So it is where the program itself links the library and neither brings
-// operators of its own nor asks for malloc by std/Std_Own_New.h; where it is not, one warning at the
-// start says so (docs/linking.md). Memory of malloc is invisible to the collector: never keep the
+// operators of its own nor asks for malloc by std/Std_Own_New.h; other ways of linking stand in
+// docs/linking.md, and where it is not so unasked, one warning at the start says it. Memory of malloc is invisible to the collector: never keep the
 // only pointer to an object there, but a Std_Root, or a container with the std_allocator.
 //
 // A placement other than these four is a pool (std/Std_Tmp_Alloc.h), whose memory
@@ -23,7 +23,8 @@
 //
 // Threads: any thread may allocate and free, whoever started it. The collector knows a thread from
 // its first allocation to its end, and stops it now and then by the signals SIGPWR and SIGXCPU,
-// which it must not block after that. A thread that has never allocated, and destructors of
+// which it must not block after that. It needs 40 KB of stack to allocate, and 56 KB to load or
+// save. A thread that has never allocated, and destructors of
 // thread-specific data, must not hold the only pointer to a block. A thread_local of the program
 // keeps its targets; one of a shared library may not. An object of this library is used by one
 // thread at a time, and so are all functions together that load, save, split or touch images.
@@ -73,6 +74,9 @@ public:
     static void* operator new[](std::size_t size);
     static void* operator new(std::size_t size, STD_TMP_ALLOC_POOL_T* placement);
     static void* operator new[](std::size_t size, STD_TMP_ALLOC_POOL_T* placement);
+    // The collector aligns to 16 bytes and no more.
+    static void* operator new(std::size_t size, std::align_val_t) = delete;
+    static void* operator new(std::size_t size, std::align_val_t, STD_TMP_ALLOC_POOL_T*) = delete;
 
     // As std_release. Always inline: compilers take a call of these for a mistake where they see
     // another operator new than this class's.

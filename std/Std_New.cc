@@ -66,16 +66,27 @@ static void* try_malloc(std::size_t size, std::size_t alignment) {
     return posix_memalign(&block, alignment, size) == 0 ? block : nullptr;
 }
 
+// No block is given before the probe: who takes it back is not known until then.
+static bool is_to_be_collected() {
+    if (is_collected() && !Std_Collector::knows_this_thread()) const Std_Collector::Guest guest;
+    return is_collected();
+}
+
 static void* try_new(std::size_t size) {
-    if (is_collected()) return std_try_uncollectable(size);
-    return plain_new == OF_ANOTHER ? ::operator new(size) : try_malloc(size, usual_alignment);
+    if (is_to_be_collected()) return std_try_uncollectable(size);
+    if (plain_new != OF_ANOTHER) return try_malloc(size, usual_alignment);
+    try { // the program's may throw; this file alone has exceptions
+        return ::operator new(size);
+    } catch (...) {
+        return nullptr;
+    }
 }
 
 // Over-aligned blocks are cut out of larger ones, so that pointers in them are scanned too. The
 // word in front of one names the larger block.
 static void* try_new_aligned(std::size_t size, std::align_val_t alignment) {
     const std::size_t boundary = std::max(static_cast<std::size_t>(alignment), usual_alignment);
-    if (!is_collected()) return try_malloc(size, boundary);
+    if (!is_to_be_collected()) return try_malloc(size, boundary);
     if (size > SIZE_MAX - boundary) return nullptr;
     char* const block = static_cast<char*>(std_try_uncollectable(size + boundary));
     if (!block) return nullptr;
@@ -89,7 +100,7 @@ static bool is_of_malloc(void* p) {
 }
 
 [[gnu::weak]] void* operator new(std::size_t size) {
-    if (is_collected()) return ::operator new(size, NoGC);
+    if (is_to_be_collected()) return ::operator new(size, NoGC);
     void* const block = try_malloc(size, usual_alignment);
     return block ? block : std_out_of_memory(size);
 }

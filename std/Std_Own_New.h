@@ -6,7 +6,7 @@
 //
 // From then on nothing that plain new gave keeps an object of the library alive: a container of
 // such pointers takes the std_allocator, and any other place outside the collector's memory a
-// Std_Root.
+// Std_Root. Where plain new finds no memory, that is a fatal report all the same.
 #ifndef STD_STD_OWN_NEW_H
 #define STD_STD_OWN_NEW_H
 

@@ -5,6 +5,8 @@
 //     view->world = wdb_load("town.3d", nullptr);
 //     if (view->world) view->world->apply_to_nodes(draw, nullptr);
 //
+// The target is kept until the root is destroyed. Members of collected objects are not, unless the
+// object is deleted: there a plain pointer serves.
 // Cost: a block of the collector for each root, and of each root a collection looks at one word.
 #ifndef STD_STD_ROOT_H
 #define STD_STD_ROOT_H

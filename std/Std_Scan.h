@@ -1,4 +1,4 @@
-// Numbers out of text, with exactly the results of sscanf and little of its cost.
+// Numbers out of text, with the results of sscanf, the same everywhere, and little of its cost.
 #ifndef STD_STD_SCAN_H
 #define STD_STD_SCAN_H
 

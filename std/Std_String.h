@@ -90,6 +90,15 @@ class Std_String : public Std_Obj {
     // Requires: 0 <= index < length().
     char operator[](int index) const { return elem(index); }
     char& operator[](int index) { return rep_->text()[index]; }
+    // Numbers of other types would as well be those of chars()[index].
+    template<std::integral Index>
+    char operator[](Index index) const {
+        return elem(static_cast<int>(index));
+    }
+    template<std::integral Index>
+    char& operator[](Index index) {
+        return rep_->text()[index];
+    }
     char elem(int index) const { return chars()[index]; }
     // The zero byte for an empty string.
     char firstchar() const { return elem(0); }

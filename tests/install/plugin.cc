@@ -1,10 +1,15 @@
 // Goes into a shared object, together with the library or linked to it.
+#include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <nolt/nolt.h>
 
 #include "own_class.h"
+
+// Takes memory before anything of the library has run; the C++ library gives it back.
+static auto early = std::make_unique<std::ofstream>("/dev/null");
 
 extern "C" const Std_Obj* plugin_object(int kind) {
     if (kind == 0) return new Poster;
@@ -74,5 +79,6 @@ extern "C" bool plugin_works() {
     works = works && is_whole(*kept);
     delete kept;
     delete[] new Std_String[3];
+    early.reset();
     return works;
 }
