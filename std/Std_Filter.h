@@ -31,14 +31,22 @@ public:
     bool is_running() const { return output_ != nullptr; }
 
     // Closes the stream and waits for the command to end. If the output was read to its end, its
-    // status as a shell tells it: 0 for success, 127 for a command that was not found, 128 and the
-    // number for a signal. Otherwise 0, as for a filter that is not running: who closes early wants
-    // no more. Also 0 if the program does not let its children be waited for (SIG_IGN for SIGCHLD).
+    // status as a shell tells it: 0 for success, 126 for a command that the shell could not run, 127
+    // for one that was not found, 128 and the number for a signal. Otherwise 0, as for a filter that
+    // is not running: who closes early wants no more. It does not matter whether the program lets its
+    // children be waited for (SIGCHLD).
     int finish();
 
+    // Whether the system itself can run the command of that name, with "--version". A shell takes a
+    // file that is no program for a script, whose failures then look like those of the command.
+    static bool can_run(const char* name);
+
 private:
+    int end_child();
+
     std::FILE* output_ = nullptr;
-    pid_t child_ = -1;
+    pid_t child_ = -1; // the shell
+    int told_ = -1;    // what it tells of the command
 };
 
 #endif

@@ -200,7 +200,7 @@ void Std_URL::close() {
         const int not_found = 127;
         if (status == not_found) {
             tell_failure("command not found", command_);
-        } else if (status != 0 && status != warning) {
+        } else if (status != 0 && !(status == warning && Std_Filter::can_run(command_))) {
             tell_failure("cannot be unpacked",
                          str_format("%s ended with status %d", command_, status));
         }

@@ -189,11 +189,12 @@ TEST_F(Std_URL_test, packed_documents_that_are_not_whole) {
     const std::string large(5000, 'x'), bin = home / "bin";
     put_file("x", large);
     ASSERT_EQ(std::system("gzip < x > x.gz; head -c -5 x.gz > cut.gz; (cat x.gz; echo x) > more.gz;"
-                          "mkdir bin; cp x.gz f.Z; cp x.gz k.z; cp x no.gz"),
+                          "mkdir bin bad; cp x.gz f.Z; cp x.gz k.z; cp x no.gz"),
               0);
     put_file("bin/zcat", "#!/bin/sh\nprintf half\nexit 3\n");
     put_file("bin/pcat", "#!/bin/sh\nkill -9 $$\n");
-    ASSERT_EQ(chmod("bin/zcat", 0700) + chmod("bin/pcat", 0700), 0);
+    put_file("bad/gunzip", "(\n"); // nothing but a shell runs it
+    ASSERT_EQ(chmod("bin/zcat", 0700) + chmod("bin/pcat", 0700) + chmod("bad/gunzip", 0700), 0);
     const std::string failed = "Error - cannot be unpacked (";
     const struct {
         std::string path, name, should, report;
@@ -206,17 +207,21 @@ TEST_F(Std_URL_test, packed_documents_that_are_not_whole) {
         {bin, "x.gz", "", "Error - command not found (gunzip): x.gz\n", 5000},
         {bin, "f.Z", "half", failed + "zcat ended with status 3): f.Z\n", 5000},
         {bin, "k.z", "", failed + "pcat ended with status 137): k.z\n", 5000},
+        {home / "bad", "x.gz", "", failed + "gunzip ended with status 2): x.gz\n", 5000},
         {path, "x.gz", large.substr(1),
          "Error - ends here (it unpacks to more than the limit): x.gz\n", 4999},
     };
-    for (const auto& r : rows) {
-        set_path(r.path);
-        std_limits.unpacked_bytes = r.limit;
-        std_limits.unpacked_ratio = 1;
-        const std::string told =
-            information_of([&] { EXPECT_EQ(contents(r.name), r.should) << r.name; });
-        EXPECT_EQ(told, r.report) << r.name;
-    }
+    for (const auto handler : {SIG_DFL, SIG_IGN})
+        for (const auto& r : rows) {
+            set_path(r.path);
+            std_limits.unpacked_bytes = r.limit;
+            std_limits.unpacked_ratio = 1;
+            const auto before = signal(SIGCHLD, handler);
+            const std::string told =
+                information_of([&] { EXPECT_EQ(contents(r.name), r.should) << r.name; });
+            EXPECT_EQ(told, r.report) << r.name;
+            signal(SIGCHLD, before);
+        }
 }
 
 // The first page of no process can be read.
