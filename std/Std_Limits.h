@@ -12,6 +12,9 @@ struct Std_Limits {
     // Width times height of an image, tested before memory is taken for it.
     long long image_pixels = 1ll << 26;
 
+    // A document of this machine that is not compressed.
+    long long local_bytes = 1ll << 32;
+
     // A compressed document may unpack to this many bytes, and beyond to so many times its own
     // size.
     long long unpacked_bytes = 1ll << 26;
@@ -20,6 +23,9 @@ struct Std_Limits {
     // Files that one load imports, and the time after which it imports no more.
     int imports = 10000;
     double import_seconds = 600;
+
+    // Whether a scene that came over a network may name images and imports of this machine.
+    bool local_files_of_remote_scenes = false;
 
     // An answer over http: its size, the time for all of it from the connection on, and what must
     // come in each minute, which is looked at once in so many seconds.

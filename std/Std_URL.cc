@@ -221,7 +221,8 @@ std::size_t Std_URL::read(char* to, std::size_t count) {
     if (got > may_come_) {
         got = static_cast<ssize_t>(may_come_);
         is_ended_ = true;
-        tell_failure("ends here", "it unpacks to more than the limit");
+        tell_failure("ends here", command_ ? "it unpacks to more than the limit"
+                                           : "it is longer than the limit");
     }
     if (got <= 0) return 0;
     may_come_ -= got;
@@ -251,7 +252,8 @@ void Std_URL::open_document(int document) {
     is_ended_ = false;
     command_ = unpacking_command(compression_);
     if (!command_) {
-        may_come_ = LLONG_MAX;
+        // What came over a network had its limit on the way.
+        may_come_ = is_local() ? std_limits.local_bytes : LLONG_MAX;
         file_ = fdopen(document, "r");
         if (file_) return;
     } else {

@@ -177,6 +177,20 @@ TEST_F(Wdb_Load, imports_over_http) {
                              {"GET /d/e/part\n", {"node b {\n url \"u\"\n}"}}};
     ASSERT_TRUE(load(server.host + "d/top"));
     EXPECT_EQ(nodes(), "a:-,- b:-,-@" + server.host + "d/e/u ");
+    put_file("part", "node c {\n}");
+    checker("x")->get_image()->save("c.rgb");
+    const std::string text = unfolded("import file { file \"file:part\" }\ntexture c { image "
+                                      "\"file:c.rgb\" }\nnode d { texture c }\n");
+    const std::string refused = " - local file of a scene that is not local\n";
+    for (const bool is_allowed : {false, true}) {
+        const Http_Server reading{{"GET /t\n", {text}}};
+        std_limits.local_files_of_remote_scenes = is_allowed;
+        reports_of([&] { load_text("import file {\n file \"" + reading.host + "t\"\n}"); });
+        EXPECT_EQ(nodes(), is_allowed ? "c:-,- d:-,c " : "d:-,c ");
+        EXPECT_EQ(node("d")->get_texture()->get_image()->get_width(), is_allowed ? 2 : 4);
+        EXPECT_EQ(reports.find("`file:part'" + refused) == std::string::npos, is_allowed);
+    }
+    std_limits = Std_Limits();
 }
 
 TEST_F(Wdb_Load, what_does_not_come_back) {
