@@ -20,6 +20,7 @@
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Limits.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
 
@@ -223,7 +224,11 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
     // What is still allowed is stored before the rest is refused: a document cut there is better
     // than none.
     const long long room = std::max(std_limits.http_bytes - total_, 0ll);
-    const long long taken = std::min<long long>(got, room);
+    const long long fits = std::min<long long>(got, room);
+    const std::size_t fetched =
+        Std_Load_Budget::take(Std_Load_Budget::FETCHED, static_cast<std::size_t>(fits));
+    const auto taken =
+        static_cast<long long>(Std_Load_Budget::take(Std_Load_Budget::STORED, fetched));
     total_ += taken;
     last_data_ = now();
     is_silent_ = false;
@@ -235,7 +240,8 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
         std_tell("Problem writing to tmpfile");
         return NOT_STORED;
     }
-    return taken < got ? give_up("the document is too large") : NONE;
+    if (fits < got) return give_up("the document is too large");
+    return taken < got ? give_up("all documents of the load are too large") : NONE;
 }
 
 bool Exchange::store(int file, bool* is_whole) {

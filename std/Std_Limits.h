@@ -20,6 +20,12 @@ struct Std_Limits {
     long long unpacked_bytes = 1ll << 26;
     long long unpacked_ratio = 64;
 
+    // Of all documents of one load together, scenes and images alike: what comes over a network, what
+    // packed ones unpack to, and what is stored in temporary files.
+    long long load_fetched_bytes = 1ll << 33;
+    long long load_unpacked_bytes = 1ll << 33;
+    long long load_stored_bytes = 1ll << 33;
+
     // Files that one load imports, and the time after which it imports no more.
     int imports = 10000;
     double import_seconds = 600;

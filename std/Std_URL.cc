@@ -16,6 +16,7 @@
 #include "std/Std_Descriptor.h"
 #include "std/Std_Http.h"
 #include "std/Std_Limits.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_Report.h"
 #include "std/Std_Space.h"
 
@@ -226,7 +227,14 @@ std::size_t Std_URL::read(char* to, std::size_t count) {
     }
     if (got <= 0) return 0;
     may_come_ -= got;
-    return static_cast<std::size_t>(got);
+    const auto came = static_cast<std::size_t>(got);
+    if (!command_) return came;
+    const std::size_t taken = Std_Load_Budget::take(Std_Load_Budget::UNPACKED, came);
+    if (taken < came) {
+        is_ended_ = true;
+        tell_failure("ends here", "all documents of the load unpack to more than the limit");
+    }
+    return taken;
 }
 
 // Null for a document that is not compressed.

@@ -12,6 +12,7 @@
 #include "std/Std_Common.h"
 #include "std/Std_GC.h"
 #include "std/Std_Limits.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_Plain_Numbers.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
@@ -453,6 +454,7 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
     // Where a language has a comma for the point, each number would end there.
     const Std_Plain_Numbers plain;
+    const Std_Load_Budget budget;
     report = WDB_Load_Report();
     WDB_Lex_Context lex(url, base);
     if (!lex.is_open()) {

@@ -269,6 +269,41 @@ TEST_F(Wdb_Load, limits_of_imports) {
     std_limits = Std_Limits();
 }
 
+// Each with room for one of two documents, and one byte less than for both.
+TEST_F(Wdb_Load, limits_of_all_documents) {
+    const std::string part = "node p {\n}\n";
+    put_file("p", part);
+    checker("x")->get_image()->save("c.rgb");
+    ASSERT_EQ(std::system("gzip -k p; cp p.gz q.gz"), 0);
+    const auto size = static_cast<long long>(part.size());
+    const auto image = static_cast<long long>(file("c.rgb").size());
+    const std::tuple<long long Std_Limits::*, long long, std::string, const char*> rows[] = {
+        {&Std_Limits::load_unpacked_bytes, size, "import file { file \"p.gz\"; file \"q.gz\" }\n",
+         "ends here (all documents of the load unpack to more than the limit): q.gz"},
+        {&Std_Limits::load_stored_bytes, image,
+         "texture a { image \"c.rgb\" }\ntexture b { image \"c.rgb\" }\n", "writing to tmpfile"},
+        {&Std_Limits::load_stored_bytes, size, "import file { file \"HOSTp\"; file \"HOSTq\" }\n",
+         "all documents of the load are too"},
+        {&Std_Limits::load_fetched_bytes, size, "import file { file \"HOSTp\"; file \"HOSTq\" }\n",
+         "all documents of the load are too"}};
+    for (const auto& [limit, one, text, told] : rows)
+        for (const int less : {0, 1}) {
+            const bool is_remote = text.find("HOST") != std::string::npos;
+            const Http_Server server(
+                is_remote ? std::initializer_list<Http_Server::Exchange>{{"GET /p\n", {part}},
+                                                                         {"GET /q\n", {part}}}
+                          : std::initializer_list<Http_Server::Exchange>{});
+            put_file("t", unfolded(replaced(text, {{"HOST", server.host.c_str()}})));
+            std_limits = Std_Limits();
+            std_limits.*limit = 2 * one - less;
+            WDB_Load_Report report;
+            const std::string all = reports_of([&] { wdb_load("t", nullptr, report); });
+            EXPECT_EQ(report.errors, less) << all;
+            EXPECT_EQ(all.find(told) != std::string::npos, less == 1) << all;
+        }
+    std_limits = Std_Limits();
+}
+
 // A file of the writer's without its end; other files have none.
 TEST_F(Wdb_Load, cut_files) {
     WDB_Database one;
