@@ -11,9 +11,9 @@
 // ".gz" or ".z" is unpacked on the way.
 //
 // A document is opened as a file and judged by what was opened: only plain files are read, and none
-// of /proc and the like. The
-// stream is that file, or a pipe from a command that unpacks it ("gunzip", "zcat", "pcat"). A
-// document from http is first stored in a file without a name. Not to be used from two threads.
+// of /proc and the like. The stream is that file, or a pipe from a command that unpacks it
+// ("gunzip", "zcat", "pcat"). A document from http is first stored in a file without a name. Not to
+// be used from two threads.
 #ifndef STD_STD_URL_H
 #define STD_STD_URL_H
 
