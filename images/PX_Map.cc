@@ -14,6 +14,7 @@
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_Output_File.h"
 #include "std/Std_URL.h"
 
@@ -87,7 +88,7 @@ void PX_Map::load_error(const char* message, int component) {
 static bool copy_document(Std_URL* from, int to) {
     char block[8192]; // on stacks of threads, which may be small
     while (const std::size_t got = from->read(block, sizeof block))
-        if (!std_write_all(to, block, got)) return false;
+        if (!std_store(to, block, got)) return false;
     return true;
 }
 

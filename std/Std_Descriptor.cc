@@ -8,6 +8,9 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/stat.h>
+#ifdef __linux__
+#include <sys/vfs.h>
+#endif
 #include <unistd.h>
 
 #include "std/Std_GC.h"
@@ -31,6 +34,35 @@ void std_take_standard_descriptors() {
     }
 }
 
+// What the kernel shows of itself as files may have no end, though it is called regular, and reading
+// it may have effects.
+static bool is_of_kernel([[maybe_unused]] int descriptor) {
+#ifdef __linux__
+    // Not all headers have all of these names.
+    static const unsigned kinds[] = {
+        0x9fa0,     // proc
+        0x62656572, // sysfs
+        0x64626720, // debugfs
+        0x74726163, // tracefs
+        0x73636673, // securityfs
+        0x62656570, // configfs
+        0x0027e0eb, // cgroup
+        0x63677270, // cgroup2
+        0xf97cff8c, // selinux
+        0xcafe4a11, // bpf
+        0xde5e81e4, // efivarfs
+        0x6165676c, // pstore
+        0x42494e4d, // binfmt_misc
+        0x07655821, // resctrl
+    };
+    struct statfs system;
+    if (fstatfs(descriptor, &system) != 0) return false;
+    for (const unsigned kind : kinds)
+        if (static_cast<unsigned>(system.f_type) == kind) return true;
+#endif
+    return false;
+}
+
 int std_open_plain(const char* path) {
     const int descriptor =
         // A pipe without a writer would block the open, and a terminal become that of the process.
@@ -38,7 +70,8 @@ int std_open_plain(const char* path) {
         std_above_standard(open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (descriptor < 0) return -1;
     struct stat status;
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) return descriptor;
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && !is_of_kernel(descriptor))
+        return descriptor;
     close(descriptor);
     errno = EINVAL;
     return -1;

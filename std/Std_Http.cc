@@ -6,20 +6,25 @@
 #include <chrono>
 #include <climits>
 #include <cmath>
+#include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netdb.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Limits.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
 
@@ -54,7 +59,8 @@ private:
 
     int connect_once(const sockaddr_in& name);
     bool send_all(const std::string& text);
-    int wait(short event, double until) const;
+    bool find_address(in_addr& address) const;
+    int wait(int descriptor, short event, double until) const;
     int wait_for_answer();
     double end_of_time() const { return start_ + std_limits.http_seconds; }
     static double pace_period() {
@@ -76,12 +82,12 @@ private:
 };
 } // namespace
 
-// Until the socket is ready: positive; 0 when it is `until` or all time is over, negative for an
+// Until the descriptor is ready: positive; 0 when it is `until` or all time is over, negative for an
 // error.
-int Exchange::wait(short event, double until) const {
+int Exchange::wait(int descriptor, short event, double until) const {
     // A signal must not lengthen the wait, nor may milliseconds overflow an int: each time round,
     // what is left is taken from the clock.
-    pollfd channel = {socket_, event, 0};
+    pollfd channel = {descriptor, event, 0};
     until = std::min(until, end_of_time());
     for (;;) {
         const double milliseconds = std::ceil((until - now()) * 1000);
@@ -94,14 +100,71 @@ int Exchange::wait(short event, double until) const {
     }
 }
 
-// A number is no question for a name server, which may take its time.
-static bool find_address(const char* host, in_addr& address) {
+// Of a host, and where the answer goes.
+struct Name_Question {
+    int answer;
+    char* host;
+};
+
+// Writes the address of the host, or nothing, and ends all that it was given.
+static void* ask_name_server(void* argument) {
+    auto* const question = static_cast<Name_Question*>(argument);
+    addrinfo hints = {}, *found = nullptr;
+    hints.ai_family = AF_INET;
+    hints.ai_socktype = SOCK_STREAM;
+    if (getaddrinfo(question->host, nullptr, &hints, &found) == 0) {
+        const in_addr address = reinterpret_cast<const sockaddr_in*>(found->ai_addr)->sin_addr;
+        // Nobody reads it who has waited too long: no failure, and no signal, as all are blocked.
+        [[maybe_unused]] const ssize_t put = write(question->answer, &address, sizeof address);
+    }
+    close(question->answer);
+    if (found) freeaddrinfo(found);
+    std::free(question->host);
+    std::free(question);
+    return nullptr;
+}
+
+// A thread that nobody waits for. Its memory is plain: the collector does not know it.
+static bool start_question(const char* host, int answer) {
+    auto* const question = static_cast<Name_Question*>(std::malloc(sizeof(Name_Question)));
+    if (!question) return false;
+    *question = {answer, strdup(host)};
+    sigset_t all, mask;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &mask);
+    pthread_t thread;
+    const bool is_started =
+        question->host && pthread_create(&thread, nullptr, ask_name_server, question) == 0;
+    pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+    if (is_started) {
+        pthread_detach(thread);
+    } else {
+        std::free(question->host);
+        std::free(question);
+    }
+    return is_started;
+}
+
+// The system's look-up knows no limit of time: it is left behind in its thread when time is over.
+bool Exchange::find_address(in_addr& address) const {
+    const char* const host = url_.get_host();
+    // A number is no question for a name server.
     address.s_addr = inet_addr(host);
     if (address.s_addr != INADDR_NONE) return true;
-    const hostent* const found = gethostbyname(host);
-    if (!found || found->h_addrtype != AF_INET || !found->h_addr_list[0]) return false;
-    std::memcpy(&address, found->h_addr_list[0], sizeof address);
-    return true;
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) return false;
+    for (int& end : ends) end = std_above_standard(end);
+    const bool is_started = ends[0] >= 0 && ends[1] >= 0 && start_question(host, ends[1]);
+    if (!is_started && ends[1] >= 0) close(ends[1]);
+    const auto is_ready = [&] { return wait(ends[0], POLLIN, end_of_time()) > 0; };
+    const bool is_found =
+        is_started && is_ready() && read(ends[0], &address, sizeof address) == sizeof address;
+    // Up to its end, behind which the thread has no descriptor open.
+    char end;
+    while (is_found && is_ready() && read(ends[0], &end, 1) < 0 && errno == EINTR) {
+    }
+    if (ends[0] >= 0) close(ends[0]);
+    return is_found;
 }
 
 // 0, or what went wrong.
@@ -109,7 +172,7 @@ int Exchange::connect_once(const sockaddr_in& name) {
     const auto* const peer = reinterpret_cast<const sockaddr*>(&name);
     if (::connect(socket_, peer, sizeof name) == 0) return 0;
     if (errno != EINPROGRESS && errno != EINTR) return errno;
-    if (wait(POLLOUT, end_of_time()) <= 0) return ETIMEDOUT;
+    if (wait(socket_, POLLOUT, end_of_time()) <= 0) return ETIMEDOUT;
     int error = 0;
     socklen_t size = sizeof error;
     return getsockopt(socket_, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
@@ -126,7 +189,7 @@ bool Exchange::connect() {
     sockaddr_in name = {};
     name.sin_family = AF_INET;
     name.sin_port = htons(static_cast<std::uint16_t>(port));
-    if (!find_address(url_.get_host(), name.sin_addr)) {
+    if (!find_address(name.sin_addr)) {
         std_tell("Unable to get host address by name");
         return false;
     }
@@ -141,7 +204,7 @@ bool Exchange::connect() {
 
 bool Exchange::send_all(const std::string& text) {
     for (std::size_t sent = 0; sent < text.size();) {
-        if (wait(POLLOUT, end_of_time()) <= 0) return false;
+        if (wait(socket_, POLLOUT, end_of_time()) <= 0) return false;
         // A peer that has gone must not end the process by a signal.
         const ssize_t put = send(socket_, text.data() + sent, text.size() - sent, MSG_NOSIGNAL);
         if (put < 0 && is_to_be_tried_again(errno)) continue;
@@ -153,16 +216,16 @@ bool Exchange::send_all(const std::string& text) {
 
 int Exchange::wait_for_answer() {
     const double begin = now();
-    int ready = wait(POLLIN, begin + 1);
+    int ready = wait(socket_, POLLIN, begin + 1);
     if (ready != 0 || now() >= end_of_time()) return ready;
     // The answer mostly comes within this second; only then is our side closed, which some servers
     // take for the end of the whole connection.
     // Servers of later forms of the protocol wait for headers, until nothing can come any more.
     shutdown(socket_, SHUT_WR);
-    ready = wait(POLLIN, begin + longest_silence_);
+    ready = wait(socket_, POLLIN, begin + longest_silence_);
     if (ready != 0 || now() >= end_of_time()) return ready;
     std_tell("Retrying...");
-    return wait(POLLIN, now() + longest_silence_);
+    return wait(socket_, POLLIN, now() + longest_silence_);
 }
 
 bool Exchange::request() {
@@ -223,7 +286,11 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
     // What is still allowed is stored before the rest is refused: a document cut there is better
     // than none.
     const long long room = std::max(std_limits.http_bytes - total_, 0ll);
-    const long long taken = std::min<long long>(got, room);
+    const long long fits = std::min<long long>(got, room);
+    const std::size_t fetched =
+        Std_Load_Budget::take(Std_Load_Budget::FETCHED, static_cast<std::size_t>(fits));
+    const auto taken =
+        static_cast<long long>(Std_Load_Budget::take(Std_Load_Budget::STORED, fetched));
     total_ += taken;
     last_data_ = now();
     is_silent_ = false;
@@ -235,7 +302,8 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
         std_tell("Problem writing to tmpfile");
         return NOT_STORED;
     }
-    return taken < got ? give_up("the document is too large") : NONE;
+    if (fits < got) return give_up("the document is too large");
+    return taken < got ? give_up("all documents of the load are too large") : NONE;
 }
 
 bool Exchange::store(int file, bool* is_whole) {
@@ -246,7 +314,7 @@ bool Exchange::store(int file, bool* is_whole) {
         // Never longer than to the next moment at which patience could end.
         const double silence = longest_silence_ * (is_silent_ ? 2 : 1);
         const double pace_end = pace_start_ + pace_period();
-        const int ready = wait(POLLIN, std::min(last_data_ + silence, pace_end));
+        const int ready = wait(socket_, POLLIN, std::min(last_data_ + silence, pace_end));
         if (ready != 0) {
             const ssize_t got = ready < 0 ? -1 : recv(socket_, block, sizeof block, 0);
             if (got < 0 && is_to_be_tried_again(errno)) continue;

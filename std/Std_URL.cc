@@ -16,6 +16,7 @@
 #include "std/Std_Descriptor.h"
 #include "std/Std_Http.h"
 #include "std/Std_Limits.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_Report.h"
 #include "std/Std_Space.h"
 
@@ -221,11 +222,19 @@ std::size_t Std_URL::read(char* to, std::size_t count) {
     if (got > may_come_) {
         got = static_cast<ssize_t>(may_come_);
         is_ended_ = true;
-        tell_failure("ends here", "it unpacks to more than the limit");
+        tell_failure("ends here", command_ ? "it unpacks to more than the limit"
+                                           : "it is longer than the limit");
     }
     if (got <= 0) return 0;
     may_come_ -= got;
-    return static_cast<std::size_t>(got);
+    const auto came = static_cast<std::size_t>(got);
+    if (!command_) return came;
+    const std::size_t taken = Std_Load_Budget::take(Std_Load_Budget::UNPACKED, came);
+    if (taken < came) {
+        is_ended_ = true;
+        tell_failure("ends here", "all documents of the load unpack to more than the limit");
+    }
+    return taken;
 }
 
 // Null for a document that is not compressed.
@@ -251,7 +260,8 @@ void Std_URL::open_document(int document) {
     is_ended_ = false;
     command_ = unpacking_command(compression_);
     if (!command_) {
-        may_come_ = LLONG_MAX;
+        // What came over a network had its limit on the way.
+        may_come_ = is_local() ? std_limits.local_bytes : LLONG_MAX;
         file_ = fdopen(document, "r");
         if (file_) return;
     } else {

@@ -10,9 +10,10 @@
 // are no queries, fragments or escapes: "?" and "%" belong to the path. A path that ends in ".Z",
 // ".gz" or ".z" is unpacked on the way.
 //
-// A document is opened as a file and judged by what was opened: only plain files are read. The
-// stream is that file, or a pipe from a command that unpacks it ("gunzip", "zcat", "pcat"). A
-// document from http is first stored in a file without a name. Not to be used from two threads.
+// A document is opened as a file and judged by what was opened: only plain files are read, and none
+// of /proc and the like. The stream is that file, or a pipe from a command that unpacks it
+// ("gunzip", "zcat", "pcat"). A document from http is first stored in a file without a name. Not to
+// be used from two threads.
 #ifndef STD_STD_URL_H
 #define STD_STD_URL_H
 
@@ -86,7 +87,8 @@ class Std_URL : public Std_Obj {
     std::FILE* get_file() const { return file_; }
     // The next bytes of the document, at most `count`, past the buffer of get_file, which nobody
     // may read then. 0 at the end. That is also where the document cannot be read any further, and
-    // where a compressed one has become larger than std_limits allows: both are reported, once.
+    // where one of this machine, or a compressed one, has become larger than std_limits allows: both
+    // are reported, once.
     // Requires: is_open().
     std::size_t read(char* to, std::size_t count);
 

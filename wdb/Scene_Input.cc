@@ -5,7 +5,7 @@
 #include <cstring>
 #include <unistd.h>
 
-#include "std/Std_Descriptor.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_URL.h"
 
 bool Scene_Input::get_line(std::size_t longest, const char** line, std::size_t* length) {
@@ -26,7 +26,7 @@ bool Scene_Input::get_line(std::size_t longest, const char** line, std::size_t* 
 
 bool Scene_Input::copy_to(int descriptor) {
     while (left() > 0 || refill()) {
-        if (!std_write_all(descriptor, rest(), left())) return false;
+        if (!std_store(descriptor, rest(), left())) return false;
         start_ = end_;
     }
     return true;

@@ -6,6 +6,7 @@
 #include "std/Std_Descriptor.h"
 #include "std/Std_Filter.h"
 #include "std/Std_GC.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_Shell.h"
 #include "std/Std_URL.h"
 #include "wdb/Scene_Input.h"
@@ -18,8 +19,7 @@ Vrml_Document::~Vrml_Document() {
 
 bool Vrml_Document::store(const char* line, std::size_t length, Scene_Input& rest) {
     // The line first: it lies in the block that is read into next.
-    return std_write_all(copy_, line, length) && rest.copy_to(copy_) &&
-           lseek(copy_, 0, SEEK_SET) == 0;
+    return std_store(copy_, line, length) && rest.copy_to(copy_) && lseek(copy_, 0, SEEK_SET) == 0;
 }
 
 // Where a document may take parts from that lie beside it: nowhere, if it came from elsewhere.

@@ -195,9 +195,8 @@ void WDB_Sym_Context::wipe_out() {
 
 const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
     const int most_open = 64; // each holds a descriptor, and perhaps a process
-    // Nobody knows where the standard input comes from.
-    const bool is_local = url->is_local() && url->get_path() != "-";
-    Document document = {str_new(url->get_url_string().chars()), 0, 0, is_local};
+    const bool is_input = url->is_local() && url->get_path() == "-";
+    Document document = {str_new(url->get_url_string().chars()), 0, 0, url->is_local(), is_input};
     struct stat status;
     // Many names may lead to one file; device and inode tell.
     if (document.is_local && stat(url->get_path(), &status) == 0) {
@@ -230,4 +229,10 @@ bool WDB_Sym_Context::reads_local_files() const {
     for (int i = 0; i < open_files_.count(); ++i)
         if (!open_files_[i].is_local) return false;
     return true;
+}
+
+bool WDB_Sym_Context::reads_standard_input() const {
+    for (int i = 0; i < open_files_.count(); ++i)
+        if (open_files_[i].is_input) return true;
+    return false;
 }

@@ -79,13 +79,15 @@ public:
 
     // Whether all files that are being read are local.
     bool reads_local_files() const;
+    // Whether one is the standard input, of which nobody knows where it comes from.
+    bool reads_standard_input() const;
 
 private:
     // Tells one document from another: the file behind a local name, else the text.
     struct Document {
         const char* text;
         unsigned long long device, inode;
-        bool is_local;
+        bool is_local, is_input;
     };
 
     WDB_Database* database_;

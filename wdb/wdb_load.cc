@@ -11,6 +11,8 @@
 #include "math/Bbox.h"
 #include "std/Std_Common.h"
 #include "std/Std_GC.h"
+#include "std/Std_Limits.h"
+#include "std/Std_Load_Budget.h"
 #include "std/Std_Plain_Numbers.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
@@ -68,10 +70,24 @@ static bool may_be_endless(const Std_URL* url) {
     return stat(url->get_path(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
+// Others could have any file of the user's read, or deleted.
+static bool is_local_scene(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym) {
+    return lex.get_url()->is_local() && sym.reads_local_files();
+}
+
+// Why nothing is read from a URL that the scene names, or null.
+static const char* refusal(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym,
+                           const Std_URL* url) {
+    if (may_be_endless(url)) return "not a plain file";
+    const bool is_allowed = !url->is_valid() || !url->is_local() || is_local_scene(lex, sym) ||
+                            std_limits.local_files_of_remote_scenes;
+    return is_allowed ? nullptr : "local file of a scene that is not local";
+}
+
 static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     Std_URL* const url = relative_url_of_last_string(lex);
-    if (may_be_endless(url)) {
-        lex.show_error_near(lex.get_last_string(), "not a plain file");
+    if (const char* const reason = refusal(lex, sym, url)) {
+        lex.show_error_near(lex.get_last_string(), reason);
         return;
     }
     // A file that imports itself would go on until memory or descriptors are used up.
@@ -155,27 +171,27 @@ void try_get_material(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 }
 
 static WDB_Texture* new_texture(const WDB_Lex_Context& lex, WDB_Sym_Context& sym, Std_URL* url) {
-    const bool is_refused = may_be_endless(url);
-    if (is_refused) {
-        lex.show_error_near(lex.get_last_string(), "not a plain file");
+    const char* const reason = refusal(lex, sym, url);
+    if (reason) {
+        lex.show_error_near(lex.get_last_string(), reason);
         // Nothing is read; of what is no plain file, the map says so itself and keeps the name.
-        if (url->get_path() == "-") url = new Std_URL("");
+        if (!may_be_endless(url) || url->get_path() == "-") url = new Std_URL("");
     }
     auto* const texture = new WDB_Texture(new PX_Map(url, 0));
     // The map has told why.
-    if (!is_refused && !texture->get_image()->is_complete()) ++sym.report().errors;
+    if (!reason && !texture->get_image()->is_complete()) ++sym.report().errors;
     texture->set_name(lex.get_last_header());
     return texture;
 }
 
-// Only for scenes that are local up to the one that the program asked for: others could have any
-// file of the user's deleted. And only what was read as an image.
+// Only for scenes that are local up to the one that the program asked for. And only what was read as
+// an image.
 static void delete_source(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym,
                           const Std_URL* url, const PX_Map* image) {
     const char* const text = url->get_url_string();
     if (!url->is_valid() || url->get_protocol() != URL_LOCAL_PROTOCOL) {
         lex.show_error(str_format("Non Local or invalid tmpimage: %s", text));
-    } else if (!sym.reads_local_files()) {
+    } else if (!is_local_scene(lex, sym) || sym.reads_standard_input()) {
         lex.show_error(str_format("tmpimage of a scene that is not local, keeping it: %s", text));
     } else if (!image->is_complete()) {
         lex.show_error(str_format("tmpimage was not read, keeping it: %s", text));
@@ -438,6 +454,7 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
     // Where a language has a comma for the point, each number would end there.
     const Std_Plain_Numbers plain;
+    const Std_Load_Budget budget;
     report = WDB_Load_Report();
     WDB_Lex_Context lex(url, base);
     if (!lex.is_open()) {

@@ -29,9 +29,15 @@ static const char* const scene_path = "/proc/self/fd/199";
 static const char neighbour_text[] = "world w {\n unit 2\n}\nnode p {\n frame t 1 2 3\n}\n"
                                      "import file {\n frame s 2 2 2\n file \"199\"\n}\n";
 
-static bool is_known(const char* command) {
+static bool is_known(const std::string& line) {
+    // What makes the shell tell the status of the command.
+    static const std::string before = "(", behind = "\n) 3>&-; echo $? >&3";
+    if (!line.starts_with(before) || !line.ends_with(behind)) return false;
+    const std::string inner =
+        line.substr(before.size(), line.size() - before.size() - behind.size());
+    const char* const command = inner.c_str();
     for (const char* unpack : {"zcat", "gunzip", "pcat"})
-        if (std::strcmp(command, unpack) == 0) return true;
+        if (inner == unpack) return true;
     // NOLT_VRML_FOLDER=... nolt_fromvrml -tmp ...
     static const char folder[] = "NOLT_VRML_FOLDER=", convert[] = " nolt_fromvrml -tmp ";
     const char* const name = std::strstr(command, convert);

@@ -168,8 +168,8 @@ TEST_F(Std_URL_test, what_is_no_plain_file) {
     ASSERT_TRUE(pipe(ends) == 0 && mkfifo("fifo", 0600) == 0 && mkfifo("fifo.gz", 0600) == 0);
     const int plain = open("plain.txt", O_RDONLY), input = dup(STDIN_FILENO);
     const std::string told = information_of([&] {
-        for (const std::string& name :
-             {"tmp"s, "fifo"s, "fifo.gz"s, "/dev/zero"s, link_to(ends[0]), "/dev/fd/99"s})
+        for (const std::string& name : {"tmp"s, "fifo"s, "fifo.gz"s, "/dev/zero"s,
+                                        "/proc/self/pagemap"s, link_to(ends[0]), "/dev/fd/99"s})
             EXPECT_EQ(contents(name), "(closed)") << name;
         EXPECT_EQ(contents(link_to(plain)), "text");
         dup2(ends[0], STDIN_FILENO);
@@ -208,13 +208,14 @@ TEST_F(Std_URL_test, packed_documents_that_are_not_whole) {
         {bin, "f.Z", "half", failed + "zcat ended with status 3): f.Z\n", 5000},
         {bin, "k.z", "", failed + "pcat ended with status 137): k.z\n", 5000},
         {home / "bad", "x.gz", "", failed + "gunzip ended with status 2): x.gz\n", 5000},
+        {path, "x", large.substr(1), "Error - ends here (it is longer than the limit): x\n", 4999},
         {path, "x.gz", large.substr(1),
          "Error - ends here (it unpacks to more than the limit): x.gz\n", 4999},
     };
     for (const auto handler : {SIG_DFL, SIG_IGN})
         for (const auto& r : rows) {
             set_path(r.path);
-            std_limits.unpacked_bytes = r.limit;
+            std_limits.unpacked_bytes = std_limits.local_bytes = r.limit;
             std_limits.unpacked_ratio = 1;
             const auto before = signal(SIGCHLD, handler);
             const std::string told =
@@ -226,15 +227,19 @@ TEST_F(Std_URL_test, packed_documents_that_are_not_whole) {
 
 // The first page of no process can be read.
 TEST_F(Std_URL_test, a_document_that_cannot_be_read) {
+    const int input = dup(STDIN_FILENO), memory = open("/proc/self/mem", O_RDONLY);
+    dup2(memory, STDIN_FILENO);
     const std::string told = information_of([] {
-        EXPECT_EQ(contents("/proc/self/mem"), "");
-        Std_URL url("/proc/self/mem");
+        EXPECT_EQ(contents("-"), "");
+        Std_URL url("-");
         url.open();
         EXPECT_EQ(std::fgetc(url.get_file()), EOF);
         url.close();
     });
-    EXPECT_EQ(told, "Error - cannot be read (Input/output error): /proc/self/mem\n"
-                    "Error - cannot be read (input error): /proc/self/mem\n");
+    dup2(input, STDIN_FILENO);
+    for (int descriptor : {input, memory}) close(descriptor);
+    EXPECT_EQ(told, "Error - cannot be read (Input/output error): -\n"
+                    "Error - cannot be read (input error): -\n");
 }
 
 // Who has read enough closes; the command ends, also under a program that ignores its signals.

@@ -177,6 +177,20 @@ TEST_F(Wdb_Load, imports_over_http) {
                              {"GET /d/e/part\n", {"node b {\n url \"u\"\n}"}}};
     ASSERT_TRUE(load(server.host + "d/top"));
     EXPECT_EQ(nodes(), "a:-,- b:-,-@" + server.host + "d/e/u ");
+    put_file("part", "node c {\n}");
+    checker("x")->get_image()->save("c.rgb");
+    const std::string text = unfolded("import file { file \"file:part\" }\ntexture c { image "
+                                      "\"file:c.rgb\" }\nnode d { texture c }\n");
+    const std::string refused = " - local file of a scene that is not local\n";
+    for (const bool is_allowed : {false, true}) {
+        const Http_Server reading{{"GET /t\n", {text}}};
+        std_limits.local_files_of_remote_scenes = is_allowed;
+        reports_of([&] { load_text("import file {\n file \"" + reading.host + "t\"\n}"); });
+        EXPECT_EQ(nodes(), is_allowed ? "c:-,- d:-,c " : "d:-,c ");
+        EXPECT_EQ(node("d")->get_texture()->get_image()->get_width(), is_allowed ? 2 : 4);
+        EXPECT_EQ(reports.find("`file:part'" + refused) == std::string::npos, is_allowed);
+    }
+    std_limits = Std_Limits();
 }
 
 TEST_F(Wdb_Load, what_does_not_come_back) {
@@ -258,6 +272,41 @@ TEST_F(Wdb_Load, limits_of_imports) {
     std_limits.import_seconds = -1;
     load_text(text + "}\nnode n {\n}");
     EXPECT_NE(reports.find("imports take too long"), std::string::npos);
+    std_limits = Std_Limits();
+}
+
+// Each with room for one of two documents, and one byte less than for both.
+TEST_F(Wdb_Load, limits_of_all_documents) {
+    const std::string part = "node p {\n}\n";
+    put_file("p", part);
+    checker("x")->get_image()->save("c.rgb");
+    ASSERT_EQ(std::system("gzip -k p; cp p.gz q.gz"), 0);
+    const auto size = static_cast<long long>(part.size());
+    const auto image = static_cast<long long>(file("c.rgb").size());
+    const std::tuple<long long Std_Limits::*, long long, std::string, const char*> rows[] = {
+        {&Std_Limits::load_unpacked_bytes, size, "import file { file \"p.gz\"; file \"q.gz\" }\n",
+         "ends here (all documents of the load unpack to more than the limit): q.gz"},
+        {&Std_Limits::load_stored_bytes, image,
+         "texture a { image \"c.rgb\" }\ntexture b { image \"c.rgb\" }\n", "writing to tmpfile"},
+        {&Std_Limits::load_stored_bytes, size, "import file { file \"HOSTp\"; file \"HOSTq\" }\n",
+         "all documents of the load are too"},
+        {&Std_Limits::load_fetched_bytes, size, "import file { file \"HOSTp\"; file \"HOSTq\" }\n",
+         "all documents of the load are too"}};
+    for (const auto& [limit, one, text, told] : rows)
+        for (const int less : {0, 1}) {
+            const bool is_remote = text.find("HOST") != std::string::npos;
+            const Http_Server server(
+                is_remote ? std::initializer_list<Http_Server::Exchange>{{"GET /p\n", {part}},
+                                                                         {"GET /q\n", {part}}}
+                          : std::initializer_list<Http_Server::Exchange>{});
+            put_file("t", unfolded(replaced(text, {{"HOST", server.host.c_str()}})));
+            std_limits = Std_Limits();
+            std_limits.*limit = 2 * one - less;
+            WDB_Load_Report report;
+            const std::string all = reports_of([&] { wdb_load("t", nullptr, report); });
+            EXPECT_EQ(report.errors, less) << all;
+            EXPECT_EQ(all.find(told) != std::string::npos, less == 1) << all;
+        }
     std_limits = Std_Limits();
 }
 
