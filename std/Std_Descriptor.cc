@@ -34,8 +34,8 @@ void std_take_standard_descriptors() {
     }
 }
 
-// What the kernel shows of itself as files may have no end, though it is called regular, and reading
-// it may have effects.
+// What the kernel shows of itself as files may have no end, though it is called regular, and
+// reading it may have effects.
 static bool is_of_kernel([[maybe_unused]] int descriptor) {
 #ifdef __linux__
     // Not all headers have all of these names.

@@ -20,8 +20,8 @@ void std_take_standard_descriptors();
 
 // A plain file for reading. What it is, is asked of the open file, so that nobody can change it in
 // between, and opening does not wait for the writer of a pipe.
-// On failure: -1, with errno; EINVAL for folders, pipes, sockets and devices, and for files in which
-// the kernel shows itself, such as those of /proc and /sys.
+// On failure: -1, with errno; EINVAL for folders, pipes, sockets and devices, and for files in
+// which the kernel shows itself, such as those of /proc and /sys.
 int std_open_plain(const char* path);
 
 // A new empty file without a name, which is gone with its last descriptor, however the process

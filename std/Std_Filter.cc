@@ -34,8 +34,8 @@ static int spawn_shell(const char* command, int input, int output, int told, pid
     int error = posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
     if (!error) error = posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     if (!error) error = posix_spawn_file_actions_adddup2(&actions, told, telling);
-    // The shell stays, to tell the status: a program that ignores SIGCHLD is told none by the system,
-    // and of a shell that could not do its work nothing comes, whatever its own status is.
+    // The shell stays, to tell the status: a program that ignores SIGCHLD is told none by the
+    // system, and of a shell that could not do its work nothing comes, whatever its own status is.
     std::string line = std::string("(").append(command) + "\n) 3>&-; echo $? >&3";
     char shell[] = "sh", option[] = "-c";
     char* const arguments[] = {shell, option, line.data(), nullptr};

@@ -31,10 +31,10 @@ public:
     bool is_running() const { return output_ != nullptr; }
 
     // Closes the stream and waits for the command to end. If the output was read to its end, its
-    // status as a shell tells it: 0 for success, 126 for a command that the shell could not run, 127
-    // for one that was not found, 128 and the number for a signal. Otherwise 0, as for a filter that
-    // is not running: who closes early wants no more. It does not matter whether the program lets its
-    // children be waited for (SIGCHLD).
+    // status as a shell tells it: 0 for success, 126 for a command that the shell could not run,
+    // 127 for one that was not found, 128 and the number for a signal. Otherwise 0, as for a filter
+    // that is not running: who closes early wants no more. It does not matter whether the program
+    // lets its children be waited for (SIGCHLD).
     int finish();
 
     // Whether the system itself can run the command of that name, with "--version". A shell takes a

@@ -82,8 +82,8 @@ private:
 };
 } // namespace
 
-// Until the descriptor is ready: positive; 0 when it is `until` or all time is over, negative for an
-// error.
+// Until the descriptor is ready: positive; 0 when it is `until` or all time is over, negative for
+// an error.
 int Exchange::wait(int descriptor, short event, double until) const {
     // A signal must not lengthen the wait, nor may milliseconds overflow an int: each time round,
     // what is left is taken from the clock.

@@ -20,8 +20,8 @@ struct Std_Limits {
     long long unpacked_bytes = 1ll << 26;
     long long unpacked_ratio = 64;
 
-    // Of all documents of one load together, scenes and images alike: what comes over a network, what
-    // packed ones unpack to, and what is stored in temporary files.
+    // Of all documents of one load together, scenes and images alike: what comes over a network,
+    // what packed ones unpack to, and what is stored in temporary files.
     long long load_fetched_bytes = 1ll << 33;
     long long load_unpacked_bytes = 1ll << 33;
     long long load_stored_bytes = 1ll << 33;
@@ -33,8 +33,8 @@ struct Std_Limits {
     // Whether a scene that came over a network may name images and imports of this machine.
     bool local_files_of_remote_scenes = false;
 
-    // An answer over http: its size, the time for all of it, from the look-up of the host's name on,
-    // and what must come in each minute, which is looked at once in so many seconds.
+    // An answer over http: its size, the time for all of it, from the look-up of the host's name
+    // on, and what must come in each minute, which is looked at once in so many seconds.
     long long http_bytes = 1ll << 32;
     double http_seconds = 3600;
     long long http_bytes_a_minute = 1024;

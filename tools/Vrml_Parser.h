@@ -4,8 +4,8 @@
 //     for (const Vrml_Node* node : parser.parse()) show(*node);
 //
 // Instances of prototypes are not unfolded: they point at their prototype. Routes and scripts are
-// passed over. What is wrong in the text is told and passed over, too; what was read stays. A text that
-// ends within a node has failed.
+// passed over. What is wrong in the text is told and passed over, too; what was read stays. A text
+// that ends within a node has failed.
 #ifndef TOOLS_VRML_PARSER_H
 #define TOOLS_VRML_PARSER_H
 

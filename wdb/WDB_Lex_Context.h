@@ -78,8 +78,8 @@ public:
     // Information reports that name the URL and the line.
     void show_error(const char* message) const;
     void show_error_near(const char* near, const char* message) const;
-    // How many were shown, failures to open, convert and close included, and one for a document that
-    // is not whole. Kept by close.
+    // How many were shown, failures to open, convert and close included, and one for a document
+    // that is not whole. Kept by close.
     int get_error_count() const { return error_count_; }
 
     bool try_get_header(const char* keyword); // on failure the whole block is skipped

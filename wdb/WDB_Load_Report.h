@@ -8,8 +8,8 @@
 
 struct WDB_Load_Report {
     // What the scene says and the world lacks: each "Error" that was reported, each picture that
-    // could not be read wholly, and each document that cannot be opened, unpacked or converted, breaks
-    // off, or lacks its end.
+    // could not be read wholly, and each document that cannot be opened, unpacked or converted,
+    // breaks off, or lacks its end.
     int errors = 0;
 
     // What looks like a mistake but loses nothing that the reader could keep: each object that was

@@ -184,8 +184,8 @@ static WDB_Texture* new_texture(const WDB_Lex_Context& lex, WDB_Sym_Context& sym
     return texture;
 }
 
-// Only for scenes that are local up to the one that the program asked for. And only what was read as
-// an image.
+// Only for scenes that are local up to the one that the program asked for. And only what was read
+// as an image.
 static void delete_source(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym,
                           const Std_URL* url, const PX_Map* image) {
     const char* const text = url->get_url_string();

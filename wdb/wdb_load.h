@@ -9,9 +9,9 @@
 // A bad scene does not stop the load. Every error is an information report that names the URL and
 // the line, what was read stays, and reading goes on at the next closing brace. Progress is
 // reported too. A scene may open files and http addresses (images and imports) and have local files
-// deleted ("tmpimage"); it cannot run a command. One that came over a network, or was imported by such
-// a scene, names no file of this machine, unless std_limits allows it. Images and imports that are
-// not plain files are refused, imports past 64 files in one another or 10000 in all as well.
+// deleted ("tmpimage"); it cannot run a command. One that came over a network, or was imported by
+// such a scene, names no file of this machine, unless std_limits allows it. Images and imports that
+// are not plain files are refused, imports past 64 files in one another or 10000 in all as well.
 #ifndef WDB_WDB_LOAD_H
 #define WDB_WDB_LOAD_H
 
