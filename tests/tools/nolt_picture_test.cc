@@ -4,13 +4,13 @@
 #include <png.h>
 #endif
 
+#include <array>
+
 #include "images/PX_Map.h"
 #include "tests/Blocks.h"
 #include "tests/Scratch_Folder.h"
 
-struct Rgb {
-    int r, g, b;
-};
+using Rgb = std::array<int, 3>;
 
 class Nolt_Picture : public Scratch_Folder_Test {
 protected:
@@ -20,13 +20,12 @@ protected:
 // Of the pixel in that column and row, counted from the upper left.
 static void expect_pixel(const PX_Map& map, int x, int y, const Rgb& should) {
     const int row = map.get_height() - 1 - y, near = 2;
-    const int rgb[] = {should.r, should.g, should.b};
     for (int c = 0; c < 3; ++c)
-        EXPECT_NEAR(map.get_pixel_component(x, row, c), rgb[c], near)
+        EXPECT_NEAR(map.get_pixel_component(x, row, c), should[std::size_t(c)], near)
             << "rgb"[c] << " at " << x << " " << y;
 }
 
-static const Rgb background = {28, 33, 43}, white = {255, 255, 255};
+static const Rgb background = {28, 33, 43};
 
 // Things that shine of themselves, as nothing of the light at the eye is to be added; and -1 to 1
 // in x and y, at z = 0.
@@ -44,14 +43,10 @@ static std::string scene(const std::string& text) {
 
 TEST_F(Nolt_Picture, pixels) {
     PX_Map four(8, 8, 3);
-    const Rgb quarters[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, white};
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x) {
-            const Rgb& color = quarters[y / 4 * 2 + x / 4];
-            four.put_pixel_component(static_cast<unsigned char>(color.r), x, y, 0);
-            four.put_pixel_component(static_cast<unsigned char>(color.g), x, y, 1);
-            four.put_pixel_component(static_cast<unsigned char>(color.b), x, y, 2);
-        }
+    for (int i = 0; i < 8 * 8 * 3; ++i) { // quarters of red, green, blue and white
+        const int quarter = i / 96 * 2 + i / 12 % 2;
+        four.get_pixels()[i] = quarter == 3 || quarter == i % 3 ? 255 : 0;
+    }
     ASSERT_TRUE(four.save("four.rgb"));
     for (const int n : {1, 2, 4}) {
         PX_Map one(1, 1, n);
@@ -71,7 +66,7 @@ TEST_F(Nolt_Picture, pixels) {
         std::istringstream pixels(parts["pixels"]);
         int x, y;
         Rgb should;
-        while (pixels >> x >> y >> should.r >> should.g >> should.b)
+        while (pixels >> x >> y >> should[0] >> should[1] >> should[2])
             expect_pixel(map, x, y, should);
         EXPECT_TRUE(pixels.eof());
     });
