@@ -68,7 +68,9 @@ static void* try_malloc(std::size_t size, std::size_t alignment) {
 
 // No block is given before the probe: who takes it back is not known until then.
 static bool is_to_be_collected() {
+#ifndef NOLT_PLAIN_HEAP // where there is no probe, and no thread is known
     if (is_collected() && !Std_Collector::knows_this_thread()) const Std_Collector::Guest guest;
+#endif
     return is_collected();
 }
 
