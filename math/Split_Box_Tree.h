@@ -85,8 +85,8 @@ class BSplit_Box_Tree : public Std_Obj {
     bool apply(SUniv* user, const Matrix4& m1, const Matrix4& m2, BSplit_Box_Tree_Apply fn) const;
     bool apply(SUniv* user, const Point& p, const Point& q, BSplit_Box_Tree_Apply fn) const;
 
-    // The items whose box does not touch the bounds, which the other walks do not reach; in the order
-    // of their arrival.
+    // The items whose box does not touch the bounds, which the other walks do not reach; in the
+    // order of their arrival.
     bool apply_to_outside(SUniv* user, BSplit_Box_Tree_Apply fn) const;
 
 private:

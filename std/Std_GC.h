@@ -10,8 +10,9 @@
 // Plain new of classes outside the family is NoGC: scanned, so pointers in it keep their targets,
 // but freed only by delete. So it is where the program itself links the library and neither brings
 // operators of its own nor asks for malloc by std/Std_Own_New.h; other ways of linking stand in
-// docs/linking.md, and where it is not so unasked, one warning at the start says it. Memory of malloc is invisible to the collector: never keep the
-// only pointer to an object there, but a Std_Root, or a container with the std_allocator.
+// docs/linking.md, and where it is not so unasked, one warning at the start says it. Memory of
+// malloc is invisible to the collector: never keep the only pointer to an object there, but a
+// Std_Root, or a container with the std_allocator.
 //
 // A placement other than these four is a pool (std/Std_Tmp_Alloc.h), whose memory
 // goes only with the whole pool: releasing it does nothing.

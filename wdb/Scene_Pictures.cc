@@ -1,14 +1,11 @@
 #include "wdb/Scene_Pictures.h"
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
-#include <cstring>
 #include <sys/stat.h>
 #include <vector>
 
 #include "images/PX_Map.h"
-#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
@@ -95,7 +92,7 @@ std::string Scene_Pictures::free_name(const PX_Map* image, const std::string& na
     const bool is_foreign = image->get_source()[0] != '\0' && !source.is_local();
     std::string file = name + ".rgb";
     for (int i = 1;
-         taken_.contains(file) || is_kept(file) || (is_foreign && (!resolved(file).empty())); ++i)
+         taken_.contains(file) || is_kept(file) || (is_foreign && !resolved(file).empty()); ++i)
         file = name + "_" + std::to_string(i) + ".rgb";
     if (file != name + ".rgb")
         std_tell(str_format("Image %s.rgb stays as it is, saving %s", name.c_str(), file.c_str()));

@@ -119,7 +119,7 @@ class WDB_Database : public WDB_Obj {
     // takes `projection` and `frame` (the camera's transform) instead of looking at the whole
     // world, if that view shows at least one shape and more than a tenth of the picture; a singular
     // frame shows nothing.
-    // Outside editing each call adds one to the world's stamp. The second form is not reentrant.
+    // Outside editing each call adds one to the world's stamp.
     WDB_Camera* default_camera();
     WDB_Camera* default_camera(const Matrix4& projection, const HFrame& frame);
 
