@@ -123,11 +123,9 @@ static unsigned char low_byte(unsigned short value) {
     return static_cast<unsigned char>(value);
 }
 
-// A row that cannot be read is black; the others are none the worse.
+// What does not come is black; the other rows are none the worse.
 static bool get_channel(unsigned short* row, unsigned y, unsigned z) {
-    if (getrow(the_image, row, y, z) >= 0) return true;
-    std::fill_n(row, the_image->xsize, static_cast<unsigned short>(0));
-    return false;
+    return getrow(the_image, row, y, z) >= 0;
 }
 
 // Row y of the channels that a file of this many has. Grey files leave only rbuf set. False if one

@@ -4,35 +4,38 @@
 
 #include "images/image_internal.h"
 
-static bool is_damaged(const char* what, unsigned y, unsigned z) {
+static void tell_damage(const char* what, unsigned y, unsigned z) {
     i_errhdlr("getrow: %s in row %u of channel %u\n", what, y, z);
-    return true;
 }
 
-static bool get_verbatim(IMAGE* image, unsigned short* buffer) {
+// Both return how many values came.
+static int get_verbatim(IMAGE* image, unsigned short* buffer) {
     const std::size_t xsize = image->xsize;
     const unsigned bpp = bytes_per_channel(image);
     const void* const row = img_read_row(image, xsize * bpp);
-    if (!row) return false;
+    if (!row) return 0;
     if (bpp == 1) {
         const auto* const bytes = static_cast<const unsigned char*>(row);
         std::copy(bytes, bytes + xsize, buffer);
-        return true;
+    } else {
+        std::memcpy(buffer, row, xsize * sizeof *buffer);
+        if (image->dorev) cvtshorts(buffer, xsize * sizeof *buffer);
     }
-    std::memcpy(buffer, row, xsize * sizeof *buffer);
-    if (image->dorev) cvtshorts(buffer, xsize * sizeof *buffer);
-    return true;
+    return image->xsize;
 }
 
-static bool get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
+static int get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
     const unsigned bpp = bytes_per_channel(image);
     // -1 is a row that was never written.
     const int size = img_getrowsize(image, y, z);
-    if (size == -1) return false;
+    if (size == -1) return 0;
     const auto bytes = static_cast<std::size_t>(static_cast<unsigned int>(size));
-    if (bytes > img_work_row_size(image)) return !is_damaged("too many bytes", y, z);
+    if (bytes > img_work_row_size(image)) {
+        tell_damage("too many bytes", y, z);
+        return 0;
+    }
     const void* packets = img_read_row(image, bytes);
-    if (!packets) return false;
+    if (!packets) return 0;
     // Packets may begin at an odd byte of the file, where shorts are not to be read.
     if (bpp == 2) {
         packets = std::memmove(image->tmpbuf, packets, bytes);
@@ -40,8 +43,8 @@ static bool get_encoded(IMAGE* image, unsigned short* buffer, unsigned y, unsign
     }
     const int got = img_rle_expand(packets, static_cast<int>(bpp), static_cast<int>(bytes / bpp),
                                    buffer, 2, image->xsize);
-    if (got != image->xsize) return !is_damaged("wrong number of values", y, z);
-    return true;
+    if (got != image->xsize) tell_damage("wrong number of values", y, z);
+    return got;
 }
 
 // The row of a file with less than two or three dimensions.
@@ -60,11 +63,13 @@ static bool is_bpp_known(const IMAGE* image, const char* error) {
 int getrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z) {
     if (!(image->flags & IMAGE_READ)) return -1;
     limit_to_dimensions(image, y, z);
-    if (img_seek(image, y, z) < 0) return -1;
-    if (!is_bpp_known(image, "getrow: weird bpp\n")) return -1;
-    const bool is_read =
-        is_verbatim(image) ? get_verbatim(image, buffer) : get_encoded(image, buffer, y, z);
-    return is_read ? image->xsize : -1;
+    int got = 0;
+    if (img_seek(image, y, z) == 0 && is_bpp_known(image, "getrow: weird bpp\n"))
+        got = is_verbatim(image) ? get_verbatim(image, buffer) : get_encoded(image, buffer, y, z);
+    if (got == image->xsize) return got;
+    // Too many values are as bad as too few, but fill the row.
+    if (got < image->xsize) std::fill(buffer + got, buffer + image->xsize, 0);
+    return -1;
 }
 
 static void track_range(IMAGE* image, const unsigned short* buffer) {

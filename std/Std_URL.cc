@@ -213,22 +213,26 @@ void Std_URL::close() {
 
 std::size_t Std_URL::read(char* to, std::size_t count) {
     if (is_ended_) return 0;
-    ssize_t got;
-    do got = ::read(fileno(file_), to, count);
-    while (got < 0 && errno == EINTR);
-    is_ended_ = got <= 0;
-    if (got < 0) tell_failure("cannot be read", std::strerror(errno));
+    std::size_t came = std::fread(to, 1, count, file_);
+    while (came == 0 && std::ferror(file_)) {
+        const int error = errno;
+        std::clearerr(file_); // close tells what is told nowhere else
+        if (error != EINTR) {
+            tell_failure("cannot be read", std::strerror(error));
+            break;
+        }
+        came = std::fread(to, 1, count, file_);
+    }
+    is_ended_ = came == 0;
     // A few bytes can unpack to any size: beyond the limit the document ends, and says so.
-    if (got > may_come_) {
-        got = static_cast<ssize_t>(may_come_);
+    if (static_cast<long long>(came) > may_come_) {
+        came = static_cast<std::size_t>(std::max(may_come_, 0ll));
         is_ended_ = true;
         tell_failure("ends here", command_ ? "it unpacks to more than the limit"
                                            : "it is longer than the limit");
     }
-    if (got <= 0) return 0;
-    may_come_ -= got;
-    const auto came = static_cast<std::size_t>(got);
-    if (!command_) return came;
+    may_come_ -= static_cast<long long>(came);
+    if (!command_ || came == 0) return came;
     const std::size_t taken = Std_Load_Budget::take(Std_Load_Budget::UNPACKED, came);
     if (taken < came) {
         is_ended_ = true;

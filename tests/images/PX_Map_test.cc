@@ -150,6 +150,13 @@ TEST_F(PX_Map_test, hostile_files) {
             if (entry < 9 && value == 0) continue; // the header is somebody's row
             EXPECT_EQ(good_rows(text), 2) << entry << ' ' << value;
         }
+    std::string text = good;
+    const std::uint32_t cut = 4; // bytes: a count and three values
+    std::memcpy(text.data() + 512 + 4 * 9, &cut, 4);
+    EXPECT_EQ(good_rows(text), 2);
+    Bytes should = pixels_of(original);
+    should[3 * 3] = should[4 * 3] = 0;
+    EXPECT_EQ(pixels_of(PX_Map("bad.rgb", 0)), should);
     std_limits.image_pixels = 14;
     EXPECT_EQ(good_rows(good), -1) << "more pixels than are allowed";
     std_limits = Std_Limits();
