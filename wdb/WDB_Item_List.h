@@ -69,12 +69,13 @@ protected:
     // negative.
     WDB_Item_List(int n, const char* items)
         : items_(new (GCAtomic) Item[checked_length(n, items)]), count_(n) {}
-    // With a copy of `n` items, as if each had been put.
-    WDB_Item_List(const Item* from, int n, const char* items)
+    // With what `fill` writes: it is given an array of `n` items. As if each had been put.
+    template<class Fill>
+    WDB_Item_List(int n, const char* items, Fill fill)
         : items_(
               static_cast<Item*>(std_allocate_unfilled(checked_length(n, items) * sizeof(Item)))),
           count_(n) {
-        std::copy_n(from, n, items_);
+        fill(items_);
         // Derived data may go by the stamp.
         for (int i = 0; i < n; ++i) touch();
     }

@@ -10,6 +10,7 @@
 #ifndef WDB_WDB_LINE_LIST_H
 #define WDB_WDB_LINE_LIST_H
 
+#include <concepts>
 #include <ostream>
 
 #include "math/Color.h"
@@ -62,8 +63,9 @@ class WDB_Line_List : public WDB_Item_List<WDB_Line> {
 
     // On failure: a fatal report, if `n` is negative.
     explicit WDB_Line_List(int n) : WDB_Item_List(n, "lines") {}
-    // With a copy of `n` lines, as if each had been put.
-    WDB_Line_List(const WDB_Line* lines, int n) : WDB_Item_List(lines, n, "lines") {}
+    // With what `fill` writes into the array of `n` lines that it is given, as if each had been put.
+    template<std::invocable<WDB_Line*> Fill>
+    WDB_Line_List(int n, Fill fill) : WDB_Item_List(n, "lines", fill) {}
 
     bool get_with_colors() const override { return with_colors_; }
     bool get_with_normals() const override { return with_normals_; }

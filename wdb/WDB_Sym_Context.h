@@ -12,7 +12,6 @@
 
 #include "base/Gap_List.h"
 #include "base/Hash_Table.h"
-#include "base/Plain_Array.h"
 #include "math/Homogeneous.h"
 #include "wdb/WDB_Load_Report.h"
 
@@ -70,10 +69,6 @@ public:
     const char* begin_file(const Std_URL* url);
     void end_file();
 
-    // For the reader of a list: the records of its block, none before and behind it.
-    Plain_Array<WDB_Triangle>& triangles() { return triangles_; }
-    Plain_Array<WDB_Line>& lines() { return lines_; }
-
     // How the load goes so far; the readers count in it. wipe_out leaves it.
     WDB_Load_Report& report() { return report_; }
 
@@ -101,8 +96,6 @@ private:
     Gap_List<WDB_Node*> node_list_;
     Gap_List<Document> open_files_;
     int file_count_;
-    Plain_Array<WDB_Triangle> triangles_;
-    Plain_Array<WDB_Line> lines_;
     WDB_Load_Report report_;
     double start_; // of the load: seconds of a steady clock
 };

@@ -10,6 +10,7 @@
 #ifndef WDB_WDB_TRI_LIST_H
 #define WDB_WDB_TRI_LIST_H
 
+#include <concepts>
 #include <ostream>
 
 #include "math/Color.h"
@@ -75,8 +76,9 @@ class WDB_Tri_List : public WDB_Item_List<WDB_Triangle> {
 
     // On failure: a fatal report, if `n` is negative.
     explicit WDB_Tri_List(int n) : WDB_Item_List(n, "triangles") {}
-    // With a copy of `n` triangles, as if each had been put.
-    WDB_Tri_List(const WDB_Triangle* triangles, int n) : WDB_Item_List(triangles, n, "triangles") {}
+    // With what `fill` writes into the array of `n` triangles that it is given, as if each had been put.
+    template<std::invocable<WDB_Triangle*> Fill>
+    WDB_Tri_List(int n, Fill fill) : WDB_Item_List(n, "triangles", fill) {}
 
     // Whether the colours of the triangles mean anything; false at first.
     bool get_with_colors() const override { return with_colors_; }

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "base/Plain_Array.h"
 #include "images/PX_Map.h"
 #include "math/Bbox.h"
 #include "std/Std_Common.h"
@@ -16,6 +15,7 @@
 #include "std/Std_Plain_Numbers.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
+#include "wdb/Item_Pile.h"
 #include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
@@ -238,18 +238,9 @@ static Normals mend_normals(Vector* const (&normals)[Count], float floor) {
     return SCALED;
 }
 
-// Of the records of a block, how many are kept room for: one large block leaves none behind.
-static const std::size_t most_kept = 4096;
-
-// Negative, which lists report, where there are more than they can hold.
-template<class T>
-static int length_of(const Plain_Array<T>& records) {
-    return static_cast<int>(std::min<std::size_t>(records.count(), UINT_MAX));
-}
-
-static WDB_Tri_List* new_tri_list(const char* name, const Plain_Array<WDB_Triangle>& triangles,
+static WDB_Tri_List* new_tri_list(const char* name, Item_Pile<WDB_Triangle>& pile,
                                   bool with_colors) {
-    auto* const list = new WDB_Tri_List(triangles.cells(), length_of(triangles));
+    auto* const list = new WDB_Tri_List(pile.count(), [&](WDB_Triangle* to) { pile.pour(to); });
     list->begin_editing();
     list->set_name(name);
     list->set_with_colors(with_colors);
@@ -261,7 +252,7 @@ void try_get_trilist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("trianglelist")) return;
     const float floor = 1e-8f;
     bool any_colored = false;
-    Plain_Array<WDB_Triangle>& triangles = sym.triangles();
+    Item_Pile<WDB_Triangle> triangles;
     // Dropped without a word: a large mesh may have thousands that have no area, and so no normal.
     const auto take = [&](WDB_Triangle triangle, bool is_colored) {
         if (mend_normals<3>({&triangle.n0, &triangle.n1, &triangle.n2}, floor) == TOO_SHORT) return;
@@ -276,12 +267,11 @@ void try_get_trilist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     } else {
         sym.put_geometry(new_tri_list(lex.get_last_header(), triangles, any_colored));
     }
-    triangles.wipe_out(most_kept);
 }
 
-static WDB_Line_List* new_line_list(const char* name, const Plain_Array<WDB_Line>& lines,
-                                    bool with_colors, bool with_normals, bool with_textures) {
-    auto* const list = new WDB_Line_List(lines.cells(), length_of(lines));
+static WDB_Line_List* new_line_list(const char* name, Item_Pile<WDB_Line>& pile, bool with_colors,
+                                    bool with_normals, bool with_textures) {
+    auto* const list = new WDB_Line_List(pile.count(), [&](WDB_Line* to) { pile.pour(to); });
     list->begin_editing();
     list->set_name(name);
     list->set_with_colors(with_colors);
@@ -292,7 +282,7 @@ static WDB_Line_List* new_line_list(const char* name, const Plain_Array<WDB_Line
 }
 
 // Appends the last line, with normals that are good.
-static void append_line(const WDB_Lex_Context& lex, Plain_Array<WDB_Line>& lines) {
+static void append_line(const WDB_Lex_Context& lex, Item_Pile<WDB_Line>& lines) {
     const float floor = 1e-5f;
     WDB_Line line = lex.get_last_line();
     switch (mend_normals<2>({&line.n0, &line.n1}, floor)) {
@@ -311,7 +301,7 @@ static void append_line(const WDB_Lex_Context& lex, Plain_Array<WDB_Line>& lines
 void try_get_linelist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("linelist")) return;
     bool any_colored = false, any_lighted = false, any_textured = false;
-    Plain_Array<WDB_Line>& lines = sym.lines();
+    Item_Pile<WDB_Line> lines;
     while (lex.try_get_line("line", sym.get_unit_factor())) {
         // Those of lines that are dropped count, too.
         any_colored |= lex.get_last_line_is_colored();
@@ -326,7 +316,6 @@ void try_get_linelist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         sym.put_geometry(
             new_line_list(lex.get_last_header(), lines, any_colored, any_lighted, any_textured));
     }
-    lines.wipe_out(most_kept);
 }
 
 // The first name of a reference list, of which only one counts.
