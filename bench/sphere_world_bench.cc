@@ -1,8 +1,9 @@
 // The whole tool as the number of spheres grows: seconds for meshes, placing, filing and writing,
 // against the same steps done plainly (the tree of cells as it is defined, fprintf), and the peak
 // of memory. Each world is built in a process of its own, so that its peak is its own; both ways
-// take turns, the best round of each counts, and their files must be equal. No file is there before:
-// ours brings one that replaces another to the disk first, which takes as long as the disk does.
+// take turns, the best round of each counts, and their files must be equal. No file is there
+// before: ours brings one that replaces another to the disk first, which takes as long as the disk
+// does.
 //
 //     sphere_world_bench [spheres...]          // 10000, 100000 and 1000000 if none are given
 #include <chrono>

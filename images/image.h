@@ -75,7 +75,8 @@ int iflush(IMAGE* image);
 
 // One row of one channel, `xsize` values. y is ignored below dim 2, z below dim 3.
 // Returns xsize. On failure: -1; so also for a row that was never written, or that is damaged. What
-// came of a row that is read is in `buffer`, the first xsize values at most, and zeros for the rest.
+// came of a row that is read is in `buffer`, the first xsize values at most, and zeros for the
+// rest.
 int getrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z);
 int putrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z);
 

@@ -22,7 +22,8 @@
 // they find, however large the boxes are and wherever they crowd. What is put is filed when
 // somebody looks, as far as he looks: a walk over all needs no place. A walk finds all before it
 // reports the first. Boxes with a NaN or with min above max are looked at one by one. More
-// cells than 2^29, to which only limits and levels far from the usual ones lead, are a fatal report.
+// cells than 2^29, to which only limits and levels far from the usual ones lead, are a fatal
+// report.
 #ifndef MATH_SPLIT_BOX_TREE_H
 #define MATH_SPLIT_BOX_TREE_H
 

@@ -18,8 +18,8 @@ bool std_scan_f(const char** text, float* value);
 
 // Reads `count` plain numbers that stand in one line, also where the line lies in a larger text:
 // each has decimal digits with or without a point, and ends in front of white space, the end of the
-// text, one of the letters c, n and t, or a backslash, which may join the line with the next one. No
-// line feed may stand in front of a number.
+// text, one of the letters c, n and t, or a backslash, which may join the line with the next one.
+// No line feed may stand in front of a number.
 // On failure: false, and nothing is moved, for every text of another form, whether std_scan_f would
 // read it or not: ask std_scan_f then. Of the values, some may have been written.
 // Requires: STD_SCAN_MARGIN as above; the zero byte may stand behind many lines.

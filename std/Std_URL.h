@@ -85,9 +85,9 @@ class Std_URL : public Std_Obj {
     bool is_whole() const { return is_whole_; }
     // Lifetime: until close, which is not fclose.
     std::FILE* get_file() const { return file_; }
-    // The next bytes of get_file, at most `count`, and 0 at the end. That is also where the document
-    // cannot be read any further, and where one of this machine, or a compressed one, has become
-    // larger than std_limits allows: both are reported, once.
+    // The next bytes of get_file, at most `count`, and 0 at the end. That is also where the
+    // document cannot be read any further, and where one of this machine, or a compressed one, has
+    // become larger than std_limits allows: both are reported, once.
     // Requires: is_open().
     std::size_t read(char* to, std::size_t count);
 

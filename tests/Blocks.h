@@ -1,6 +1,6 @@
 // Tables of texts too long for a source: blocks that begin with "=== name", of parts that begin
-// with "--- name". Before the first of these stands the part "text"; "name" is that of the block. And scenes with a block in
-// each line, as "node a { frame t 1 2 3; material m }".
+// with "--- name". Before the first of these stands the part "text"; "name" is that of the block.
+// And scenes with a block in each line, as "node a { frame t 1 2 3; material m }".
 #ifndef TESTS_BLOCKS_H
 #define TESTS_BLOCKS_H
 

@@ -200,8 +200,8 @@ static void add_extrusion_texture(Vrml_Sweep& sweep, std::span<const double> sec
 }
 
 namespace {
-// What is swept along what. A closed spine has no ends to cover; a closed cross-section has no edges,
-// and its last point is the first.
+// What is swept along what. A closed spine has no ends to cover; a closed cross-section has no
+// edges, and its last point is the first.
 struct Extrusion {
     std::vector<double> section; // two numbers for each corner
     std::vector<Direction> spine;

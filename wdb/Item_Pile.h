@@ -4,9 +4,9 @@
 //     while (more()) pile.push(line);
 //     new WDB_Line_List(pile.count(), [&](WDB_Line* to) { pile.pour(to); });
 //
-// In blocks of malloc that are never copied, and go back one by one while the list fills: ten million
-// lines never take much more than they do in their list. A growing array would take three times
-// that, and the collector keeps what it had. Internal.
+// In blocks of malloc that are never copied, and go back one by one while the list fills: ten
+// million lines never take much more than they do in their list. A growing array would take three
+// times that, and the collector keeps what it had. Internal.
 #ifndef WDB_ITEM_PILE_H
 #define WDB_ITEM_PILE_H
 

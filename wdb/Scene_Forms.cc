@@ -31,8 +31,8 @@ static bool scan_section(const char** text, const char* word, float* n, int coun
 }
 
 // The nine forms of a frame beside the matrix, by the first letters of their parts, with h for
-// shear. The numbers of the parts follow each other. The first form that is full wins, so those that
-// begin alike stand longest first.
+// shear. The numbers of the parts follow each other. The first form that is full wins, so those
+// that begin alike stand longest first.
 static const char* const frame_forms[] = {"shrt", "srt", "rt", "st", "sr", "t", "r", "s", "h"};
 
 static bool scan_parts(const char* text, const char* parts, float* n) {

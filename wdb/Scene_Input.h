@@ -6,7 +6,8 @@
 //     delete input;
 //
 // The stream's own buffer stays unused: each physical line would be copied once more on its way
-// through it. For pointer-free memory: whoever makes one also holds the URL or the stream. Internal.
+// through it. For pointer-free memory: whoever makes one also holds the URL or the stream.
+// Internal.
 #ifndef WDB_SCENE_INPUT_H
 #define WDB_SCENE_INPUT_H
 

@@ -63,7 +63,8 @@ class WDB_Line_List : public WDB_Item_List<WDB_Line> {
 
     // On failure: a fatal report, if `n` is negative.
     explicit WDB_Line_List(int n) : WDB_Item_List(n, "lines") {}
-    // With what `fill` writes into the array of `n` lines that it is given, as if each had been put.
+    // With what `fill` writes into the array of `n` lines that it is given, as if each had been
+    // put.
     template<std::invocable<WDB_Line*> Fill>
     WDB_Line_List(int n, Fill fill) : WDB_Item_List(n, "lines", fill) {}
 

@@ -76,7 +76,8 @@ class WDB_Tri_List : public WDB_Item_List<WDB_Triangle> {
 
     // On failure: a fatal report, if `n` is negative.
     explicit WDB_Tri_List(int n) : WDB_Item_List(n, "triangles") {}
-    // With what `fill` writes into the array of `n` triangles that it is given, as if each had been put.
+    // With what `fill` writes into the array of `n` triangles that it is given, as if each had been
+    // put.
     template<std::invocable<WDB_Triangle*> Fill>
     WDB_Tri_List(int n, Fill fill) : WDB_Item_List(n, "triangles", fill) {}
 

@@ -130,7 +130,8 @@ TEST_F(From_VRML, triangles_look_outwards) {
     }
 }
 
-// The work that each conversion takes: with one less it ends before the rest is written, and says so.
+// The work that each conversion takes: with one less it ends before the rest is written, and says
+// so.
 TEST(Vrml_Budget, is_just_enough) {
     const std::string faces =
         "geometry IndexedFaceSet { coord Coordinate { point [ 0 0 0, 9 0 0, 9 9 0, 1 2 0 ] } ";

@@ -90,8 +90,8 @@ TEST(Picking, random_worlds) {
     EXPECT_GT(hits, 500);
 }
 
-// What lies behind a list in memory is no part of it. There is mostly another list, 16 bytes farther
-// on: read from the end of the first, its floats are a triangle in the plane z = 0.
+// What lies behind a list in memory is no part of it. There is mostly another list, 16 bytes
+// farther on: read from the end of the first, its floats are a triangle in the plane z = 0.
 TEST(Picking, lists_side_by_side) {
     WDB_Database world;
     for (int i = 0; i < 20; ++i) {
