@@ -84,12 +84,12 @@ int putrow(IMAGE* image, unsigned short* buffer, unsigned y, unsigned z);
 void isetname(IMAGE* image, const char* name);
 void isetcolormap(IMAGE* image, int colormap);
 
-// Where errors go from now on: `hook` gets the message, which ends in a line feed unless it was cut
-// at 1023 characters, and is valid during the call. Null takes the hook away.
+// Where errors of this thread go from now on: `hook` gets the message, which ends in a line feed
+// unless it was cut at 1023 characters, and is valid during the call. Null takes the hook away.
 void i_seterror(void (*hook)(char* message));
 
-// Byte order of files that are opened for writing from now on. Most programs read big-endian files
-// only, which is the order that the format was published with.
+// Byte order of files that this thread opens for writing from now on. Most programs read big-endian
+// files only, which is the order that the format was published with.
 enum Image_Byte_Order { IMAGE_NATIVE_ORDER, IMAGE_BIG_ENDIAN };
 void i_setbyteorder(Image_Byte_Order order);
 

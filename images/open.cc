@@ -13,8 +13,8 @@
 #include "images/image_internal.h"
 #include "std/Std_Descriptor.h"
 
-static void (*error_hook)(char* message) = nullptr;
-static Image_Byte_Order order_of_new_files = IMAGE_NATIVE_ORDER;
+static thread_local void (*error_hook)(char* message) = nullptr;
+static thread_local Image_Byte_Order order_of_new_files = IMAGE_NATIVE_ORDER;
 
 void i_seterror(void (*hook)(char* message)) {
     error_hook = hook;

@@ -4,27 +4,58 @@
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
+#include <vector>
 
 #if defined(__x86_64__)
 #include <tmmintrin.h>
 #endif
 
 #include "images/image_internal.h"
-#include "std/Std_GC.h"
 #include "std/Std_Limits.h"
 
-static IMAGE* the_image = nullptr;
+namespace {
+// What a thread has open.
+class Open_Image {
+public:
+    // Takes what iopen answered.
+    bool start_reading(IMAGE* image);
+    void start_writing(IMAGE* image);
+    bool close();
+    template<int Component>
+    int load(unsigned char* pixels, std::ptrdiff_t row_stride);
+    bool save(const unsigned char* pixels, int row_stride);
+    const IMAGE* get() const { return image_; }
 
-// One row of each channel, overwritten by every row that is read or written; as long as the widest
-// image so far.
-static unsigned short *rbuf, *gbuf, *bbuf, *abuf;
-static int buffer_size = 0;
+private:
+    void make_room_for_rows();
+    const char* reason_to_refuse() const;
+    bool get_channel(unsigned short* row, unsigned y, unsigned z);
+    bool get_channels(unsigned y);
+    unsigned char luminance(int x) const;
+    int shuffle_rgb_blocks(unsigned char* out, int count) const;
+    int put_rgb_blocks(unsigned char* out, int count) const;
+    template<int Component, bool Has_Color, bool Has_Alpha>
+    void put_pixels(unsigned char* out) const;
+    bool put_row(unsigned short* row, unsigned y, unsigned z);
+    bool put_channels(const unsigned char* pixels, unsigned y);
 
-static void make_room_for_rows() {
-    if (the_image->xsize <= buffer_size) return;
-    buffer_size = the_image->xsize;
-    for (unsigned short** buffer : {&rbuf, &gbuf, &bbuf, &abuf})
-        *buffer = new (GCAtomic) unsigned short[static_cast<unsigned>(buffer_size)];
+    IMAGE* image_ = nullptr;
+    // One row of each channel, overwritten by every row that is read or written.
+    unsigned short *rbuf_ = nullptr, *gbuf_ = nullptr, *bbuf_ = nullptr, *abuf_ = nullptr;
+    std::vector<unsigned short> rows_; // all four, as long as the widest image so far needs
+};
+} // namespace
+
+static thread_local Open_Image opened;
+
+void Open_Image::make_room_for_rows() {
+    const std::size_t xsize = image_->xsize;
+    if (rows_.size() < 4 * xsize) rows_.resize(4 * xsize);
+    unsigned short* row = rows_.data();
+    for (unsigned short** buffer : {&rbuf_, &gbuf_, &bbuf_, &abuf_}) {
+        *buffer = row;
+        row += xsize;
+    }
 }
 
 void i_printerror(const char* message) {
@@ -36,35 +67,48 @@ static void print_error(char* message) {
 }
 
 // Before memory is asked for: a header of a few bytes can claim any size.
-static const char* reason_to_refuse() {
-    if (static_cast<long long>(the_image->xsize) * the_image->ysize > std_limits.image_pixels)
+const char* Open_Image::reason_to_refuse() const {
+    if (static_cast<long long>(image_->xsize) * image_->ysize > std_limits.image_pixels)
         return "too large";
-    return img_has_rows(the_image) ? nullptr : "damaged";
+    return img_has_rows(image_) ? nullptr : "damaged";
 }
 
-static bool start_reading() {
-    if (!the_image) return false;
+bool Open_Image::start_reading(IMAGE* image) {
+    image_ = image;
+    if (!image_) return false;
     const char* const reason = reason_to_refuse();
     if (!reason) {
         make_room_for_rows();
         return true;
     }
     i_errhdlr("pixmap_open_read: image file is %s\n", reason);
-    pixmap_close();
+    close();
     return false;
+}
+
+void Open_Image::start_writing(IMAGE* image) {
+    image_ = image;
+    if (image_) make_room_for_rows();
+}
+
+// The error of a delayed write is seen here at the latest.
+bool Open_Image::close() {
+    const bool is_complete = iclose(image_) == 0;
+    std::free(image_);
+    image_ = nullptr;
+    return is_complete;
 }
 
 bool pixmap_open_read(const char* name) {
     i_seterror(print_error);
-    the_image = iopen(name, "r");
-    return start_reading();
+    return opened.start_reading(iopen(name, "r"));
 }
 
 bool pixmap_open_read(int descriptor) {
     i_seterror(print_error);
-    the_image = fiopen(descriptor, "r");
-    if (!the_image) ::close(descriptor);
-    return start_reading();
+    IMAGE* const image = fiopen(descriptor, "r");
+    if (!image) ::close(descriptor);
+    return opened.start_reading(image);
 }
 
 static bool do_sizes_fit(int xsize, int ysize, int zsize) {
@@ -74,49 +118,45 @@ static bool do_sizes_fit(int xsize, int ysize, int zsize) {
     return false;
 }
 
-void pixmap_open_write(const char* name, int xsize, int ysize, int zsize) {
+// `open` opens the file for writing.
+template<class Open>
+static IMAGE* open_new(Open open, int xsize, int ysize, int zsize) {
     i_seterror(print_error);
-    the_image = nullptr;
-    if (!do_sizes_fit(xsize, ysize, zsize)) return;
-    the_image = iopen(name, "w", RLE(1), 3, static_cast<unsigned>(xsize),
-                      static_cast<unsigned>(ysize), static_cast<unsigned>(zsize));
-    if (the_image) make_room_for_rows();
+    if (!do_sizes_fit(xsize, ysize, zsize)) return nullptr;
+    return open("w", RLE(1), 3, static_cast<unsigned>(xsize), static_cast<unsigned>(ysize),
+                static_cast<unsigned>(zsize));
+}
+
+void pixmap_open_write(const char* name, int xsize, int ysize, int zsize) {
+    const auto open = [name](auto... how) { return iopen(name, how...); };
+    opened.start_writing(open_new(open, xsize, ysize, zsize));
 }
 
 void pixmap_open_write(int descriptor, int xsize, int ysize, int zsize) {
-    i_seterror(print_error);
-    the_image = nullptr;
-    if (do_sizes_fit(xsize, ysize, zsize))
-        the_image = fiopen(descriptor, "w", RLE(1), 3, static_cast<unsigned>(xsize),
-                           static_cast<unsigned>(ysize), static_cast<unsigned>(zsize));
-    if (the_image)
-        make_room_for_rows();
-    else
-        ::close(descriptor);
+    const auto open = [descriptor](auto... how) { return fiopen(descriptor, how...); };
+    IMAGE* const image = open_new(open, xsize, ysize, zsize);
+    if (!image) ::close(descriptor);
+    opened.start_writing(image);
 }
 
 bool pixmap_is_open() {
-    return the_image != nullptr;
+    return opened.get() != nullptr;
 }
 
-// The error of a delayed write is seen here at the latest.
 bool pixmap_close() {
-    const bool is_complete = iclose(the_image) == 0;
-    std::free(the_image);
-    the_image = nullptr;
-    return is_complete;
+    return opened.close();
 }
 
 int pixmap_xsize() {
-    return the_image->xsize;
+    return opened.get()->xsize;
 }
 
 int pixmap_ysize() {
-    return the_image->ysize;
+    return opened.get()->ysize;
 }
 
 int pixmap_zsize() {
-    return the_image->zsize;
+    return opened.get()->zsize;
 }
 
 static unsigned char low_byte(unsigned short value) {
@@ -124,32 +164,32 @@ static unsigned char low_byte(unsigned short value) {
 }
 
 // What does not come is black; the other rows are none the worse.
-static bool get_channel(unsigned short* row, unsigned y, unsigned z) {
-    return getrow(the_image, row, y, z) >= 0;
+bool Open_Image::get_channel(unsigned short* row, unsigned y, unsigned z) {
+    return getrow(image_, row, y, z) >= 0;
 }
 
-// Row y of the channels that a file of this many has. Grey files leave only rbuf set. False if one
+// Row y of the channels that a file of this many has. Grey files leave only rbuf_ set. False if one
 // of them could not be read.
-static bool get_channels(unsigned y) {
-    bool are_read = get_channel(rbuf, y, 0);
-    switch (the_image->zsize) {
+bool Open_Image::get_channels(unsigned y) {
+    bool are_read = get_channel(rbuf_, y, 0);
+    switch (image_->zsize) {
     case 0:
     case 1:
         return are_read;
     case 2:
-        return get_channel(abuf, y, 1) && are_read;
+        return get_channel(abuf_, y, 1) && are_read;
     case 3:
         break;
     default:
-        are_read = get_channel(abuf, y, 3) && are_read;
+        are_read = get_channel(abuf_, y, 3) && are_read;
     }
-    are_read = get_channel(gbuf, y, 1) && are_read;
-    return get_channel(bbuf, y, 2) && are_read;
+    are_read = get_channel(gbuf_, y, 1) && are_read;
+    return get_channel(bbuf_, y, 2) && are_read;
 }
 
 // Weights of red, green and blue in 256ths; their sum is 256, so white stays white.
-static unsigned char luminance(int x) {
-    return static_cast<unsigned char>((rbuf[x] * 79 + gbuf[x] * 156 + bbuf[x] * 21) >> 8);
+unsigned char Open_Image::luminance(int x) const {
+    return static_cast<unsigned char>((rbuf_[x] * 79 + gbuf_[x] * 156 + bbuf_[x] * 21) >> 8);
 }
 
 #if defined(__x86_64__)
@@ -169,9 +209,9 @@ static constexpr Shuffles shuffles_of(int channel) {
 static constexpr Shuffles rgb_shuffles[3] = {shuffles_of(0), shuffles_of(1), shuffles_of(2)};
 
 // Sixteen pixels at a time.
-[[gnu::target("ssse3")]] static int shuffle_rgb_blocks(unsigned char* out, int count) {
+[[gnu::target("ssse3")]] int Open_Image::shuffle_rgb_blocks(unsigned char* out, int count) const {
     const __m128i low_bytes = _mm_set1_epi16(0x00FF);
-    const unsigned short* const channels[3] = {rbuf, gbuf, bbuf};
+    const unsigned short* const channels[3] = {rbuf_, gbuf_, bbuf_};
     int x = 0;
     for (; x + 16 <= count; x += 16, out += 48) {
         __m128i blocks[3] = {};
@@ -196,7 +236,8 @@ static constexpr Shuffles rgb_shuffles[3] = {shuffles_of(0), shuffles_of(1), shu
 
 // The low bytes of the colours of the first pixels of a row, if the processor can do many at a
 // time. Returns how many.
-static int put_rgb_blocks([[maybe_unused]] unsigned char* out, [[maybe_unused]] int count) {
+int Open_Image::put_rgb_blocks([[maybe_unused]] unsigned char* out,
+                               [[maybe_unused]] int count) const {
 #if defined(__x86_64__)
     static const bool can_shuffle = __builtin_cpu_supports("ssse3");
     if (can_shuffle) return shuffle_rgb_blocks(out, count);
@@ -207,29 +248,29 @@ static int put_rgb_blocks([[maybe_unused]] unsigned char* out, [[maybe_unused]] 
 // One loop for each pair of file and pixels: the choices are made outside of it. With `Has_Color`
 // false, grey stands in for the colours; with `Has_Alpha` false, 255 for the alpha.
 template<int Component, bool Has_Color, bool Has_Alpha>
-static void put_pixels(unsigned char* out) {
-    const int xsize = the_image->xsize;
+void Open_Image::put_pixels(unsigned char* out) const {
+    const int xsize = image_->xsize;
     int x = 0;
     if constexpr (Component == 3 && Has_Color) x = put_rgb_blocks(out, xsize);
     for (out += x * Component; x < xsize; ++x, out += Component) {
         if constexpr (Component <= 2) {
-            out[0] = Has_Color ? luminance(x) : low_byte(rbuf[x]);
+            out[0] = Has_Color ? luminance(x) : low_byte(rbuf_[x]);
         } else {
-            out[0] = low_byte(rbuf[x]);
-            out[1] = low_byte(Has_Color ? gbuf[x] : rbuf[x]);
-            out[2] = low_byte(Has_Color ? bbuf[x] : rbuf[x]);
+            out[0] = low_byte(rbuf_[x]);
+            out[1] = low_byte(Has_Color ? gbuf_[x] : rbuf_[x]);
+            out[2] = low_byte(Has_Color ? bbuf_[x] : rbuf_[x]);
         }
-        if constexpr (Component % 2 == 0) out[Component - 1] = Has_Alpha ? low_byte(abuf[x]) : 255;
+        if constexpr (Component % 2 == 0) out[Component - 1] = Has_Alpha ? low_byte(abuf_[x]) : 255;
     }
 }
 
 template<int Component>
-static int load_image(unsigned char* pixels, std::ptrdiff_t row_stride) {
+int Open_Image::load(unsigned char* pixels, std::ptrdiff_t row_stride) {
     // Two channels are grey and alpha, three the colours, four both; more are not looked at.
-    const bool has_color = the_image->zsize >= 3;
-    const bool has_alpha = the_image->zsize == 2 || the_image->zsize >= 4;
+    const bool has_color = image_->zsize >= 3;
+    const bool has_alpha = image_->zsize == 2 || image_->zsize >= 4;
     int bad_rows = 0;
-    for (unsigned y = 0; y < the_image->ysize; ++y, pixels += row_stride) {
+    for (unsigned y = 0; y < image_->ysize; ++y, pixels += row_stride) {
         bad_rows += !get_channels(y);
         if (has_color) {
             has_alpha ? put_pixels<Component, true, true>(pixels)
@@ -247,57 +288,59 @@ static void say_nothing(char*) {}
 int pixmap_load(unsigned char* pixels, int component, int row_stride) {
     i_seterror(say_nothing); // one word about all bad rows is enough, and the caller's
     int bad_rows = 0;
-    if (component == 1) bad_rows = load_image<1>(pixels, row_stride);
-    if (component == 2) bad_rows = load_image<2>(pixels, row_stride);
-    if (component == 3) bad_rows = load_image<3>(pixels, row_stride);
-    if (component == 4) bad_rows = load_image<4>(pixels, row_stride);
+    if (component == 1) bad_rows = opened.load<1>(pixels, row_stride);
+    if (component == 2) bad_rows = opened.load<2>(pixels, row_stride);
+    if (component == 3) bad_rows = opened.load<3>(pixels, row_stride);
+    if (component == 4) bad_rows = opened.load<4>(pixels, row_stride);
     i_seterror(print_error);
     return bad_rows;
 }
 
 // Spreads the pixels of a row to the first zsize of the given channels.
 template<int Zsize>
-static void get_pixels(const unsigned char* in, unsigned short* const (&channels)[Zsize]) {
-    const int xsize = the_image->xsize;
+static void get_pixels(const unsigned char* in, int xsize,
+                       unsigned short* const (&channels)[Zsize]) {
     for (int x = 0; x < xsize; ++x, in += Zsize)
         for (int c = 0; c < Zsize; ++c) channels[c][x] = in[c];
 }
 
-static bool put_row(unsigned short* row, unsigned y, unsigned z) {
-    return putrow(the_image, row, y, z) >= 0;
+bool Open_Image::put_row(unsigned short* row, unsigned y, unsigned z) {
+    return putrow(image_, row, y, z) >= 0;
 }
 
 // The order of the channels is that of the rows in the file.
-static bool put_channels(const unsigned char* pixels, unsigned y) {
-    switch (the_image->zsize) {
+bool Open_Image::put_channels(const unsigned char* pixels, unsigned y) {
+    switch (image_->zsize) {
     case 1:
-        get_pixels<1>(pixels, {rbuf});
-        return put_row(rbuf, y, 0);
+        get_pixels<1>(pixels, image_->xsize, {rbuf_});
+        return put_row(rbuf_, y, 0);
     case 2:
-        get_pixels<2>(pixels, {rbuf, abuf});
-        return put_row(rbuf, y, 0) && put_row(abuf, y, 1);
+        get_pixels<2>(pixels, image_->xsize, {rbuf_, abuf_});
+        return put_row(rbuf_, y, 0) && put_row(abuf_, y, 1);
     case 3:
-        get_pixels<3>(pixels, {rbuf, gbuf, bbuf});
-        return put_row(bbuf, y, 2) && put_row(gbuf, y, 1) && put_row(rbuf, y, 0);
+        get_pixels<3>(pixels, image_->xsize, {rbuf_, gbuf_, bbuf_});
+        return put_row(bbuf_, y, 2) && put_row(gbuf_, y, 1) && put_row(rbuf_, y, 0);
     case 4:
-        get_pixels<4>(pixels, {rbuf, gbuf, bbuf, abuf});
-        return put_row(bbuf, y, 2) && put_row(gbuf, y, 1) && put_row(rbuf, y, 0) &&
-               put_row(abuf, y, 3);
+        get_pixels<4>(pixels, image_->xsize, {rbuf_, gbuf_, bbuf_, abuf_});
+        return put_row(bbuf_, y, 2) && put_row(gbuf_, y, 1) && put_row(rbuf_, y, 0) &&
+               put_row(abuf_, y, 3);
     default:
         return true;
     }
 }
 
-bool pixmap_save(const unsigned char* pixels, int row_stride) {
-    if (!the_image) {
-        std::fputs("can't open image in write mode\n", stderr);
-        std::exit(0);
-    }
+bool Open_Image::save(const unsigned char* pixels, int row_stride) {
     // Rows of an encoded image are short: they are gathered, and written in large pieces.
-    img_hold_writes(the_image);
+    img_hold_writes(image_);
     // After a failure there is nothing to save: the file is given up by the caller.
     bool are_put = true;
-    for (unsigned y = 0; are_put && y < the_image->ysize; ++y, pixels += row_stride)
+    for (unsigned y = 0; are_put && y < image_->ysize; ++y, pixels += row_stride)
         are_put = put_channels(pixels, y);
-    return img_release_writes(the_image) && are_put;
+    return img_release_writes(image_) && are_put;
+}
+
+bool pixmap_save(const unsigned char* pixels, int row_stride) {
+    if (opened.get()) return opened.save(pixels, row_stride);
+    std::fputs("can't open image in write mode\n", stderr);
+    std::exit(0);
 }

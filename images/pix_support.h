@@ -1,5 +1,5 @@
-// Between interleaved 8-bit pixels and the planar rows of an image file. One image is open at a
-// time; opening another loses the first.
+// Between interleaved 8-bit pixels and the planar rows of an image file. A thread has one
+// image open at a time; opening another loses the first.
 //
 //     if (pixmap_open_read("a.rgb")) {
 //         pixels = new (GCAtomic) unsigned char[3 * pixmap_xsize() * pixmap_ysize()];

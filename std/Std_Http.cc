@@ -307,7 +307,7 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
 }
 
 bool Exchange::store(int file, bool* is_whole) {
-    static char block[4096]; // overwritten by every read
+    char block[4096];
     Ending ending = NONE;
     last_data_ = pace_start_ = now();
     while (ending == NONE) {

@@ -6,7 +6,7 @@
 #include "std/Std_Descriptor.h"
 #include "std/Std_Limits.h"
 
-static Std_Load_Budget* current = nullptr;
+static thread_local Std_Load_Budget* current = nullptr;
 
 Std_Load_Budget::Std_Load_Budget() : outer_(current) {
     current = this;

@@ -3,7 +3,8 @@
 //     const Std_Load_Budget budget;             // for as long as the load runs
 //     if (!std_store(file, bytes, count)) return complain(errno);
 //
-// Outside of loads nothing is counted and nothing refused. One load at a time. Internal.
+// Outside of loads nothing is counted and nothing refused. One load at a time in a thread.
+// Internal.
 #ifndef STD_STD_LOAD_BUDGET_H
 #define STD_STD_LOAD_BUDGET_H
 

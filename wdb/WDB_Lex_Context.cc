@@ -371,8 +371,9 @@ Std_URL* WDB_Lex_Context::new_relative_url(const Std_URL* url) const {
 // VRML.
 
 const char* WDB_Lex_Context::vrml_prefix(const char* name) const {
-    static char prefix[128]; // overwritten by every call
-    static int counter = 0;
+    // A thread's own: its scenes have the names that they have without the others.
+    static thread_local char prefix[128]; // overwritten by every call
+    static thread_local int counter = 0;
     std::snprintf(prefix, sizeof prefix, "%64.96s_vrml_%d", name, ++counter);
     return prefix;
 }
