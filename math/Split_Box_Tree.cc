@@ -9,6 +9,7 @@
 #include "math/Split_Box_Tree.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "math/Box_Probes.h"
 #include "math/Cell_Contents.h"
@@ -25,7 +26,7 @@ BSplit_Box_Tree::BSplit_Box_Tree(int split_into_n, int max_level, int items_limi
                                  const Bbox& bounds)
     : cells_(split_into_n, max_level, items_limit, bounds), index_{Box_Index(bounds, false),
                                                                    Box_Index(bounds, true)},
-      in_cells_(0), by_place_(0), scratch_(nullptr), depth_(0), literal_contents_valid_(false) {}
+      in_cells_(0), by_place_(0), literal_contents_valid_(false) {}
 
 // Below this many, free slots do not matter.
 static const std::size_t few_slots = 64;
@@ -48,15 +49,13 @@ void BSplit_Box_Tree::put(SUniv* item, const Bbox& box) {
     if (!get_bbox().contains(box))
         std_assert(0, "BSplit_box_tree put: element out of bounds", __FILE__, __LINE__);
     const Bbox copy = box; // it may be that of a slot
-    literal_contents_valid_ = false;
     if (const auto old = slot_of_.find(item); old != Slot_Table::absent) take_out(old);
     // Before the new slot: what moves must not be what is being filed.
     close_up();
     const auto slot = static_cast<std::uint32_t>(slots_.count());
     slots_.push({copy, item, 0, kind_of(copy)});
     slot_of_.put(item, slot);
-    if (!scratch_) scratch_ = new (std_get_subobject_placement(this)) Scratch;
-    reserve_scratch(scratch_);
+    unsettle();
     // The first division is to abort for other counts, here and not in a walk.
     const int parts = cells_.get_split_count();
     if (parts != 2 && parts != 8) settle();
@@ -64,27 +63,47 @@ void BSplit_Box_Tree::put(SUniv* item, const Bbox& box) {
 
 // What was put since the last look is filed now, all at once: most items are put before anybody
 // asks, and a lot is counted in cells and sorted by place at a fraction of what each alone costs.
-// Const, since no answer changes by it.
+// Const, since no answer changes by it. Of several threads that look, one files and the others
+// wait.
 void BSplit_Box_Tree::settle() const {
-    settle_order();
+    if (is_settled_.load(std::memory_order_acquire)) return;
+    const std::lock_guard lock(settling_);
+    const_cast<BSplit_Box_Tree*>(this)->file_in_cells();
     const_cast<BSplit_Box_Tree*>(this)->file_by_place();
+    is_in_cells_.store(true, std::memory_order_release);
+    is_settled_.store(true, std::memory_order_release);
+}
+
+void BSplit_Box_Tree::settle_order() const {
+    if (is_in_cells_.load(std::memory_order_acquire)) return;
+    const std::lock_guard lock(settling_);
+    const_cast<BSplit_Box_Tree*>(this)->file_in_cells();
+    is_in_cells_.store(true, std::memory_order_release);
+}
+
+void BSplit_Box_Tree::unsettle() {
+    literal_contents_valid_ = false;
+    is_in_cells_.store(false, std::memory_order_relaxed);
+    is_settled_.store(false, std::memory_order_relaxed);
 }
 
 void BSplit_Box_Tree::file_in_cells() {
-    if (in_cells_ == slots_.count() || file_all_in_cells()) return;
+    if (in_cells_ == slots_.count()) return;
+    const Walk_Scratch scratch(*this);
+    std::uint32_t* const list = (*scratch).list.cells();
+    if (file_all_in_cells(list)) return;
     file_by_place(); // the division of a cell asks who is there
     while (in_cells_ < slots_.count()) {
-        file(in_cells_++);
+        file(in_cells_++, list);
         ++by_place_;
     }
 }
 
-// False if they are to come one by one.
-bool BSplit_Box_Tree::file_all_in_cells() {
+// False if they are to come one by one. `list` has room for all slots, here and below.
+bool BSplit_Box_Tree::file_all_in_cells(std::uint32_t* list) {
     const int parts = cells_.get_split_count();
     if (!cells_.is_untouched() || (parts != 2 && parts != 8)) return false;
-    std::uint32_t* const first = scratch_->list.cells();
-    std::uint32_t* last = first;
+    std::uint32_t* last = list;
     std::ptrdiff_t large_count = 0;
     for (std::uint32_t slot = in_cells_; slot < slots_.count(); ++slot) {
         if (slots_[slot].where == odd_) return false;
@@ -92,9 +111,9 @@ bool BSplit_Box_Tree::file_all_in_cells() {
         if (slots_[slot].where <= large_) *last++ = slot;
     }
     // Each reaches a thousand cells, or many more.
-    if (large_count > (last - first) / 1024) return false;
+    if (large_count > (last - list) / 1024) return false;
     const auto box_of = [this](std::uint32_t slot) -> const Bbox& { return slots_[slot].box; };
-    if (!cells_.add_all(first, last, box_of)) return false;
+    if (!cells_.add_all(list, last, box_of)) return false;
     for (; in_cells_ < slots_.count(); ++in_cells_) {
         Slot& slot = slots_[in_cells_];
         if (slot.where <= large_ && cells_.is_keyed())
@@ -110,7 +129,7 @@ void BSplit_Box_Tree::file_by_place() {
     }
 }
 
-void BSplit_Box_Tree::file(std::uint32_t slot) {
+void BSplit_Box_Tree::file(std::uint32_t slot, std::uint32_t* list) {
     const std::uint32_t where = slots_[slot].where;
     if (where == outside_) return;
     if (where == odd_) {
@@ -120,24 +139,22 @@ void BSplit_Box_Tree::file(std::uint32_t slot) {
         index_[where].put(slot, slots_[slot].box);
     }
     const Box_Cells::Key home =
-        cells_.add(slots_[slot].box, [this](const Box_Cells::Cell& leaf) { divide(leaf); });
+        cells_.add(slots_[slot].box, [&](const Box_Cells::Cell& leaf) { divide(leaf, list); });
     if (where != odd_) slots_[slot].home = home;
 }
 
-void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf) {
-    // The walks' memory serves: none is under way.
-    std::uint32_t* const first = scratch_->list.cells();
-    std::uint32_t* last = first;
+void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf, std::uint32_t* list) {
+    std::uint32_t* last = list;
     const auto take = [&](std::uint32_t slot) { *last++ = slot; };
     for (const Box_Index& index : index_) index.collect(Box_Probe(leaf.box), take);
     for (std::size_t i = 0; i < odd_slots_.count(); ++i)
         if (leaf.box.is_overlapping(slots_[odd_slots_[i]].box)) take(odd_slots_[i]);
-    cells_.divide(leaf, first, last,
+    cells_.divide(leaf, list, last,
                   [this](std::uint32_t slot) -> const Bbox& { return slots_[slot].box; });
     if (!cells_.is_keyed()) return;
     // An item is reported in the first leaf that it reaches. Where that leaf was the divided one,
     // it is now one of its children.
-    for (const std::uint32_t* s = first; s != last; ++s) {
+    for (const std::uint32_t* s = list; s != last; ++s) {
         Slot& slot = slots_[*s];
         if (slot.where != odd_ && slot.home == leaf.key)
             slot.home = cells_.first_leaf(slot.box.min, leaf);
@@ -158,12 +175,12 @@ void BSplit_Box_Tree::take_out(std::uint32_t slot) {
     }
     if (from.where != outside_) cells_.remove(from.box);
     from.where = free_;
+    literal_contents_valid_ = false;
 }
 
 void BSplit_Box_Tree::remove(SUniv* item) {
     const std::uint32_t slot = slot_of_.find(item);
     if (slot == Slot_Table::absent) return;
-    literal_contents_valid_ = false;
     take_out(slot);
     slot_of_.remove(item);
     close_up();
@@ -187,7 +204,7 @@ void BSplit_Box_Tree::close_up() {
 }
 
 void BSplit_Box_Tree::wipe_out() {
-    literal_contents_valid_ = false;
+    unsettle();
     slot_of_.wipe_out();
     slots_.wipe_out();
     in_cells_ = by_place_ = 0;
@@ -197,7 +214,7 @@ void BSplit_Box_Tree::wipe_out() {
 }
 
 void BSplit_Box_Tree::set_bounds(const Bbox& bounds) {
-    literal_contents_valid_ = false;
+    unsettle();
     in_cells_ = by_place_ = 0;
     odd_slots_.wipe_out();
     for (Box_Index& index : index_) index.wipe_out(bounds);
@@ -217,24 +234,43 @@ int BSplit_Box_Tree::reaching_count() const {
     return index_[small_].count() + index_[large_].count() + static_cast<int>(odd_slots_.count());
 }
 
-// The inner ones may be smaller: they are as old as the first walk that needed them.
-void BSplit_Box_Tree::reserve_scratch(Scratch* scratch) const {
-    // A walk must not allocate, and each slot may be found: so there is room for all of them, half
-    // as many again to come.
+// A walk must not allocate, and each slot may be found: so there is room for all of them, half as
+// many again to come.
+void BSplit_Box_Tree::reserve_scratch(Scratch& scratch) const {
     const std::size_t count = slots_.count();
-    for (; scratch; scratch = scratch->inner) {
-        if (count <= scratch->room) continue;
-        const std::size_t room = count + count / 2 + few_slots;
-        scratch->room = room;
-        scratch->found.reserve(room);
-        scratch->list.reserve(room);
-        scratch->moved.reserve(room);
-        scratch->sorted.reserve(room);
-        scratch->unsorted.reserve(room);
+    if (count <= scratch.room) return;
+    scratch.room = count + count / 2 + few_slots;
+    scratch.found.reserve(scratch.room);
+    scratch.list.reserve(scratch.room);
+    scratch.moved.reserve(scratch.room);
+    scratch.sorted.reserve(scratch.room);
+    scratch.unsorted.reserve(scratch.room);
+}
+
+// The whole chain is taken at once, so that nobody else sees its first while it goes, and what is
+// behind that is given back.
+BSplit_Box_Tree::Scratch* BSplit_Box_Tree::take_scratch() const {
+    Scratch* const scratch = idle_scratch_.exchange(nullptr, std::memory_order_acquire);
+    if (!scratch) return new (std_get_subobject_placement(this)) Scratch;
+    if (scratch->next) give_back(std::exchange(scratch->next, nullptr));
+    return scratch;
+}
+
+void BSplit_Box_Tree::give_back(Scratch* chain) const {
+    Scratch* none = nullptr;
+    while (!idle_scratch_.compare_exchange_weak(none, chain, std::memory_order_release,
+                                                std::memory_order_relaxed)) {
+        none = nullptr;
+        Scratch* others = idle_scratch_.exchange(nullptr, std::memory_order_acquire);
+        while (others) {
+            Scratch* const next = std::exchange(others->next, chain);
+            chain = std::exchange(others, next);
+        }
     }
 }
 
 Bbox BSplit_Box_Tree::literal_contents() const {
+    const std::lock_guard lock(settling_);
     if (literal_contents_valid_) return literal_contents_;
     // With odd boxes the order in which cells merge them decides, so the cells are gone through as
     // they stand.

@@ -16,7 +16,10 @@
 // Order of a walk: depth first, children in order, entries of a leaf in the order of their arrival.
 // It does not depend on addresses. A callback must not put or remove; it may start another walk
 // over the same tree. Walks allocate nothing, but for the first one after a put and the first time
-// that they stand one in the other.
+// that so many run at once, in threads or one in the other.
+//
+// Threads: while nobody puts or removes, any number may ask at once. What was put is filed by the
+// first, under a lock, or by check_pending_nodes.
 //
 // Cost: put, remove and the walks take time in proportion to the logarithm of the count and to what
 // they find, however large the boxes are and wherever they crowd. What is put is filed when
@@ -27,7 +30,9 @@
 #ifndef MATH_SPLIT_BOX_TREE_H
 #define MATH_SPLIT_BOX_TREE_H
 
+#include <atomic>
 #include <cstdint>
+#include <mutex>
 
 #include "base/Plain_Array.h"
 #include "math/Bbox.h"
@@ -98,15 +103,30 @@ private:
         Box_Cells::Key home;
         std::uint32_t where; // small_, large_, odd_, outside_ or free_
     };
-    // What a walk works with, of the size of all slots. A walk inside another has one of its own.
+    // What a walk works with, of the size of all slots. Each that is under way has one of its own.
     struct Scratch : public Std_GC {
         std::size_t room = 0; // for so many slots; of the arrays, only the room is used
         Slot_Set found;
         Plain_Array<std::uint32_t> list, moved;
         Plain_Array<std::uint64_t> sorted, unsorted;
-        Scratch* inner = nullptr;
+        Scratch* next = nullptr; // that is idle, too
     };
-    class Walk_Scratch;
+    // The scratch of one walk.
+    class Walk_Scratch {
+    public:
+        explicit Walk_Scratch(const BSplit_Box_Tree& tree)
+            : tree_(tree), scratch_(tree.take_scratch()) {
+            tree.reserve_scratch(*scratch_);
+        }
+        Walk_Scratch(const Walk_Scratch&) = delete;
+        Walk_Scratch& operator=(const Walk_Scratch&) = delete;
+        ~Walk_Scratch() { tree_.give_back(scratch_); }
+        Scratch& operator*() const { return *scratch_; }
+
+    private:
+        const BSplit_Box_Tree& tree_;
+        Scratch* const scratch_;
+    };
     class Query_Path;
     template<class Query>
     class Fall;
@@ -115,16 +135,19 @@ private:
     static constexpr std::uint32_t small_ = 0, large_ = 1, odd_ = 2, outside_ = 3, free_ = 4;
 
     std::uint32_t kind_of(const Bbox& box) const;
-    void settle_order() const { const_cast<BSplit_Box_Tree*>(this)->file_in_cells(); }
+    void settle_order() const;
     void settle() const;
+    void unsettle();
     void file_in_cells();
-    bool file_all_in_cells();
+    bool file_all_in_cells(std::uint32_t* list);
     void file_by_place();
-    void file(std::uint32_t slot);
+    void file(std::uint32_t slot, std::uint32_t* list);
     void take_out(std::uint32_t slot);
-    void divide(const Box_Cells::Cell& leaf);
+    void divide(const Box_Cells::Cell& leaf, std::uint32_t* list);
     void close_up();
-    void reserve_scratch(Scratch* scratch) const;
+    Scratch* take_scratch() const;
+    void give_back(Scratch* chain) const;
+    void reserve_scratch(Scratch& scratch) const;
 
     bool is_plain() const { return cells_.is_keyed() && odd_slots_.count() == 0; }
     int reaching_count() const;
@@ -150,8 +173,9 @@ private:
     std::uint32_t in_cells_, by_place_; // so many slots are filed; never fewer in cells
     Plain_Array<std::uint32_t> odd_slots_;
     Slot_Table slot_of_;
-    Scratch* scratch_;
-    mutable int depth_; // of walks that are under way
+    mutable std::atomic<Scratch*> idle_scratch_ = nullptr; // a chain
+    mutable std::mutex settling_;                          // of what queries file and fill in
+    mutable std::atomic<bool> is_in_cells_ = true, is_settled_ = true; // all of it
     mutable Bbox literal_contents_;
     mutable bool literal_contents_valid_;
 };

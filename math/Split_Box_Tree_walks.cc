@@ -23,30 +23,6 @@
 #include "math/Box_Probes.h"
 #include "math/Box_Queries.h"
 
-// The scratch of one walk, as deep inside others as it is.
-class BSplit_Box_Tree::Walk_Scratch {
-public:
-    explicit Walk_Scratch(const BSplit_Box_Tree& tree)
-        : depth_(tree.depth_), scratch_(tree.scratch_) {
-        for (int i = 0; i < depth_; ++i) {
-            if (!scratch_->inner) {
-                scratch_->inner = new (std_get_subobject_placement(&tree)) Scratch;
-                tree.reserve_scratch(scratch_->inner);
-            }
-            scratch_ = scratch_->inner;
-        }
-        ++depth_;
-    }
-    Walk_Scratch(const Walk_Scratch&) = delete;
-    Walk_Scratch& operator=(const Walk_Scratch&) = delete;
-    ~Walk_Scratch() { --depth_; }
-    Scratch& operator*() const { return *scratch_; }
-
-private:
-    int& depth_;
-    Scratch* scratch_;
-};
-
 // Whether a walk visits this leaf without a look at its cell.
 bool BSplit_Box_Tree::is_small(const Box_Cells::Cell& leaf) const {
     const int population = cells_.population(leaf);

@@ -19,7 +19,7 @@ void Extent_Watch::drop(Is_Dropped is_dropped) {
             continue;
         }
         // What the signal has told stays to be taken when the signal is not watched any more.
-        has_missed_ |= w->is_raised();
+        if (w->is_raised()) has_missed_ = true;
         *at = w->next;
     }
 }
@@ -35,7 +35,8 @@ void Extent_Watch::end(const Extent_Signal* signal) {
     drop([signal](const Extent_Signal* s) { return s == signal; });
 }
 
-void Extent_Watch::note_all() {
-    for (Watched* w = first_; w; w = w->next) w->seen = w->signal->raised;
+void Extent_Watch::take() {
+    for (Watched* w = first_; w; w = w->next)
+        w->seen.store(w->signal->raised, std::memory_order_release);
     has_missed_ = false;
 }

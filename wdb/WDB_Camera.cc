@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
 #include "math/Bbox.h"
 #include "wdb/WDB_Database.h"
@@ -189,11 +190,12 @@ void WDB_Camera::invalidate_render_projection() {
 
 void WDB_Camera::begin_listing(Extent_Signal* signal) {
     extent_.begin(signal);
-    watch_name();
 }
 
 void WDB_Camera::drop_stale_projection() {
-    if (extent_.take()) invalidate_render_projection();
+    if (!extent_.is_raised()) return;
+    invalidate_render_projection();
+    extent_.take();
 }
 
 void WDB_Camera::print_contents(std::ostream& os) const {
@@ -242,18 +244,30 @@ Matrix4 WDB_Camera::fitted_projection() const {
     return Matrix4::perspective(projection_.fov_from_std_perspective(), near_plane, far_plane);
 }
 
+// Of whatever camera, for the short time that it takes: a mutex in each would make it no value any
+// more. Recursive, since one cache asks for the other, by way of what a program may have
+// overridden.
+static std::recursive_mutex& filling_of_caches() {
+    static std::recursive_mutex filling;
+    return filling;
+}
+
 const Matrix4& WDB_Camera::get_render_projection() {
+    if (is_valid(render_projection_valid_)) return render_projection_;
+    const std::lock_guard lock(filling_of_caches());
     drop_stale_projection();
     if (!render_projection_valid_) {
         const bool fits = get_world() && projection_.is_std_perspective();
         render_projection_ = fits ? fitted_projection() : projection_;
-        render_projection_valid_ = true;
         viewing_x_render_projection_valid_ = false;
+        render_projection_valid_ = true;
     }
     return render_projection_;
 }
 
 const Matrix4& WDB_Camera::get_viewing_x_render_projection() {
+    if (is_valid(viewing_x_render_projection_valid_)) return viewing_x_render_projection_;
+    const std::lock_guard lock(filling_of_caches());
     drop_stale_projection();
     if (!viewing_x_render_projection_valid_) {
         viewing_x_render_projection_ = viewing_ * get_render_projection();

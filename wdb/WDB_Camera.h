@@ -12,7 +12,8 @@
 // projection whose near and far planes follow the extent of its world, and the product of viewing
 // and render projection. Both are caches: they are computed at the next use after something
 // changed, so asking is cheap; and a world tells all its cameras of a change at one price, so its
-// put and update are cheap too.
+// put and update are cheap too. Several threads may ask at once. A camera keeps the place of its
+// last pick, so it picks in one thread at a time.
 //
 // aspect is width over height of the picture. Positions in the picture run from -1 to 1.
 #ifndef WDB_WDB_CAMERA_H
@@ -85,6 +86,7 @@ class WDB_Camera : public WDB_Node {
     // Requires: begin and end in turns for each signal.
     void begin_listing(Extent_Signal* signal);
     void end_listing(const Extent_Signal* signal) { extent_.end(signal); }
+    void update_after_naming() override { extent_.forget_names(); }
 
     void print_contents(std::ostream& os) const override;
     void update_after_transform_change() override;
@@ -108,6 +110,7 @@ private:
     Pick_Line pick_line(float x, float y, float aspect, float tolerance, bool stereo);
     WDB_Node* closest_object_on(const Pick_Line& line);
     void drop_stale_projection();
+    bool is_valid(const Shared_Flag& flag) const { return !extent_.is_raised() && flag; }
     Matrix4 fitted_projection() const;
     Matrix4 eye_projection(float aspect, float ipd);
     float twist(bool keep_twist) const;
@@ -118,8 +121,8 @@ private:
     Matrix4 render_projection_;
     HFrame viewing_;
     Matrix4 viewing_x_render_projection_;
-    bool render_projection_valid_;
-    bool viewing_x_render_projection_valid_;
+    Shared_Flag render_projection_valid_;
+    Shared_Flag viewing_x_render_projection_valid_;
     Extent_Watch extent_; // asked before a flag is believed or set
     float ipd_;
     Point last_picked_point_;

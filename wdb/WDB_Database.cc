@@ -189,19 +189,20 @@ static bool named_search_callback(SUniv* user, const WDB_Node* node, const Bbox&
     return !env->is_only;
 }
 
-// Every candidate of a pick asks. What was found stays right until it loses its name, another
-// listed camera is given the name, or the listed ones change: see forget_default_camera.
-WDB_Camera* WDB_Database::find_default_camera() {
-    const bool is_known = default_camera_ && known_namings_ == default_camera_namings() &&
-                          is_named(default_camera_, default_camera_name);
-    if (!is_known) {
+static const char default_camera_name[] = "default_camera";
+
+// Every candidate of a pick asks, also those of several threads. What was found stays right until a
+// listed camera is given a name, or the listed ones change: see forget_default_camera.
+// False if there is none.
+bool WDB_Database::find_default_camera() {
+    if (!signal_->knows_names) {
         Named_Search_Environment env = {default_camera_name, nullptr, false};
         apply_to_cameras(Conv<Named_Search_Environment*>::to_univ(&env), named_search_callback);
-        default_camera_ = env.node;
+        default_camera_ = WDB_Camera::castdown(env.node);
         is_only_default_camera_ = env.is_only;
-        known_namings_ = default_camera_namings();
+        signal_->knows_names = true;
     }
-    return WDB_Camera::castdown(default_camera_);
+    return default_camera_ != nullptr;
 }
 
 // A camera comes or goes.
@@ -209,7 +210,7 @@ void WDB_Database::forget_default_camera(const WDB_Node* node) {
     // Where one camera alone has the name, others of other names do not matter. Where several have
     // it, any change of the set may bring another one to the front.
     if (!is_only_default_camera_ || node == default_camera_ || is_named(node, default_camera_name))
-        default_camera_ = nullptr;
+        signal_->knows_names = false;
 }
 
 // Planes that hold the whole world from wherever lookat places the camera.
@@ -258,24 +259,36 @@ WDB_Camera* WDB_Database::default_camera(const Matrix4& projection, const HFrame
     });
 }
 
-// That a camera is missing shows in the search only, so every call counts as an edit.
+// Every call counts as an edit, whether or not it adds the camera.
 template<class Aim>
 WDB_Camera* WDB_Database::default_camera_with(Aim aim) {
+    if (!signal_->knows_names || !default_camera_) {
+        const std::lock_guard lock(searching_);
+        if (!find_default_camera()) return add_default_camera(aim);
+    }
+    if (!editing_) touch_shared();
+    return default_camera_;
+}
+
+template<class Aim>
+WDB_Camera* WDB_Database::add_default_camera(Aim aim) {
     const bool was_editing = editing_;
     if (!was_editing) begin_editing();
-    WDB_Camera* camera = find_default_camera();
-    if (!camera) {
-        camera = new_standard_camera(default_camera_name);
-        // A scene that brings cameras was made to be seen through them.
-        if (cameras_.count() > 0) {
-            copy_first_camera(camera);
-        } else {
-            aim(camera);
-        }
-        put(camera);
+    WDB_Camera* const camera = new_standard_camera(default_camera_name);
+    // A scene that brings cameras was made to be seen through them.
+    if (cameras_.count() > 0) {
+        copy_first_camera(camera);
+    } else {
+        aim(camera);
     }
+    put(camera);
     if (!was_editing) end_editing();
     return camera;
+}
+
+void WDB_Database::prepare_queries() {
+    default_camera();
+    shapes_.check_pending_nodes();
 }
 
 namespace {
@@ -416,7 +429,7 @@ void WDB_Database::list_camera(WDB_Camera* camera) {
         camera->begin_listing(signal_);
         forget_default_camera(camera);
     } else if (!is_only_default_camera_) {
-        default_camera_ = nullptr; // the put may have ordered the set anew
+        signal_->knows_names = false; // the put may have ordered the set anew
     }
 }
 
@@ -498,7 +511,6 @@ void WDB_Database::wipe_out() {
     shapes_.wipe_out();
     cameras_.wipe_out();
     lights_.wipe_out();
-    default_camera_ = nullptr;
     // The cameras that were listed watch the old one.
     signal_->is_over = true;
     signal_ = new_signal();

@@ -12,10 +12,14 @@
 // stand in a plain set. A node moves between the two by itself as its levels come and go. Lights
 // and cameras are listed in sets of their own besides.
 // The world owns nothing: it keeps nodes alive by holding them. It must not change during a walk.
+//
+// Threads: while nobody changes a world, any number of threads may ask it at once, the walks and
+// picks included. A pick where there is no default camera yet is a change, as is default_camera:
+// call prepare_queries before.
 #ifndef WDB_WDB_DATABASE_H
 #define WDB_WDB_DATABASE_H
 
-#include <cstdint>
+#include <mutex>
 #include <ostream>
 
 #include "base/Hash_Set.h"
@@ -123,6 +127,11 @@ class WDB_Database : public WDB_Obj {
     WDB_Camera* default_camera();
     WDB_Camera* default_camera(const Matrix4& projection, const HFrame& frame);
 
+    // Does now what the first queries would do on the way: files what was put, and makes the
+    // default camera. They change nothing then, but for the stamp, which a pick counts up as
+    // default_camera does.
+    void prepare_queries();
+
     // The shape that the segment p..q meets first; of several at one fraction the first of the
     // walk. Null for none. Tolerances and depths: see WDB_Node::line_intersection. May add a
     // default camera to the world.
@@ -148,9 +157,11 @@ class WDB_Database : public WDB_Obj {
     virtual void wipe_out();
 
 private:
-    WDB_Camera* find_default_camera();
+    bool find_default_camera();
     template<class Aim>
     WDB_Camera* default_camera_with(Aim aim);
+    template<class Aim>
+    WDB_Camera* add_default_camera(Aim aim);
     void forget_default_camera(const WDB_Node* node);
     void show_all(WDB_Camera* camera);
     void copy_first_camera(WDB_Camera* camera) const;
@@ -169,10 +180,10 @@ private:
     Hash_Set<WDB_Node*> cameras_;
     Extent_Signal* signal_; // to the listed cameras
 
-    // What the last search found; null if it must be searched for again.
-    WDB_Node* default_camera_ = nullptr;
+    // What the last search found, as long as the signal's knows_names is set.
+    WDB_Camera* default_camera_ = nullptr;
     bool is_only_default_camera_ = false; // no other has the name, so the order does not matter
-    std::uint64_t known_namings_ = 0;
+    std::recursive_mutex searching_;      // for it; what puts it into the world may ask as well
 };
 
 #endif

@@ -1,37 +1,31 @@
 #include "wdb/WDB_Obj.h"
 
-#include <cstring>
-
 #include "std/Std_Common.h"
-
-std::uint64_t WDB_Obj::default_camera_namings_ = 0;
 
 // The text stays for ever, and most objects are given a name of their own at once.
 WDB_Obj::WDB_Obj() : name_(WDB_Obj::get_static_class_name()), stamp_(0) {}
 
+WDB_Obj::WDB_Obj(const WDB_Obj& other)
+    : Std_Obj(other), name_(other.name_), stamp_(other.get_stamp()) {}
+
 WDB_Obj& WDB_Obj::operator=(const WDB_Obj& other) {
     Std_Obj::operator=(other);
     name_ = other.name_;
-    // Whether the name is watched belongs to the place of an object and does not change.
-    stamp_ = other.stamp_;
-    if (is_name_watched_) count_naming();
+    stamp_ = other.get_stamp();
+    update_after_naming();
     return *this;
 }
 
 void WDB_Obj::set_name(const char* text) {
     name_ = str_new(text);
-    if (is_name_watched_) count_naming();
+    update_after_naming();
     touch();
-}
-
-// Never counted down: whoever remembers the number only asks whether it has moved.
-void WDB_Obj::count_naming() const {
-    if (name_ && std::strcmp(name_, default_camera_name) == 0) ++default_camera_namings_;
 }
 
 void WDB_Obj::touch() {
     // Wraps in place of overflowing; only equality with a remembered stamp matters.
-    stamp_ = static_cast<int>(static_cast<unsigned int>(stamp_) + 1u);
+    const int next = static_cast<int>(static_cast<unsigned int>(get_stamp()) + 1u);
+    stamp_.store(next, std::memory_order_relaxed);
 }
 
 void WDB_Obj::print(std::ostream& os) const {

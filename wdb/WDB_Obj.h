@@ -11,7 +11,7 @@
 #ifndef WDB_WDB_OBJ_H
 #define WDB_WDB_OBJ_H
 
-#include <cstdint>
+#include <atomic>
 #include <ostream>
 
 #include "std/Std_Obj.h"
@@ -21,7 +21,7 @@ class WDB_Obj : public Std_Obj {
 
     // Named "WDB_Obj" whatever the derived class; stamp 0.
     WDB_Obj();
-    WDB_Obj(const WDB_Obj&) = default;
+    WDB_Obj(const WDB_Obj& other);
     // Takes over name and stamp.
     WDB_Obj& operator=(const WDB_Obj& other);
 
@@ -34,7 +34,7 @@ class WDB_Obj : public Std_Obj {
     // "(null)" for an object without a name.
     const char* get_printable_name() const { return name_ ? name_ : "(null)"; }
 
-    int get_stamp() const { return stamp_; }
+    int get_stamp() const { return stamp_.load(std::memory_order_relaxed); }
     void touch();
 
     // The dump: header, contents, footer, each through the virtual table. A derived class overrides
@@ -45,20 +45,15 @@ class WDB_Obj : public Std_Obj {
     virtual void print_footer(std::ostream& os) const;
 
 protected:
-    // Worlds look for the camera of this name. While the count stands still, no object whose name
-    // is watched has been given it.
-    static constexpr char default_camera_name[] = "default_camera";
-    static std::uint64_t default_camera_namings() { return default_camera_namings_; }
-    void watch_name() { is_name_watched_ = true; }
+    // The same as touch, where other threads may do it at once.
+    void touch_shared() { stamp_.fetch_add(1, std::memory_order_relaxed); }
+
+    // The object has been given a name, or another one's.
+    virtual void update_after_naming() {}
 
 private:
-    void count_naming() const;
-
-    static std::uint64_t default_camera_namings_;
-
     const char* name_;
-    int stamp_;
-    bool is_name_watched_ = false;
+    std::atomic<int> stamp_;
 };
 
 std::ostream& operator<<(std::ostream& os, const WDB_Obj& obj);
