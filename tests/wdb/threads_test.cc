@@ -6,14 +6,19 @@
 
 #include "base/Gap_List.h"
 #include "base/Hash_Table.h"
+#include "images/PX_Map.h"
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "std/Std_String.h"
 #include "std/Std_Tmp_Alloc.h"
+#include "tests/Scratch_Folder.h"
 #include "tests/Test.h"
+#include "tests/wdb/support.h"
+#include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
-#include "wdb/WDB_Node.h"
-#include "wdb/WDB_Tri_List.h"
+#include "wdb/WDB_Load_Report.h"
+#include "wdb/wdb_load.h"
+#include "wdb/wdb_save.h"
 
 // What nothing else points to.
 static thread_local Gap_List<int>* only_here = nullptr;
@@ -106,4 +111,96 @@ TEST(Threads, AllocateWhileTheMainThreadBuildsAWorld) {
     pthread_key_delete(late_key);
     EXPECT_NE(testing::internal::GetCapturedStderr().find("INFO   : text 299 of thread 3"),
               std::string::npos);
+}
+
+// Calls work(0), work(1) ... each in a thread of its own.
+template<class Work>
+static void at_once(int count, Work work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) threads.emplace_back([i, work] { work(i); });
+    for (std::thread& thread : threads) thread.join();
+}
+
+static bool append_name(SUniv* user, const WDB_Node* node, const Bbox&) {
+    *Conv<std::string*>::from_univ(user) += node->get_printable_name() + std::string(" ");
+    return false;
+}
+
+// What walks and picks find in a world of 10 by 10 squares.
+static std::string seen_in(WDB_Database& world) {
+    std::string names;
+    SUniv* const user = Conv<std::string*>::to_univ(&names);
+    world.apply_to_shapes(user, append_name);
+    world.apply_to_shapes(user, Bbox(Point(2, 2, -9), Point(5, 7, 9)), append_name);
+    for (int i = 0; i < 10; ++i) {
+        const Point p(float(i) + .1f, float(i * i % 10) + .1f, 9);
+        const WDB_Node* const hit =
+            world.closest_object_on_line(p, p - Vector(0, 0, 99), 0, 1, 0, 2);
+        names += hit ? hit->get_name() : "none ";
+    }
+    WDB_Camera* const camera = world.default_camera();
+    return names + printed(camera->get_viewing_x_render_projection()) +
+           shown(world.visible_shape_count(camera->get_viewing_x_render_projection()));
+}
+
+class Threads_With_Files : public Scratch_Folder_Test {};
+
+TEST_F(Threads_With_Files, load_save_and_look_each_at_its_own) {
+    const Report_Catcher catcher;
+    const auto work = [](int i) {
+        const std::string name = str_format("t%d", i);
+        WDB_Load_Report report;
+        WDB_Database* const world = wdb_load((name + "/scene").c_str(), nullptr, report);
+        const int status = wdb_save(*world, (name + "/saved").c_str());
+        const PX_Map copy((name + ".rgb").c_str(), 0);
+        const auto* const pixels = reinterpret_cast<const char*>(copy.get_pixels());
+        return checksum(seen_in(*world) + file(name + "/saved") +
+                        std::string(pixels, 64 * 32 * 3)) +
+               shown("", report.errors, status, copy.get_width());
+    };
+    std::string should[4];
+    for (int i = 0; i < 4; ++i) {
+        const std::string name = str_format("t%d", i);
+        std::filesystem::create_directory(name);
+        PX_Map map(64, 32, 3);
+        for (int k = 0; k < 64 * 32 * 3; ++k)
+            map.get_pixels()[k] = static_cast<unsigned char>(k * k / (i + 1));
+        map.save((name + "/image.rgb").c_str());
+        std::string scene = "Texture " + name + " {\nimage \"image.rgb\"\n}\n" +
+                            "Import file {\nfile \"part.gz\"\n}\n";
+        for (int k = 0; k < 100; ++k)
+            scene += str_format("Node n%d {\nframe t %d %d %d\ntexture %s\ngeometry g\n}\n", k,
+                                k % 10, k / 10, -k * i, name.c_str());
+        put_file(name + "/scene", scene);
+        put_file(name + "/part", "TriangleList g {\ntriangle p 0 0 0 1 0 0 0 1 0\n}\n");
+        ASSERT_EQ(run("gzip " + name + "/part"), 0);
+        work(i); // which leaves an image
+        should[i] = work(i);
+        ASSERT_NE(should[i].find(" 0 0 64 "), std::string::npos) << should[i];
+    }
+    at_once(4, [&](int i) {
+        for (int round = 0; round < 20; ++round) EXPECT_EQ(work(i), should[i]) << i;
+    });
+}
+
+TEST(Threads, ask_one_world) {
+    const auto new_world = [] {
+        auto* const world = new WDB_Database;
+        const WDB_Tri_List* const square = list_in(Point(0, 0, 0), Point(1, 1, 0));
+        for (int i = 0; i < 100; ++i)
+            world->put(node_with(square, Frame::translation(float(i % 10), float(i / 10), 0),
+                                 str_format("n%d ", i)));
+        return world;
+    };
+    const std::string should = seen_in(*new_world());
+    for (int round = 0; round < 50; ++round) {
+        WDB_Database& world = *new_world();
+        if (round % 2)
+            world.prepare_queries();
+        else
+            world.default_camera();
+        const int stamp = world.get_stamp();
+        at_once(4, [&](int) { EXPECT_EQ(seen_in(world), should); });
+        EXPECT_EQ((world.get_stamp() - stamp) % 4, 0) << "an edit went uncounted";
+    }
 }
