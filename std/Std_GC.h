@@ -25,10 +25,11 @@
 // Threads: any thread may allocate and free, whoever started it. The collector knows a thread from
 // its first allocation to its end, and stops it now and then by the signals SIGPWR and SIGXCPU,
 // which it must not block after that. It needs 40 KB of stack to allocate, and 56 KB to load or
-// save. A thread that has never allocated, and destructors of
-// thread-specific data, must not hold the only pointer to a block. A thread_local of the program
-// keeps its targets; one of a shared library may not. An object of this library is used by one
-// thread at a time, and so are all functions together that load, save, split or touch images.
+// save. A thread that has never allocated, and destructors of thread-specific data, must not hold
+// the only pointer to a block. A thread_local of the program keeps its targets; one of a shared
+// library may not. An object of this library is changed by one thread at a time, and nobody asks it
+// meanwhile; const operations may run at once. Free functions may run at once with objects and
+// files of their own.
 // Cleanups run in whichever thread allocates.
 #ifndef STD_STD_GC_H
 #define STD_STD_GC_H

@@ -307,7 +307,8 @@ Exchange::Ending Exchange::take(char* bytes, ssize_t got, int file) {
 }
 
 bool Exchange::store(int file, bool* is_whole) {
-    char block[4096];
+    const std::size_t size = 4096;
+    char* const block = new (GCAtomic) char[size]; // threads may have small stacks
     Ending ending = NONE;
     last_data_ = pace_start_ = now();
     while (ending == NONE) {
@@ -316,7 +317,7 @@ bool Exchange::store(int file, bool* is_whole) {
         const double pace_end = pace_start_ + pace_period();
         const int ready = wait(socket_, POLLIN, std::min(last_data_ + silence, pace_end));
         if (ready != 0) {
-            const ssize_t got = ready < 0 ? -1 : recv(socket_, block, sizeof block, 0);
+            const ssize_t got = ready < 0 ? -1 : recv(socket_, block, size, 0);
             if (got < 0 && is_to_be_tried_again(errno)) continue;
             ending = take(block, got, file);
         }
