@@ -266,8 +266,8 @@ TEST_F(Wdb_Save, textures) {
     EXPECT_EQ(file("saved").find("folder"), std::string::npos) << "the old one stays";
 }
 
-// An image takes another name where its own is that of the scene, of a damaged image or, if it came
-// from elsewhere, of any file. The scene names it as it lies to itself.
+// An image takes another name where its own is that of the scene, of another image, of a damaged or
+// missing one or, if it came from elsewhere, of any file. The scene names it as it lies to itself.
 TEST_F(Wdb_Save, names_of_images) {
     for (const char* name : {"a.rgb", "damaged.rgb", "taken.rgb", "scene.rgb"})
         put_file(name, "old");
@@ -275,7 +275,13 @@ TEST_F(Wdb_Save, names_of_images) {
     reports_of([&] {
         const Report_Catcher silence;
         world->put(textured("first", new PX_Map("damaged.rgb", 0)));
-        for (const char* name : {"a", "damaged", "scene", "damaged_1"}) {
+        world->put(
+            textured("second", new PX_Map(("file:" + (home / "here.rgb").string()).c_str(), 0)));
+        WDB_Node* const far = textured("third", new PX_Map("missing.rgb", 0));
+        far->set_transform(HFrame(Frame::translation(1e6f, 0, 0)));
+        far->insert_lod(list_in({0, 0, 0}, {1, 1, 1}), 0);
+        world->put(far);
+        for (const char* name : {"a", "damaged", "scene", "damaged_1", "./a", "here", "missing"}) {
             WDB_Node* const shape = textured(name, new PX_Map(2, 2, 3));
             shape->insert_lod(list_in({0, 0, 0}, {1, 1, 1}), 0); // for the order
             world->put(shape);
@@ -290,7 +296,9 @@ TEST_F(Wdb_Save, names_of_images) {
     const auto names = [&](const char* scene) {
         reports_of([&] {
             const Report_Catcher silence;
-            EXPECT_EQ(wdb_save(*world, scene), 0);
+            WDB_Save_Options options;
+            options.is_complete = true;
+            EXPECT_EQ(wdb_save(*world, scene, options), 0);
         });
         std::set<std::string> lines;
         std::istringstream in(file(scene));
@@ -305,12 +313,12 @@ TEST_F(Wdb_Save, names_of_images) {
         }
         return text;
     };
-    EXPECT_EQ(
-        names("scene.rgb"),
-        "a.rgb damaged.rgb damaged_1.rgb damaged_1_1.rgb scene_1.rgb taken_1.rgb sub/b.html ");
-    EXPECT_EQ(
-        names("sub/s"),
-        "/a.rgb /damaged.rgb /damaged_1.rgb /damaged_1_1.rgb /scene.rgb /taken_2.rgb b.html ");
+    EXPECT_EQ(names("scene.rgb"),
+              "./a_1.rgb a.rgb damaged.rgb damaged_1.rgb damaged_1_1.rgb /here.rgb here_1.rgb "
+              "missing.rgb missing_1.rgb scene_1.rgb taken_1.rgb sub/b.html ");
+    EXPECT_EQ(names("sub/s"),
+              "/./a_1.rgb /a.rgb /damaged.rgb /damaged_1.rgb /damaged_1_1.rgb /here.rgb "
+              "/here_1.rgb /missing.rgb /missing_1.rgb /scene.rgb /taken_2.rgb b.html ");
 }
 
 // Of ten shapes in the default bounds half are lost, and told.
