@@ -159,10 +159,17 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         return off;
     };
     const Point zero(0, 0, 0);
-    auto* const flat_line = new WDB_Line_List(1);
-    flat_line->put(WDB_Line(zero, zero, Vector(0, 0, 1), Vector(0, 0, 0)), 0);
-    flat_line->set_with_normals(true);
-    flat_line->end_editing();
+    const auto lines_with = [&](float normal, float all) {
+        auto* const list = new WDB_Line_List(1);
+        WDB_Line line(zero, zero, Vector(0, 0, 1), Vector(0, 0, normal));
+        for (int i = 0; all && i < 24; ++i) line.p0.to_c()[i] = all;
+        list->put(line, 0);
+        list->set_with_normals(true);
+        list->set_with_colors(true);
+        list->set_with_textures(true);
+        list->end_editing();
+        return node_named("z", list);
+    };
     const HFrame slanted(Homogeneous(1, 0, 0, 1), Homogeneous(0, 1, 0, 0), Homogeneous(0, 0, 1, 0),
                          Homogeneous(0, 0, 0, 1));
     const std::string back = "cannot be read back: ",
@@ -182,7 +189,9 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {node_named("e", new WDB_Tri_List(0)), back + "it is empty"},
         {node_named("a", list_of({WDB_Triangle(zero, zero, zero)})),
          back + "an item has no area or no normal"},
-        {node_named("z", flat_line), back + "an item has no area or no normal"},
+        {lines_with(0.0032f, 0), ""},
+        {lines_with(1, -3e38f), back + "a line is longer than one of the file"},
+        {lines_with(0.0031f, 0), back + "an item has no area or no normal"},
         {lighted(), back + "it is off, and the file has no form for that"},
         {new WDB_Camera("c", HFrame::identity(), Matrix4::window(0, 1, 0, 1, 1, 2), nullptr,
                         nullptr),
