@@ -475,7 +475,7 @@ void Scene_Writer::save_outside() {
     std_assert(
         2,
         str_format("%d shapes outside the bounds of the world are lost, the first is %.100s: "
-                   "give the world wider bounds, or WDB_FOLLOWING",
+                   "give the world wider bounds or WDB_FOLLOWING, or save it is_complete",
                    outside_count_, first_outside_->get_printable_name()),
         __FILE__, __LINE__);
 }
@@ -496,8 +496,7 @@ int Scene_Writer::save() {
     // Writes are not looked at one by one: the buffer keeps the first that failed.
     if (!out_.flush() || !file.prepare() || !pictures_.commit_with(file))
         return warn_unwritten(path_);
-    if (!pictures_.are_inside()) return EOF;
-    return loses_ ? WDB_SAVE_LOSES : 0;
+    return loses_ || !pictures_.are_inside() ? WDB_SAVE_LOSES : 0;
 }
 
 int wdb_save(WDB_Database& world, const char* path) {

@@ -261,7 +261,7 @@ TEST_F(Wdb_Save, textures) {
         outside.put(textured(name, new PX_Map(2, 2, 3)));
         reports_of([&] {
             const Report_Catcher silence;
-            EXPECT_EQ(wdb_save(outside, "saved"), EOF);
+            EXPECT_EQ(wdb_save(outside, "saved"), WDB_SAVE_LOSES);
         });
     }
     std::filesystem::current_path(home);
