@@ -38,10 +38,8 @@ static bool leads_out(const std::string& file) {
 }
 
 Scene_Pictures::Scene_Pictures(const WDB_Database& world, const char* scene)
-    : world_(world), folder_(folder_of(scene)), scene_(place_of(scene)) {
-    // In the working folder by another name.
-    if (!folder_.empty() && folder_of(scene_) == resolved(".") + "/") folder_.clear();
-}
+    : world_(world), folder_(folder_of(scene)), scene_(place_of(scene)),
+      is_here_(folder_.empty() || folder_of(scene_) == resolved(".") + "/") {}
 
 std::string Scene_Pictures::name_below(const char* source) const {
     const std::string text = source;
@@ -56,7 +54,7 @@ std::string Scene_Pictures::name_of(const char* source) const {
     const std::string below = name_below(path.c_str());
     // Bare, it would be appended to the folder of the scene when that is read.
     if (path[0] == '/') return below != path ? below : "file:" + path;
-    return folder_.empty() || below != path ? below : "file:" + resolved(".") + "/" + path;
+    return is_here_ || below != path ? below : "file:" + resolved(".") + "/" + path;
 }
 
 // Textures of the world whose picture was not read as a whole: their files are still to be mended.

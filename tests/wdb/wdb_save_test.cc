@@ -242,16 +242,23 @@ TEST_F(Wdb_Save, textures) {
     EXPECT_EQ(magic, 0x1DA);
     std::filesystem::create_directory("d");
     const std::string here = std::filesystem::current_path();
-    const std::pair<const char*, std::string> lost[] = {
-        {"d/t.rgb", "t.rgb"}, {"/x/t.rgb", "file:/x/t.rgb"}, {"t.rgb", "file:" + here + "/t.rgb"}};
-    for (const auto& [source, name] : lost) {
+    const std::tuple<std::string, std::string, std::string> lost[] = {
+        {"d/s", "d/t.rgb", "t.rgb"},
+        {"d/s", "/x/t.rgb", "file:/x/t.rgb"},
+        {"d/s", "t.rgb", "file:" + here + "/t.rgb"},
+        {"./s", "./t.rgb", "t.rgb"},
+        {here + "/s", here + "/t.rgb", "t.rgb"}};
+    for (const auto& [scene, source, name] : lost) {
         WDB_Database one;
-        reports_of([&, from = source] {
+        reports_of([&, to = scene.c_str(), from = source.c_str()] {
             const Report_Catcher silence;
-            one.put(textured("t", new PX_Map(from, 0)));
-            wdb_save(one, "d/s");
+            WDB_Node* const node = textured("t", new PX_Map(from, 0));
+            node->set_url(new Std_URL(from));
+            one.put(node);
+            wdb_save(one, to);
         });
-        EXPECT_NE(file("d/s").find("Image \"" + name + "\""), std::string::npos) << name;
+        EXPECT_NE(file(scene).find("Image \"" + name + "\""), std::string::npos) << name;
+        EXPECT_TRUE(name != "t.rgb" || file(scene).find("URL \"t.rgb\"") != std::string::npos);
     }
     std::filesystem::create_directory("tmp/other");
     std::filesystem::create_directory_symlink(home / "tmp/other", "d/link");
