@@ -108,7 +108,7 @@ Scene_Item_Fault scene_write_line(Scene_Buffer& out, const WDB_Line& line,
         end = append_ends(end, "  t", &line.t0.x, &line.t1.x, &are_finite);
     const auto length = static_cast<std::size_t>(end - text);
     out.bytes(text, length).text("\n");
-    if (!are_finite) return SCENE_ITEM_INFINITE;
+    if (!are_finite) return list.get_with_normals() ? SCENE_ITEM_INFINITE : SCENE_ITEM_MISREAD;
     if (length > WDB_Lex_Context::LONGEST_LINE) return SCENE_ITEM_TOO_LONG;
     const float least = 1e-5f;
     const bool has_zero = is_too_short(line.n0, least) || is_too_short(line.n1, least);

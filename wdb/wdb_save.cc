@@ -202,6 +202,7 @@ void Scene_Writer::save_material(const WDB_Material* material) {
 
 void Scene_Writer::tell_fault(Scene_Item_Fault fault, const char* too_long) {
     if (fault == SCENE_ITEM_INFINITE) warn_of("has a number that is infinite or none");
+    if (fault == SCENE_ITEM_MISREAD) warn_unreadable("a number is infinite or none");
     if (fault == SCENE_ITEM_TOO_LONG) warn_unreadable(too_long);
     if (fault == SCENE_ITEM_NO_NORMAL) warn_unreadable("an item has no area or no normal");
 }

@@ -164,7 +164,7 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         WDB_Line line(zero, zero, Vector(0, 0, 1), Vector(0, 0, normal));
         for (int i = 0; all && i < 24; ++i) line.p0.to_c()[i] = all;
         list->put(line, 0);
-        list->set_with_normals(true);
+        list->set_with_normals(std::isfinite(all));
         list->set_with_colors(true);
         list->set_with_textures(true);
         list->end_editing();
@@ -191,6 +191,7 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
          back + "an item has no area or no normal"},
         {lines_with(0.0032f, 0), ""},
         {lines_with(1, -3e38f), back + "a line is longer than one of the file"},
+        {lines_with(1, INFINITY), back + "a number is infinite or none"},
         {lines_with(0.0031f, 0), back + "an item has no area or no normal"},
         {lighted(), back + "it is off, and the file has no form for that"},
         {new WDB_Camera("c", HFrame::identity(), Matrix4::window(0, 1, 0, 1, 1, 2), nullptr,
