@@ -26,11 +26,11 @@ const int WDB_SAVE_LOSES = 1;
 // 0 when the whole file was written, and the image of every texture; WDB_SAVE_LOSES. The bytes go
 // beside the files and take their places together at the end: see Std_Output_File; so a scene and
 // its images stay as they were when the disk is full, or when an image cannot be written. An image
-// that was not read as a whole is not written; the scene names what it was read from, which no other
-// image replaces. What would be refused or misread when the file is read again (names, long lines,
-// frames that are not affine, lights that are off) is written all the same, with a warning for each
-// object. On failure: EOF, after a warning with the system's reason. The world must not change
-// meanwhile.
+// that was not read as a whole is not written; the scene names what it was read from, which no
+// other image replaces. What would be refused or misread when the file is read again (names, long
+// lines, frames that are not affine, lights that are off) is written all the same, with a warning
+// for each object. On failure: EOF, after a warning with the system's reason. The world must not
+// change meanwhile.
 int wdb_save(WDB_Database& world, const char* path);
 int wdb_save(WDB_Database& world, const char* path, const WDB_Save_Options& options);
 
