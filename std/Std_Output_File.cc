@@ -146,10 +146,14 @@ bool Std_Output_File::prepare() {
 
 bool Std_Output_File::put_in_place(bool keeps_old) {
     if (!temporary_) return true;
-    if (keeps_old && replaces_) {
-        old_ = make_beside(target_, [&](const char* path) { return link(target_, path); });
-        // Where files have one name only, the old one cannot be kept; one that has gone need not.
-        if (!old_ && errno != EPERM && errno != EOPNOTSUPP && errno != EMLINK && errno != ENOENT)
+    if (keeps_old) {
+        // Whatever is there now, be it a link that is to be replaced.
+        old_ = make_beside(target_, [&](const char* path) {
+            return linkat(AT_FDCWD, target_, AT_FDCWD, path, 0);
+        });
+        is_first_ = !old_ && errno == ENOENT;
+        // Where files have one name only, the old one cannot be kept.
+        if (!old_ && !is_first_ && errno != EPERM && errno != EOPNOTSUPP && errno != EMLINK)
             return false;
     }
     if (std::rename(temporary_, target_) != 0) {
@@ -162,8 +166,11 @@ bool Std_Output_File::put_in_place(bool keeps_old) {
 }
 
 void Std_Output_File::take_back() {
-    if (is_in_place_ && !replaces_) unlink(target_);
-    if (is_in_place_ && old_ && std::rename(old_, target_) == 0) old_ = nullptr;
+    if (is_in_place_ && is_first_) unlink(target_);
+    if (is_in_place_ && old_) {
+        std::rename(old_, target_);
+        old_ = nullptr; // if that failed, it keeps its other name rather than be lost
+    }
     discard();
 }
 

@@ -36,7 +36,8 @@ public:
     bool commit();
 
     // The same in two steps, for files that belong together: all that may take room or time, so
-    // that a name is all that is left to change; the descriptor is closed.
+    // that a name is all that is left to change; the descriptor is closed, and the file stands
+    // beside the target.
     // On failure: as of commit.
     bool prepare();
     // For files that are prepared: all get their places, in this order, or none does.
@@ -60,6 +61,7 @@ private:
     const char* temporary_ = nullptr; // its name, if it has one
     bool is_in_place_ = false;        // the new file, while it may still be taken back
     const char* old_ = nullptr;       // a name of the old file, meanwhile
+    bool is_first_ = false;           // there was none
 };
 
 #endif

@@ -20,8 +20,10 @@ std::vector<const Vrml_Node*> Vrml_Parser::parse() {
         if (const Vrml_Node* node = parse_node(0)) {
             nodes.push_back(node);
         } else if (!is_over()) {
-            const bool is_word =
-                !scanner_.is_sign() && !scanner_.is_string() && !scanner_.looks_like_number();
+            // Other systems end a text with a control character.
+            const bool is_word = static_cast<unsigned char>(token()[0]) > ' ' &&
+                                 !scanner_.is_sign() && !scanner_.is_string() &&
+                                 !scanner_.looks_like_number();
             report_.skip("text that is no node", token());
             scanner_.take();
             if (is_word) expect_more(); // it may be the type of a node

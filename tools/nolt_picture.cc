@@ -156,9 +156,13 @@ class Load_Messager : public Std_Messager {
 static bool are_one_file(const char* scene, const char* output) {
     const Std_URL url(scene);
     struct stat of_scene, of_output;
-    return url.is_local() && stat(url.get_path(), &of_scene) == 0 &&
-           stat(output, &of_output) == 0 && S_ISREG(of_scene.st_mode) &&
-           of_scene.st_dev == of_output.st_dev && of_scene.st_ino == of_output.st_ino;
+    const auto stat_scene = [&] {
+        return url.get_path() == "-" ? fstat(STDIN_FILENO, &of_scene)
+                                     : stat(url.get_path(), &of_scene);
+    };
+    return url.is_local() && stat_scene() == 0 && stat(output, &of_output) == 0 &&
+           S_ISREG(of_scene.st_mode) && of_scene.st_dev == of_output.st_dev &&
+           of_scene.st_ino == of_output.st_ino;
 }
 
 // Ends the process if there is nothing to see.

@@ -46,23 +46,22 @@ private:
 };
 
 // As the reader judges it: so short a normal says nothing.
-bool is_too_short(const Vector& normal) {
-    const float least = 1e-8f;
+bool is_too_short(const Vector& normal, float least) {
     return mag2(normal) < least;
 }
 
-// Whether all are finite.
-bool write_ends(Scene_Buffer& out, const char* before, const float* first, const float* second) {
-    out.text(before);
-    float sum = 0;
+char* append_ends(char* to, const char* before, const float* first, const float* second,
+                  bool* are_finite) {
+    to = stpcpy(to, before);
     for (const float* const end : {first, second}) {
-        out.text(end == first ? "" : " ");
+        if (end == second) *to++ = ' ';
         for (int i = 0; i < 3; ++i) {
-            out.text(" ").number(end[i]);
-            sum += end[i] * 0;
+            *to++ = ' ';
+            to = std_format_f(to, end[i]);
+            *are_finite &= std::isfinite(end[i]);
         }
     }
-    return sum == 0;
+    return to;
 }
 
 } // namespace
@@ -92,19 +91,26 @@ Scene_Item_Fault scene_write_triangle(Scene_Buffer& out, const WDB_Triangle& tri
     const std::size_t blanks = with_colors ? 8 : 6;
     if (!are_finite) return SCENE_ITEM_INFINITE;
     if (length - blanks > WDB_Lex_Context::LONGEST_LINE) return SCENE_ITEM_TOO_LONG;
+    const float least = 1e-8f;
     for (const Vector* normal : {&triangle.n0, &triangle.n1, &triangle.n2})
-        if (is_too_short(*normal)) return SCENE_ITEM_NO_NORMAL;
+        if (is_too_short(*normal, least)) return SCENE_ITEM_NO_NORMAL;
     return SCENE_ITEM_GOOD;
 }
 
 Scene_Item_Fault scene_write_line(Scene_Buffer& out, const WDB_Line& line,
                                   const WDB_Line_List& list) {
-    bool are_finite = write_ends(out, "  Line   p", &line.p0.x, &line.p1.x);
-    if (list.get_with_normals()) are_finite &= write_ends(out, "  n", &line.n0.x, &line.n1.x);
-    if (list.get_with_colors()) are_finite &= write_ends(out, "  c", &line.c0.r, &line.c1.r);
-    if (list.get_with_textures()) are_finite &= write_ends(out, "  t", &line.t0.x, &line.t1.x);
-    out.text("\n");
-    if (!are_finite) return SCENE_ITEM_INFINITE;
-    const bool has_zero = is_too_short(line.n0) || is_too_short(line.n1);
+    char text[4 * (6 * (STD_FORMAT_F_MAX + 1) + 10)];
+    bool are_finite = true;
+    char* end = append_ends(text, "  Line   p", &line.p0.x, &line.p1.x, &are_finite);
+    if (list.get_with_normals()) end = append_ends(end, "  n", &line.n0.x, &line.n1.x, &are_finite);
+    if (list.get_with_colors()) end = append_ends(end, "  c", &line.c0.r, &line.c1.r, &are_finite);
+    if (list.get_with_textures())
+        end = append_ends(end, "  t", &line.t0.x, &line.t1.x, &are_finite);
+    const auto length = static_cast<std::size_t>(end - text);
+    out.bytes(text, length).text("\n");
+    if (!are_finite) return list.get_with_normals() ? SCENE_ITEM_INFINITE : SCENE_ITEM_MISREAD;
+    if (length > WDB_Lex_Context::LONGEST_LINE) return SCENE_ITEM_TOO_LONG;
+    const float least = 1e-5f;
+    const bool has_zero = is_too_short(line.n0, least) || is_too_short(line.n1, least);
     return list.get_with_normals() && has_zero ? SCENE_ITEM_NO_NORMAL : SCENE_ITEM_GOOD;
 }

@@ -11,6 +11,7 @@ struct WDB_Triangle;
 enum Scene_Item_Fault {
     SCENE_ITEM_GOOD,
     SCENE_ITEM_INFINITE,  // a number is infinite or none
+    SCENE_ITEM_MISREAD,   // the same, where the reader takes its letters for a section
     SCENE_ITEM_TOO_LONG,  // for a line of the reader
     SCENE_ITEM_NO_NORMAL, // which the reader drops
 };

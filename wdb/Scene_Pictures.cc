@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <sys/stat.h>
 #include <vector>
 
 #include "images/PX_Map.h"
@@ -39,14 +38,13 @@ static bool leads_out(const std::string& file) {
 }
 
 Scene_Pictures::Scene_Pictures(const WDB_Database& world, const char* scene)
-    : world_(world), folder_(folder_of(scene)), scene_(place_of(scene)) {
-    // In the working folder by another name.
-    if (!folder_.empty() && folder_of(scene_) == resolved(".") + "/") folder_.clear();
-}
+    : world_(world), folder_(folder_of(scene)), scene_(place_of(scene)),
+      is_here_(folder_.empty() || folder_of(scene_) == resolved(".") + "/") {}
 
 std::string Scene_Pictures::name_below(const char* source) const {
     const std::string text = source;
-    return !folder_.empty() && text.starts_with(folder_) ? text.substr(folder_.size()) : text;
+    const bool is_below = !folder_.empty() && text.starts_with(folder_) && text != folder_;
+    return is_below ? text.substr(folder_.size()) : text;
 }
 
 std::string Scene_Pictures::name_of(const char* source) const {
@@ -56,7 +54,7 @@ std::string Scene_Pictures::name_of(const char* source) const {
     const std::string below = name_below(path.c_str());
     // Bare, it would be appended to the folder of the scene when that is read.
     if (path[0] == '/') return below != path ? below : "file:" + path;
-    return folder_.empty() || below != path ? below : "file:" + resolved(".") + "/" + path;
+    return is_here_ || below != path ? below : "file:" + resolved(".") + "/" + path;
 }
 
 // Textures of the world whose picture was not read as a whole: their files are still to be mended.
@@ -66,23 +64,24 @@ void Scene_Pictures::find_kept() {
         const PX_Map* const image = texture ? texture->get_image() : nullptr;
         if (!image || image->is_complete()) return false;
         const Std_URL url(image->get_source());
-        if (!url.is_valid() || url.get_protocol() != URL_LOCAL_PROTOCOL) return false;
+        if (!url.is_valid() || !url.is_local()) return false;
         const std::string path = url.get_path().chars();
         auto* const kept = Conv<std::set<std::string>*>::from_univ(user);
         kept->insert(place_of(path));
         kept->insert(resolved(path));
         return false;
     };
-    world_.apply(Conv<std::set<std::string>*>::to_univ(&kept_), note);
+    SUniv* const kept = Conv<std::set<std::string>*>::to_univ(&kept_);
+    world_.apply(kept, note);
+    world_.apply_to_shapes_outside(kept, note); // which may be saved as well
     knows_kept_ = true;
 }
 
 bool Scene_Pictures::is_kept(const std::string& file) {
     const std::string place = place_of(file);
     if (place == scene_ || resolved(file) == scene_) return true;
-    struct stat status;
-    if (lstat(file.c_str(), &status) != 0) return false;
-    // Only now, since it costs a walk.
+    // Only now, since it costs a walk. What is missing counts as well: another picture in its place
+    // would be taken for it.
     if (!knows_kept_) find_kept();
     return kept_.contains(place);
 }
@@ -91,8 +90,9 @@ std::string Scene_Pictures::free_name(const PX_Map* image, const std::string& na
     const Std_URL source(image->get_source());
     const bool is_foreign = image->get_source()[0] != '\0' && !source.is_local();
     std::string file = name + ".rgb";
-    for (int i = 1;
-         taken_.contains(file) || is_kept(file) || (is_foreign && !resolved(file).empty()); ++i)
+    for (int i = 1; taken_.contains(place_of(file)) || is_kept(file) ||
+                    (is_foreign && !resolved(file).empty());
+         ++i)
         file = name + "_" + std::to_string(i) + ".rgb";
     if (file != name + ".rgb")
         std_tell(str_format("Image %s.rgb stays as it is, saving %s", name.c_str(), file.c_str()));
@@ -107,7 +107,7 @@ std::string Scene_Pictures::add(PX_Map* image, const char* name) {
         return file;
     }
     const std::string free = free_name(image, name);
-    taken_.insert(free);
+    taken_.insert(place_of(free));
     files_.emplace_back();
     if (!image->save(free.c_str(), files_.back())) are_written_ = false;
     return name_of(free.c_str());

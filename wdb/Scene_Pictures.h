@@ -48,7 +48,8 @@ private:
 
     const WDB_Database& world_;
     std::string folder_, scene_;  // of the scene, up to the slash; as place_of has it
-    std::set<std::string> taken_; // names of this save
+    bool is_here_;                // that is the working folder
+    std::set<std::string> taken_; // places of this save
     std::set<std::string> kept_;  // places of what the scene names and does not hold
     bool knows_kept_ = false;
     bool are_inside_ = true;

@@ -48,9 +48,9 @@ class WDB_Database : public WDB_Obj {
     // reaches it, so it is not saved either.
     WDB_Database();
     explicit WDB_Database(const Bbox& bounds);
-    // Begins as the default world. Its bounds follow what is put, unless that is infinite: they are
-    // at least doubled on the axis, so that all puts together cost what they cost otherwise, and
-    // not much more.
+    // Begins as the default world. Its bounds follow what is put, up to 1e19: they are at least
+    // doubled on the axis, so that all puts together cost what they cost otherwise, and not much
+    // more.
     explicit WDB_Database(WDB_Following);
     WDB_Database(const WDB_Database&) = delete; // a node is in one world
     WDB_Database& operator=(const WDB_Database&) = delete;

@@ -56,7 +56,7 @@ private:
     void write_numbers(const float* xyz);
     void write_color(const char* title, const Color& color);
     void save_material(const WDB_Material* material);
-    void tell_fault(Scene_Item_Fault fault);
+    void tell_fault(Scene_Item_Fault fault, const char* too_long);
     void save_trilist(const WDB_Tri_List* list);
     void save_linelist(const WDB_Line_List* list);
     void save_geometry(const WDB_Geometry* geometry);
@@ -200,9 +200,10 @@ void Scene_Writer::save_material(const WDB_Material* material) {
     out_.text("\n}\n\n");
 }
 
-void Scene_Writer::tell_fault(Scene_Item_Fault fault) {
+void Scene_Writer::tell_fault(Scene_Item_Fault fault, const char* too_long) {
     if (fault == SCENE_ITEM_INFINITE) warn_of("has a number that is infinite or none");
-    if (fault == SCENE_ITEM_TOO_LONG) warn_unreadable("a triangle is longer than a line");
+    if (fault == SCENE_ITEM_MISREAD) warn_unreadable("a number is infinite or none");
+    if (fault == SCENE_ITEM_TOO_LONG) warn_unreadable(too_long);
     if (fault == SCENE_ITEM_NO_NORMAL) warn_unreadable("an item has no area or no normal");
 }
 
@@ -212,7 +213,8 @@ void Scene_Writer::save_trilist(const WDB_Tri_List* list) {
     if (list->count() == 0) warn_unreadable("it is empty");
     out_.text("TriangleList ").text(name).text(" {\n");
     for (const WDB_Triangle& triangle : *list)
-        tell_fault(scene_write_triangle(out_, triangle, list->get_with_colors()));
+        tell_fault(scene_write_triangle(out_, triangle, list->get_with_colors()),
+                   "a triangle is longer than a line");
     out_.text("}\n\n");
 }
 
@@ -221,7 +223,8 @@ void Scene_Writer::save_linelist(const WDB_Line_List* list) {
     const char* const name = register_saved(list);
     if (list->count() == 0) warn_unreadable("it is empty");
     out_.text("LineList ").text(name).text(" {\n");
-    for (const WDB_Line& line : *list) tell_fault(scene_write_line(out_, line, *list));
+    for (const WDB_Line& line : *list)
+        tell_fault(scene_write_line(out_, line, *list), "a line is longer than one of the file");
     out_.text("}\n\n");
 }
 
@@ -473,7 +476,7 @@ void Scene_Writer::save_outside() {
     std_assert(
         2,
         str_format("%d shapes outside the bounds of the world are lost, the first is %.100s: "
-                   "give the world wider bounds, or WDB_FOLLOWING",
+                   "give the world wider bounds or WDB_FOLLOWING, or save it is_complete",
                    outside_count_, first_outside_->get_printable_name()),
         __FILE__, __LINE__);
 }
@@ -494,8 +497,7 @@ int Scene_Writer::save() {
     // Writes are not looked at one by one: the buffer keeps the first that failed.
     if (!out_.flush() || !file.prepare() || !pictures_.commit_with(file))
         return warn_unwritten(path_);
-    if (!pictures_.are_inside()) return EOF;
-    return loses_ ? WDB_SAVE_LOSES : 0;
+    return loses_ || !pictures_.are_inside() ? WDB_SAVE_LOSES : 0;
 }
 
 int wdb_save(WDB_Database& world, const char* path) {

@@ -18,8 +18,9 @@ struct WDB_Save_Options {
     bool is_complete = false;
 };
 
-// All was written, and a warning tells what will not come back when it is read: geometry without a
-// form in the file, or shapes outside the bounds.
+// The files are new, and a warning tells what will not come back when they are read: geometry
+// without a form in the file, shapes outside the bounds, or an image whose name leads out of the
+// working folder.
 const int WDB_SAVE_LOSES = 1;
 
 // 0 when the whole file was written, and the image of every texture; WDB_SAVE_LOSES. The bytes go

@@ -179,7 +179,8 @@ TEST(Vrml_Convert, cut_files) {
         "P { s 2 2 2 }",
         "EXTERNPROTO Q [ field SFBool on ] [ \"no\" ]",
         "Script { url \"x }\" field SFInt32 i 1 }",
-        "ROUTE a.b TO c"};
+        "ROUTE a.b TO c",
+        "\x1a"};
     for (std::string before : {vrml97(""), vrml1("")})
         for (const std::string& statement : statements) {
             for (std::size_t size = 0; size <= statement.size(); ++size) {

@@ -164,6 +164,7 @@ TEST_F(Nolt_Picture, what_gives_no_picture) {
             << arguments << ": " << err;
         EXPECT_FALSE(std::filesystem::exists("picture.png")) << arguments;
     }
+    EXPECT_EQ(run("'" NOLT_PICTURE "' -o link.rgb -", " >out 2>err <x.3d"), 1);
     for (const char* text : {"0x9", "9x0", "-9x9", "9x-9", "9", "9x", "x9", "9x9x9", "9 x9",
                              "16385x1", "1x99999999999999999999", "4294967297x1", "''"}) {
         EXPECT_EQ(draw("-size '" + std::string(text) + "' x.3d"), 2) << text;

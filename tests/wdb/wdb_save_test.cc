@@ -159,10 +159,17 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         return off;
     };
     const Point zero(0, 0, 0);
-    auto* const flat_line = new WDB_Line_List(1);
-    flat_line->put(WDB_Line(zero, zero, Vector(0, 0, 1), Vector(0, 0, 0)), 0);
-    flat_line->set_with_normals(true);
-    flat_line->end_editing();
+    const auto lines_with = [&](float normal, float all) {
+        auto* const list = new WDB_Line_List(1);
+        WDB_Line line(zero, zero, Vector(0, 0, 1), Vector(0, 0, normal));
+        for (int i = 0; all && i < 24; ++i) line.p0.to_c()[i] = all;
+        list->put(line, 0);
+        list->set_with_normals(std::isfinite(all));
+        list->set_with_colors(true);
+        list->set_with_textures(true);
+        list->end_editing();
+        return node_named("z", list);
+    };
     const HFrame slanted(Homogeneous(1, 0, 0, 1), Homogeneous(0, 1, 0, 0), Homogeneous(0, 0, 1, 0),
                          Homogeneous(0, 0, 0, 1));
     const std::string back = "cannot be read back: ",
@@ -182,7 +189,10 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {node_named("e", new WDB_Tri_List(0)), back + "it is empty"},
         {node_named("a", list_of({WDB_Triangle(zero, zero, zero)})),
          back + "an item has no area or no normal"},
-        {node_named("z", flat_line), back + "an item has no area or no normal"},
+        {lines_with(0.0032f, 0), ""},
+        {lines_with(1, -3e38f), back + "a line is longer than one of the file"},
+        {lines_with(1, INFINITY), back + "a number is infinite or none"},
+        {lines_with(0.0031f, 0), back + "an item has no area or no normal"},
         {lighted(), back + "it is off, and the file has no form for that"},
         {new WDB_Camera("c", HFrame::identity(), Matrix4::window(0, 1, 0, 1, 1, 2), nullptr,
                         nullptr),
@@ -233,16 +243,23 @@ TEST_F(Wdb_Save, textures) {
     EXPECT_EQ(magic, 0x1DA);
     std::filesystem::create_directory("d");
     const std::string here = std::filesystem::current_path();
-    const std::pair<const char*, std::string> lost[] = {
-        {"d/t.rgb", "t.rgb"}, {"/x/t.rgb", "file:/x/t.rgb"}, {"t.rgb", "file:" + here + "/t.rgb"}};
-    for (const auto& [source, name] : lost) {
+    const std::tuple<std::string, std::string, std::string> lost[] = {
+        {"d/s", "d/t.rgb", "t.rgb"},
+        {"d/s", "/x/t.rgb", "file:/x/t.rgb"},
+        {"d/s", "t.rgb", "file:" + here + "/t.rgb"},
+        {"./s", "./t.rgb", "t.rgb"},
+        {here + "/s", here + "/t.rgb", "t.rgb"}};
+    for (const auto& [scene, source, name] : lost) {
         WDB_Database one;
-        reports_of([&, from = source] {
+        reports_of([&, to = scene.c_str(), from = source.c_str()] {
             const Report_Catcher silence;
-            one.put(textured("t", new PX_Map(from, 0)));
-            wdb_save(one, "d/s");
+            WDB_Node* const node = textured("t", new PX_Map(from, 0));
+            node->set_url(new Std_URL(from));
+            one.put(node);
+            wdb_save(one, to);
         });
-        EXPECT_NE(file("d/s").find("Image \"" + name + "\""), std::string::npos) << name;
+        EXPECT_NE(file(scene).find("Image \"" + name + "\""), std::string::npos) << name;
+        EXPECT_TRUE(name != "t.rgb" || file(scene).find("URL \"t.rgb\"") != std::string::npos);
     }
     std::filesystem::create_directory("tmp/other");
     std::filesystem::create_directory_symlink(home / "tmp/other", "d/link");
@@ -252,7 +269,7 @@ TEST_F(Wdb_Save, textures) {
         outside.put(textured(name, new PX_Map(2, 2, 3)));
         reports_of([&] {
             const Report_Catcher silence;
-            EXPECT_EQ(wdb_save(outside, "saved"), EOF);
+            EXPECT_EQ(wdb_save(outside, "saved"), WDB_SAVE_LOSES);
         });
     }
     std::filesystem::current_path(home);
@@ -266,8 +283,8 @@ TEST_F(Wdb_Save, textures) {
     EXPECT_EQ(file("saved").find("folder"), std::string::npos) << "the old one stays";
 }
 
-// An image takes another name where its own is that of the scene, of a damaged image or, if it came
-// from elsewhere, of any file. The scene names it as it lies to itself.
+// An image takes another name where its own is that of the scene, of another image, of a damaged or
+// missing one or, if it came from elsewhere, of any file. The scene names it as it lies to itself.
 TEST_F(Wdb_Save, names_of_images) {
     for (const char* name : {"a.rgb", "damaged.rgb", "taken.rgb", "scene.rgb"})
         put_file(name, "old");
@@ -275,7 +292,13 @@ TEST_F(Wdb_Save, names_of_images) {
     reports_of([&] {
         const Report_Catcher silence;
         world->put(textured("first", new PX_Map("damaged.rgb", 0)));
-        for (const char* name : {"a", "damaged", "scene", "damaged_1"}) {
+        world->put(
+            textured("second", new PX_Map(("file:" + (home / "here.rgb").string()).c_str(), 0)));
+        WDB_Node* const far = textured("third", new PX_Map("missing.rgb", 0));
+        far->set_transform(HFrame(Frame::translation(1e6f, 0, 0)));
+        far->insert_lod(list_in({0, 0, 0}, {1, 1, 1}), 0);
+        world->put(far);
+        for (const char* name : {"a", "damaged", "scene", "damaged_1", "./a", "here", "missing"}) {
             WDB_Node* const shape = textured(name, new PX_Map(2, 2, 3));
             shape->insert_lod(list_in({0, 0, 0}, {1, 1, 1}), 0); // for the order
             world->put(shape);
@@ -290,7 +313,9 @@ TEST_F(Wdb_Save, names_of_images) {
     const auto names = [&](const char* scene) {
         reports_of([&] {
             const Report_Catcher silence;
-            EXPECT_EQ(wdb_save(*world, scene), 0);
+            WDB_Save_Options options;
+            options.is_complete = true;
+            EXPECT_EQ(wdb_save(*world, scene, options), 0);
         });
         std::set<std::string> lines;
         std::istringstream in(file(scene));
@@ -305,12 +330,12 @@ TEST_F(Wdb_Save, names_of_images) {
         }
         return text;
     };
-    EXPECT_EQ(
-        names("scene.rgb"),
-        "a.rgb damaged.rgb damaged_1.rgb damaged_1_1.rgb scene_1.rgb taken_1.rgb sub/b.html ");
-    EXPECT_EQ(
-        names("sub/s"),
-        "/a.rgb /damaged.rgb /damaged_1.rgb /damaged_1_1.rgb /scene.rgb /taken_2.rgb b.html ");
+    EXPECT_EQ(names("scene.rgb"),
+              "./a_1.rgb a.rgb damaged.rgb damaged_1.rgb damaged_1_1.rgb /here.rgb here_1.rgb "
+              "missing.rgb missing_1.rgb scene_1.rgb taken_1.rgb sub/b.html ");
+    EXPECT_EQ(names("sub/s"),
+              "/./a_1.rgb /a.rgb /damaged.rgb /damaged_1.rgb /damaged_1_1.rgb /here.rgb "
+              "/here_1.rgb /missing.rgb /missing_1.rgb /scene.rgb /taken_2.rgb b.html ");
 }
 
 // Of ten shapes in the default bounds half are lost, and told.
