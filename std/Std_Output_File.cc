@@ -62,7 +62,9 @@ bool Std_Output_File::open(const char* path, Links links) {
     }
     const bool is_special = exists && !replaces_ && !S_ISLNK(status.st_mode);
     if (links == FOLLOW_LINKS) target_ = resolved(path);
-    if (is_special || names_a_descriptor(target_)) return open_in_place(0);
+    // Nobody waits for the reader of a pipe that he did not name himself.
+    if (is_special || names_a_descriptor(target_))
+        return open_in_place(links == REPLACE_LINKS ? O_NONBLOCK : 0);
     // A file that may not be written is not replaced either.
     if (replaces_ && access(target_, W_OK) != 0) return false;
     // The new file takes the rights of the old one.
@@ -117,6 +119,7 @@ bool Std_Output_File::open_beside() {
 bool Std_Output_File::open_in_place(int more_flags) {
     const int flags = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | more_flags;
     descriptor_ = std_above_standard(::open(target_, flags, 0666));
+    if (descriptor_ >= 0 && flags & O_NONBLOCK) fcntl(descriptor_, F_SETFL, 0);
     return descriptor_ >= 0;
 }
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <numeric>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "images/image.h"
 #include "images/pix_support.h"
@@ -176,9 +177,11 @@ TEST_F(PX_Map_test, rows_that_share_their_bytes) {
 // A failed save leaves what was there, and nothing beside it.
 TEST_F(PX_Map_test, what_cannot_be_saved_is_reported) {
     put_file("old.rgb", "old");
+    ASSERT_EQ(mkfifo("pipe.rgb", 0600), 0);
     const auto files = std::distance(std::filesystem::directory_iterator("."), {});
     const std::tuple<const char*, int, int, bool, std::string> rows[] = {
         {"/no/such/folder/f.rgb", 2, 3, false, ": No such file or directory"},
+        {"pipe.rgb", 2, 3, false, ": No such device or address"}, // nobody reads it
         {"old.rgb", 65536, 1, false, ""},
         {"old.rgb", 2, 5, false, ""},
         {"old.rgb", 2000, 3, true, ": File too large"}};
