@@ -9,6 +9,7 @@
 #include "math/Split_Box_Tree.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "math/Box_Probes.h"
@@ -247,21 +248,30 @@ void BSplit_Box_Tree::reserve_scratch(Scratch& scratch) const {
     scratch.unsorted.reserve(scratch.room);
 }
 
+// By a number that each thread has been given.
+std::atomic<BSplit_Box_Tree::Scratch*>& BSplit_Box_Tree::idle_scratch() const {
+    static std::atomic<unsigned int> threads = 0;
+    static thread_local constinit unsigned int number = 0;
+    if (number == 0) number = ++threads;
+    return idle_scratch_[number % std::size(idle_scratch_)].chain;
+}
+
 // The whole chain is taken at once, so that nobody else sees its first while it goes, and what is
 // behind that is given back.
 BSplit_Box_Tree::Scratch* BSplit_Box_Tree::take_scratch() const {
-    Scratch* const scratch = idle_scratch_.exchange(nullptr, std::memory_order_acquire);
+    Scratch* const scratch = idle_scratch().exchange(nullptr, std::memory_order_acquire);
     if (!scratch) return new (std_get_subobject_placement(this)) Scratch;
     if (scratch->next) give_back(std::exchange(scratch->next, nullptr));
     return scratch;
 }
 
 void BSplit_Box_Tree::give_back(Scratch* chain) const {
+    std::atomic<Scratch*>& idle = idle_scratch();
     Scratch* none = nullptr;
-    while (!idle_scratch_.compare_exchange_weak(none, chain, std::memory_order_release,
-                                                std::memory_order_relaxed)) {
+    while (!idle.compare_exchange_weak(none, chain, std::memory_order_release,
+                                       std::memory_order_relaxed)) {
         none = nullptr;
-        Scratch* others = idle_scratch_.exchange(nullptr, std::memory_order_acquire);
+        Scratch* others = idle.exchange(nullptr, std::memory_order_acquire);
         while (others) {
             Scratch* const next = std::exchange(others->next, chain);
             chain = std::exchange(others, next);

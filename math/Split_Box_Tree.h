@@ -145,6 +145,7 @@ private:
     void take_out(std::uint32_t slot);
     void divide(const Box_Cells::Cell& leaf, std::uint32_t* list);
     void close_up();
+    std::atomic<Scratch*>& idle_scratch() const;
     Scratch* take_scratch() const;
     void give_back(Scratch* chain) const;
     void reserve_scratch(Scratch& scratch) const;
@@ -173,8 +174,14 @@ private:
     std::uint32_t in_cells_, by_place_; // so many slots are filed; never fewer in cells
     Plain_Array<std::uint32_t> odd_slots_;
     Slot_Table slot_of_;
-    mutable std::atomic<Scratch*> idle_scratch_ = nullptr; // a chain
-    mutable std::mutex settling_;                          // of what queries file and fill in
+    // Chains, for so many threads one each, as far apart as processors' caches hold memory together:
+    // what one thread has worked with is in the cache of its processor.
+    struct Idle_Scratch {
+        std::atomic<Scratch*> chain = nullptr;
+        char rest[64 - sizeof(std::atomic<Scratch*>)];
+    };
+    mutable Idle_Scratch idle_scratch_[8];
+    mutable std::mutex settling_; // of what queries file and fill in
     mutable std::atomic<bool> is_in_cells_ = true, is_settled_ = true; // all of it
     mutable Bbox literal_contents_;
     mutable bool literal_contents_valid_;

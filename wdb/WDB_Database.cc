@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "wdb/Default_View.h"
 #include "wdb/Extent_Signal.h"
 #include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
@@ -32,6 +33,7 @@ struct RT_Environment {
     float near_tolerance, far_tolerance;
     float near_depth, far_depth;
     WDB_Node* node;
+    Default_View view;
 };
 } // namespace
 
@@ -266,7 +268,7 @@ WDB_Camera* WDB_Database::default_camera_with(Aim aim) {
         const std::lock_guard lock(searching_);
         if (!find_default_camera()) return add_default_camera(aim);
     }
-    if (!editing_) touch_shared();
+    count_edits(1);
     return default_camera_;
 }
 
@@ -379,8 +381,13 @@ WDB_Geometry* WDB_Database::find_geometry(const char* name) const {
 static bool rt_callback(SUniv* user, SUniv* item, const Bbox&) {
     auto* const env = Conv<RT_Environment*>::from_univ(user);
     WDB_Node* const node = Conv<WDB_Node*>::from_univ(item);
-    const float t = node->line_intersection(env->start, env->end, env->near_tolerance,
-                                            env->near_depth, env->far_tolerance, env->far_depth);
+    // A node that was wiped out of another world and filed here still asks that one.
+    const float t =
+        node->get_world() == env->view.world()
+            ? node->line_intersection(env->view, env->start, env->end, env->near_tolerance,
+                                      env->near_depth, env->far_tolerance, env->far_depth)
+            : node->line_intersection(env->start, env->end, env->near_tolerance, env->near_depth,
+                                      env->far_tolerance, env->far_depth);
     if (t < env->closest) {
         env->closest = t;
         env->node = node;
@@ -391,8 +398,15 @@ static bool rt_callback(SUniv* user, SUniv* item, const Bbox&) {
 WDB_Node* WDB_Database::closest_object_on_line(const Point& p, const Point& q, float near_tolerance,
                                                float near_depth, float far_tolerance,
                                                float far_depth) const {
-    RT_Environment env = {p,          q,         FLT_MAX, near_tolerance, far_tolerance,
-                          near_depth, far_depth, nullptr};
+    RT_Environment env = {p,
+                          q,
+                          FLT_MAX,
+                          near_tolerance,
+                          far_tolerance,
+                          near_depth,
+                          far_depth,
+                          nullptr,
+                          Default_View(const_cast<WDB_Database*>(this))};
     shapes_.apply(Conv<RT_Environment*>::to_univ(&env), p, q, rt_callback);
     return env.node;
 }

@@ -140,6 +140,11 @@ class WDB_Database : public WDB_Obj {
 
     void print_contents(std::ostream& os) const override;
 
+    // As if begin_editing and end_editing had been called so often. For picks.
+    void count_edits(int edits) {
+        if (!editing_) touch_shared(edits);
+    }
+
     // Files `node` and makes this its world. A node held already is filed anew. A shape makes the
     // render projections of all cameras follow. Null is ignored, here and below.
     virtual void put(WDB_Node* node);

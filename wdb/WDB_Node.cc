@@ -3,6 +3,7 @@
 #include <cfloat>
 #include <cmath>
 
+#include "wdb/Default_View.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
@@ -63,15 +64,14 @@ struct Object_Query {
 } // namespace
 
 // False if the node cannot be hit.
-static bool ask_object(const WDB_Node* node, const Point& p, const Point& q, float near_tolerance,
-                       float near_depth, float far_tolerance, float far_depth,
+static bool ask_object(const WDB_Node* node, Default_View& view, const Point& p, const Point& q,
+                       float near_tolerance, float near_depth, float far_tolerance, float far_depth,
                        Object_Query& query) {
     Matrix4 to_object;
-    if (!node->get_geometry() || !node->get_world() || !invert(node->get_transform(), to_object))
+    if (!node->get_geometry() || !view.world() || !invert(node->get_transform(), to_object))
         return false;
     // A query knows no camera, so depths are those of the default one, whoever asks.
-    const Frame view = toFrame(node->get_world()->default_camera()->get_viewing());
-    const float depth = (Point(0, 0, 0) * toFrame(node->get_transform()) * view).z;
+    const float depth = (Point(0, 0, 0) * toFrame(node->get_transform()) * view.get()).z;
     query.tolerance = std::fabs((depth - near_depth) * (far_tolerance - near_tolerance) /
                                     (far_depth - near_depth) +
                                 near_tolerance);
@@ -84,8 +84,15 @@ static bool ask_object(const WDB_Node* node, const Point& p, const Point& q, flo
 
 float WDB_Node::line_intersection(const Point& p, const Point& q, float near_tolerance,
                                   float near_depth, float far_tolerance, float far_depth) const {
+    Default_View view(get_world());
+    return line_intersection(view, p, q, near_tolerance, near_depth, far_tolerance, far_depth);
+}
+
+float WDB_Node::line_intersection(Default_View& view, const Point& p, const Point& q,
+                                  float near_tolerance, float near_depth, float far_tolerance,
+                                  float far_depth) const {
     Object_Query query;
-    if (!ask_object(this, p, q, near_tolerance, near_depth, far_tolerance, far_depth, query))
+    if (!ask_object(this, view, p, q, near_tolerance, near_depth, far_tolerance, far_depth, query))
         return FLT_MAX;
     return get_geometry()->line_intersection(query.p, query.q, query.tolerance);
 }
@@ -95,7 +102,8 @@ WDB_Pick WDB_Node::detailed_line_intersection(const Point& p, const Point& q, fl
                                               float far_depth) {
     WDB_Pick pick;
     Object_Query query;
-    if (!ask_object(this, p, q, near_tolerance, near_depth, far_tolerance, far_depth, query))
+    Default_View view(get_world());
+    if (!ask_object(this, view, p, q, near_tolerance, near_depth, far_tolerance, far_depth, query))
         return pick;
     const WDB_Geometry* const geometry = get_geometry();
     pick.fraction = geometry->line_intersection(query.p, query.q, query.tolerance);

@@ -17,6 +17,7 @@
 #include "math/Homogeneous.h"
 #include "wdb/WDB_Obj.h"
 
+class Default_View;
 class Std_URL;
 class WDB_Database;
 class WDB_Geometry;
@@ -71,6 +72,11 @@ class WDB_Node : public WDB_Obj {
     // On failure: FLT_MAX; so also without a geometry or a world, and for a singular transform.
     float line_intersection(const Point& p, const Point& q, float near_tolerance, float near_depth,
                             float far_tolerance, float far_depth) const;
+
+    // The same for worlds, with the view of theirs.
+    float line_intersection(Default_View& view, const Point& p, const Point& q,
+                            float near_tolerance, float near_depth, float far_tolerance,
+                            float far_depth) const;
 
     // The same with all that is known of the place; see WDB_Pick. No node in it on failure.
     WDB_Pick detailed_line_intersection(const Point& p, const Point& q, float near_tolerance,

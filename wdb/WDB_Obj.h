@@ -46,7 +46,7 @@ class WDB_Obj : public Std_Obj {
 
 protected:
     // The same as touch, where other threads may do it at once.
-    void touch_shared() { stamp_.fetch_add(1, std::memory_order_relaxed); }
+    void touch_shared(int times) { stamp_.fetch_add(times, std::memory_order_relaxed); }
 
     // The object has been given a name, or another one's.
     virtual void update_after_naming() {}
