@@ -19,9 +19,6 @@ const float small_cube_size = 0.8f;
 const float small_cube_margin = 0.1f;
 const double snap_distance = 0.05;
 
-// A viewer in front of a box sees it under twice this angle: pi/16, from pi in single precision.
-const double half_view_angle = 0.19634954631328583;
-
 void assign(Point& out, const Vector& v) {
     out = toPoint(v);
 }
@@ -283,15 +280,6 @@ float Bbox::projected_area(const Matrix4& m) const {
     float sum = 0;
     for (const int* face : faces) sum += std::fabs(face_area(h, face));
     return static_cast<float>(static_cast<double>(sum) * 0.5);
-}
-
-Frame Frame::lookat(const Bbox& box, float twist) {
-    const Point at = box.center();
-    const Vector size = box.size();
-    const float m = size.z < size.y ? size.y : size.z;
-    const double distance = (static_cast<double>(m) / 2.0) / std::tan(half_view_angle);
-    const Point eye(at.x, at.y, static_cast<float>(static_cast<double>(box.max.z) + distance));
-    return lookat(eye, at, twist);
 }
 
 std::ostream& operator<<(std::ostream& os, const Bbox& box) {

@@ -249,28 +249,6 @@ Matrix4 transpose(const Matrix4& m) {
     return Matrix4(m).transpose();
 }
 
-bool invert(const Frame& f, Frame& out) {
-    // `out` stays as it is where there is no inverse.
-    Matrix4 m = toMatrix4(f);
-    if (!invert(m, m)) return false;
-    out = toFrame(m);
-    return true;
-}
-
-bool Frame::invert() {
-    return ::invert(*this, *this);
-}
-
-Frame Frame::operator~() const {
-    Frame result = *this;
-    ::invert(*this, result);
-    return result;
-}
-
-Frame inverse(const Frame& f) {
-    return ~f;
-}
-
 std::ostream& operator<<(std::ostream& os, const Vector4& v) {
     return os << "Vector4(" << static_cast<double>(v.x) << ',' << static_cast<double>(v.y) << ','
               << static_cast<double>(v.z) << ',' << static_cast<double>(v.w) << ")\n";

@@ -408,12 +408,23 @@ void try_get_light(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     sym.put_node(light);
 }
 
-void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
-    using Block_Reader = void (*)(WDB_Lex_Context&, WDB_Sym_Context&);
-    static const Block_Reader readers[] = {
-        try_get_load_context, try_get_import,   try_get_world, try_get_material, try_get_texture,
-        try_get_trilist,      try_get_linelist, try_get_node,  try_get_camera,   try_get_light,
+// No keyword begins like another one. A block leaves its closing line.
+static void read_block(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    static constexpr struct {
+        const char* keyword;
+        void (*read)(WDB_Lex_Context&, WDB_Sym_Context&);
+    } blocks[] = {
+        {"node", try_get_node},         {"trianglelist", try_get_trilist},
+        {"material", try_get_material}, {"texture", try_get_texture},
+        {"camera", try_get_camera},     {"light", try_get_light},
+        {"linelist", try_get_linelist}, {"world", try_get_world},
+        {"import", try_get_import},
     };
+    for (const auto& block : blocks)
+        if (lex.current_line_starts_with(block.keyword)) return block.read(lex, sym);
+}
+
+void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     while (!lex.is_eof()) {
         // What the writer leaves in place of a geometry that it cannot write. It has no closing
         // brace.
@@ -424,8 +435,9 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         }
         // A block may leave much behind; between two of them, least of it is still in use.
         const Std_Heap_Watch heap;
-        // All are asked: the one that fits leaves the closing line, which fits no other.
-        for (Block_Reader reader : readers) reader(lex, sym);
+        // Without a base it leaves the next line, which may begin a block.
+        try_get_load_context(lex, sym);
+        read_block(lex, sym);
         if (!lex.is_eof()) {
             check_close(lex, "confused by earlier errors, skipping until brace");
             lex.next_line();
