@@ -174,8 +174,8 @@ private:
     std::uint32_t in_cells_, by_place_; // so many slots are filed; never fewer in cells
     Plain_Array<std::uint32_t> odd_slots_;
     Slot_Table slot_of_;
-    // Chains, for so many threads one each, as far apart as processors' caches hold memory together:
-    // what one thread has worked with is in the cache of its processor.
+    // Chains, for so many threads one each, as far apart as processors' caches hold memory
+    // together: what one thread has worked with is in the cache of its processor.
     struct Idle_Scratch {
         std::atomic<Scratch*> chain = nullptr;
         char rest[64 - sizeof(std::atomic<Scratch*>)];

@@ -13,6 +13,7 @@
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_GC.h"
+#include "std/Std_Path.h"
 
 // A descriptor under the name of a file: what is behind it, is written where it stands.
 static bool names_a_descriptor(const char* path) {
@@ -23,8 +24,7 @@ static bool names_a_descriptor(const char* path) {
 
 // `name` in the folder of `target`.
 static char* beside(const char* target, const char* name) {
-    const char* const slash = std::strrchr(target, '/');
-    const std::size_t folder = slash ? static_cast<std::size_t>(slash + 1 - target) : 0;
+    const std::size_t folder = std_folder_length(target);
     const std::size_t length = std::strlen(name);
     char* const path = new (GCAtomic) char[folder + length + 1];
     std::memcpy(path, target, folder);

@@ -17,6 +17,7 @@
 #include "std/Std_Http.h"
 #include "std/Std_Limits.h"
 #include "std/Std_Load_Budget.h"
+#include "std/Std_Path.h"
 #include "std/Std_Report.h"
 #include "std/Std_Space.h"
 
@@ -141,10 +142,9 @@ Std_URL* Std_URL::composed_with(const Std_URL* relative) const {
         text = std::string(protocol_) + ":";
         if (!host_.empty()) text += "//" + std::string(host_) + ":" + std::to_string(port_) + "/";
     }
-    const char* const path = path_;
-    if (const char* slash = std::strrchr(path, '/'); slash && slash != path)
-        text.append(path, slash + 1);
-    // In the folder of the base, that is in the place of what stands behind its last slash.
+    // In the folder of the base, unless that is the root.
+    if (const std::size_t folder = std_folder_length(path_); folder > 1)
+        text.append(path_.chars(), folder);
     text += relative->path_.chars();
     return new Std_URL(text.c_str());
 }
@@ -283,7 +283,7 @@ static int open_standard_input() {
 }
 
 void Std_URL::local_open() {
-    open_document(path_ == "-" ? open_standard_input() : std_open_plain(path_));
+    open_document(is_standard_input() ? open_standard_input() : std_open_plain(path_));
 }
 
 void Std_URL::ftp_open() {

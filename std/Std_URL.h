@@ -60,6 +60,7 @@ class Std_URL : public Std_Obj {
     const Std_String& get_host() const { return host_; }
     // Names a document of this machine.
     bool is_local() const { return host_.empty(); }
+    bool is_standard_input() const { return is_local() && path_ == "-"; }
     int get_port() const { return port_; } // 0 for local documents
     // Without the "/" behind the host.
     const Std_String& get_path() const { return path_; }

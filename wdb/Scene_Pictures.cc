@@ -6,13 +6,14 @@
 
 #include "images/PX_Map.h"
 #include "std/Std_Common.h"
+#include "std/Std_Path.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Texture.h"
 
 static std::string folder_of(const std::string& path) {
-    return path.substr(0, path.rfind('/') + 1); // empty without a slash
+    return path.substr(0, std_folder_length(path.c_str()));
 }
 
 // Without links and dots; empty, if there is no such file.

@@ -3,10 +3,12 @@
 #include <cstring>
 #include <unistd.h>
 
+#include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Filter.h"
 #include "std/Std_GC.h"
 #include "std/Std_Load_Budget.h"
+#include "std/Std_Path.h"
 #include "std/Std_Shell.h"
 #include "std/Std_URL.h"
 #include "wdb/Scene_Input.h"
@@ -24,14 +26,12 @@ bool Vrml_Document::store(const char* line, std::size_t length, Scene_Input& res
 
 // Where a document may take parts from that lie beside it: nowhere, if it came from elsewhere.
 static const char* folder_of(const Std_URL* url) {
-    if (!url->is_valid() || !url->is_local() || url->get_path() == "-") return "";
+    if (!url->is_valid() || !url->is_local() || url->is_standard_input()) return "";
     const char* const path = url->get_path();
-    const char* const slash = std::strrchr(path, '/');
-    if (!slash) return ".";
-    const std::size_t length = slash == path ? 1 : static_cast<std::size_t>(slash - path);
-    char* const folder = new (GCAtomic) char[length + 1];
-    std::memcpy(folder, path, length);
-    folder[length] = '\0';
+    const std::size_t length = std_folder_length(path);
+    if (length == 0) return ".";
+    char* const folder = str_new(path);
+    folder[length == 1 ? 1 : length - 1] = '\0';
     return folder;
 }
 

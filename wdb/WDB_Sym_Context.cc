@@ -195,8 +195,8 @@ void WDB_Sym_Context::wipe_out() {
 
 const char* WDB_Sym_Context::begin_file(const Std_URL* url) {
     const int most_open = 64; // each holds a descriptor, and perhaps a process
-    const bool is_input = url->is_local() && url->get_path() == "-";
-    Document document = {str_new(url->get_url_string().chars()), 0, 0, url->is_local(), is_input};
+    Document document = {str_new(url->get_url_string().chars()), 0, 0, url->is_local(),
+                         url->is_standard_input()};
     struct stat status;
     // Many names may lead to one file; device and inode tell.
     if (document.is_local && stat(url->get_path(), &status) == 0) {

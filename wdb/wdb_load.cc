@@ -66,7 +66,7 @@ void try_get_load_context(WDB_Lex_Context& lex, WDB_Sym_Context&) {
 static bool may_be_endless(const Std_URL* url) {
     struct stat status;
     if (!url->is_local()) return false;
-    if (url->get_path() == "-") return true;
+    if (url->is_standard_input()) return true;
     return stat(url->get_path(), &status) == 0 && !S_ISREG(status.st_mode);
 }
 
@@ -175,7 +175,7 @@ static WDB_Texture* new_texture(const WDB_Lex_Context& lex, WDB_Sym_Context& sym
     if (reason) {
         lex.show_error_near(lex.get_last_string(), reason);
         // Nothing is read; of what is no plain file, the map says so itself and keeps the name.
-        if (!may_be_endless(url) || url->get_path() == "-") url = new Std_URL("");
+        if (!may_be_endless(url) || url->is_standard_input()) url = new Std_URL("");
     }
     auto* const texture = new WDB_Texture(new PX_Map(url, 0));
     // The map has told why.
