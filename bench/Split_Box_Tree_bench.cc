@@ -13,6 +13,8 @@
 #include <boost/geometry/geometries/point.hpp>
 #include <boost/geometry/index/rtree.hpp>
 #include <boost/throw_exception.hpp>
+#include <cfloat>
+#include <cmath>
 #include <cstdlib>
 #include <gc.h>
 #include <random>
@@ -101,6 +103,13 @@ struct World {
                             Matrix4::perspective(.6f, edge * .001f, edge * .5f));
         }
     }
+    // A box of that part of the width, as a parallel projection.
+    Matrix4 part_view(std::size_t i, float part) const {
+        const float half = half_edge * 1.01f * part;
+        const Point center = part == 1 ? Point(0, 0, 0) : queries[i].center();
+        return toMatrix4(Frame::translation(-center.x, -center.y, -center.z) *
+                         Frame::scaling(1 / half));
+    }
     void fill_tree() {
         tree.wipe_out();
         for (std::size_t i = 0; i < boxes.size(); ++i) tree.put(static_cast<int>(i) + 1, boxes[i]);
@@ -158,9 +167,10 @@ static void build(benchmark::State& state, World_Kind kind) {
                                    }});
 }
 
-// Both trees by walk(tree, i), the R*-tree by r_walk(r_tree, i), for i of 256.
-template<class R_Walk, class Walk>
-static void query(benchmark::State& state, World_Kind kind, R_Walk r_walk, Walk walk) {
+// Both trees by walk(tree, i), the R*-tree by r_walk(r_tree, i), an array by a_walk, for i of 256.
+template<class R_Walk, class Walk, class A_Walk = std::nullptr_t>
+static void query(benchmark::State& state, World_Kind kind, R_Walk r_walk, Walk walk,
+                  A_Walk a_walk = nullptr) {
     World world(kind, static_cast<int>(state.range(0)));
     world.fill_tree();
     const auto each = [&](auto one) {
@@ -175,7 +185,9 @@ static void query(benchmark::State& state, World_Kind kind, R_Walk r_walk, Walk 
         world.fill_r_tree();
         plain.push_back({"R*", each([&](std::size_t i) { r_walk(world, i); })});
     }
-    if (has_plain(kind)) {
+    if constexpr (!std::is_null_pointer_v<A_Walk>)
+        plain.push_back({"array", each([&](std::size_t i) { a_walk(world, i); })});
+    if (has_plain(kind) && std::is_null_pointer_v<A_Walk>) {
         world.fill_plain();
         plain.push_back({"cells", each([&](std::size_t i) { walk(world.plain, world, i); })});
     }
@@ -189,7 +201,15 @@ static void query(benchmark::State& state, World_Kind kind, R_Walk r_walk, Walk 
 
 static const auto r_count_it = boost::make_function_output_iterator([](const R_Item&) { ++found; });
 
-static void by_box(benchmark::State& state, World_Kind kind) {
+// The R*-tree keeps no order either; `unordered` is ours without it.
+template<class Tree, class... Query>
+static void ask(const Tree& tree, bool unordered, const Query&... query) {
+    if constexpr (requires { tree.apply_unordered(nullptr, query..., count_it); })
+        if (unordered) return void(tree.apply_unordered(nullptr, query..., count_it));
+    tree.apply(nullptr, query..., count_it);
+}
+
+static void by_box(benchmark::State& state, World_Kind kind, bool unordered) {
     query(
         state, kind,
         [](const World& world, std::size_t i) {
@@ -197,12 +217,12 @@ static void by_box(benchmark::State& state, World_Kind kind) {
             world.r_tree.query(bg::index::intersects(R_Box(r_point(q.min), r_point(q.max))),
                                r_count_it);
         },
-        [](const auto& tree, const World& world, std::size_t i) {
-            tree.apply(nullptr, world.queries[i], count_it);
+        [=](const auto& tree, const World& world, std::size_t i) {
+            ask(tree, unordered, world.queries[i]);
         });
 }
 
-static void by_segment(benchmark::State& state, World_Kind kind) {
+static void by_segment(benchmark::State& state, World_Kind kind, bool unordered) {
     query(
         state, kind,
         [](const World& world, std::size_t i) {
@@ -211,9 +231,43 @@ static void by_segment(benchmark::State& state, World_Kind kind) {
                 bg::index::intersects(bg::model::segment<R_Point>(r_point(p), r_point(q))),
                 r_count_it);
         },
-        [](const auto& tree, const World& world, std::size_t i) {
-            tree.apply(nullptr, world.segments[i].first, world.segments[i].second, count_it);
+        [=](const auto& tree, const World& world, std::size_t i) {
+            ask(tree, unordered, world.segments[i].first, world.segments[i].second);
         });
+}
+
+// An array of boxes, as a renderer without a tree has it, with the same test: of each plane, the
+// corner that lies furthest inside, but for roundings.
+static void scan(const World& world, const Matrix4& m) {
+    float planes[6][4], slack[6];
+    for (int k = 0; k < 6; ++k) {
+        float terms = 0;
+        for (int i = 0; i < 4; ++i) {
+            planes[k][i] = m[i][3] + (k % 2 ? -m[i][k / 2] : m[i][k / 2]);
+            terms += (std::fabs(m[i][3]) + std::fabs(m[i][k / 2])) * (i == 3 ? 1 : half_edge);
+        }
+        slack[k] = terms * 64 * FLT_EPSILON;
+    }
+    for (const Bbox& box : world.boxes) {
+        bool is_in = true;
+        for (int k = 0; k < 6 && is_in; ++k) {
+            float sum = planes[k][3];
+            for (int axis = 0; axis < 3; ++axis)
+                sum += planes[k][axis] * box[planes[k][axis] < 0 ? 0 : 1][axis];
+            is_in = sum >= -slack[k];
+        }
+        if (is_in) count_it(nullptr, nullptr, box);
+    }
+}
+
+// Of the whole world if `part` is 1; of a part of its width otherwise.
+static void by_part_in_view(benchmark::State& state, World_Kind kind, bool unordered, float part) {
+    query(
+        state, kind, nullptr,
+        [=](const auto& tree, const World& world, std::size_t i) {
+            ask(tree, unordered, world.part_view(i, part));
+        },
+        [=](const World& world, std::size_t i) { scan(world, world.part_view(i, part)); });
 }
 
 static void by_view(benchmark::State& state, World_Kind kind) {
@@ -239,10 +293,26 @@ static void all(benchmark::State& state, World_Kind kind) {
     BENCHMARK_CAPTURE(walk, fitted, fitted)->Arg(100000)->UseManualTime();                         \
     BENCHMARK_CAPTURE(walk, corner, corner)->Arg(100000)->UseManualTime();                         \
     BENCHMARK_CAPTURE(walk, giants, giants)->Arg(20000)->UseManualTime()
+#define BOTH_WAYS(walk)                                                                            \
+    BENCHMARK_CAPTURE(walk, fitted, fitted, false)->Arg(100000)->UseManualTime();                  \
+    BENCHMARK_CAPTURE(walk, corner, corner, false)->Arg(100000)->UseManualTime();                  \
+    BENCHMARK_CAPTURE(walk, giants, giants, false)->Arg(20000)->UseManualTime();                   \
+    BENCHMARK_CAPTURE(walk, fitted_unordered, fitted, true)->Arg(100000)->UseManualTime();         \
+    BENCHMARK_CAPTURE(walk, corner_unordered, corner, true)->Arg(100000)->UseManualTime();         \
+    BENCHMARK_CAPTURE(walk, giants_unordered, giants, true)->Arg(20000)->UseManualTime()
+#define IN_VIEW(name, unordered, part)                                                             \
+    BENCHMARK_CAPTURE(by_part_in_view, name, fitted, unordered, part)                              \
+        ->Arg(100000)                                                                              \
+        ->UseManualTime()                                                                          \
+        ->Iterations(3)
 
 WORLDS(build);
-WORLDS(by_box);
-WORLDS(by_segment);
+BOTH_WAYS(by_box);
+BOTH_WAYS(by_segment);
+IN_VIEW(whole, false, 1.0f);
+IN_VIEW(whole_unordered, true, 1.0f);
+IN_VIEW(half_unordered, true, 0.5f);
+IN_VIEW(tenth_unordered, true, 0.1f);
 WORLDS(by_view);
 WORLDS(by_two_views);
 WORLDS(all);

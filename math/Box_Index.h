@@ -2,7 +2,7 @@
 //
 //     Box_Index index(world, false);
 //     index.put(3, box);
-//     index.collect(Box_Probe(query), [&](std::uint32_t number) { ... });
+//     index.visit(Box_Probe(query), [&](std::uint32_t number) { ...; return false; });
 //     index.remove(3);
 //
 // A node holds up to 16 boxes, coordinate by coordinate, so that a probe looks at four or more of
@@ -64,11 +64,12 @@ public:
     Bbox get_bbox() const;
 
     // Calls take(number) for each box that the probe lets pass, and for none that it does not let
-    // pass. probe.meets(lanes) answers a bit for each lane: for nodes, whether anything inside may
-    // pass; for boxes, whether the box does.
+    // pass, up to the first true answer, which is the result. probe.meets(lanes) answers a bit for
+    // each lane: for nodes, whether anything inside may pass; for boxes, whether the box does.
+    // probe.holds(lanes): whether all that is inside passes, so that nobody need look.
     template<class Probe, class Take>
-    void collect(const Probe& probe, Take take) const {
-        if (count_ > 0) collect(nodes_[root_], probe, take);
+    bool visit(const Probe& probe, Take take) const {
+        return count_ > 0 && visit(nodes_[root_], probe, take);
     }
 
     // How many boxes the probe lets pass, counted up to `enough`.
@@ -97,15 +98,25 @@ private:
     };
 
     template<class Probe, class Take>
-    void collect(const Node& node, const Probe& probe, Take& take) const {
-        for (unsigned int m = probe.meets(node.lanes) & node.used(); m != 0; m &= m - 1) {
-            const std::uint32_t id = node.ids[std::countr_zero(m)];
-            if (node.height == 0) {
-                take(id);
-            } else {
-                collect(nodes_[id], probe, take);
-            }
+    bool visit(const Node& node, const Probe& probe, Take& take) const {
+        const unsigned int met = probe.meets(node.lanes) & node.used();
+        const unsigned int held = node.height > 0 && met != 0 ? probe.holds(node.lanes) : 0;
+        for (unsigned int m = met; m != 0; m &= m - 1) {
+            const int lane = std::countr_zero(m);
+            const std::uint32_t id = node.ids[lane];
+            const bool is_stopped = node.height == 0   ? take(id)
+                                    : held >> lane & 1 ? visit_all(nodes_[id], take)
+                                                       : visit(nodes_[id], probe, take);
+            if (is_stopped) return true;
         }
+        return false;
+    }
+    template<class Take>
+    bool visit_all(const Node& node, Take& take) const {
+        for (int i = 0; i < node.count; ++i)
+            if (node.height == 0 ? take(node.ids[i]) : visit_all(nodes_[node.ids[i]], take))
+                return true;
+        return false;
     }
     template<class Probe>
     int count_up_to(int enough, const Node& node, const Probe& probe) const {

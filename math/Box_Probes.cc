@@ -27,6 +27,16 @@ unsigned int Box_Probe::meets(const Box_Lanes& lanes) const {
     });
 }
 
+unsigned int Box_Probe::holds(const Box_Lanes& lanes) const {
+    return lanes_that_meet([&](int i) {
+        Quad reaches_out = 0.0f;
+        for (int axis = 0; axis < 3; ++axis)
+            reaches_out = reaches_out | is_less(Quad(lanes.min[axis] + i), query.min[axis]) |
+                          is_less(Quad(query.max[axis]), Quad(lanes.max[axis] + i));
+        return reaches_out;
+    });
+}
+
 // Below the normal numbers roundings are not relative any more.
 static const float underflow = FLT_MIN;
 
@@ -82,18 +92,32 @@ View_Probe::View_Probe(const Matrix4& m, const Bbox& reach) {
     }
 }
 
-// Of each box, the corner that lies furthest on the inner side. A NaN anywhere leaves nothing out.
+// How far the corner of each box that lies furthest out, or in, lies inside of the plane.
+static Quad distances(const Box_Lanes& lanes, int i, const float* plane, bool furthest_in) {
+    Quad sum = plane[3];
+    for (int axis = 0; axis < 3; ++axis) {
+        const float* const side =
+            (plane[axis] < 0) == furthest_in ? lanes.min[axis] : lanes.max[axis];
+        sum = sum + Quad(side + i) * plane[axis];
+    }
+    return sum;
+}
+
+// A NaN anywhere leaves nothing out.
 unsigned int View_Probe::meets(const Box_Lanes& lanes) const {
     return lanes_that_meet([&](int i) {
         Quad missed = 0.0f;
-        for (int k = 0; k < planes_; ++k) {
-            Quad sum = plane_[k][3];
-            for (int axis = 0; axis < 3; ++axis) {
-                const float by = plane_[k][axis];
-                sum = sum + Quad((by < 0 ? lanes.min[axis] : lanes.max[axis]) + i) * by;
-            }
-            missed = missed | is_less(sum, -slack_[k]);
-        }
+        for (int k = 0; k < planes_; ++k)
+            missed = missed | is_less(distances(lanes, i, plane_[k], true), -slack_[k]);
         return missed;
     });
+}
+
+// And here lets nothing in.
+unsigned int View_Probe::holds(const Box_Lanes& lanes) const {
+    unsigned int held = ~0u;
+    for (int k = 0; k < planes_; ++k)
+        held &= ~lanes_that_meet(
+            [&](int i) { return is_less(slack_[k], distances(lanes, i, plane_[k], false)); });
+    return held;
 }

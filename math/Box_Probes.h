@@ -1,10 +1,10 @@
 // What a Box_Index is asked: tests of sixteen boxes at a time.
 //
-//     index.collect(Box_Probe(query), take);
+//     index.visit(Box_Probe(query), take);
 //
 // Box_Probe is exact. The others let pass whatever the tests of Bbox let pass, for the box itself
 // and for every box that holds it, and a little more: they are there to leave out the rest.
-// meets(lanes) answers a bit for each lane.
+// meets(lanes) answers a bit for each lane, holds(lanes) one for those that lie wholly inside.
 #ifndef MATH_BOX_PROBES_H
 #define MATH_BOX_PROBES_H
 
@@ -16,6 +16,7 @@
 struct Box_Probe {
     explicit Box_Probe(const Bbox& q) : query(q) {}
     unsigned int meets(const Box_Lanes& lanes) const;
+    unsigned int holds(const Box_Lanes& lanes) const;
 
     Bbox query;
 };
@@ -28,6 +29,7 @@ public:
     // False where the arithmetic of the segment overflows: then the probe is of no use.
     bool is_usable() const { return is_usable_; }
     unsigned int meets(const Box_Lanes& lanes) const;
+    static unsigned int holds(const Box_Lanes&) { return 0; }
 
 private:
     Point start_;
@@ -43,6 +45,7 @@ public:
     // `reach` holds all boxes that the probe is to meet, and the cells.
     View_Probe(const Matrix4& m, const Bbox& reach);
     unsigned int meets(const Box_Lanes& lanes) const;
+    unsigned int holds(const Box_Lanes& lanes) const;
 
 private:
     static constexpr int planes_ = 6;

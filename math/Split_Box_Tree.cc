@@ -146,8 +146,11 @@ void BSplit_Box_Tree::file(std::uint32_t slot, std::uint32_t* list) {
 
 void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf, std::uint32_t* list) {
     std::uint32_t* last = list;
-    const auto take = [&](std::uint32_t slot) { *last++ = slot; };
-    for (const Box_Index& index : index_) index.collect(Box_Probe(leaf.box), take);
+    const auto take = [&](std::uint32_t slot) {
+        *last++ = slot;
+        return false;
+    };
+    for (const Box_Index& index : index_) index.visit(Box_Probe(leaf.box), take);
     for (std::size_t i = 0; i < odd_slots_.count(); ++i)
         if (leaf.box.is_overlapping(slots_[odd_slots_[i]].box)) take(odd_slots_[i]);
     cells_.divide(leaf, list, last,
@@ -316,8 +319,11 @@ float BSplit_Box_Tree::zero_of_contents(int side, int axis) const {
     }
     if (cell.box[side][axis] == 0) return cell.box[side][axis];
     std::uint32_t last = 0;
-    const auto note_last = [&](std::uint32_t slot) { last = std::max(last, slot); };
-    for (const Box_Index& index : index_) index.collect(touching_zero(cell.box), note_last);
+    const auto note_last = [&](std::uint32_t slot) {
+        last = std::max(last, slot);
+        return false;
+    };
+    for (const Box_Index& index : index_) index.visit(touching_zero(cell.box), note_last);
     return slots_[last].box[side][axis];
 }
 

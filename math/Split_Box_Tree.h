@@ -46,6 +46,8 @@
 #include "std/Std_Obj.h"
 #include "std/Std_Univ.h"
 
+class View_Probe;
+
 // The tree itself, untyped. Use it through Split_Box_Tree<T>.
 class BSplit_Box_Tree : public Std_Obj {
     STD_OBJ_CLASS(BSplit_Box_Tree, Std_Obj)
@@ -90,6 +92,15 @@ class BSplit_Box_Tree : public Std_Obj {
     bool apply(SUniv* user, const Matrix4& m, BSplit_Box_Tree_Apply fn) const;
     bool apply(SUniv* user, const Matrix4& m1, const Matrix4& m2, BSplit_Box_Tree_Apply fn) const;
     bool apply(SUniv* user, const Point& p, const Point& q, BSplit_Box_Tree_Apply fn) const;
+
+    // The same for those whose box overlaps `query`, may be visible through m, or is met by p..q,
+    // in no particular order: to keep the order costs several times the search where much is found.
+    // A part of the tree that is wholly in view is not tested further. There may be some among them
+    // that lie beside the view by a rounding, or meet the query outside the bounds only.
+    bool apply_unordered(SUniv* user, const Bbox& query, BSplit_Box_Tree_Apply fn) const;
+    bool apply_unordered(SUniv* user, const Matrix4& m, BSplit_Box_Tree_Apply fn) const;
+    bool apply_unordered(SUniv* user, const Point& p, const Point& q,
+                         BSplit_Box_Tree_Apply fn) const;
 
     // The items whose box does not touch the bounds, which the other walks do not reach; in the
     // order of their arrival.
@@ -155,12 +166,18 @@ private:
     bool is_small(const Box_Cells::Cell& leaf) const;
     template<class Probe>
     void collect(const Probe& probe, Slot_Set& found) const;
+    View_Probe probe_for(const Matrix4& m, const Box_Index& index) const;
     void collect_visible(const Matrix4& m, Slot_Set& found) const;
     void collect_odd(Slot_Set& found) const;
     void collect_all(Slot_Set& found) const;
 
     template<class Query, class Collect>
     bool walk(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, Collect collect) const;
+    template<class Query, class Probe>
+    bool visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, Probe probe,
+               bool is_rough) const;
+    template<class Query>
+    bool visit_each(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn) const;
     bool walk_all(SUniv* user, BSplit_Box_Tree_Apply fn) const;
     bool report_in_order(Scratch& scratch, std::size_t count, SUniv* user,
                          BSplit_Box_Tree_Apply fn) const;

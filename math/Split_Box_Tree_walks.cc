@@ -37,8 +37,11 @@ bool BSplit_Box_Tree::is_small(const Box_Cells::Cell& leaf) const {
 
 template<class Probe>
 void BSplit_Box_Tree::collect(const Probe& probe, Slot_Set& found) const {
-    for (const Box_Index& index : index_)
-        index.collect(probe, [&](std::uint32_t slot) { found.put(slot); });
+    const auto put = [&](std::uint32_t slot) {
+        found.put(slot);
+        return false;
+    };
+    for (const Box_Index& index : index_) index.visit(probe, put);
     collect_odd(found);
 }
 
@@ -373,13 +376,18 @@ bool BSplit_Box_Tree::apply(SUniv* user, const Bbox& query, BSplit_Box_Tree_Appl
 
 // A probe for each index: the slack grows with what it is to meet, and that of an infinite box,
 // which is among the large ones, would let all small ones pass.
+View_Probe BSplit_Box_Tree::probe_for(const Matrix4& m, const Box_Index& index) const {
+    Bbox reach = get_bbox();
+    if (index.count() > 0) reach.merge(index.get_bbox());
+    return View_Probe(m, reach);
+}
+
 void BSplit_Box_Tree::collect_visible(const Matrix4& m, Slot_Set& found) const {
-    for (const Box_Index& index : index_) {
-        if (index.count() == 0) continue;
-        Bbox reach = index.get_bbox();
-        reach.merge(get_bbox());
-        index.collect(View_Probe(m, reach), [&](std::uint32_t slot) { found.put(slot); });
-    }
+    const auto put = [&](std::uint32_t slot) {
+        found.put(slot);
+        return false;
+    };
+    for (const Box_Index& index : index_) index.visit(probe_for(m, index), put);
     collect_odd(found);
 }
 
@@ -404,4 +412,57 @@ bool BSplit_Box_Tree::apply(SUniv* user, const Point& p, const Point& q,
         else
             collect_all(found);
     });
+}
+
+// With probe(index) for each index; what it lets pass needs a test of its own if `is_rough`.
+template<class Query, class Probe>
+bool BSplit_Box_Tree::visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, Probe probe,
+                            bool is_rough) const {
+    for (std::size_t i = 0; i < odd_slots_.count(); ++i) {
+        const Slot& slot = slots_[odd_slots_[i]];
+        if (query.accepts(slot.box) && fn(user, slot.item, slot.box)) return true;
+    }
+    const auto take = [&](std::uint32_t number) {
+        const Slot& slot = slots_[number];
+        return (!is_rough || query.accepts(slot.box)) && fn(user, slot.item, slot.box);
+    };
+    return index_[small_].visit(probe(index_[small_]), take) ||
+           index_[large_].visit(probe(index_[large_]), take);
+}
+
+// Where no probe is of use.
+template<class Query>
+bool BSplit_Box_Tree::visit_each(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn) const {
+    for (std::size_t i = 0; i < slots_.count(); ++i) {
+        const Slot& slot = slots_[i];
+        if (slot.where <= odd_ && query.accepts(slot.box) && fn(user, slot.item, slot.box))
+            return true;
+    }
+    return false;
+}
+
+bool BSplit_Box_Tree::apply_unordered(SUniv* user, const Bbox& query,
+                                      BSplit_Box_Tree_Apply fn) const {
+    settle();
+    const In_Box in_box{query};
+    if (!query.is_ordered()) return visit_each(user, in_box, fn);
+    return visit(
+        user, in_box, fn, [&](const Box_Index&) { return Box_Probe(query); }, false);
+}
+
+bool BSplit_Box_Tree::apply_unordered(SUniv* user, const Matrix4& m,
+                                      BSplit_Box_Tree_Apply fn) const {
+    settle();
+    const auto probe = [&](const Box_Index& index) { return probe_for(m, index); };
+    return visit(user, In_View{m}, fn, probe, false);
+}
+
+bool BSplit_Box_Tree::apply_unordered(SUniv* user, const Point& p, const Point& q,
+                                      BSplit_Box_Tree_Apply fn) const {
+    settle();
+    const Segment_Probe probe(p, q);
+    const On_Segment on_segment{p, q};
+    if (!probe.is_usable()) return visit_each(user, on_segment, fn);
+    return visit(
+        user, on_segment, fn, [&](const Box_Index&) { return probe; }, true);
 }

@@ -153,6 +153,30 @@ bool WDB_Database::apply_to_shapes(SUniv* user, const Point& p, const Point& q,
     return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), p, q, shape_cb);
 }
 
+bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Bbox& box,
+                                             WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), box, shape_cb);
+}
+
+bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Matrix4& m,
+                                             WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m, shape_cb);
+}
+
+bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Point& p, const Point& q,
+                                             WDB_Apply_Callback callback) const {
+    WDB_Database_Wrapped_Env env = {user, callback};
+    return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), p, q, shape_cb);
+}
+
+bool WDB_Database::apply_to_shapes_unordered(SUniv* user, WDB_Camera* camera, float aspect,
+                                             WDB_Apply_Callback callback) const {
+    return apply_to_shapes_unordered(user, camera->get_viewing_x_render_projection(aspect),
+                                     callback);
+}
+
 bool WDB_Database::apply_to_shapes_outside(SUniv* user, WDB_Apply_Callback callback) const {
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply_to_outside(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), shape_cb);

@@ -30,6 +30,7 @@
 #include "std/Std_Univ.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Obj.h"
+#include "wdb/WDB_Visit.h"
 
 // `box` is the node's box in world space. A true result stops the walk, which then returns true.
 using WDB_Apply_Callback = bool (*)(SUniv* user, const WDB_Node* node, const Bbox& box);
@@ -98,6 +99,51 @@ class WDB_Database : public WDB_Obj {
     // the tree in view.
     bool apply_to_shapes(SUniv* user, WDB_Camera* camera, float aspect,
                          WDB_Apply_Callback callback) const;
+
+    // The same in no particular order, which costs much less where much is found: to be drawn, or
+    // counted. A part of the tree that is wholly in view is handed out without further tests. There
+    // may be shapes among them that lie beside the view by a rounding, or meet the box or segment
+    // outside the bounds only.
+    bool apply_to_shapes_unordered(SUniv* user, const Bbox& box, WDB_Apply_Callback callback) const;
+    bool apply_to_shapes_unordered(SUniv* user, const Matrix4& m,
+                                   WDB_Apply_Callback callback) const;
+    bool apply_to_shapes_unordered(SUniv* user, const Point& p, const Point& q,
+                                   WDB_Apply_Callback callback) const;
+    bool apply_to_shapes_unordered(SUniv* user, WDB_Camera* camera, float aspect,
+                                   WDB_Apply_Callback callback) const;
+
+    // The walks for callables; see WDB_Visit.
+    //     world.for_each_shape_unordered(camera, aspect, [&](WDB_Node& node, const Bbox&) {
+    //         draw(node);
+    //     });
+    bool for_each_node(WDB_Visit v) const { return apply_to_nodes(v.user(), v.callback()); }
+    bool for_each_light(WDB_Visit v) const { return apply_to_lights(v.user(), v.callback()); }
+    bool for_each_camera(WDB_Visit v) const { return apply_to_cameras(v.user(), v.callback()); }
+    bool for_each_shape(WDB_Visit v) const { return apply_to_shapes(v.user(), v.callback()); }
+    bool for_each_shape(const Bbox& box, WDB_Visit v) const {
+        return apply_to_shapes(v.user(), box, v.callback());
+    }
+    bool for_each_shape(const Matrix4& m, WDB_Visit v) const {
+        return apply_to_shapes(v.user(), m, v.callback());
+    }
+    bool for_each_shape(const Point& p, const Point& q, WDB_Visit v) const {
+        return apply_to_shapes(v.user(), p, q, v.callback());
+    }
+    bool for_each_shape(WDB_Camera* camera, float aspect, WDB_Visit v) const {
+        return apply_to_shapes(v.user(), camera, aspect, v.callback());
+    }
+    bool for_each_shape_unordered(const Bbox& box, WDB_Visit v) const {
+        return apply_to_shapes_unordered(v.user(), box, v.callback());
+    }
+    bool for_each_shape_unordered(const Matrix4& m, WDB_Visit v) const {
+        return apply_to_shapes_unordered(v.user(), m, v.callback());
+    }
+    bool for_each_shape_unordered(const Point& p, const Point& q, WDB_Visit v) const {
+        return apply_to_shapes_unordered(v.user(), p, q, v.callback());
+    }
+    bool for_each_shape_unordered(WDB_Camera* camera, float aspect, WDB_Visit v) const {
+        return apply_to_shapes_unordered(v.user(), camera, aspect, v.callback());
+    }
 
     // The shapes outside the bounds, in the order in which they were put.
     bool apply_to_shapes_outside(SUniv* user, WDB_Apply_Callback callback) const;

@@ -11,6 +11,7 @@ struct Counting_Probe {
         ++looks;
         return Box_Probe(query).meets(lanes);
     }
+    unsigned int holds(const Box_Lanes& lanes) const { return Box_Probe(query).holds(lanes); }
     Bbox query;
     int& looks;
 };
@@ -42,8 +43,10 @@ TEST(Box_Index, finds_boxes_in_few_nodes) {
         for (int round = 0; round < 300; ++round) {
             const Counting_Probe probe{box(20), looks};
             std::set<std::uint32_t> found, should;
-            index.collect(probe,
-                          [&](std::uint32_t number) { EXPECT_TRUE(found.insert(number).second); });
+            EXPECT_FALSE(index.visit(probe, [&](std::uint32_t number) {
+                EXPECT_TRUE(found.insert(number).second);
+                return false;
+            }));
             for (const std::uint32_t i : held)
                 if (boxes[i].is_overlapping(probe.query)) should.insert(i);
             ASSERT_EQ(found, should);
