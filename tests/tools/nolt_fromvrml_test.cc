@@ -17,10 +17,8 @@ protected:
     }
     // Loads without what the converter says on the standard error stream, which is kept.
     bool load_quietly(const std::string& url) {
-        ::testing::internal::CaptureStderr();
-        const bool is_loaded = load(url);
-        said = ::testing::internal::GetCapturedStderr();
-        return is_loaded;
+        said = reports_of([&] { load(url); });
+        return world;
     }
     void put_converter(const std::string& commands) {
         std::filesystem::remove("bin/nolt_fromvrml");
@@ -257,14 +255,14 @@ TEST_F(From_VRML, files_that_belong_together) {
             "PROTO Sign [] { Group { children [ Inline { url \"b.wrl\" } Shape { geometry Box {} "
             "appearance Appearance { texture ImageTexture { url \"a.png\" } } } ] } }"));
     EXPECT_EQ(convert(vrml97("EXTERNPROTO Sign [] \"sub/sign.wrl\" Sign {}")), 0);
-    EXPECT_NE(out.find("file \"sub/b.wrl\""), std::string::npos);
-    EXPECT_NE(err.find("SGI image: sub/a.png"), std::string::npos);
+    EXPECT_TRUE(holds(out, "file \"sub/b.wrl\""));
+    EXPECT_TRUE(holds(err, "SGI image: sub/a.png"));
     // Text that came from elsewhere takes nothing from here.
     std::filesystem::current_path("sub");
     EXPECT_EQ(convert(file("a.wrl"), " -tmp x"), 0);
-    EXPECT_NE(err.find("skipped 1: EXTERNPROTO Block, line 2\n"), std::string::npos);
+    EXPECT_TRUE(holds(err, "skipped 1: EXTERNPROTO Block, line 2\n"));
     EXPECT_EQ(convert(file("b.wrl"), " -tmp abcdefghijklmnopqrstuvwxyz"), 0);
-    EXPECT_NE(out.find("node x.cdefghijklmnopqrstuvwxyz {"), std::string::npos);
+    EXPECT_TRUE(holds(out, "node x.cdefghijklmnopqrstuvwxyz {"));
     EXPECT_EQ(convert(file("a.wrl")), 0);
     EXPECT_EQ(err, "");
 }
@@ -322,14 +320,13 @@ TEST_F(From_VRML, converters_that_fail) {
     for (const auto& [commands, status, left] : rows) {
         put_converter(commands);
         ASSERT_TRUE(load_quietly("t"));
-        EXPECT_NE(reports.find(str_format(": Error - conversion failed with status %d\n", status)),
-                  std::string::npos)
-            << reports;
+        EXPECT_TRUE(
+            holds(reports, str_format(": Error - conversion failed with status %d\n", status)));
         EXPECT_EQ(nodes(), left);
     }
     std::filesystem::remove("bin/nolt_fromvrml");
     ASSERT_TRUE(load_quietly("t"));
-    EXPECT_NE(reports.find("failed with status 127"), std::string::npos);
+    EXPECT_TRUE(holds(reports, "failed with status 127"));
     setenv("TMPDIR", "/no/such/folder", 1);
     EXPECT_FALSE(load("t"));
     EXPECT_EQ(reports, "Converting from VRML\nUnable to open local tmp file\nCannot open URL t\n");

@@ -1,5 +1,6 @@
 #include "wdb/WDB_Smoother.h"
 
+#include "tests/Test.h"
 #include "tests/wdb/support.h"
 
 // Two triangles that share the edge from (0,0,0) to (0,1,0), folded by `degrees`.
