@@ -128,6 +128,19 @@ TEST_F(From_VRML, triangles_look_outwards) {
     }
 }
 
+// What is written, and whether something is told; and whether the text was whole.
+static std::tuple<std::string, bool, bool> converted(const std::string& text,
+                                                     std::size_t most_work) {
+    std::FILE *const out = std::tmpfile(), *const told = std::tmpfile();
+    const bool is_whole = vrml_convert(text, {"", "", most_work}, out, told);
+    std::string written(static_cast<std::size_t>(std::ftell(out)), '\0');
+    std::rewind(out);
+    EXPECT_EQ(std::fread(written.data(), 1, written.size(), out), written.size());
+    const bool is_told = std::ftell(told) > 0;
+    for (std::FILE* file : {out, told}) std::fclose(file);
+    return {written, is_told, is_whole};
+}
+
 // The work that each conversion takes: with one less it ends before the rest is written, and says so.
 TEST(Vrml_Budget, is_just_enough) {
     const std::string faces =
@@ -149,21 +162,11 @@ TEST(Vrml_Budget, is_just_enough) {
                "point [ 0 0 0, 1 0 0 ] } IndexedLineSet { coordIndex [ 0 1 ] }"),
          12},
     };
-    // What is written, and whether something is told.
-    const auto converted = [](const std::string& text, std::size_t most_work) {
-        std::FILE *const out = std::tmpfile(), *const told = std::tmpfile();
-        vrml_convert(text, {"", "", most_work}, out, told);
-        std::string written(static_cast<std::size_t>(std::ftell(out)), '\0');
-        std::rewind(out);
-        EXPECT_EQ(std::fread(written.data(), 1, written.size(), out), written.size());
-        const std::pair result(written, std::ftell(told) > 0);
-        for (std::FILE* file : {out, told}) std::fclose(file);
-        return result;
-    };
     for (const auto& [text, work] : rows) {
-        EXPECT_FALSE(converted(text, work).second) << text;
-        const auto& [less, is_told] = converted(text, work - 1);
-        EXPECT_TRUE(is_told && (less.empty() || less != converted(text, work).first)) << text;
+        const auto& [all, all_told, all_whole] = converted(text, work);
+        const auto& [less, is_told, is_whole] = converted(text, work - 1);
+        EXPECT_FALSE(all_told) << text;
+        EXPECT_TRUE(is_told && (less.empty() || less != all)) << text;
     }
 }
 
@@ -181,11 +184,9 @@ TEST(Vrml_Convert, cut_files) {
         for (const std::string& statement : statements) {
             for (std::size_t size = 0; size <= statement.size(); ++size) {
                 const std::string text = before + statement.substr(0, size);
-                std::FILE *const out = std::tmpfile(), *const told = std::tmpfile();
-                const bool is_whole = size == 0 || size == statement.size();
-                EXPECT_EQ(vrml_convert(text, {}, out, told), is_whole) << text;
-                EXPECT_TRUE(is_whole || std::ftell(told) > 0) << text;
-                for (std::FILE* file : {out, told}) std::fclose(file);
+                const auto& [written, is_told, is_whole] = converted(text, Vrml_Budget::MOST_WORK);
+                EXPECT_EQ(is_whole, size == 0 || size == statement.size()) << text;
+                EXPECT_TRUE(is_whole || is_told) << text;
             }
             before += statement + "\n";
         }

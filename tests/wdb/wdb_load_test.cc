@@ -218,7 +218,7 @@ TEST_F(Wdb_Load, what_does_not_come_back) {
 }
 
 // Files go only for a scene that is local all the way up, and only what was read as an image.
-TEST_F(Wdb_Load, textures) {
+TEST_F(Wdb_Load, tmpimages_that_stay) {
     checker("x")->get_image()->save("c.rgb");
     std::filesystem::copy_file("c.rgb", "tmp.rgb");
     put_file("precious", "precious");
