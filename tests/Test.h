@@ -1,6 +1,6 @@
 // What most tests need. Plain values of floats, compared bit by bit: a failure prints each float as
-// a number and in hexadecimal. The text that values print, the sum of a text that is too long to
-// show, and what a call writes to the standard error stream.
+// a number and in hexadecimal. The text that values print, and what a call writes to the standard
+// error stream.
 //
 //     EXPECT_EQ(bits_of(p * f), bits_of(Point(3, 2, 2)));
 //     EXPECT_EQ(printed(p), "Point(3,2,2)\n");
@@ -66,15 +66,6 @@ std::string shown(const T&... values) {
     std::ostringstream os;
     ((os << values << ' '), ...);
     return os.str();
-}
-
-// Of all bytes: FNV-1a in 64 bits.
-inline std::string checksum(const std::string& text) {
-    std::uint64_t sum = 0xCBF29CE484222325;
-    for (const unsigned char c : text) sum = (sum ^ c) * 0x100000001B3;
-    char shown[17];
-    std::snprintf(shown, sizeof shown, "%016llx", static_cast<unsigned long long>(sum));
-    return shown;
 }
 
 // The call ends the process, as fatal reports do.

@@ -76,9 +76,6 @@ TEST_F(From_VRML, blocks_of_the_file) {
         const bool is_vrml1 = parts["name"].starts_with("VRML 1.0");
         const bool is_cut = parts["name"].find("cut off") != std::string::npos;
         EXPECT_EQ(convert(is_vrml1 ? vrml1(parts["text"]) : vrml97(parts["text"])), is_cut);
-        if (parts.contains("scene")) {
-            EXPECT_EQ(out, parts["scene"]);
-        }
         if (parts.contains("brief")) {
             EXPECT_EQ(brief(out), parts["brief"]);
         }

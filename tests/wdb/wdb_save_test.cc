@@ -144,11 +144,8 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
     };
     auto* const endless = new WDB_Material;
     endless->set_alpha(INFINITY);
-    const auto lighted = [] {
-        auto* const off = new WDB_Light("off", HFrame::identity(), 0, nullptr, nullptr);
-        off->set_on(false);
-        return off;
-    };
+    auto* const off = new WDB_Light("off", HFrame::identity(), 0, nullptr, nullptr);
+    off->set_on(false);
     const Point zero(0, 0, 0);
     auto* const flat_line = lines_of({WDB_Line(zero, zero, Vector(0, 0, 1), Vector(0, 0, 0))});
     flat_line->set_with_normals(true);
@@ -172,7 +169,7 @@ TEST_F(Wdb_Save, what_cannot_be_read_back) {
         {node_named("a", list_of({WDB_Triangle(zero, zero, zero)})),
          back + "an item has no area or no normal"},
         {node_named("z", flat_line), back + "an item has no area or no normal"},
-        {lighted(), back + "it is off, and the file has no form for that"},
+        {off, back + "it is off, and the file has no form for that"},
         {new WDB_Camera("c", HFrame::identity(), Matrix4::window(0, 1, 0, 1, 1, 2), nullptr,
                         nullptr),
          back + "its projection is no standard perspective"},
