@@ -1,11 +1,11 @@
 // Tables of texts too long for a source: blocks that begin with "=== name", of parts that begin
-// with "--- name". Before the first of these stands the part "text"; "name" is that of the block.
-// And scenes with a block in each line, as "node a { frame t 1 2 3; material m }".
+// with "--- name", behind which a first line may stand. Before the first of these stands the part
+// "text"; "name" is that of the block. And scenes with a block in each line, as
+// "node a { frame t 1 2 3; material m }".
 #ifndef TESTS_BLOCKS_H
 #define TESTS_BLOCKS_H
 
 #include <fstream>
-#include <map>
 
 #include "tests/Test.h"
 
@@ -23,7 +23,9 @@ void for_each_block(const char* path, Check check) {
             parts["name"] = name = line.substr(std::min<std::size_t>(4, line.size()));
             part = "text";
         } else if (line.starts_with("--- ")) {
-            parts[part = line.substr(4)];
+            const std::size_t end = std::min(line.find(' ', 4), line.size());
+            parts[part = line.substr(4, end - 4)];
+            if (end < line.size()) parts[part] = line.substr(end + 1) + "\n";
         } else {
             parts[part] += line + "\n";
         }

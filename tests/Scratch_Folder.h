@@ -4,7 +4,6 @@
 #define TESTS_SCRATCH_FOLDER_H
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>

@@ -1,23 +1,31 @@
 // What most tests need. Plain values of floats, compared bit by bit: a failure prints each float as
-// a number and in hexadecimal. The text that values print, the sum of a text that is too long to
-// show, and what a call writes to the standard error stream.
+// a number and in hexadecimal. The text that values print, and what a call writes to the standard
+// error stream.
 //
 //     EXPECT_EQ(bits_of(p * f), bits_of(Point(3, 2, 2)));
 //     EXPECT_EQ(printed(p), "Point(3,2,2)\n");
 //     EXPECT_EQ(shown(list.count(), list.is_empty()), "2 0 ");
+//     EXPECT_TRUE(holds(text, "a part of it"));
 //     EXPECT_EQ(reports_of([&] { url.open(); }), "");
 #ifndef TESTS_TEST_H
 #define TESTS_TEST_H
 
 #include <algorithm>
+#include <bit>
 #include <cfloat>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
+#include <limits>
+#include <map>
+#include <numbers>
 #include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -60,13 +68,13 @@ std::string shown(const T&... values) {
     return os.str();
 }
 
-// Of all bytes: FNV-1a in 64 bits.
-inline std::string checksum(const std::string& text) {
-    std::uint64_t sum = 0xCBF29CE484222325;
-    for (const unsigned char c : text) sum = (sum ^ c) * 0x100000001B3;
-    char shown[17];
-    std::snprintf(shown, sizeof shown, "%016llx", static_cast<unsigned long long>(sum));
-    return shown;
+// The call ends the process, as fatal reports do.
+#define EXPECT_FATAL(call, text) EXPECT_EXIT(call, ::testing::ExitedWithCode(1), text)
+
+// Tells the whole text if the part is missing.
+inline ::testing::AssertionResult holds(const std::string& text, const std::string& part) {
+    if (text.find(part) != std::string::npos) return ::testing::AssertionSuccess();
+    return ::testing::AssertionFailure() << part << "\nis not in:\n" << text;
 }
 
 template<class Call>

@@ -1,7 +1,5 @@
 #include "base/Gap_List.h"
 
-#include <climits>
-
 #include "tests/Test.h"
 
 struct Record {

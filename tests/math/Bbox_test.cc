@@ -1,7 +1,5 @@
 #include "math/Bbox.h"
 
-#include <numbers>
-
 #include "math/Homogeneous.h"
 #include "tests/Test.h"
 

@@ -40,6 +40,7 @@ public:
         entries_.wipe_out();
         root_ = new BSplit_Box_Tree_Node(split_, nullptr, bounds_);
     }
+    bool has(SUniv* item) const { return entries_.has(item); }
     int count() const { return entries_.count(); }
     Bbox get_contents_bbox() const { return root_->get_contents_bbox(); }
 

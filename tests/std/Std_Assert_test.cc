@@ -1,7 +1,6 @@
 #include "std/Std_Assert.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -9,9 +8,7 @@
 #include "tests/Test.h"
 
 static std::string report(int level, const char* message) {
-    ::testing::internal::CaptureStderr();
-    std_assert(level, message, "a/b.cc", 12);
-    return ::testing::internal::GetCapturedStderr();
+    return reports_of([&] { std_assert(level, message, "a/b.cc", 12); });
 }
 
 TEST(Std_Assert, lines) {

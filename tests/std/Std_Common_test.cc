@@ -15,7 +15,7 @@ TEST(Std_Common, text_buffers) {
 }
 
 TEST(Std_Common, angles_and_raw_copies) {
-    EXPECT_TRUE(deg_to_rad(180.0f) == 3.14159274f && deg_to_rad(45.0f) == 0.785398185f);
+    EXPECT_TRUE(YES && deg_to_rad(180.0f) == 3.14159274f && deg_to_rad(45.0f) == 0.785398185f);
     EXPECT_EQ(rad_to_deg(0.785398185f), 45.0f);
     unsigned char bytes[8] = {};
     float value = 1.5f;

@@ -1,16 +1,9 @@
 #include "std/Std_GC_Cleanup.h"
 
-#include <gc.h>
-
 #include "std/Std_Tmp_Alloc.h"
-#include "tests/Test.h"
+#include "tests/Collected.h"
 
 using Pool = STD_TMP_ALLOC_POOL_T;
-
-static void collect() {
-    GC_gcollect();
-    GC_invoke_finalizers();
-}
 
 namespace {
 struct Far {

@@ -1,11 +1,10 @@
 #include "std/Std_GC.h"
 
-#include <gc.h>
 #include <memory>
 
 #include "std/Std_Messager.h"
 #include "std/Std_Obj.h"
-#include "tests/Test.h"
+#include "tests/Collected.h"
 
 namespace {
 class Shape : public Std_Obj {
@@ -92,9 +91,8 @@ TEST(Std_GC, plain_and_over_aligned_blocks_come_from_the_collector_and_go_back) 
     }
 }
 
-static int cleaned = 0;
-
 TEST(Std_GC, cleanup_runs_for_collected_kinds_and_plain_new_keeps_its_targets) {
+    static int cleaned;
     std::vector<Shape*> kept;
     for (int i = 0; i < 1000; ++i) {
         new (
@@ -102,8 +100,7 @@ TEST(Std_GC, cleanup_runs_for_collected_kinds_and_plain_new_keeps_its_targets) {
         kept.push_back(new Shape);
         kept.back()->sides = i;
     }
-    GC_gcollect();
-    GC_invoke_finalizers();
+    collect();
     // A few may be kept alive by stale words on the stack.
     EXPECT_GT(cleaned, 900);
     for (int i = 0; i < 100000; ++i) new Shape;
@@ -111,9 +108,9 @@ TEST(Std_GC, cleanup_runs_for_collected_kinds_and_plain_new_keeps_its_targets) {
 }
 
 TEST(Std_GC_death, memory_that_is_not_to_be_had_is_a_fatal_report) {
-    EXPECT_EXIT(new (GCAtomic) char[std::size_t(1) << 46], ::testing::ExitedWithCode(1),
-                "FATAL  : Out of memory: 70368744177664 bytes are not to be had in line [0-9]+ of "
-                "file std/Std_GC.cc");
+    EXPECT_FATAL(new (GCAtomic) char[std::size_t(1) << 46],
+                 "FATAL  : Out of memory: 70368744177664 bytes are not to be had in line [0-9]+ of "
+                 "file std/Std_GC.cc");
 }
 
 TEST(Std_GC, nothrow_new_is_the_collectors_and_may_answer_null) {

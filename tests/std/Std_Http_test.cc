@@ -1,7 +1,6 @@
 #include "std/Std_Http.h"
 
 #include <arpa/inet.h>
-#include <cerrno>
 #include <ctime>
 #include <deque>
 #include <netdb.h>

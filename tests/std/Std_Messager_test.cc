@@ -1,7 +1,5 @@
 #include "std/Std_Messager.h"
 
-#include <climits>
-
 #include "std/Std_Assert.h"
 #include "std/Std_Common.h"
 #include "tests/Test.h"

@@ -51,8 +51,22 @@ TEST_F(Std_Output_File_test, writes_are_whole_and_end_no_process) {
     EXPECT_TRUE(waitpid(reader, &status, 0) == reader && status == 0);
     ASSERT_EQ(pipe(ends), 0);
     close(ends[0]);
-    EXPECT_FALSE(std_write_all(ends[1], "x", 1));
-    EXPECT_EQ(errno, EPIPE);
+    sigset_t waiting, usual_mask;
+    sigemptyset(&waiting);
+    sigaddset(&waiting, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &waiting, &usual_mask);
+    for (const bool is_waiting : {false, true}) {
+        if (is_waiting) raise(SIGPIPE);
+        EXPECT_FALSE(std_write_all(ends[1], "x", 1));
+        EXPECT_EQ(errno, EPIPE);
+        sigpending(&waiting);
+        EXPECT_EQ(sigismember(&waiting, SIGPIPE), is_waiting) << "one of before stays";
+    }
+    sigemptyset(&waiting);
+    sigaddset(&waiting, SIGPIPE);
+    const timespec at_once = {};
+    sigtimedwait(&waiting, nullptr, &at_once);
+    pthread_sigmask(SIG_SETMASK, &usual_mask, nullptr);
     close(ends[1]);
     sigaction(SIGALRM, &before, nullptr);
 }

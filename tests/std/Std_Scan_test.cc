@@ -1,7 +1,5 @@
 #include "std/Std_Scan.h"
 
-#include <bit>
-#include <cstdlib>
 #include <string_view>
 
 #include "tests/Test.h"

@@ -1,9 +1,7 @@
 #include "std/Std_Tmp_Alloc.h"
 
-#include <gc.h>
-
 #include "std/Std_Obj.h"
-#include "tests/Test.h"
+#include "tests/Collected.h"
 
 using Pool = STD_TMP_ALLOC_POOL_T;
 
@@ -93,22 +91,13 @@ TEST(Std_Tmp_Alloc, pools_as_placements) {
     EXPECT_EQ(Pool::active_pools, nullptr);
 }
 
-static void count_as_gone(void*, void* counter) {
-    ++*static_cast<int*>(counter);
-}
-
-static void collect() {
-    GC_gcollect();
-    GC_invoke_finalizers();
-}
-
 // Fills the pool with pointers to blocks that nothing else points to. `gap` bytes stand before
 // each pointer.
 [[gnu::noinline]] static void point_to_blocks(Pool* pool, int count, std::size_t gap, int* gone) {
     for (int i = 0; i < count; ++i) {
         if (gap != 0) new (pool) char[gap];
         char* const at = static_cast<char*>(std_tmp_alloc(pool, sizeof(void*)));
-        void* const target = ::operator new(48, GC, count_as_gone, gone);
+        void* const target = counted_block(gone);
         std::memcpy(at, &target, sizeof target);
     }
 }
@@ -133,12 +122,11 @@ TEST(Std_Tmp_Alloc, a_pointer_in_a_pool_keeps_its_target) {
 }
 
 TEST(Std_Tmp_Alloc_death, memory_that_is_not_to_be_had) {
-    const auto dies = ::testing::ExitedWithCode(1);
     const char* const report = "FATAL  : Out of memory in line [0-9]+ of file std/Std_Tmp_Alloc.cc";
     Pool* const pool = std_tmp_alloc_new_pool(0);
-    EXPECT_EXIT(std_tmp_alloc_new_pool(std::size_t(1) << 46), dies, report);
+    EXPECT_FATAL(std_tmp_alloc_new_pool(std::size_t(1) << 46), report);
     for (const std::size_t size :
          {std::size_t(1) << 46, SIZE_MAX, SIZE_MAX - 3, SIZE_MAX - 4, SIZE_MAX / 2, SIZE_MAX / 4})
-        EXPECT_EXIT(std_tmp_alloc(pool, size), dies, report) << size;
+        EXPECT_FATAL(std_tmp_alloc(pool, size), report) << size;
     std_tmp_free_pool(pool);
 }

@@ -5,10 +5,8 @@
 using std::string_literals::operator""s;
 using Lex_Context = Scene_Test;
 
-static const std::string mesh = "trianglelist g {\n triangle p 0 0 0 1 0 0 0 1 0\n}\n";
-
 TEST_F(Lex_Context, lines) {
-    const std::string name(127, 'n'), filler(980, 'x');
+    const std::string name(127, 'n');
     // A logical line of `length` characters in two physical ones.
     const auto joined = [&](std::size_t length) {
         return "node a {\t\\\n"s + std::string(length - 9, 'x') + "\n}\nnode b {\n}\n";

@@ -104,10 +104,8 @@ TEST(Picking, lists_side_by_side) {
 }
 
 TEST(Picking, lines_within_a_tolerance) {
-    auto* const line = new WDB_Line_List(2);
-    line->put(WDB_Line(Point(-1, 0, 0), Point(1, 0, 0)), 0);
-    line->put(WDB_Line(Point(-1, 5, 9), Point(1, 5, 9)), 1); // near the eye
-    line->end_editing();
+    // The second stands near the eye.
+    auto* const line = lines_of({WDB_Line({-1, 0, 0}, {1, 0, 0}), WDB_Line({-1, 5, 9}, {1, 5, 9})});
     WDB_Database world;
     WDB_Camera* const camera = eye_at(Frame::translation(0, 0, 10));
     world.put(camera);
@@ -129,10 +127,8 @@ TEST(Picking, details) {
     WDB_Tri_List* const mesh = list_of(
         {WDB_Triangle({0, 0, -1}, {4, 0, -1}, {0, 4, -1}, none, none, none),
          WDB_Triangle(a, b, c, n0, n1, n2, red, green, blue, s, t, u), WDB_Triangle(a, b, c)});
-    auto* const lines = new WDB_Line_List(2);
-    lines->put(WDB_Line({-1, 9, 0}, {1, 9, 0}), 0);
-    lines->put(WDB_Line({0, 1, 0}, {4, 1, 0}, n0, n1, red, green, s, t), 1);
-    lines->end_editing();
+    auto* const lines = lines_of({WDB_Line({-1, 9, 0}, {1, 9, 0}),
+                                  WDB_Line({0, 1, 0}, {4, 1, 0}, n0, n1, red, green, s, t)});
     auto* const odd = new Odd_Geometry;
     odd->touch();
     odd->end_editing();

@@ -57,11 +57,7 @@ using Failing_Calls = Scene_Test;
 TEST_F(Failing_Calls, leave_all_old_or_all_new) {
     const std::vector<std::string> names = {"0.rgb", "1.rgb", "2.rgb", "scene"};
     WDB_Database pictured;
-    for (const char* name : {"0", "1", "2"}) {
-        auto* const texture = new WDB_Texture(new PX_Map(2, 2, 3));
-        texture->set_name(name);
-        pictured.put(new WDB_Node("n", HFrame::identity(), nullptr, nullptr, texture));
-    }
+    for (const char* name : {"0", "1", "2"}) pictured.put(textured(name, new PX_Map(2, 2, 3)));
     const auto count_old = [] {
         int count = 0;
         for (const auto& entry : std::filesystem::directory_iterator("."))

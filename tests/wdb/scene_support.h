@@ -2,8 +2,7 @@
 #ifndef TESTS_WDB_SCENE_SUPPORT_H
 #define TESTS_WDB_SCENE_SUPPORT_H
 
-#include <cstdlib>
-
+#include "std/Std_Limits.h"
 #include "std/Std_URL.h"
 #include "tests/Blocks.h"
 #include "tests/Scratch_Folder.h"
@@ -11,8 +10,11 @@
 #include "wdb/wdb_load.h"
 #include "wdb/wdb_save.h"
 
+inline const std::string mesh = "trianglelist g {\n triangle p 0 0 0 1 0 0 0 1 0\n}\n";
+
 class Scene_Test : public Scratch_Folder_Test {
 protected:
+    ~Scene_Test() override { std_limits = Std_Limits(); }
     WDB_Database* load(const std::string& url, const char* base = nullptr) {
         const Report_Catcher catcher;
         world = wdb_load(url.c_str(), base);

@@ -18,37 +18,23 @@ inline bool operator==(const Bbox& a, const Bbox& b) {
     return a.min == b.min && a.max == b.max;
 }
 
-// What an item is that was not given all. Parts: n, t; a capital C are colours of their own, c is
-// the second for all. `normal` stands for those that are not given.
-template<class Item>
-void check_given(const Item& whole, const std::vector<std::pair<std::string, Item>>& rows,
-                 const Vector& normal) {
-    constexpr int corners = sizeof(Item) / sizeof(Point) / 4;
-    const auto part = [](auto& item, int which) { return item.p0.to_c() + 3 * corners * which; };
-    for (const auto& [given, does] : rows) {
-        Item should = whole;
-        const auto is_given = [&, parts = given](char which) {
-            return parts.find(which) != std::string::npos;
-        };
-        for (int i = 0; i < 3 * corners; ++i) {
-            if (!is_given('n')) part(should, 1)[i] = normal[i % 3];
-            if (!is_given('C')) part(should, 2)[i] = is_given('c') ? (&whole.c1.r)[i % 3] : .5f;
-            if (!is_given('t')) part(should, 3)[i] = part(should, 1)[i];
-        }
-        EXPECT_TRUE(does == should) << given << does;
-    }
-    for (int i = 0; i < 12 * corners; ++i) {
-        Item other = whole;
-        other.p0.to_c()[i] += 1;
-        EXPECT_FALSE(other == whole) << i;
-    }
-}
-
-inline WDB_Tri_List* list_of(const std::vector<WDB_Triangle>& triangles) {
-    auto* const list = new WDB_Tri_List(static_cast<int>(triangles.size()));
-    for (int i = 0; i < list->count(); ++i) list->put(triangles[static_cast<std::size_t>(i)], i);
+template<class List, class Item>
+List* filled(const std::vector<Item>& items) {
+    auto* const list = new List(static_cast<int>(items.size()));
+    for (int i = 0; i < list->count(); ++i) list->put(items[static_cast<std::size_t>(i)], i);
     list->end_editing();
     return list;
+}
+inline WDB_Tri_List* list_of(const std::vector<WDB_Triangle>& triangles) {
+    return filled<WDB_Tri_List>(triangles);
+}
+inline WDB_Line_List* lines_of(const std::vector<WDB_Line>& lines) {
+    return filled<WDB_Line_List>(lines);
+}
+inline WDB_Node* textured(const char* name, PX_Map* map) {
+    auto* const texture = new WDB_Texture(map);
+    texture->set_name(name);
+    return new WDB_Node("textured", HFrame::identity(), nullptr, nullptr, texture);
 }
 
 // One triangle across the box lo..hi, which becomes the box of the list.
