@@ -96,7 +96,8 @@ class BSplit_Box_Tree : public Std_Obj {
     // The same for those whose box overlaps `query`, may be visible through m, or is met by p..q,
     // in no particular order: to keep the order costs several times the search where much is found.
     // A part of the tree that is wholly in view is not tested further. There may be some among them
-    // that lie beside the view by a rounding, or meet the query outside the bounds only.
+    // that lie beside the view by a rounding, that are odd or, where a box is infinite, large, or
+    // that meet the query outside the bounds only.
     bool apply_unordered(SUniv* user, const Bbox& query, BSplit_Box_Tree_Apply fn) const;
     bool apply_unordered(SUniv* user, const Matrix4& m, BSplit_Box_Tree_Apply fn) const;
     bool apply_unordered(SUniv* user, const Point& p, const Point& q,
@@ -173,9 +174,8 @@ private:
 
     template<class Query, class Collect>
     bool walk(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, Collect collect) const;
-    template<class Query, class Probe>
-    bool visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, Probe probe,
-               bool is_rough) const;
+    template<bool Is_Rough, class Query, class Probe>
+    bool visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, Probe probe) const;
     template<class Query>
     bool visit_each(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn) const;
     bool walk_all(SUniv* user, BSplit_Box_Tree_Apply fn) const;

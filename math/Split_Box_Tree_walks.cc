@@ -414,17 +414,18 @@ bool BSplit_Box_Tree::apply(SUniv* user, const Point& p, const Point& q,
     });
 }
 
-// With probe(index) for each index; what it lets pass needs a test of its own if `is_rough`.
-template<class Query, class Probe>
-bool BSplit_Box_Tree::visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn, Probe probe,
-                            bool is_rough) const {
+// With probe(index) for each index. The odd boxes, and with Is_Rough those that a probe lets pass,
+// have a test of their own.
+template<bool Is_Rough, class Query, class Probe>
+bool BSplit_Box_Tree::visit(SUniv* user, const Query& query, BSplit_Box_Tree_Apply fn,
+                            Probe probe) const {
     for (std::size_t i = 0; i < odd_slots_.count(); ++i) {
         const Slot& slot = slots_[odd_slots_[i]];
         if (query.accepts(slot.box) && fn(user, slot.item, slot.box)) return true;
     }
     const auto take = [&](std::uint32_t number) {
         const Slot& slot = slots_[number];
-        return (!is_rough || query.accepts(slot.box)) && fn(user, slot.item, slot.box);
+        return (!Is_Rough || query.accepts(slot.box)) && fn(user, slot.item, slot.box);
     };
     return index_[small_].visit(probe(index_[small_]), take) ||
            index_[large_].visit(probe(index_[large_]), take);
@@ -446,15 +447,15 @@ bool BSplit_Box_Tree::apply_unordered(SUniv* user, const Bbox& query,
     settle();
     const In_Box in_box{query};
     if (!query.is_ordered()) return visit_each(user, in_box, fn);
-    return visit(
-        user, in_box, fn, [&](const Box_Index&) { return Box_Probe(query); }, false);
+    return visit<false>(user, in_box, fn, [&](const Box_Index&) { return Box_Probe(query); });
 }
 
 bool BSplit_Box_Tree::apply_unordered(SUniv* user, const Matrix4& m,
                                       BSplit_Box_Tree_Apply fn) const {
     settle();
     const auto probe = [&](const Box_Index& index) { return probe_for(m, index); };
-    return visit(user, In_View{m}, fn, probe, false);
+    // Of an odd box nobody can tell.
+    return visit<false>(user, Everything(), fn, probe);
 }
 
 bool BSplit_Box_Tree::apply_unordered(SUniv* user, const Point& p, const Point& q,
@@ -463,6 +464,5 @@ bool BSplit_Box_Tree::apply_unordered(SUniv* user, const Point& p, const Point& 
     const Segment_Probe probe(p, q);
     const On_Segment on_segment{p, q};
     if (!probe.is_usable()) return visit_each(user, on_segment, fn);
-    return visit(
-        user, on_segment, fn, [&](const Box_Index&) { return probe; }, true);
+    return visit<true>(user, on_segment, fn, [&](const Box_Index&) { return probe; });
 }

@@ -102,8 +102,8 @@ class WDB_Database : public WDB_Obj {
 
     // The same in no particular order, which costs much less where much is found: to be drawn, or
     // counted. A part of the tree that is wholly in view is handed out without further tests. There
-    // may be shapes among them that lie beside the view by a rounding, or meet the box or segment
-    // outside the bounds only.
+    // may be shapes among them that lie beside the view by a rounding, that are large where one
+    // is infinite, or that meet the box or segment outside the bounds only.
     bool apply_to_shapes_unordered(SUniv* user, const Bbox& box, WDB_Apply_Callback callback) const;
     bool apply_to_shapes_unordered(SUniv* user, const Matrix4& m,
                                    WDB_Apply_Callback callback) const;

@@ -80,6 +80,20 @@ struct Chance {
 };
 } // namespace
 
+// Whether a box takes part, or one that is larger by a rounding of the world's size.
+static bool nearly(const Bbox& box, const Bbox&, const Bbox& query) {
+    return box.is_overlapping(query);
+}
+static bool nearly(const Bbox& box, const Bbox& world, const Matrix4& m) {
+    const Vector more = world.size() * .001f;
+    float sum = 0;
+    for (int i = 0; i < 16; ++i) sum += m[i / 4][i % 4];
+    return std::isnan(sum) || Bbox(box.min - more, box.max + more).is_visible(m);
+}
+static bool nearly(const Bbox& box, const Bbox&, const Point& p, const Point& q) {
+    return On_Segment{p, q}.accepts(box);
+}
+
 // Random puts, moves and removals: each of the five walks reports what the plain tree reports, in
 // its order and with its end, also when a callback stops it, and the contents have the same bits.
 TEST(Split_Box_Tree, answers_as_the_plain_tree_of_cells) {
@@ -120,6 +134,20 @@ TEST(Split_Box_Tree, answers_as_the_plain_tree_of_cells) {
             visited.clear();
             EXPECT_EQ(tree.apply(nullptr, query..., &note), is_stopped) << walk;
             EXPECT_EQ(visited, should) << walk;
+            if constexpr (requires { nearly(world, world, query...); }) {
+                visited.clear();
+                const bool stops = tree.apply_unordered(nullptr, query..., &note);
+                EXPECT_EQ(stops, stop_after > 0 && visited.size() == stop_after) << walk;
+                EXPECT_TRUE(stops || !is_stopped) << walk;
+                std::set<int> all;
+                for (const auto& [item, bits] : visited) {
+                    EXPECT_TRUE(all.insert(item).second) << walk;
+                    Bbox box;
+                    std::memcpy(static_cast<void*>(&box), bits.words.data(), sizeof box);
+                    EXPECT_TRUE(nearly(box, world, query...) || fills) << walk;
+                }
+                for (const auto& [item, bits] : should) EXPECT_TRUE(stops || all.contains(item));
+            }
         };
         ::testing::internal::CaptureStderr();
         for (int step = 0; step < steps && !::testing::Test::HasFailure(); ++step) {
