@@ -13,20 +13,17 @@ struct Renderer {
     Color light;
 };
 
-// For each shape in view. True would end the walk.
-static bool draw(SUniv* user, const WDB_Node* node, const Bbox&) {
-    Renderer& renderer = *Conv<Renderer*>::from_univ(user);
-    const auto* list = WDB_Tri_List::const_castdown(node->get_geometry());
-    if (!list) return false;
+static void draw(Renderer& renderer, const WDB_Node& node) {
+    const auto* list = WDB_Tri_List::const_castdown(node.get_geometry());
+    if (!list) return;
     ++renderer.shapes;
-    const Frame place = toFrame(node->get_transform());
+    const Frame place = toFrame(node.get_transform());
     for (const WDB_Triangle& t : *list) { // the list's own slots, as long as the list lives
         const Vector n = oknormalize(cross(t.p0 * place, t.p1 * place, t.p2 * place));
         const float cosine = dot(n, renderer.to_sun);
         if (cosine > 0) renderer.light += cosine * t.c0;
         ++renderer.triangles;
     }
-    return false;
 }
 
 int main() {
@@ -47,7 +44,9 @@ int main() {
     world.put(eye);
 
     Renderer renderer = {Vector(0, 0, 1), 0, 0, Color(0, 0, 0)};
-    world.apply_to_shapes(Conv<Renderer*>::to_univ(&renderer), eye, 4.0f / 3, draw);
+    // Like a renderer that sorts by itself: in no order of the world's.
+    world.for_each_shape_unordered(
+        eye, 4.0f / 3, [&](const WDB_Node& node, const Bbox&) { draw(renderer, node); });
     const Color mean = renderer.light / static_cast<float>(renderer.triangles);
     std::printf("%d of %d shapes in view, %d triangles, mean light (%.1f, %.1f, %.1f)\n",
                 renderer.shapes, world.shape_count(), renderer.triangles, double(mean.r),
