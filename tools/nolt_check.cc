@@ -3,7 +3,7 @@
 //     nolt_check garden.3d http://host/town.3d.gz
 //
 // The table goes to the standard output, what is wrong to the standard error stream. The status is
-// 1 if anything was.
+// 1 if anything was. With -q there is no table.
 #include <cstdio>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -11,6 +11,8 @@
 #include "base/Hash_Set.h"
 #include "std/Std_Common.h"
 #include "std/Std_Line.h"
+#include "tools/Load_Messager.h"
+#include "tools/Tool_Answers.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Load_Report.h"
@@ -75,11 +77,12 @@ static void print_contents(const WDB_Database& world) {
 }
 
 // True if there is nothing wrong with the scene.
-static bool check(const char* scene) {
+static bool check(const char* scene, bool is_quiet) {
     const double start = std_seconds_now();
     WDB_Load_Report report;
     const WDB_Database* const world = wdb_load(scene, nullptr, report);
     const double seconds = std_seconds_now() - start;
+    if (is_quiet) return report.errors == 0;
     std::printf("%s\n", std_harmless(scene));
     if (world) print_contents(*world);
     print_count("imports", report.imports);
@@ -93,13 +96,18 @@ static bool check(const char* scene) {
 
 int main(int argc, char** argv) {
     const int wrong_usage = 2;
-    const bool has_option = getopt(argc, argv, "") != -1; // getopt has said what is wrong
-    if (has_option || optind == argc) {
-        std::fputs("usage: nolt_check scene...\n", stderr);
+    static const char usage[] = "usage: nolt_check [-q] scene...";
+    if (tool_answers(argc, argv, usage)) return 0;
+    bool is_quiet = false, is_right = true;
+    for (int option; (option = getopt(argc, argv, "q")) != -1;)
+        (option == 'q' ? is_quiet : is_right) = option == 'q'; // getopt says what is wrong
+    if (!is_right || optind == argc) {
+        std::fprintf(stderr, "%s\n", usage);
         return wrong_usage;
     }
+    if (is_quiet) std_set_current_messager(new Load_Messager);
     bool all_good = true;
     for (int i = optind; i < argc; ++i)
-        if (!check(argv[i])) all_good = false;
+        if (!check(argv[i], is_quiet)) all_good = false;
     return all_good && !std::ferror(stdout) ? 0 : 1;
 }

@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "tools/Tool_Answers.h"
 #include "tools/Vrml_Converter.h"
 
 static bool read_input(std::string* text) {
@@ -37,9 +38,11 @@ static bool read_input(std::string* text) {
 }
 
 int main(int argc, char** argv) {
+    static const char usage[] = "usage: nolt_fromvrml [-tmp PREFIX] < VRML > scene";
+    if (tool_answers(argc, argv, usage)) return 0;
     const bool has_prefix = argc == 3 && std::strcmp(argv[1], "-tmp") == 0;
     if (argc != 1 && !has_prefix) {
-        std::fprintf(stderr, "usage: nolt_fromvrml [-tmp PREFIX] < VRML > scene\n");
+        std::fprintf(stderr, "%s\n", usage);
         return 2;
     }
     std::string text;

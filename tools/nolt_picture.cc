@@ -24,10 +24,11 @@
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Line.h"
-#include "std/Std_Messager.h"
 #include "std/Std_URL.h"
+#include "tools/Load_Messager.h"
 #include "tools/Picture_File.h"
 #include "tools/Picture_Painter.h"
+#include "tools/Tool_Answers.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Load_Report.h"
@@ -136,23 +137,6 @@ static void show_progress(double fraction) {
     }
 }
 
-namespace {
-// Shows what goes wrong in a load, and leaves out how far it has come.
-class Load_Messager : public Std_Messager {
-    STD_OBJ_CLASS(Load_Messager, Std_Messager)
-
-    Load_Messager() : Std_Messager(1, 0) {}
-
-    // Null asks for the last line once more.
-    void refresh(const char* text) override {
-        const std::string_view line(text ? text : "");
-        const bool is_progress = line.ends_with(" loaded so far...") || line == "End of parsing" ||
-                                 line.starts_with("Loaded scene with ");
-        if (text && !is_progress) std_write_line("INFO   : ", text);
-    }
-};
-} // namespace
-
 static bool are_one_file(const char* scene, const char* output) {
     const Std_URL url(scene);
     struct stat of_scene, of_output;
@@ -185,6 +169,7 @@ int main(int argc, char** argv) {
     std::signal(SIGXFSZ, SIG_IGN);
     std_take_standard_descriptors();
 
+    if (tool_answers(argc, argv, usage)) return 0;
     const Request request = scan_arguments(argc, argv);
     if (!Picture_File::can_save(request.output))
         fail("this build has no libpng: name a picture that ends in .rgb");

@@ -16,6 +16,7 @@
 #include "std/Std_Assert.h"
 #include "std/Std_Descriptor.h"
 #include "tools/Sphere_World.h"
+#include "tools/Tool_Answers.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/wdb_save.h"
 
@@ -56,6 +57,10 @@ static void retrieve_arguments(int argc, char** argv, Sphere_World& spheres) {
 }
 
 int main(int argc, char** argv) {
+    // Anything else makes a world, and takes the place of the old file.
+    if (tool_answers(argc, argv,
+                     "usage: nolt_sphere_world [-t N] [-l N] [-m N] [-s N] [-w X] [-o FILE]"))
+        return 0;
     // Whoever reads our lines may go away, and the file they go to may be full: ours is to be
     // complete all the same.
     std::signal(SIGPIPE, SIG_IGN);

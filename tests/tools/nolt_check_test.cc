@@ -60,6 +60,10 @@ TEST_F(Nolt_Check, names_and_statuses) {
     const std::tuple<const char*, const char*, int> rows[] = {
         {"", "", 2},
         {"-x good", "", 2},
+        {"--help", "usage: nolt_check [-q] scene...\n", 0},
+        {"--version", "nolt ", 0},
+        {"-q good", "", 0},
+        {"-q bad", "", 1},
         {"good good", "good\n  nodes      0\n", 0},
         {"bad good", "bad\n  nodes      0\n", 1},
         {"cut.gz", "cut.gz\n  nodes      0\n", 1},
@@ -69,7 +73,10 @@ TEST_F(Nolt_Check, names_and_statuses) {
     };
     for (const auto& [arguments, begin, status] : rows) {
         EXPECT_EQ(check(arguments), status) << arguments;
-        EXPECT_EQ(err.ends_with("usage: nolt_check scene...\n"), status == 2) << err;
+        EXPECT_EQ(err.ends_with("usage: nolt_check [-q] scene...\n"), status == 2) << err;
+        if (std::string(arguments).starts_with("-q")) {
+            EXPECT_EQ(out + (status ? "" : err), "");
+        }
         EXPECT_EQ(out.substr(0, std::string(begin).size()), begin) << arguments << err;
     }
 }

@@ -92,6 +92,12 @@ TEST_F(Nolt_Sphere_World, arguments_that_do_not_scan) {
         EXPECT_EQ(status, 0);
         EXPECT_TRUE(err.starts_with(warning)) << err;
     }
+    for (const std::string what : {"--help", "--version"}) {
+        EXPECT_EQ(made(what), "");
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(err, "");
+        EXPECT_FALSE(out.empty());
+    }
 }
 
 // Whatever becomes of the streams: the file is the same.

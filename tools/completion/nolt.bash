@@ -18,6 +18,7 @@ _nolt_options() {
     nolt_sphere_world) echo -t -m -s -l -w -o ;;
     nolt_fromvrml) echo -tmp ;;
     nolt_picture) echo -o -size -camera ;;
+    nolt_check) echo -q ;;
   esac
 }
 
