@@ -150,6 +150,19 @@ WDB_Camera::Pick_Line WDB_Camera::pick_line(float x, float y, float aspect, floa
             b.z};
 }
 
+void WDB_Camera::get_segment(float x, float y, float aspect, Point* near_end, Point* far_end) {
+    const Pick_Line line = pick_line(x, y, aspect, 0, false);
+    *near_end = line.p;
+    *far_end = line.q;
+}
+
+bool WDB_Camera::project(const Point& point, float aspect, Point* position) {
+    const Homogeneous h = Homogeneous(point) * get_viewing_x_render_projection(aspect);
+    if (!(h.w > 0)) return false;
+    *position = toPoint(normalize(h));
+    return true;
+}
+
 WDB_Node* WDB_Camera::closest_object_on(const Pick_Line& line) {
     WDB_Node* const node = get_world()->closest_object_on_line(
         line.p, line.q, line.near_tolerance, line.near_depth, line.far_tolerance, line.far_depth);

@@ -69,6 +69,15 @@ class WDB_Camera : public WDB_Node {
     void pointat(const WDB_Node& node, bool keep_twist);
     void pointat(const WDB_Database& world, bool keep_twist);
 
+    // What lies under a position of the picture: the segment from the near to the far plane, in
+    // world space, along which a pick looks.
+    void get_segment(float x, float y, float aspect, Point* near_end, Point* far_end);
+
+    // Where the picture shows a point of the world: x and y, and -1 (on the near plane) to 1 (on the
+    // far one) as z. What lies in the picture is within -1 and 1 in all three.
+    // On failure: false, for a point that is not in front of the eye.
+    bool project(const Point& point, float aspect, Point* position);
+
     // The nearest shape under a position of the picture, or null. Shapes within `tolerance` of the
     // position, a length in the picture, are found if their geometry heeds a tolerance. `stereo`
     // picks in the right eye's picture.

@@ -141,6 +141,22 @@ TEST(WDB_Camera, aspect_and_stereo) {
             EXPECT_EQ(narrow[i][j], j == 0 ? product[i][j] / 3 : product[i][j]) << i << j;
 }
 
+TEST(WDB_Camera, positions_to_points_and_back) {
+    WDB_Camera* const camera = camera_at(Frame::rotation(1, .3f) * Frame::translation(1, 2, 3));
+    for (const auto& [x, y] : {std::pair(0.f, 0.f), std::pair(-.5f, .9f), std::pair(1.f, -1.f)}) {
+        Point ends[2], back;
+        camera->get_segment(x, y, 2, &ends[0], &ends[1]);
+        for (int end = 0; end < 2; ++end) {
+            ASSERT_TRUE(camera->project(ends[end], 2, &back));
+            EXPECT_NEAR(back.x, x, 1e-4);
+            EXPECT_NEAR(back.y, y, 1e-4);
+            EXPECT_NEAR(back.z, end == 0 ? -1 : 1, 1e-3);
+        }
+        EXPECT_NEAR(mag(ends[0] - Point(1, 2, 3)), std::sqrt(1 + 4 * x * x + y * y), 1e-3);
+        EXPECT_FALSE(camera->project(Point(1, 2, 3) - (ends[1] - ends[0]), 2, &back)) << "behind";
+    }
+}
+
 TEST(WDB_Camera, visibility_and_coverage) {
     WDB_Database world;
     WDB_Camera* const camera = camera_at(Frame::identity());
