@@ -1,6 +1,7 @@
 #include "wdb/Vrml_Document.h"
 
-#include <cstring>
+#include <climits>
+#include <string>
 #include <unistd.h>
 
 #include "std/Std_Common.h"
@@ -35,15 +36,21 @@ static const char* folder_of(const Std_URL* url) {
     return folder;
 }
 
+// Behind PATH the command is looked for beside the program that runs, as commands of one build lie,
+// and where the library was to be installed.
+static std::string more_folders() {
+    std::string program(PATH_MAX, '\0');
+    const ssize_t length = readlink("/proc/self/exe", program.data(), program.size());
+    program.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    program.resize(std_folder_length(program.c_str()));
+    return program + ":" NOLT_BINDIR;
+}
+
 std::FILE* Vrml_Document::convert(Std_Filter& filter, const Std_URL* url,
                                   const char* prefix) const {
-    const char* const quoted_prefix = std_shell_argument(prefix);
-    const char* const quoted_folder = std_shell_argument(folder_of(url));
-    static const char format[] = "NOLT_VRML_FOLDER=%s nolt_fromvrml -tmp %s";
-    const std::size_t size =
-        sizeof format + std::strlen(quoted_folder) + std::strlen(quoted_prefix);
-    // str_format would cut it.
-    char* const command = new (GCAtomic) char[size];
-    std::snprintf(command, size, format, quoted_folder, quoted_prefix);
-    return filter.start(command, copy_);
+    std::string command = "PATH=${PATH:+$PATH:}"; // an empty one would be the current folder
+    command.append(std_shell_argument(more_folders().c_str()));
+    command.append(" NOLT_VRML_FOLDER=").append(std_shell_argument(folder_of(url)));
+    command.append(" nolt_fromvrml -tmp ").append(std_shell_argument(prefix));
+    return filter.start(command.c_str(), copy_);
 }

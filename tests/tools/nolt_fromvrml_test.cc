@@ -326,7 +326,8 @@ TEST_F(From_VRML, converters_that_fail) {
     }
     std::filesystem::remove("bin/nolt_fromvrml");
     ASSERT_TRUE(load_quietly("t"));
-    EXPECT_TRUE(holds(reports, "failed with status 127"));
+    const bool is_installed = std::filesystem::exists(NOLT_BINDIR "/nolt_fromvrml");
+    EXPECT_TRUE(is_installed || holds(reports, "failed with status 127"));
     setenv("TMPDIR", "/no/such/folder", 1);
     EXPECT_FALSE(load("t"));
     EXPECT_EQ(reports, "Converting from VRML\nUnable to open local tmp file\nCannot open URL t\n");
