@@ -41,4 +41,17 @@ private:
 // What the collector answers when it has no memory; std/Std_GC.cc has the reasons.
 void* std_out_of_memory(std::size_t size);
 
+// While it lives, lack of memory is fatal in this thread. Cleanups run inside of requests, also of
+// one that may answer null; what they ask for themselves may not.
+class Std_Cleanup_Scope {
+public:
+    Std_Cleanup_Scope();
+    Std_Cleanup_Scope(const Std_Cleanup_Scope&) = delete;
+    Std_Cleanup_Scope& operator=(const Std_Cleanup_Scope&) = delete;
+    ~Std_Cleanup_Scope();
+
+private:
+    const bool was_welcome_;
+};
+
 #endif

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <gc.h>
 
@@ -21,6 +22,12 @@ void* std_out_of_memory(std::size_t size) {
     std_assert(-1, str_format("Out of memory: %zu bytes are not to be had", size), __FILE__,
                __LINE__);
     return nullptr;
+}
+
+Std_Cleanup_Scope::Std_Cleanup_Scope() : was_welcome_(std::exchange(is_null_welcome, false)) {}
+
+Std_Cleanup_Scope::~Std_Cleanup_Scope() {
+    is_null_welcome = was_welcome_;
 }
 
 // A program that links the library has its first thread start the collector, whatever the others
@@ -53,6 +60,20 @@ static bool is_pool(STD_TMP_ALLOC_POOL_T* placement) {
     return placement > NoGCAtomic;
 }
 
+namespace {
+// What a program gave with a block, kept by the collector for as long as the block.
+struct Cleanup {
+    void (*call)(void* block, void* client_data);
+    void* client_data;
+};
+} // namespace
+
+static void call_cleanup(void* block, void* cleanup) {
+    const Std_Cleanup_Scope scope;
+    const Cleanup& c = *static_cast<const Cleanup*>(cleanup);
+    c.call(block, c.client_data);
+}
+
 // NoGCAtomic is scanned like NoGC; std_allocate_owned is not.
 static void* allocate_known(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
                             void (*cleanup)(void*, void*), void* client_data) {
@@ -65,7 +86,11 @@ static void* allocate_known(std::size_t size, STD_TMP_ALLOC_POOL_T* placement,
     } else {
         block = GC_malloc(size);
     }
-    if (cleanup) GC_register_finalizer(block, cleanup, client_data, nullptr, nullptr);
+    if (cleanup) {
+        auto* const c = static_cast<Cleanup*>(GC_malloc(sizeof(Cleanup)));
+        *c = {cleanup, client_data};
+        GC_register_finalizer(block, call_cleanup, c, nullptr, nullptr);
+    }
     return block;
 }
 

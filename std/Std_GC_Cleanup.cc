@@ -41,6 +41,7 @@ void Std_GC_Cleanup::clear_finaliser() {
 }
 
 void Std_GC_Cleanup::gc_cleanup_callback(void* object, void* distance) {
+    const Std_Cleanup_Scope scope;
     char* const at = static_cast<char*>(object) + reinterpret_cast<std::uintptr_t>(distance);
     reinterpret_cast<Std_GC_Cleanup*>(at)->~Std_GC_Cleanup();
 }

@@ -64,3 +64,16 @@ TEST(Std_GC_Cleanup, destructors_run_once_at_most) {
     { Cleaned<Far> object(1, &on_the_stack); }
     EXPECT_EQ(on_the_stack, 1);
 }
+
+// Inside of a request that may answer null.
+TEST(Std_GC_Cleanup, lack_of_memory_is_fatal) {
+    static const auto ask_for_too_much = [](void*, void*) {
+        std::memset(new (GCAtomic) char[PTRDIFF_MAX / 2], 1, 1);
+    };
+    EXPECT_FATAL(
+        {
+            for (int i = 0; i < 100; ++i) new (GC, ask_for_too_much, nullptr) char[100];
+            for (int i = 0; i < 1000; ++i) std_try_uncollectable(100000);
+        },
+        "Out of memory: ");
+}
