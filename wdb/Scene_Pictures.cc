@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <sys/stat.h>
 #include <vector>
 
 #include "images/PX_Map.h"
@@ -22,6 +23,12 @@ static std::string resolved(const std::string& path) {
     std::string result = text ? text : "";
     std::free(text);
     return result;
+}
+
+// Also as a link that leads nowhere.
+static bool is_there(const std::string& file) {
+    struct stat status;
+    return lstat(file.c_str(), &status) == 0;
 }
 
 // Of a file that need not exist, and whose own link, if it is one, is the file.
@@ -91,9 +98,8 @@ std::string Scene_Pictures::free_name(const PX_Map* image, const std::string& na
     const Std_URL source(image->get_source());
     const bool is_foreign = image->get_source()[0] != '\0' && !source.is_local();
     std::string file = name + ".rgb";
-    for (int i = 1; taken_.contains(place_of(file)) || is_kept(file) ||
-                    (is_foreign && !resolved(file).empty());
-         ++i)
+    for (int i = 1;
+         taken_.contains(place_of(file)) || is_kept(file) || (is_foreign && is_there(file)); ++i)
         file = name + "_" + std::to_string(i) + ".rgb";
     if (file != name + ".rgb")
         std_tell(str_format("Image %s.rgb stays as it is, saving %s", name.c_str(), file.c_str()));

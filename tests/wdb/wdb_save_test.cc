@@ -261,8 +261,8 @@ TEST_F(Wdb_Save, textures) {
 // An image takes another name where its own is that of the scene, of another image, of a damaged or
 // missing one or, if it came from elsewhere, of any file. The scene names it as it lies to itself.
 TEST_F(Wdb_Save, names_of_images) {
-    for (const char* name : {"a.rgb", "damaged.rgb", "taken.rgb", "scene.rgb"})
-        put_file(name, "old");
+    for (const char* name : {"a.rgb", "damaged.rgb", "scene.rgb"}) put_file(name, "old");
+    std::filesystem::create_symlink("nowhere", "taken.rgb");
     std::filesystem::create_directory("sub");
     reports_of([&] {
         world->put(textured("first", new PX_Map("damaged.rgb", 0)));
