@@ -248,6 +248,13 @@ static const char* unpacking_command(const Std_String& compression) {
     return compression == "z" ? "pcat" : nullptr;
 }
 
+// Whatever its name: many a VRML file is packed under a plain one.
+static bool is_packed_by_gzip(int document) {
+    unsigned char begin[2];
+    return pread(document, begin, sizeof begin, 0) == sizeof begin && begin[0] == 0x1F &&
+           begin[1] == 0x8B;
+}
+
 static long long unpacked_limit(int document) {
     // Small documents may unpack to more than their ratio allows: texts of zeros are not hostile.
     struct stat status = {};
@@ -263,6 +270,7 @@ void Std_URL::open_document(int document) {
     if (document < 0) return;
     is_ended_ = false;
     command_ = unpacking_command(compression_);
+    if (!command_ && is_packed_by_gzip(document)) command_ = unpacking_command("gz");
     if (!command_) {
         // What came over a network had its limit on the way.
         may_come_ = is_local() ? std_limits.local_bytes : LLONG_MAX;

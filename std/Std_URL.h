@@ -8,7 +8,7 @@
 //
 // Three forms are known: a bare path, "file:" with a path, and protocol "://" host "/" path. There
 // are no queries, fragments or escapes: "?" and "%" belong to the path. A path that ends in ".Z",
-// ".gz" or ".z" is unpacked on the way.
+// ".gz" or ".z" is unpacked on the way, and so is what gzip made under any other name.
 //
 // A document is opened as a file and judged by what was opened: only plain files are read, and none
 // of /proc and the like. The stream is that file, or a pipe from a command that unpacks it

@@ -137,12 +137,13 @@ TEST_F(Std_URL_test, local_documents) {
     }
     put_file(hostile, text);
     ASSERT_EQ(std::system("cp plain.txt c && gzip c && gzip -c plain.txt > 'it'\\''s.gz'"), 0);
-    ASSERT_EQ(std::system("cp c.gz c.Z"), 0); // zcat takes either format
+    ASSERT_EQ(std::system("cp c.gz c.Z; cp c.gz c.wrl"), 0); // zcat takes either format
     put_file("packed.z", "\x1f\x1e\0\0\0\4\2\1\0ab\x85"s);
     const std::set<fs::path> before{fs::directory_iterator("."), {}};
     EXPECT_EQ(contents(hostile), text);
     EXPECT_EQ(contents("file:plain.txt"), text);
-    EXPECT_EQ(contents("c.gz") + contents("c.Z") + contents("it's.gz"), text + text + text);
+    EXPECT_EQ(contents("c.gz") + contents("c.Z") + contents("it's.gz") + contents("c.wrl"),
+              text + text + text + text);
     EXPECT_EQ(contents("packed.z"), "abba");
     EXPECT_EQ(contents("missing") + contents("missing.gz"), "(closed)(closed)");
     EXPECT_EQ((std::set<fs::path>{fs::directory_iterator("."), {}}), before) << "something ran";
