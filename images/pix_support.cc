@@ -4,13 +4,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <unistd.h>
-#include <vector>
 
 #if defined(__x86_64__)
 #include <tmmintrin.h>
 #endif
 
 #include "images/image_internal.h"
+#include "std/Std_Collector.h"
 #include "std/Std_Limits.h"
 
 namespace {
@@ -42,16 +42,20 @@ private:
     IMAGE* image_ = nullptr;
     // One row of each channel, overwritten by every row that is read or written.
     unsigned short *rbuf_ = nullptr, *gbuf_ = nullptr, *bbuf_ = nullptr, *abuf_ = nullptr;
-    std::vector<unsigned short> rows_; // all four, as long as the widest image so far needs
+    unsigned short* rows_ = nullptr; // all four, while the image is open
 };
 } // namespace
 
-static thread_local Open_Image opened;
+// Not destroyed: images may also be saved when the thread, or the program, ends.
+static constinit thread_local Open_Image opened;
 
 void Open_Image::make_room_for_rows() {
     const std::size_t xsize = image_->xsize;
-    if (rows_.size() < 4 * xsize) rows_.resize(4 * xsize);
-    unsigned short* row = rows_.data();
+    const std::size_t size = 4 * xsize * sizeof *rows_;
+    std::free(rows_); // of an image that is lost
+    rows_ = static_cast<unsigned short*>(std::malloc(size));
+    if (!rows_) std_out_of_memory(size);
+    unsigned short* row = rows_;
     for (unsigned short** buffer : {&rbuf_, &gbuf_, &bbuf_, &abuf_}) {
         *buffer = row;
         row += xsize;
@@ -96,6 +100,8 @@ bool Open_Image::close() {
     const bool is_complete = iclose(image_) == 0;
     std::free(image_);
     image_ = nullptr;
+    std::free(rows_);
+    rows_ = nullptr;
     return is_complete;
 }
 

@@ -213,17 +213,17 @@ void Std_URL::close() {
 
 std::size_t Std_URL::read(char* to, std::size_t count) {
     if (is_ended_) return 0;
-    std::size_t came = std::fread(to, 1, count, file_);
-    while (came == 0 && std::ferror(file_)) {
-        const int error = errno;
-        std::clearerr(file_); // close tells what is told nowhere else
-        if (error != EINTR) {
-            tell_failure("cannot be read", std::strerror(error));
-            break;
-        }
+    std::size_t came;
+    int error;
+    do {
         came = std::fread(to, 1, count, file_);
-    }
-    is_ended_ = came == 0;
+        error = std::ferror(file_) ? errno : 0;
+        if (error) std::clearerr(file_); // close tells what is told nowhere else
+    } while (came == 0 && error == EINTR);
+    // A signal that came behind some bytes is no failure.
+    const bool is_broken = error && error != EINTR;
+    if (is_broken) tell_failure("cannot be read", std::strerror(error));
+    is_ended_ = came == 0 || is_broken;
     // A few bytes can unpack to any size: beyond the limit the document ends, and says so.
     if (static_cast<long long>(came) > may_come_) {
         came = static_cast<std::size_t>(std::max(may_come_, 0ll));

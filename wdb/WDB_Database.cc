@@ -235,8 +235,10 @@ bool WDB_Database::find_default_camera() {
 void WDB_Database::forget_default_camera(const WDB_Node* node) {
     // Where one camera alone has the name, others of other names do not matter. Where several have
     // it, any change of the set may bring another one to the front.
-    if (!is_only_default_camera_ || node == default_camera_ || is_named(node, default_camera_name))
-        signal_->knows_names = false;
+    if (is_only_default_camera_ && node != default_camera_ && !is_named(node, default_camera_name))
+        return;
+    signal_->knows_names = false;
+    default_camera_ = nullptr; // one that has gone is kept alive no longer
 }
 
 // Planes that hold the whole world from wherever lookat places the camera.
@@ -549,6 +551,7 @@ void WDB_Database::wipe_out() {
     shapes_.wipe_out();
     cameras_.wipe_out();
     lights_.wipe_out();
+    default_camera_ = nullptr;
     // The cameras that were listed watch the old one.
     signal_->is_over = true;
     signal_ = new_signal();

@@ -1,5 +1,6 @@
 #include "std/Std_URL.h"
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -243,6 +244,32 @@ TEST_F(Std_URL_test, a_document_that_cannot_be_read) {
     for (int descriptor : {input, memory}) close(descriptor);
     EXPECT_EQ(told, "Error - cannot be read (Input/output error): -\n"
                     "Error - cannot be read (input error): -\n");
+}
+
+// One that comes behind some bytes is no failure, whatever the error number is when the end comes.
+TEST_F(Std_URL_test, a_signal_while_a_document_comes) {
+    static int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    const int input = dup(STDIN_FILENO);
+    dup2(ends[0], STDIN_FILENO);
+    ASSERT_EQ(write(ends[1], "text", 4), 4);
+    struct sigaction ending = {}, before;
+    ending.sa_handler = [](int) { close(ends[1]); };
+    sigaction(SIGALRM, &ending, &before);
+    EXPECT_EQ(information_of([] {
+                  Std_URL url("-");
+                  char bytes[10000];
+                  url.open();
+                  ualarm(20000, 0);
+                  EXPECT_EQ(url.read(bytes, sizeof bytes), 4u);
+                  errno = ENOENT;
+                  EXPECT_EQ(url.read(bytes, sizeof bytes), 0u);
+                  url.close();
+              }),
+              "");
+    sigaction(SIGALRM, &before, nullptr);
+    dup2(input, STDIN_FILENO);
+    for (int descriptor : {input, ends[0]}) close(descriptor);
 }
 
 // Who has read enough closes; the command ends, also under a program that ignores its signals.
