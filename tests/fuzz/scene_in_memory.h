@@ -38,12 +38,16 @@ static bool is_known(const std::string& line) {
     const char* const command = inner.c_str();
     for (const char* unpack : {"zcat", "gunzip", "pcat"})
         if (inner == unpack) return true;
-    // NOLT_VRML_FOLDER=... nolt_fromvrml -tmp ...
-    static const char folder[] = "NOLT_VRML_FOLDER=", convert[] = " nolt_fromvrml -tmp ";
-    const char* const name = std::strstr(command, convert);
-    if (std::strncmp(command, folder, sizeof folder - 1) != 0 || !name) return false;
-    word_of(std::string(command + sizeof folder - 1, name).c_str());
-    word_of(name + sizeof convert - 1);
+    // PATH=...... NOLT_VRML_FOLDER=... nolt_fromvrml -tmp ...: a word behind each of these.
+    const char* end = command;
+    for (const std::string part :
+         {"PATH=${PATH:+$PATH:}", " NOLT_VRML_FOLDER=", " nolt_fromvrml -tmp "}) {
+        const char* const begin = std::strstr(end, part.c_str());
+        if (!begin || (end == command && begin != command)) return false;
+        if (begin != command) word_of(std::string(end, begin).c_str());
+        end = begin + part.size();
+    }
+    word_of(end);
     return true;
 }
 

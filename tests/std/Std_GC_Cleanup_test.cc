@@ -68,7 +68,8 @@ TEST(Std_GC_Cleanup, destructors_run_once_at_most) {
 // Inside of a request that may answer null.
 TEST(Std_GC_Cleanup, lack_of_memory_is_fatal) {
     static const auto ask_for_too_much = [](void*, void*) {
-        std::memset(new (GCAtomic) char[PTRDIFF_MAX / 2], 1, 1);
+        static volatile std::size_t too_much = PTRDIFF_MAX / 2;
+        std::memset(new (GCAtomic) char[too_much], 1, 1);
     };
     EXPECT_FATAL(
         {
