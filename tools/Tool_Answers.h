@@ -5,14 +5,17 @@
 #include <cstdio>
 #include <cstring>
 
+#include "nolt/nolt_version.h"
+
 // Answers "--help", with `usage`, and "--version", on the standard output. False if the command was
 // given anything else: nothing is written then.
 inline bool tool_answers(int argc, char** argv, const char* usage) {
-    if (argc != 2) return false;
-    if (std::strcmp(argv[1], "--help") == 0) return std::puts(usage), true;
-    if (std::strcmp(argv[1], "--version") == 0)
-        return std::puts("nolt " NOLT_COMMAND_VERSION), true;
-    return false;
+    const bool is_version = argc == 2 && std::strcmp(argv[1], "--version") == 0;
+    const bool is_help = argc == 2 && std::strcmp(argv[1], "--help") == 0;
+    if (is_version)
+        std::printf("nolt %d.%d.%d\n", NOLT_VERSION_MAJOR, NOLT_VERSION_MINOR, NOLT_VERSION_PATCH);
+    if (is_help) std::puts(usage);
+    return is_version || is_help;
 }
 
 #endif

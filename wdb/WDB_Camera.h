@@ -73,8 +73,8 @@ class WDB_Camera : public WDB_Node {
     // world space, along which a pick looks.
     void get_segment(float x, float y, float aspect, Point* near_end, Point* far_end);
 
-    // Where the picture shows a point of the world: x and y, and -1 (on the near plane) to 1 (on the
-    // far one) as z. What lies in the picture is within -1 and 1 in all three.
+    // Where the picture shows a point of the world: x and y, and -1 (on the near plane) to 1 (on
+    // the far one) as z. What lies in the picture is within -1 and 1 in all three.
     // On failure: false, for a point that is not in front of the eye.
     bool project(const Point& point, float aspect, Point* position);
 
