@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "nolt/nolt_version.h"
+#include <nolt/nolt_version.h>
 
 // Answers "--help", with `usage`, and "--version", on the standard output. False if the command was
 // given anything else: nothing is written then.

@@ -4,7 +4,6 @@
 #include <bit>
 #include <cfloat>
 #include <cmath>
-#include <cstring>
 
 #include "wdb/Default_View.h"
 #include "wdb/Extent_Signal.h"
@@ -12,8 +11,6 @@
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Geometry.h"
 #include "wdb/WDB_Light.h"
-#include "wdb/WDB_Material.h"
-#include "wdb/WDB_Texture.h"
 #include "wdb/World_Box.h"
 
 namespace {
@@ -201,14 +198,10 @@ int WDB_Database::visible_shape_count(const Matrix4& m) const {
 static constexpr float default_fov = 0.61086524f; // 35 degrees
 static_assert(std::bit_cast<unsigned int>(default_fov) == 0x3F1C61AA);
 
-static bool is_named(const WDB_Obj* object, const char* name) {
-    return object->get_name() && std::strcmp(object->get_name(), name) == 0;
-}
-
 // Stops at the second node of the name.
 static bool named_search_callback(SUniv* user, const WDB_Node* node, const Bbox&) {
     auto* const env = Conv<Named_Search_Environment*>::from_univ(user);
-    if (!is_named(node, env->name)) return false;
+    if (!node->is_named(env->name)) return false;
     // A second one only tells that the order of the set, and so the addresses, chose the first.
     env->is_only = !env->node;
     if (env->is_only) env->node = const_cast<WDB_Node*>(node);
@@ -235,7 +228,7 @@ bool WDB_Database::find_default_camera() {
 void WDB_Database::forget_default_camera(const WDB_Node* node) {
     // Where one camera alone has the name, others of other names do not matter. Where several have
     // it, any change of the set may bring another one to the front.
-    if (is_only_default_camera_ && node != default_camera_ && !is_named(node, default_camera_name))
+    if (is_only_default_camera_ && node != default_camera_ && !node->is_named(default_camera_name))
         return;
     signal_->knows_names = false;
     default_camera_ = nullptr; // one that has gone is kept alive no longer
@@ -317,90 +310,6 @@ WDB_Camera* WDB_Database::add_default_camera(Aim aim) {
 void WDB_Database::prepare_queries() {
     default_camera();
     shapes_.check_pending_nodes();
-}
-
-namespace {
-
-using Walk = bool (WDB_Database::*)(SUniv*, WDB_Apply_Callback) const;
-
-// What a search by name sees of each node: up to the first object that has it.
-template<class T>
-struct Finding {
-    const char* name;
-    T* (*look)(const WDB_Node* node, const char* name);
-    T* found;
-};
-
-template<class T>
-bool finding_callback(SUniv* user, const WDB_Node* node, const Bbox&) {
-    auto* const finding = Conv<Finding<T>*>::from_univ(user);
-    finding->found = finding->look(node, finding->name);
-    return finding->found != nullptr;
-}
-
-template<class T>
-T* find(const WDB_Database* world, Walk walk, const char* name,
-        T* (*look)(const WDB_Node* node, const char* name)) {
-    Finding<T> finding = {name, look, nullptr};
-    if (name) (world->*walk)(Conv<Finding<T>*>::to_univ(&finding), finding_callback<T>);
-    return finding.found;
-}
-
-template<class T>
-T* if_named(T* object, const char* name) {
-    return object && is_named(object, name) ? object : nullptr;
-}
-
-const WDB_Node* look_at_node(const WDB_Node* node, const char* name) {
-    return if_named(node, name);
-}
-
-const WDB_Material* look_at_material(const WDB_Node* node, const char* name) {
-    return if_named(node->get_material(), name);
-}
-
-const WDB_Texture* look_at_texture(const WDB_Node* node, const char* name) {
-    return if_named(node->get_texture(), name);
-}
-
-WDB_Geometry* look_at_geometries(const WDB_Node* node, const char* name) {
-    for (int i = 0; i < node->lod_count(); ++i)
-        if (WDB_Geometry* const geometry = if_named(node->lod_item(i), name)) return geometry;
-    return nullptr;
-}
-
-WDB_Node* find_in(const WDB_Database* world, Walk walk, const char* name) {
-    return const_cast<WDB_Node*>(find(world, walk, name, look_at_node));
-}
-
-} // namespace
-
-WDB_Node* WDB_Database::find_node(const char* name) const {
-    return find_in(this, &WDB_Database::apply, name);
-}
-
-WDB_Node* WDB_Database::find_shape(const char* name) const {
-    return find_in(this, &WDB_Database::apply_to_shapes, name);
-}
-
-WDB_Camera* WDB_Database::find_camera(const char* name) const {
-    return WDB_Camera::castdown(find_in(this, &WDB_Database::apply_to_cameras, name));
-}
-
-WDB_Light* WDB_Database::find_light(const char* name) const {
-    return WDB_Light::castdown(find_in(this, &WDB_Database::apply_to_lights, name));
-}
-
-const WDB_Material* WDB_Database::find_material(const char* name) const {
-    return find(this, &WDB_Database::apply, name, look_at_material);
-}
-
-const WDB_Texture* WDB_Database::find_texture(const char* name) const {
-    return find(this, &WDB_Database::apply, name, look_at_texture);
-}
-
-WDB_Geometry* WDB_Database::find_geometry(const char* name) const {
-    return find(this, &WDB_Database::apply, name, look_at_geometries);
 }
 
 // Never stops the walk: the order of the boxes says nothing about the order of the hits.

@@ -1,5 +1,7 @@
 #include "wdb/WDB_Obj.h"
 
+#include <cstring>
+
 #include "std/Std_Common.h"
 
 // The text stays for ever, and most objects are given a name of their own at once.
@@ -20,6 +22,10 @@ void WDB_Obj::set_name(const char* text) {
     name_ = str_new(text);
     update_after_naming();
     touch();
+}
+
+bool WDB_Obj::is_named(const char* text) const {
+    return name_ && std::strcmp(name_, text) == 0;
 }
 
 void WDB_Obj::touch() {

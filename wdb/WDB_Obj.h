@@ -31,6 +31,8 @@ class WDB_Obj : public Std_Obj {
 
     // Lifetime: the stored text itself; a later set_name leaves it as it is.
     const char* get_name() const { return name_; }
+    // False for an object without a name.
+    bool is_named(const char* text) const;
     // "(null)" for an object without a name.
     const char* get_printable_name() const { return name_ ? name_ : "(null)"; }
 
