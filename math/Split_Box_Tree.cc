@@ -270,10 +270,10 @@ BSplit_Box_Tree::Scratch* BSplit_Box_Tree::take_scratch() const {
 
 void BSplit_Box_Tree::give_back(Scratch* chain) const {
     std::atomic<Scratch*>& idle = idle_scratch();
-    Scratch* none = nullptr;
-    while (!idle.compare_exchange_weak(none, chain, std::memory_order_release,
+    Scratch* nothing = nullptr;
+    while (!idle.compare_exchange_weak(nothing, chain, std::memory_order_release,
                                        std::memory_order_relaxed)) {
-        none = nullptr;
+        nothing = nullptr;
         Scratch* others = idle.exchange(nullptr, std::memory_order_acquire);
         while (others) {
             Scratch* const next = std::exchange(others->next, chain);
