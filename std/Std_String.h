@@ -17,9 +17,9 @@
 #include <iosfwd>
 
 #include "std/Std_Obj.h"
+#include "std/Std_Sub_String.h"
 
 class Std_String;
-class Std_Sub_String;
 
 // The buffer of one string.
 struct Std_Str_Rep {
@@ -158,15 +158,25 @@ class Std_String : public Std_Obj {
 
     // A character is a pattern, not a position; a number of any type is a position.
     template<std::same_as<char> Char>
-    Std_Sub_String at(Char x, int start = 0) const;
+    Std_Sub_String at(Char x, int start = 0) const {
+        return at(Std_Text(x), start);
+    }
     template<std::same_as<char> Char>
-    Std_Sub_String before(Char x, int start = 0) const;
+    Std_Sub_String before(Char x, int start = 0) const {
+        return before(Std_Text(x), start);
+    }
     template<std::same_as<char> Char>
-    Std_Sub_String through(Char x, int start = 0) const;
+    Std_Sub_String through(Char x, int start = 0) const {
+        return through(Std_Text(x), start);
+    }
     template<std::same_as<char> Char>
-    Std_Sub_String after(Char x, int start = 0) const;
+    Std_Sub_String after(Char x, int start = 0) const {
+        return after(Std_Text(x), start);
+    }
     template<std::same_as<char> Char>
-    Std_Sub_String from(Char x, int start = 0) const;
+    Std_Sub_String from(Char x, int start = 0) const {
+        return from(Std_Text(x), start);
+    }
 
     // Self-check: a fatal report for a broken string.
     bool OK() const;
@@ -184,63 +194,6 @@ private:
 
     Std_Str_Rep* rep_;
 };
-
-class Std_Sub_String : public Std_Obj {
-    STD_OBJ_CLASS(Std_Sub_String, Std_Obj)
-
-    // Requires: pos and len lie in the text of `string`.
-    Std_Sub_String(const Std_String& string, int pos, int len);
-    Std_Sub_String(const Std_Sub_String& other) = default;
-    virtual ~Std_Sub_String() = default;
-
-    // Replace the range in the string that this refers to. The view itself keeps its position and
-    // length. Nothing happens for the nil view, nor if the range lies in its string no more.
-    Std_Sub_String& operator=(const Std_String& y);
-    Std_Sub_String& operator=(const Std_Sub_String& y);
-    Std_Sub_String& operator=(const char* y);
-    Std_Sub_String& operator=(char y);
-
-    int length() const { return length_; }
-    bool empty() const { return length_ == 0; }
-    // Not terminated at the view's end.
-    const char* chars() const { return string_->chars() + pos_; }
-
-    // Whether x stands anywhere in the view.
-    bool contains(const Std_Text& x) const;
-
-    // Self-check: a fatal report for a view that is not inside its string, or of an empty string.
-    bool OK() const;
-
-private:
-    friend class Std_Text;
-    Std_Sub_String& splice(const Std_Text& y);
-    bool is_inside() const { return pos_ + length_ <= string_->length(); }
-
-    Std_String* string_;
-    unsigned short pos_;
-    unsigned short length_;
-};
-
-template<std::same_as<char> Char>
-Std_Sub_String Std_String::at(Char x, int start) const {
-    return at(Std_Text(x), start);
-}
-template<std::same_as<char> Char>
-Std_Sub_String Std_String::before(Char x, int start) const {
-    return before(Std_Text(x), start);
-}
-template<std::same_as<char> Char>
-Std_Sub_String Std_String::through(Char x, int start) const {
-    return through(Std_Text(x), start);
-}
-template<std::same_as<char> Char>
-Std_Sub_String Std_String::after(Char x, int start) const {
-    return after(Std_Text(x), start);
-}
-template<std::same_as<char> Char>
-Std_Sub_String Std_String::from(Char x, int start) const {
-    return from(Std_Text(x), start);
-}
 
 // Negative, 0 or positive. Two strings, or a string and a plain text, compare like C texts: up to
 // a zero byte; a null text is less than all but the empty string. Where a view takes part, the
