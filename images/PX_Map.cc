@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "images/Foreign_Image.h"
 #include "images/PX_Map_Scale.h"
 #include "images/pix_support.h"
 #include "std/Std_Assert.h"
@@ -102,7 +103,7 @@ void PX_Map::load(Std_URL* url, int component) {
         load_error("Unable to get url", component);
         return;
     }
-    const int store = std_open_nameless();
+    int store = std_open_nameless();
     const char* error = nullptr;
     if (store < 0) {
         error = "Unable to open local tmpfile";
@@ -113,9 +114,14 @@ void PX_Map::load(Std_URL* url, int component) {
     // Closing may report that the document was not whole; the rows that came are tried all the
     // same.
     url->close();
+    bool is_converted = true;
+    if (!error && is_foreign_image(store)) {
+        store = converted_image(store, source_, &is_converted);
+        if (store < 0) error = "Unable to convert image";
+    }
     if (!error) error = load_file(store, component);
     if (error) load_error(error, component);
-    if (!url->is_whole()) is_complete_ = false;
+    if (!url->is_whole() || !is_converted) is_complete_ = false;
 }
 
 // Null, or what went wrong; the map is then as it was. Rows that cannot be read are black.

@@ -1,8 +1,11 @@
 #include "std/Std_Shell.h"
 
+#include <climits>
 #include <cstring>
+#include <unistd.h>
 
 #include "std/Std_GC.h"
+#include "std/Std_Path.h"
 
 // Bytes that no shell takes for anything but themselves, anywhere in a word.
 static bool is_plain(const char* text) {
@@ -37,4 +40,14 @@ const char* std_shell_argument(const char* text) {
     }
     *to = '\'';
     return word;
+}
+
+std::string std_path_to_own_commands() {
+    std::string folders(PATH_MAX, '\0');
+    const ssize_t length = readlink("/proc/self/exe", folders.data(), folders.size());
+    folders.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    folders.resize(std_folder_length(folders.c_str()));
+    folders.append(":" NOLT_BINDIR);
+    // An empty PATH would be the current folder.
+    return std::string("PATH=${PATH:+$PATH:}") + std_shell_argument(folders.c_str()) + " ";
 }

@@ -47,8 +47,9 @@ const std::string& Vrml_Looks::texture(Vrml_Ref n) {
         report_.skip(n.type(), n.type());
     } else if (url.empty()) {
         report_.skip("texture without a file", n.type());
-    } else if (!vrml_ends_in(url, {".rgb", ".rgba", ".sgi", ".bw", ".int", ".inta"})) {
-        report_.skip("texture, convert it to an SGI image: " + url, token);
+    } else if (!vrml_ends_in(url, {".png", ".jpg", ".jpeg", ".rgb", ".rgba", ".sgi", ".bw", ".int",
+                                   ".inta"})) {
+        report_.skip("texture, convert it to PNG: " + url, token);
     } else if (!vrml_is_scene_string(url)) {
         report_.skip("texture with a long or broken url", token);
     } else {

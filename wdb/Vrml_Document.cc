@@ -1,6 +1,5 @@
 #include "wdb/Vrml_Document.h"
 
-#include <climits>
 #include <string>
 #include <unistd.h>
 
@@ -36,21 +35,10 @@ static const char* folder_of(const Std_URL* url) {
     return folder;
 }
 
-// Behind PATH the command is looked for beside the program that runs, as commands of one build lie,
-// and where the library was to be installed.
-static std::string more_folders() {
-    std::string program(PATH_MAX, '\0');
-    const ssize_t length = readlink("/proc/self/exe", program.data(), program.size());
-    program.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-    program.resize(std_folder_length(program.c_str()));
-    return program + ":" NOLT_BINDIR;
-}
-
 std::FILE* Vrml_Document::convert(Std_Filter& filter, const Std_URL* url,
                                   const char* prefix) const {
-    std::string command = "PATH=${PATH:+$PATH:}"; // an empty one would be the current folder
-    command.append(std_shell_argument(more_folders().c_str()));
-    command.append(" NOLT_VRML_FOLDER=").append(std_shell_argument(folder_of(url)));
+    std::string command = std_path_to_own_commands();
+    command.append("NOLT_VRML_FOLDER=").append(std_shell_argument(folder_of(url)));
     command.append(" nolt_fromvrml -tmp ").append(std_shell_argument(prefix));
     return filter.start(command.c_str(), copy_);
 }

@@ -16,6 +16,7 @@
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <vector>
 
 #include "std/Std_Messager.h"
 #include "tests/fuzz/shell_word.h"
@@ -39,9 +40,11 @@ static bool is_known(const std::string& line) {
     for (const char* unpack : {"zcat", "gunzip", "pcat"})
         if (inner == unpack) return true;
     // PATH=...... NOLT_VRML_FOLDER=... nolt_fromvrml -tmp ...: a word behind each of these.
+    const std::vector<std::string> vrml = {"PATH=${PATH:+$PATH:}",
+                                           " NOLT_VRML_FOLDER=", " nolt_fromvrml -tmp "},
+                                   image = {vrml[0], " nolt_fromimage -pixels "};
     const char* end = command;
-    for (const std::string part :
-         {"PATH=${PATH:+$PATH:}", " NOLT_VRML_FOLDER=", " nolt_fromvrml -tmp "}) {
+    for (const std::string& part : std::strstr(command, image[1].c_str()) ? image : vrml) {
         const char* const begin = std::strstr(end, part.c_str());
         if (!begin || (end == command && begin != command)) return false;
         if (begin != command) word_of(std::string(end, begin).c_str());

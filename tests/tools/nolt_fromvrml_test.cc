@@ -253,10 +253,10 @@ TEST_F(From_VRML, files_that_belong_together) {
         "sub/sign.wrl",
         vrml97(
             "PROTO Sign [] { Group { children [ Inline { url \"b.wrl\" } Shape { geometry Box {} "
-            "appearance Appearance { texture ImageTexture { url \"a.png\" } } } ] } }"));
+            "appearance Appearance { texture ImageTexture { url \"a.gif\" } } } ] } }"));
     EXPECT_EQ(convert(vrml97("EXTERNPROTO Sign [] \"sub/sign.wrl\" Sign {}")), 0);
     EXPECT_TRUE(holds(out, "file \"sub/b.wrl\""));
-    EXPECT_TRUE(holds(err, "SGI image: sub/a.png"));
+    EXPECT_TRUE(holds(err, "PNG: sub/a.gif"));
     // Text that came from elsewhere takes nothing from here.
     std::filesystem::current_path("sub");
     EXPECT_EQ(convert(file("a.wrl"), " -tmp x"), 0);

@@ -6,7 +6,7 @@
 _nolt_values() {
   case "$1 $2" in
     "nolt_sphere_world -"[tmslw]) ;;
-    "nolt_fromvrml -tmp") ;;
+    "nolt_fromvrml -tmp" | "nolt_fromimage -pixels") ;;
     "nolt_picture -size") echo 640x480 800x600 1280x720 1920x1080 ;;
     "nolt_picture -camera") echo default_camera ;;
     *) return 1 ;;
@@ -17,6 +17,7 @@ _nolt_options() {
   case $1 in
     nolt_sphere_world) echo -t -m -s -l -w -o ;;
     nolt_fromvrml) echo -tmp ;;
+    nolt_fromimage) echo -pixels ;;
     nolt_picture) echo -o -size -camera ;;
     nolt_check) echo -q ;;
   esac
@@ -38,4 +39,4 @@ _nolt() {
   return 0
 }
 
-complete -o default -F _nolt nolt_sphere_world nolt_fromvrml nolt_picture nolt_check pcat
+complete -o default -F _nolt nolt_sphere_world nolt_fromvrml nolt_fromimage nolt_picture nolt_check pcat
