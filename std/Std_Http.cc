@@ -328,16 +328,25 @@ bool Exchange::store(int file, bool* is_whole) {
     return *is_whole || (ending == BROKEN && total_ > 0);
 }
 
-// A server that does not know our form of request answers in its own, which is then the document.
-static void tell_status_line(int document, const Std_URL& url) {
-    char line[100];
-    const ssize_t got = pread(document, line, sizeof line - 1, 0);
+// The first line, or what there is room for.
+static bool get_status_line(int document, char* line, std::size_t room) {
+    const ssize_t got = pread(document, line, room - 1, 0);
     line[std::max<ssize_t>(got, 0)] = '\0';
     static const char mark[] = "HTTP/";
     const std::size_t length = sizeof mark - 1;
-    if (std::strncmp(line, mark, length) != 0) return;
-    if (!std::isdigit(static_cast<unsigned char>(line[length]))) return;
     line[std::strcspn(line, "\r\n")] = '\0';
+    return std::strncmp(line, mark, length) == 0 &&
+           std::isdigit(static_cast<unsigned char>(line[length]));
+}
+
+bool std_begins_with_status_line(int document) {
+    char line[16];
+    return get_status_line(document, line, sizeof line);
+}
+
+static void tell_status_line(int document, const Std_URL& url) {
+    char line[100];
+    if (!get_status_line(document, line, sizeof line)) return;
     std_tell(str_format("The document begins with the status line of a later protocol (%s): %s",
                         line, url.get_url_string().chars()));
 }

@@ -12,4 +12,8 @@ class Std_URL;
 // came until then: -1, reported.
 int std_http_fetch(const Std_URL& url, bool* is_whole);
 
+// Whether the document is the answer of a server that does not know our form of request, in its
+// own.
+bool std_begins_with_status_line(int document);
+
 #endif

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "std/Std_Common.h"
+#include "std/Std_Curl.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Http.h"
 #include "std/Std_Limits.h"
@@ -77,12 +78,14 @@ static int parse_number(const char* text) {
 }
 
 bool Std_URL::parse_with_host() {
-    const int ftp_port = 21, http_port = 80;
+    const int ftp_port = 21, http_port = 80, https_port = 443;
     protocol_ = url_string_.before("://", 0);
     if (protocol_ == URL_FILE_PROTOCOL || protocol_ == URL_FTP_PROTOCOL) {
         port_ = ftp_port;
     } else if (protocol_ == URL_HTTP_PROTOCOL) {
         port_ = http_port;
+    } else if (protocol_ == URL_HTTPS_PROTOCOL) {
+        port_ = https_port;
     } else {
         std_warn(str_format("Unsupported protocol %s in URL %s", protocol_.chars(),
                             url_string_.chars()));
@@ -178,7 +181,7 @@ void Std_URL::open() {
         local_open();
     } else if (protocol_ == URL_FILE_PROTOCOL || protocol_ == URL_FTP_PROTOCOL) {
         ftp_open();
-    } else if (protocol_ == URL_HTTP_PROTOCOL) {
+    } else if (protocol_ == URL_HTTP_PROTOCOL || protocol_ == URL_HTTPS_PROTOCOL) {
         http_open();
     } else {
         std_warn(str_format("Unsupported protocol %s in URL %s", protocol_.chars(),
@@ -299,5 +302,17 @@ void Std_URL::ftp_open() {
 }
 
 void Std_URL::http_open() {
-    open_document(std_http_fetch(*this, &is_whole_));
+    const bool is_plain = protocol_ == URL_HTTP_PROTOCOL;
+    int document = is_plain ? std_http_fetch(*this, &is_whole_) : -1;
+    if (!is_plain || (document >= 0 && std_begins_with_status_line(document))) {
+        bool is_whole, is_found;
+        const int fetched = std_curl_fetch(*this, &is_whole, &is_found);
+        // Without the command, what the server said is the document.
+        if (is_found || document < 0) {
+            if (document >= 0) ::close(document);
+            document = fetched;
+            is_whole_ = is_whole;
+        }
+    }
+    open_document(document);
 }

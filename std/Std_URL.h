@@ -12,8 +12,9 @@
 //
 // A document is opened as a file and judged by what was opened: only plain files are read, and none
 // of /proc and the like. The stream is that file, or a pipe from a command that unpacks it
-// ("gunzip", "zcat", "pcat"). A document from http is first stored in a file without a name. Not to
-// be used from two threads.
+// ("gunzip", "zcat", "pcat"). A document from http is first stored in a file without a name. Servers
+// are asked in the oldest form first; "curl" asks those that answer in a later one, and by https.
+// Not to be used from two threads.
 #ifndef STD_STD_URL_H
 #define STD_STD_URL_H
 
@@ -24,11 +25,12 @@
 #include "std/Std_Obj.h"
 #include "std/Std_String.h"
 
-// parse takes "local" (which is never written), "file", "ftp" and "http".
+// parse takes "local" (which is never written), "file", "ftp", "http" and "https".
 inline constexpr const char* URL_FILE_PROTOCOL = "file";
 inline constexpr const char* URL_FTP_PROTOCOL = "ftp";
 inline constexpr const char* URL_NEWS_PROTOCOL = "news";
 inline constexpr const char* URL_HTTP_PROTOCOL = "http";
+inline constexpr const char* URL_HTTPS_PROTOCOL = "https";
 inline constexpr const char* URL_TELNET_PROTOCOL = "telnet";
 inline constexpr const char* URL_GOPHER_PROTOCOL = "gopher";
 inline constexpr const char* URL_WAIS_PROTOCOL = "wais";

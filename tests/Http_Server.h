@@ -17,7 +17,9 @@ public:
         std::string request;
         std::vector<std::string> pieces;
     };
-    Http_Server(std::initializer_list<Exchange> exchanges) {
+    Http_Server(std::initializer_list<Exchange> exchanges)
+        : Http_Server(std::vector<Exchange>(exchanges)) {}
+    explicit Http_Server(const std::vector<Exchange>& exchanges) {
         const int listener = socket(AF_INET, SOCK_STREAM, 0);
         sockaddr_in name = {};
         socklen_t size = sizeof name;
@@ -46,6 +48,10 @@ private:
         if (recv(peer, got.data(), got.size(), MSG_WAITALL) > 0 && got == exchange.request)
             for (const auto& piece : exchange.pieces)
                 if (send(peer, piece.data(), piece.size(), MSG_NOSIGNAL) < 0) break;
+        // What was not read yet would end the connection before the peer has read all.
+        shutdown(peer, SHUT_WR);
+        while (recv(peer, got.data(), got.size(), 0) > 0) {
+        }
         close(peer);
     }
     pid_t child_;

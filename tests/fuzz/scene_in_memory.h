@@ -39,6 +39,11 @@ static bool is_known(const std::string& line) {
     const char* const command = inner.c_str();
     for (const char* unpack : {"zcat", "gunzip", "pcat"})
         if (inner == unpack) return true;
+    static const std::string curl = "curl --disable ";
+    if (inner.starts_with(curl)) {
+        word_of(std::strstr(command, " -- ") + 4);
+        return true;
+    }
     // PATH=...... NOLT_VRML_FOLDER=... nolt_fromvrml -tmp ...: a word behind each of these.
     const std::vector<std::string> vrml = {"PATH=${PATH:+$PATH:}",
                                            " NOLT_VRML_FOLDER=", " nolt_fromvrml -tmp "},

@@ -70,6 +70,7 @@ TEST(Std_URL, parse) {
         {"a.b/c", "local||0|a.b/c|c||", ""},
         {"", "local||0||||", ""},
         {"http://h", "http|h|80||||", ""},
+        {"https://h/x", "https|h|443|x|x||", ""},
         {"http://:80/x", "http||80|x|x||", ""},
         {"http://h:x/y?q=%20", "http|h|0|y?q=%20|y?q=%20||", ""},
         {"http://h:99999999999/y", "http|h|2147483647|y|y||", ""},
@@ -97,7 +98,7 @@ TEST(Std_URL, parse) {
 TEST(Std_URL, composed_with) {
     const std::tuple<const char*, const char*, const char*> rows[] = {
         {"http://h/d/f.scene", "g.rgb", "http://h:80/d/g.rgb"},
-        {"http://h:99/f.scene", "g.rgb", "http://h:99/g.rgb"},
+        {"https://h/f.scene", "g.rgb", "https://h:443/g.rgb"},
         {"d/f.scene", "g.rgb", "d/g.rgb"},
         {"f.scene", "g.rgb", "g.rgb"},
         {"/f.scene", "g.rgb", "g.rgb"},
