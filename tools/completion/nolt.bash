@@ -6,7 +6,8 @@
 _nolt_values() {
   case "$1 $2" in
     "nolt_sphere_world -"[tmslw]) ;;
-    "nolt_fromvrml -tmp" | "nolt_fromimage -pixels") ;;
+    "nolt_fromvrml -tmp" | "nolt_frommodel -tmp" | "nolt_fromimage -pixels") ;;
+    "nolt_frommodel -as") echo glb gltf obj stl ply dae fbx 3ds x3d ;;
     "nolt_picture -size") echo 640x480 800x600 1280x720 1920x1080 ;;
     "nolt_picture -camera") echo default_camera ;;
     *) return 1 ;;
@@ -17,6 +18,7 @@ _nolt_options() {
   case $1 in
     nolt_sphere_world) echo -t -m -s -l -w -o ;;
     nolt_fromvrml) echo -tmp ;;
+    nolt_frommodel) echo -as -tmp -images ;;
     nolt_fromimage) echo -pixels ;;
     nolt_picture) echo -o -size -camera ;;
     nolt_check) echo -q ;;
@@ -39,4 +41,4 @@ _nolt() {
   return 0
 }
 
-complete -o default -F _nolt nolt_sphere_world nolt_fromvrml nolt_fromimage nolt_picture nolt_check pcat
+complete -o default -F _nolt nolt_sphere_world nolt_fromvrml nolt_frommodel nolt_fromimage nolt_picture nolt_check pcat

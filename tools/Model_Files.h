@@ -1,0 +1,35 @@
+// The files that a model may be read from: the document itself, which is in memory, and what lies
+// beside or below it.
+//
+//     importer.SetIOHandler(new Model_Files(std::move(document), "obj", "models"));
+//     importer.ReadFile(Model_Files::document_name("obj"), steps);
+#ifndef TOOLS_MODEL_FILES_H
+#define TOOLS_MODEL_FILES_H
+
+#include <string>
+
+#include <assimp/IOStream.hpp>
+#include <assimp/IOSystem.hpp>
+
+class Model_Files : public Assimp::IOSystem {
+public:
+    // Of a format with that suffix. Without a folder there are no other files.
+    Model_Files(std::string document, const std::string& suffix, std::string folder);
+
+    static std::string document_name(const std::string& suffix) { return "model." + suffix; }
+
+    bool Exists(const char* path) const override;
+    char getOsSeparator() const override { return '/'; }
+    // Null for what may not be read, or is not to be found.
+    Assimp::IOStream* Open(const char* path, const char* mode) override;
+    void Close(Assimp::IOStream* stream) override { delete stream; }
+
+private:
+    // Of a file that lies in the folder by its real place, links followed; else empty.
+    std::string place_of(const char* path) const;
+
+    const std::string document_, name_;
+    std::string folder_;
+};
+
+#endif

@@ -1,0 +1,121 @@
+// Converts a model on the standard input, of any format that assimp reads, to a scene file on the
+// standard output.
+//
+//     nolt_frommodel -as obj [-tmp PREFIX] [-images FOLDER] < chair.obj > chair.3d
+//
+// The end of the prefix goes into every name, so that the files of one scene do not share any.
+// Materials and data beside the model are read from the folder NOLT_MODEL_FOLDER, or from the
+// current one without a prefix. A process of its own, with limits of time and memory: what that
+// library does with a hostile file ends here.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <sys/resource.h>
+
+#include "tools/Tool_Answers.h"
+
+#ifdef NOLT_MODELS
+#include <assimp/Importer.hpp>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+
+#include "tools/Model_Converter.h"
+#include "tools/Model_Files.h"
+#endif
+
+namespace {
+enum Status { GOOD, FAILED, USAGE, NOT_BUILT };
+struct Options {
+    std::string suffix, prefix, images, folder = ".";
+};
+} // namespace
+
+static bool read_options(int argc, char** argv, Options* options) {
+    for (int i = 1; i + 1 < argc; i += 2) {
+        const std::string option = argv[i];
+        if (option == "-as") {
+            options->suffix = argv[i + 1];
+        } else if (option == "-tmp") {
+            options->prefix = argv[i + 1];
+        } else if (option == "-images") {
+            options->images = argv[i + 1];
+        } else {
+            return false;
+        }
+    }
+    const char* const folder = std::getenv("NOLT_MODEL_FOLDER");
+    if (folder || !options->prefix.empty()) options->folder = folder ? folder : "";
+    return argc % 2 == 1 && !options->suffix.empty() &&
+           options->suffix.find('/') == std::string::npos;
+}
+
+#ifdef NOLT_MODELS
+
+static bool read_input(std::string* text) {
+    const std::size_t most_bytes = std::size_t{1} << 30, block = 1 << 20;
+    std::size_t got;
+    do {
+        const std::size_t size = text->size();
+        text->resize(size + block);
+        got = std::fread(text->data() + size, 1, block, stdin);
+        text->resize(size + got);
+    } while (got > 0 && text->size() <= most_bytes);
+    if (text->size() <= most_bytes) return true;
+    std::fprintf(stderr, "nolt_frommodel: the model is too long\n");
+    return false;
+}
+
+// Sanitizers need more memory than there is.
+static void set_limits() {
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    const rlimit memory = {rlim_t{4} << 30, rlim_t{4} << 30};
+    setrlimit(RLIMIT_AS, &memory);
+#endif
+    const rlimit seconds = {600, 600};
+    setrlimit(RLIMIT_CPU, &seconds);
+}
+
+static int convert(const Options& options) {
+    std::string document;
+    if (!read_input(&document)) return FAILED;
+    set_limits();
+    Assimp::Importer importer;
+    importer.SetIOHandler(new Model_Files(std::move(document), options.suffix, options.folder));
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+    const unsigned steps =
+        aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_TransformUVCoords;
+    const aiScene* const scene =
+        importer.ReadFile(Model_Files::document_name(options.suffix), steps);
+    if (!scene) {
+        std::fprintf(stderr, "nolt_frommodel: %s\n", importer.GetErrorString());
+        return FAILED;
+    }
+    Vrml_Writer out(stdout, options.prefix);
+    const bool is_gltf = options.suffix == "glb" || options.suffix == "gltf";
+    Model_Converter converter(*scene, out, is_gltf, options.images);
+    const bool is_written = converter.convert();
+    converter.tell(stderr);
+    if (!is_written) std::perror("nolt_frommodel: cannot write the scene");
+    return is_written ? GOOD : FAILED;
+}
+
+#else
+
+static int convert(const Options&) {
+    std::fprintf(stderr, "nolt_frommodel: built without libassimp-dev, which models need\n");
+    return NOT_BUILT;
+}
+
+#endif
+
+int main(int argc, char** argv) {
+    static const char usage[] =
+        "usage: nolt_frommodel -as SUFFIX [-tmp PREFIX] [-images FOLDER] < model > scene";
+    if (tool_answers(argc, argv, usage)) return GOOD;
+    Options options;
+    if (read_options(argc, argv, &options)) return convert(options);
+    std::fprintf(stderr, "%s\n", usage);
+    return USAGE;
+}
