@@ -38,6 +38,10 @@ public:
     // The length given at construction, whether or not the slots were put.
     int count() const { return count_; }
 
+    // Corners of one item, and of all.
+    static constexpr int corners_of_item = (requires { &Item::p2; }) ? 3 : 2;
+    std::size_t vertex_count() const { return static_cast<std::size_t>(count_) * corners_of_item; }
+
     // The smallest fraction of all items. Cost: linear in count().
     float detailed_line_intersection(const Point& p, const Point& q,
                                      float tolerance) const override {

@@ -3,6 +3,8 @@
 #include <cfloat>
 #include <cmath>
 
+#include "wdb/Corner_Vertices.h"
+
 static constexpr Color line_grey(0.5f, 0.5f, 0.5f);
 // A line has no face. The length is 1, so that the scene reader keeps such lines.
 static constexpr Vector down(0, 0, -1);
@@ -80,6 +82,11 @@ std::ostream& operator<<(std::ostream& os, const WDB_Line& l) {
     os << "  n0 = " << l.n0 << "  n1 = " << l.n1;
     os << "  c0 = " << l.c0 << "  c1 = " << l.c1;
     return os << "}\n";
+}
+
+bool WDB_Line_List::copy_vertices(const WDB_Vertex_Layout& layout, void* out,
+                                  std::size_t size) const {
+    return copy_corners(*this, layout, out, size);
 }
 
 // Here, for its vtable to have a home.

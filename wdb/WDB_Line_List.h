@@ -17,6 +17,8 @@
 #include "math/Geometry.h"
 #include "wdb/WDB_Item_List.h"
 
+struct WDB_Vertex_Layout;
+
 // Plain value. What a constructor is not given: normals are (0, 0, -1), as a line has no face;
 // colours are grey (0.5, 0.5, 0.5); texture points are the components of their end's normal.
 struct WDB_Line {
@@ -71,6 +73,9 @@ class WDB_Line_List : public WDB_Item_List<WDB_Line> {
     bool get_with_colors() const override { return with_colors_; }
     bool get_with_normals() const override { return with_normals_; }
     bool get_with_textures() const override { return with_textures_; }
+
+    // The ends p0, p1 of all lines.
+    bool copy_vertices(const WDB_Vertex_Layout& layout, void* out, std::size_t size) const;
 
     virtual ~WDB_Line_List();
 

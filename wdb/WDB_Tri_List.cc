@@ -3,6 +3,8 @@
 #include <cfloat>
 #include <cmath>
 
+#include "wdb/Corner_Vertices.h"
+
 // A plain member initialiser per corner: this form is the one that all others end in.
 WDB_Triangle::WDB_Triangle(const Point& a, const Point& b, const Point& c, const Vector& na,
                            const Vector& nb, const Vector& nc, const Color& ca, const Color& cb,
@@ -113,6 +115,11 @@ std::ostream& operator<<(std::ostream& os, const WDB_Triangle& t) {
     os << "  n0 = " << t.n0 << "  n1 = " << t.n1 << "  n2 = " << t.n2;
     os << "  c0 = " << t.c0 << "  c1 = " << t.c1 << "  c2 = " << t.c2;
     return os << "}\n";
+}
+
+bool WDB_Tri_List::copy_vertices(const WDB_Vertex_Layout& layout, void* out,
+                                 std::size_t size) const {
+    return copy_corners(*this, layout, out, size);
 }
 
 // Here, for its vtable to have a home.

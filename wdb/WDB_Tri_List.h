@@ -17,6 +17,8 @@
 #include "math/Geometry.h"
 #include "wdb/WDB_Item_List.h"
 
+struct WDB_Vertex_Layout;
+
 // Plain value. Corners given counter-clockwise have their face normal towards the viewer.
 // What a constructor is not given: normals are the face normal, the unit vector of
 // (p1 - p0) x (p2 - p0), or zero where that has no length; colours are grey (0.5, 0.5, 0.5);
@@ -85,6 +87,12 @@ class WDB_Tri_List : public WDB_Item_List<WDB_Triangle> {
     bool get_with_colors() const override { return with_colors_; }
     bool get_with_normals() const override { return true; }
     bool get_with_textures() const override { return true; }
+
+    // Writes the corners p0, p1, p2 of all triangles, vertex_count() in all, into the program's own
+    // `out` in the form that the layout tells; colours also where they mean nothing. See
+    // WDB_Mesh_Arrays for vertices that corners share.
+    // On failure: false, and nothing is written, if they do not fit into `size` bytes.
+    bool copy_vertices(const WDB_Vertex_Layout& layout, void* out, std::size_t size) const;
 
     virtual ~WDB_Tri_List();
 
