@@ -158,3 +158,14 @@ bool std_write_all_at(int descriptor, const void* bytes, std::size_t count, long
         return pwrite(descriptor, next, left, static_cast<off_t>(offset + (next - start)));
     });
 }
+
+bool std_copy_all(int from, int to) {
+    char block[8192]; // on stacks of threads, which may be small
+    if (lseek(from, 0, SEEK_SET) != 0) return false;
+    ssize_t got;
+    while ((got = read(from, block, sizeof block)) != 0) {
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0 || !std_write_all(to, block, static_cast<std::size_t>(got))) return false;
+    }
+    return true;
+}

@@ -32,6 +32,8 @@ int std_open_nameless();
 // On failure: false, with errno. A reader that has gone (EPIPE) and a file that may not grow
 // (EFBIG) end the process by no signal.
 bool std_write_all(int descriptor, const void* bytes, std::size_t count);
+// All of the file, from its start on.
+bool std_copy_all(int from, int to);
 bool std_write_all_at(int descriptor, const void* bytes, std::size_t count, long long offset);
 
 #endif

@@ -61,7 +61,7 @@ bool Std_Output_File::open(const char* path, Links links) {
         return false;
     }
     const bool is_special = exists && !replaces_ && !S_ISLNK(status.st_mode);
-    if (links == FOLLOW_LINKS) target_ = resolved(path);
+    if (links == FOLLOW_LINKS) target_ = resolved(target_);
     // Nobody waits for the reader of a pipe that he did not name himself.
     if (is_special || names_a_descriptor(target_))
         return open_in_place(links == REPLACE_LINKS ? O_NONBLOCK : 0);

@@ -12,7 +12,9 @@ using Std_Output_File_test = Scratch_Folder_Test;
 TEST_F(Std_Output_File_test, is_closed_after_either_end) {
     Std_Output_File target;
     for (const bool is_whole : {false, true}) {
-        ASSERT_TRUE(target.open("f", Std_Output_File::FOLLOW_LINKS));
+        std::string name = "f";
+        ASSERT_TRUE(target.open(name.c_str(), Std_Output_File::FOLLOW_LINKS));
+        name[0] = 'g'; // it was the caller's
         EXPECT_GT(target.descriptor(), 2);
         if (is_whole) {
             EXPECT_TRUE(target.commit());

@@ -41,4 +41,4 @@ _nolt() {
   return 0
 }
 
-complete -o default -F _nolt nolt_sphere_world nolt_fromvrml nolt_frommodel nolt_fromimage nolt_picture nolt_check pcat
+complete -o default -F _nolt nolt_sphere_world nolt_fromvrml nolt_frommodel nolt_fromimage nolt_picture nolt_check nolt_convert pcat

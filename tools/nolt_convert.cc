@@ -1,0 +1,66 @@
+// Converts whatever loads to the format that the name of the result tells.
+//
+//     nolt_convert town.wrl town.glb
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <string_view>
+
+#include "std/Std_Common.h"
+#include "std/Std_Descriptor.h"
+#include "std/Std_Line.h"
+#include "tools/Load_Messager.h"
+#include "tools/Mesh_Export.h"
+#include "tools/One_File.h"
+#include "tools/Tool_Answers.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Load_Report.h"
+#include "wdb/wdb_load.h"
+#include "wdb/wdb_save.h"
+#include "wdb/wdb_save_glb.h"
+
+static int fail(const char* message, int status = 1) {
+    std_write_line("nolt_convert: ", message);
+    return status;
+}
+
+// The status of the command. What is lost is told on the way.
+static int save(WDB_Database& world, const char* path) {
+    const std::string_view name(path);
+    if (is_mesh_file(path)) {
+        int lost = 0;
+        if (const char* const reason = mesh_export(world, path, &lost))
+            return fail(str_format("cannot write %.300s: %.150s", path, reason));
+        if (lost > 0)
+            std_write_line("nolt_convert: ",
+                           str_format("left out %d lines, cameras and lights", lost));
+        return 0;
+    }
+    const int result = name.ends_with(".glb") ? wdb_save_glb(world, path)
+                                              : wdb_save(world, path, {.is_complete = true});
+    return result == EOF ? 1 : 0;
+}
+
+int main(int argc, char** argv) {
+    // A file that may not grow is an error to report, not a signal.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    std_take_standard_descriptors();
+
+    const int wrong_usage = 2;
+    static const char usage[] = "usage: nolt_convert SCENE RESULT.{3d,glb,obj,ply,stl}";
+    if (tool_answers(argc, argv, usage)) return 0;
+    if (argc != 3 || argv[1][0] == '\0') return fail(usage, wrong_usage);
+    const std::string_view result(argv[2]);
+    if (!result.ends_with(".3d") && !result.ends_with(".glb") && !is_mesh_file(argv[2]))
+        return fail(usage, wrong_usage);
+    if (are_one_file(argv[1], argv[2])) return fail("the result would take the place of the scene");
+    std_set_current_messager(new Load_Messager);
+    WDB_Load_Report report;
+    WDB_Database* const world = wdb_load(argv[1], nullptr, report);
+    if (!world) return fail(str_format("cannot read %.400s", argv[1]));
+    const int status = save(*world, argv[2]);
+    if (status != 0) return status;
+    if (report.errors == 0) return 0;
+    return fail(str_format("%d errors in %.300s: the rest was converted", report.errors, argv[1]));
+}
