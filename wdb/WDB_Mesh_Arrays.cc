@@ -2,49 +2,70 @@
 
 #include <bit>
 #include <cstring>
+#include <utility>
 
 #include "std/Std_Allocator.h"
 #include "std/Std_Assert.h"
 #include "wdb/Corner_Vertices.h"
 #include "wdb/Secret_Hash.h"
 
-// Which vertex a corner has: open addressing in a table that is at most two thirds full, and much
-// less where corners share.
+// Which vertex a corner has: open addressing in a table that is at most half full. The hash stands
+// beside the number, since a look at another vertex is a look at a far place of memory. The table
+// begins with room for a closed mesh, in which six corners share a vertex, and grows for others:
+// most of one that had room for all corners would never be used, and would keep the caches cold.
 class WDB_Mesh_Arrays::Corner_Index {
 public:
     explicit Corner_Index(std::size_t corners)
-        : slots_(std::bit_ceil(corners + corners / 2 + 1), none), mask_(slots_.size() - 1) {}
+        : slots_(std::bit_ceil(corners / 3 + 8), free_slot) {}
 
     std::uint32_t find_or_push(const WDB_Vertex& vertex, Plain_Array<WDB_Vertex>& vertices) {
-        std::size_t slot = hash_of(vertex) & mask_;
-        while (slots_[slot] != none &&
-               std::memcmp(&vertices[slots_[slot]], &vertex, sizeof vertex) != 0)
-            slot = (slot + 1) & mask_;
-        if (slots_[slot] == none) {
-            slots_[slot] = static_cast<std::uint32_t>(vertices.count());
-            vertices.push(vertex);
-        }
-        return slots_[slot];
+        const std::uint32_t hash = hash_of(vertex);
+        std::size_t at = hash & mask();
+        for (; slots_[at].number != none; at = (at + 1) & mask())
+            if (slots_[at].hash == hash &&
+                std::memcmp(&vertices[slots_[at].number], &vertex, sizeof vertex) == 0)
+                return slots_[at].number;
+        const auto number = static_cast<std::uint32_t>(vertices.count());
+        slots_[at] = {hash, number};
+        vertices.push(vertex);
+        if (2 * vertices.count() > slots_.size()) grow();
+        return number;
     }
 
 private:
     static constexpr std::uint32_t none = UINT32_MAX;
+    struct Slot {
+        std::uint32_t hash, number;
+    };
+    static constexpr Slot free_slot = {0, none};
+
+    std::size_t mask() const { return slots_.size() - 1; }
+
+    void grow() {
+        const Std_Plain_Vector<Slot> old = std::move(slots_);
+        slots_.assign(2 * old.size(), free_slot);
+        for (const Slot& slot : old) {
+            if (slot.number == none) continue;
+            std::size_t at = slot.hash & mask();
+            while (slots_[at].number != none) at = (at + 1) & mask();
+            slots_[at] = slot;
+        }
+    }
 
     // Secret, as positions come from files that anybody may have written.
-    std::uint64_t hash_of(const WDB_Vertex& vertex) const {
+    std::uint32_t hash_of(const WDB_Vertex& vertex) const {
         std::uint64_t words[6];
         static_assert(sizeof words == sizeof vertex);
         std::memcpy(words, &vertex, sizeof words);
         const auto folded = [this](std::uint64_t a, std::uint64_t b) {
             return Hash_Secret::folded_product(a ^ secret_.words[0], b ^ secret_.words[1]);
         };
-        return folded(folded(words[0], words[1]) ^ folded(words[2], words[3]),
-                      folded(words[4], words[5]));
+        return static_cast<std::uint32_t>(folded(
+            folded(words[0], words[1]) ^ folded(words[2], words[3]), folded(words[4], words[5])));
     }
 
     const Hash_Secret secret_ = Hash_Secret::get();
-    Std_Plain_Vector<std::uint32_t> slots_;
-    std::size_t mask_;
+    Std_Plain_Vector<Slot> slots_;
 };
 
 WDB_Mesh_Arrays::WDB_Mesh_Arrays(unsigned contents) : contents_(contents) {}

@@ -14,8 +14,8 @@ static std::vector<std::uint32_t> indices_of(const WDB_Mesh_Arrays& mesh) {
     return indices;
 }
 
-// Few values of each kind meet, so that some corners share and some differ in one thing alone; beside
-// a map.
+// Few values of each kind meet, so that some corners share and some differ in one thing alone;
+// beside a map.
 TEST(WDB_Mesh_Arrays, shares_equal_corners) {
     std::mt19937 random(5);
     const float values[] = {0, -0.f, 1, std::numeric_limits<float>::quiet_NaN()};
