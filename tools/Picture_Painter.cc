@@ -11,8 +11,8 @@ Picture_Painter::Picture_Painter(const WDB_Database& world, WDB_Camera& camera, 
                                  int height)
     : width_(width), height_(height), camera_(&camera),
       view_(camera.get_viewing_x_render_projection(aspect())),
-      eye_(toPoint(camera.get_transform()[3])), lighting_(world, eye_),
-      canvas_(width, height, background) {
+      eye_(toPoint(camera.get_transform()[3])), levels_(camera, width, height),
+      lighting_(world, eye_), canvas_(width, height, background) {
     world.apply_to_shapes(Conv<Picture_Painter*>::to_univ(this), &camera, aspect(), collect);
     sort();
 }
@@ -26,14 +26,6 @@ bool Picture_Painter::collect(SUniv* user, const WDB_Node* node, const Bbox&) {
 struct Picture_Painter::Extent {
     double left, right, bottom, top;
     double distance; // of the middle of its box
-
-    bool is_behind_eye = false; // in part; the rectangle is the whole picture then
-
-    // Of a square as large as the rectangle, in pixels.
-    double edge() const {
-        return std::sqrt(std::max(right - left, 0.0) * std::max(top - bottom, 0.0)) /
-               picture_samples;
-    }
 };
 
 Picture_Painter::Extent Picture_Painter::extent_of(const WDB_Node& node) const {
@@ -48,29 +40,13 @@ Picture_Painter::Extent Picture_Painter::extent_of(const WDB_Node& node) const {
             to_clip(Point(box[i & 1].x, box[(i >> 1) & 1].y, box[i >> 2].z));
         const double x = (p.x / p.w + 1) / 2 * columns, y = (p.y / p.w + 1) / 2 * rows;
         if (!(p.w > 0) || !std::isfinite(x + y))
-            return {0, columns, 0, rows, extent.distance, true};
+            return {0, columns, 0, rows, extent.distance}; // behind the eye in part
         extent.left = std::min(extent.left, x);
         extent.right = std::max(extent.right, x);
         extent.bottom = std::min(extent.bottom, y);
         extent.top = std::max(extent.top, y);
     }
     return extent;
-}
-
-static int item_count(const WDB_Geometry* level) {
-    if (const auto* triangles = WDB_Tri_List::const_castdown(level)) return triangles->count();
-    if (const auto* lines = WDB_Line_List::const_castdown(level)) return lines->count();
-    return 0;
-}
-
-// Levels stand from fine to coarse. With so many triangles for each pixel of its edge, the outline
-// of a sphere is off by little more than half a pixel.
-static constexpr double triangles_per_pixel = 8;
-
-static const WDB_Geometry* level_for(const WDB_Node& node, double edge) {
-    for (int i = node.lod_count() - 1; i > 0; --i)
-        if (item_count(node.lod_item(i)) >= triangles_per_pixel * edge) return node.lod_item(i);
-    return node.lod_item(0);
 }
 
 // Half a line's width beyond its ends, and a share of a sample for rounding.
@@ -87,9 +63,10 @@ const Picture_Texture* Picture_Painter::texture_of(const WDB_Node& node) {
 
 void Picture_Painter::put(const WDB_Node& node) {
     if (&node == camera_) return;
+    const int level_number = levels_.level_of(node);
+    if (level_number < 0) return;
+    const WDB_Geometry* const level = node.lod_item(level_number);
     const Extent extent = extent_of(node);
-    const WDB_Geometry* const level =
-        extent.is_behind_eye ? node.get_geometry() : level_for(node, extent.edge());
     const double margin = margin_of(level);
     // Samples have their middles at halves. What lies between them is not seen.
     const double columns = width_ * picture_samples, rows = height_ * picture_samples;

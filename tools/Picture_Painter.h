@@ -23,6 +23,7 @@
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Line_List.h"
+#include "wdb/WDB_Lod_View.h"
 #include "wdb/WDB_Texture.h"
 #include "wdb/WDB_Tri_List.h"
 
@@ -67,6 +68,7 @@ private:
     const WDB_Camera* camera_;
     Matrix4 view_; // world to clip space
     Point eye_;
+    WDB_Lod_View levels_;
     Picture_Lighting lighting_;
     Picture_Canvas canvas_;
     Hash_Table<const WDB_Texture*, Picture_Texture*> textures_;

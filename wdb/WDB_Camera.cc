@@ -1,11 +1,13 @@
 #include "wdb/WDB_Camera.h"
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <mutex>
 
 #include "math/Bbox.h"
 #include "wdb/WDB_Database.h"
+#include "wdb/WDB_Lod_View.h"
 #include "wdb/World_Box.h"
 
 WDB_Camera::WDB_Camera(const char* name, const HFrame& transform, const Matrix4& projection,
@@ -192,6 +194,30 @@ WDB_Pick WDB_Camera::detailed_pick_at_x_y(float x, float y, float aspect, float 
     if (!node) return WDB_Pick();
     const WDB_Pick pick = node->detailed_line_intersection(
         line.p, line.q, line.near_tolerance, line.near_depth, line.far_tolerance, line.far_depth);
+    last_picked_point_ = pick.point;
+    return pick;
+}
+
+WDB_Pick WDB_Camera::detailed_pick_at_x_y(float x, float y, float aspect, float tolerance,
+                                          bool stereo, const WDB_Lod_View& levels) {
+    if (!get_world()) return WDB_Pick();
+    const Pick_Line line = pick_line(x, y, aspect, tolerance, stereo);
+    const WDB_Node::View_Query query = {toFrame(viewing_),   line.p,          line.q,
+                                        line.near_tolerance, line.near_depth, line.far_tolerance,
+                                        line.far_depth};
+    WDB_Node* closest = nullptr;
+    int closest_level = 0;
+    float closest_fraction = FLT_MAX;
+    get_world()->for_each_shape(line.p, line.q, [&](WDB_Node& node, const Bbox&) {
+        const int level = &node == this ? -1 : levels.level_of(node);
+        const float t = level < 0 ? FLT_MAX : node.line_intersection(query, level);
+        if (!(t < closest_fraction)) return;
+        closest = &node;
+        closest_level = level;
+        closest_fraction = t;
+    });
+    const WDB_Pick pick =
+        closest ? closest->detailed_line_intersection(query, closest_level) : WDB_Pick();
     last_picked_point_ = pick.point;
     return pick;
 }

@@ -28,6 +28,8 @@
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Pick.h"
 
+class WDB_Lod_View;
+
 class WDB_Camera : public WDB_Node {
     STD_OBJ_CLASS(WDB_Camera, WDB_Node)
 
@@ -86,6 +88,11 @@ class WDB_Camera : public WDB_Node {
     WDB_Node* pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo);
     // The same, with the triangle or line that was hit, its normal and its texture point.
     WDB_Pick detailed_pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo);
+    // The same of what the picture shows: where the others look at level 0 of each node, the level
+    // that `levels` chooses is looked at, and this camera's own geometry is not. Tolerances are
+    // those of depths in the view of this camera, so that no default camera is needed, or added.
+    WDB_Pick detailed_pick_at_x_y(float x, float y, float aspect, float tolerance, bool stereo,
+                                  const WDB_Lod_View& levels);
     const Point& get_last_picked_point() const { return last_picked_point_; }
 
     // The next use computes both caches anew.

@@ -29,6 +29,17 @@ void WDB_Node::set_transform(const HFrame& transform) {
     update_after_transform_change();
 }
 
+void WDB_Node::set_lod_distance(int index, float distance) {
+    auto* const distances = new (GCAtomic) float[static_cast<std::size_t>(lod_count())];
+    for (int i = 0; i < lod_count(); ++i) distances[i] = i == index ? distance : lod_distance(i);
+    lod_distances_ = distances;
+    touch();
+}
+
+float WDB_Node::lod_distance(int index) const {
+    return lod_distances_ ? lod_distances_[index] : FLT_MAX;
+}
+
 void WDB_Node::set_geometry(const WDB_Geometry* geometry) {
     if (!geometry) {
         wipe_out_lods();
@@ -63,15 +74,15 @@ struct Object_Query {
 };
 } // namespace
 
-// False if the node cannot be hit.
-static bool ask_object(const WDB_Node* node, Default_View& view, const Point& p, const Point& q,
+// `view` answers the way to the viewer. It is asked only of a node that can be hit: a world may
+// have to make a camera for it. False if the node cannot be hit.
+template<class View>
+static bool ask_object(const WDB_Node* node, View view, const Point& p, const Point& q,
                        float near_tolerance, float near_depth, float far_tolerance, float far_depth,
                        Object_Query& query) {
     Matrix4 to_object;
-    if (!node->get_geometry() || !view.world() || !invert(node->get_transform(), to_object))
-        return false;
-    // A query knows no camera, so depths are those of the default one, whoever asks.
-    const float depth = (Point(0, 0, 0) * toFrame(node->get_transform()) * view.get()).z;
+    if (!invert(node->get_transform(), to_object)) return false;
+    const float depth = (Point(0, 0, 0) * toFrame(node->get_transform()) * view()).z;
     query.tolerance = std::fabs((depth - near_depth) * (far_tolerance - near_tolerance) /
                                     (far_depth - near_depth) +
                                 near_tolerance);
@@ -80,6 +91,34 @@ static bool ask_object(const WDB_Node* node, Default_View& view, const Point& p,
     query.p = p * query.to_object;
     query.q = q * query.to_object;
     return true;
+}
+
+// A query knows no camera, so depths are those of the default one, whoever asks.
+static bool ask_object(const WDB_Node* node, Default_View& view, const Point& p, const Point& q,
+                       float near_tolerance, float near_depth, float far_tolerance, float far_depth,
+                       Object_Query& query) {
+    if (!node->get_geometry() || !view.world()) return false;
+    const auto ask = [&view]() -> const Frame& { return view.get(); };
+    return ask_object(node, ask, p, q, near_tolerance, near_depth, far_tolerance, far_depth, query);
+}
+
+static bool ask_object(const WDB_Node* node, const WDB_Node::View_Query& v, Object_Query& query) {
+    const auto ask = [&v]() -> const Frame& { return v.viewing; };
+    return ask_object(node, ask, v.p, v.q, v.near_tolerance, v.near_depth, v.far_tolerance,
+                      v.far_depth, query);
+}
+
+static WDB_Pick pick_of(WDB_Node* node, int level, const Point& p, const Point& q,
+                        const Object_Query& query) {
+    WDB_Pick pick;
+    const WDB_Geometry* const geometry = node->lod_item(level);
+    pick.fraction = geometry->line_intersection(query.p, query.q, query.tolerance);
+    if (pick.fraction == FLT_MAX) return pick;
+    pick.node = node;
+    pick.point = interp(p, q, static_cast<float>(1.0 - static_cast<double>(pick.fraction)));
+    pick.level = level;
+    pick.look_up(geometry, query.p, query.q, query.tolerance, query.to_object);
+    return pick;
 }
 
 float WDB_Node::line_intersection(const Point& p, const Point& q, float near_tolerance,
@@ -100,18 +139,23 @@ float WDB_Node::line_intersection(Default_View& view, const Point& p, const Poin
 WDB_Pick WDB_Node::detailed_line_intersection(const Point& p, const Point& q, float near_tolerance,
                                               float near_depth, float far_tolerance,
                                               float far_depth) {
-    WDB_Pick pick;
     Object_Query query;
     Default_View view(get_world());
     if (!ask_object(this, view, p, q, near_tolerance, near_depth, far_tolerance, far_depth, query))
-        return pick;
-    const WDB_Geometry* const geometry = get_geometry();
-    pick.fraction = geometry->line_intersection(query.p, query.q, query.tolerance);
-    if (pick.fraction == FLT_MAX) return pick;
-    pick.node = this;
-    pick.point = interp(p, q, static_cast<float>(1.0 - static_cast<double>(pick.fraction)));
-    pick.look_up(geometry, query.p, query.q, query.tolerance, query.to_object);
-    return pick;
+        return WDB_Pick();
+    return pick_of(this, 0, p, q, query);
+}
+
+float WDB_Node::line_intersection(const View_Query& view_query, int level) const {
+    Object_Query query;
+    if (!ask_object(this, view_query, query)) return FLT_MAX;
+    return lods_[level]->line_intersection(query.p, query.q, query.tolerance);
+}
+
+WDB_Pick WDB_Node::detailed_line_intersection(const View_Query& view_query, int level) {
+    Object_Query query;
+    if (!ask_object(this, view_query, query)) return WDB_Pick();
+    return pick_of(this, level, view_query.p, view_query.q, query);
 }
 
 void WDB_Node::print_contents(std::ostream& os) const {
@@ -141,11 +185,13 @@ void WDB_Node::set_world(WDB_Database* world) {
 
 void WDB_Node::insert_lod(const WDB_Geometry* geometry, int index) {
     lods_.insert(const_cast<WDB_Geometry*>(geometry), index);
+    lod_distances_ = nullptr;
     update_after_geometry_change();
 }
 
 void WDB_Node::remove_lod(int index) {
     lods_.remove(index);
+    lod_distances_ = nullptr;
     update_after_geometry_change();
 }
 
@@ -156,6 +202,7 @@ void WDB_Node::replace_lod(const WDB_Geometry* geometry, int index) {
 
 void WDB_Node::wipe_out_lods() {
     lods_.wipe_out();
+    lod_distances_ = nullptr;
     update_after_geometry_change();
 }
 

@@ -48,6 +48,16 @@ class WDB_Node : public WDB_Obj {
     // Requires: 0 <= index < lod_count().
     WDB_Geometry* lod_item(int index) const { return lods_[index]; }
 
+    // How far from the eye a level is shown; see WDB_Lod_View, which takes the first level that is
+    // shown at least as far as the node is away. Units of the world; FLT_MAX, without an end, for a
+    // level that was given none. For programs alone: scene files do not keep distances, and
+    // whatever changes the number of levels, or sets the geometry, forgets them.
+    // Touches. Requires: 0 <= index < lod_count().
+    void set_lod_distance(int index, float distance);
+    float lod_distance(int index) const;
+    // Whether one was set.
+    bool has_lod_distances() const { return lod_distances_; }
+
     // Makes `geometry` the only level, with one notification. Null leaves none.
     void set_geometry(const WDB_Geometry* geometry);
 
@@ -81,6 +91,17 @@ class WDB_Node : public WDB_Obj {
     // The same with all that is known of the place; see WDB_Pick. No node in it on failure.
     WDB_Pick detailed_line_intersection(const Point& p, const Point& q, float near_tolerance,
                                         float near_depth, float far_tolerance, float far_depth);
+
+    // Both for one level of detail, and with the tolerance of the depth in that view in place of
+    // the default camera's: no world is asked, and none changes.
+    // Requires: 0 <= level < lod_count(); two different depths.
+    struct View_Query {
+        Frame viewing; // from the world to the viewer
+        Point p, q;
+        float near_tolerance, near_depth, far_tolerance, far_depth;
+    };
+    float line_intersection(const View_Query& query, int level) const;
+    WDB_Pick detailed_line_intersection(const View_Query& query, int level);
 
     void print_contents(std::ostream& os) const override;
 
@@ -119,6 +140,7 @@ private:
     WDB_Database* world_;
     HFrame transform_;
     Gap_List<WDB_Geometry*> lods_;
+    const float* lod_distances_ = nullptr; // as many; never written again, as copies share them
     const WDB_Material* material_;
     const WDB_Texture* texture_;
     Bbox bbox_;

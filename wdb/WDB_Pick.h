@@ -25,8 +25,11 @@ struct WDB_Pick {
     float fraction = FLT_MAX;
     Point point = Point(0, 0, 0);
 
-    // The list that was hit, level 0 of the node, and the place in it: the first of those that are
-    // met at this fraction. Both null and -1 for geometries of other classes, for which nothing
+    // The level of detail that was asked: 0, but for picks of what a picture shows.
+    int level = 0;
+
+    // The list that was hit, that level of the node, and the place in it: the first of those that
+    // are met at this fraction. Both null and -1 for geometries of other classes, for which nothing
     // below is known either.
     const WDB_Tri_List* tri_list = nullptr;
     const WDB_Line_List* line_list = nullptr;
@@ -45,8 +48,8 @@ struct WDB_Pick {
     // before it is placed. Zero for lines.
     Vector face_normal = Vector(0, 0, 0);
 
-    // For WDB_Node: fills in all but the first three from level 0 of the node, which the segment
-    // p..q, in object space, meets. `to_object` takes world space there.
+    // For WDB_Node: fills in what stands below `level` from that level of the node, which the
+    // segment p..q, in object space, meets. `to_object` takes world space there.
     void look_up(const WDB_Geometry* geometry, const Point& p, const Point& q, float tolerance,
                  const Frame& to_object);
 };
