@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "math/Bbox.h"
+#include "wdb/Box_Fit.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Lod_View.h"
 #include "wdb/World_Box.h"
@@ -121,6 +122,36 @@ void WDB_Camera::pointat(const WDB_Node& node, bool keep_twist) {
 
 void WDB_Camera::pointat(const WDB_Database& world, bool keep_twist) {
     pointat(world.get_bbox(), keep_twist);
+}
+
+bool WDB_Camera::fit(const Bbox& box, float aspect) {
+    Matrix4 viewing;
+    if (!(aspect > 0) || !invert(get_transform(), viewing)) return false;
+    // In a world the near plane follows.
+    const bool is_free = get_world() && !box.size().iszero();
+    const float closest = is_free ? 0 : projection_.near_from_std_perspective();
+    const Box_Fit fit(get_render_projection(aspect), toFrame(viewing), box,
+                      static_cast<double>(closest));
+    HFrame transform = get_transform();
+    const Point middle = box.center();
+    for (int j = 0; j < 3; ++j) {
+        double at = static_cast<double>(middle[j]);
+        for (int i = 0; i < 3; ++i) at += fit.eye[i] * static_cast<double>(transform[i][j]);
+        transform[3][j] = static_cast<float>(at);
+    }
+    if (!fit.is_possible || !std::isfinite((transform[3].x + transform[3].y) + transform[3].z))
+        return false;
+    if (projection_.is_affine()) {
+        const float scale = static_cast<float>(fit.scale);
+        const float depth_scale = static_cast<float>(fit.depth_scale);
+        projection_[0].x *= scale;
+        projection_[1].y *= scale;
+        projection_[2].z *= depth_scale;
+        projection_[3].z *= depth_scale;
+        update_after_projection_change();
+    }
+    set_transform(transform);
+    return true;
 }
 
 static Point unprojected(float x, float y, float z, const Matrix4& inverse_projection) {

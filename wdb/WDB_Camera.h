@@ -71,6 +71,19 @@ class WDB_Camera : public WDB_Node {
     void pointat(const WDB_Node& node, bool keep_twist);
     void pointat(const WDB_Database& world, bool keep_twist);
 
+    // Moves the camera, which does not turn, to where its picture of that aspect holds all of the
+    // box and is filled by it: on one axis the box touches both edges, up to rounding, and on the
+    // other it lies in the middle. The opening angle stays; so do the near and far planes, which in
+    // a world follow its extent and else may cut the box.
+    // The camera comes no nearer to the box than a thousandth of its diagonal, nor, outside of
+    // worlds or to a point, than its near plane, even if the box then touches nothing.
+    // A parallel projection (affine, with scales and a shift of z alone) is scaled to the box, its
+    // proportions kept, and its planes move apart for what is deeper; but not to a box that has no
+    // extent across the view.
+    // On failure: false, and nothing changes: for a box that is empty, reaches 1e30 or has a NaN,
+    // an aspect not above 0, a singular transform, and projections of other kinds.
+    bool fit(const Bbox& box, float aspect);
+
     // What lies under a position of the picture: the segment from the near to the far plane, in
     // world space, along which a pick looks.
     void get_segment(float x, float y, float aspect, Point* near_end, Point* far_end);

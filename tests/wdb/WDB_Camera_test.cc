@@ -211,6 +211,100 @@ TEST(WDB_Camera, aiming) {
     }
 }
 
+static Matrix4 parallel(float width, float height, float near, float far) {
+    Matrix4 m = Matrix4::identity();
+    m[0].x = 2 / width;
+    m[1].y = 2 / height;
+    m[2].z = -2 / (far - near);
+    m[3].z = -(far + near) / (far - near);
+    return m;
+}
+
+// Any box, from any side: all corners are in the picture, on one axis as far out as can be to both
+// sides, and the camera has not turned.
+TEST(WDB_Camera, fits_boxes) {
+    const Matrix4 projections[] = {perspective, Matrix4::perspective(.3f, .01f, 1e5f),
+                                   Matrix4::window(-1, 1, -2, 2, 1, 1000), parallel(3, 2, 1, 100)};
+    std::mt19937 random(8);
+    const auto any = [&] { return static_cast<float>(random() % 2001) / 1000 - 1; };
+    for (const Matrix4& projection : projections) {
+        for (int round = 0; round < 200; ++round) {
+            const Point at(50 * any(), 50 * any(), 50 * any());
+            const Vector size(20 * any() + 21, 20 * any() + 21, round % 7 ? 20 * any() + 21 : 0);
+            const Bbox box(at, at + size);
+            const Frame frame = Frame::scaling(round % 5 ? 1 : 3) * Frame::rotation(0, 9 * any()) *
+                                Frame::rotation(2, 9 * any()) * Frame::translation(any(), 900, 9);
+            WDB_Camera* const camera = camera_at(frame, projection);
+            WDB_Database world;
+            world.put(node_with(list_in(box.min, box.max)));
+            if (round % 2) world.put(camera);
+            const float aspect = 1.5f + any();
+            ASSERT_TRUE(camera->fit(box, aspect));
+            for (int i = 0; i < 3; ++i)
+                EXPECT_EQ(bits_of(camera->get_transform()[i]), bits_of(HFrame(frame)[i]));
+            Bbox reach;
+            reach.clear();
+            for (int i = 0; i < 8; ++i) {
+                Point position;
+                const Point corner(box[i & 1].x, box[i >> 1 & 1].y, box[i >> 2].z);
+                ASSERT_TRUE(camera->project(corner, aspect, &position));
+                reach.merge(position);
+            }
+            const float nearest = -box.transformed_by(camera->get_viewing()).max.z;
+            const float rounding = 2e-5f * (1 + 1 / std::fabs(nearest));
+            bool touches = false;
+            for (int axis = 0; axis < 2; ++axis) {
+                const float low = reach.min[axis], high = reach.max[axis];
+                EXPECT_GE(low, -1 - rounding) << round;
+                EXPECT_LE(high, 1 + rounding) << round;
+                touches |= low < -1 + rounding && high > 1 - rounding;
+            }
+            const float scale = round % 5 ? 1 : 3, least = 1e-3f * mag(box.size()) / scale;
+            const float near_plane = round % 2 ? 0 : projection.near_from_std_perspective();
+            // Or it stands as near to a corner as it may.
+            EXPECT_TRUE(touches || nearest < 1.01f * std::max(least, near_plane)) << round << reach;
+            if (round % 2 || projection.is_affine()) {
+                EXPECT_GE(reach.min.z, -1) << round;
+                EXPECT_LE(reach.max.z, 1) << round;
+            }
+        }
+    }
+}
+
+TEST(WDB_Camera, fits_what_there_is) {
+    Bbox empty, infinite;
+    empty.clear();
+    infinite.infinite();
+    const Bbox box({-1, -1, -1}, {1, 1, 1}), point({5, 6, 7}, {5, 6, 7});
+    const Bbox stick({5, 6, 7}, {5, 6, 17});
+    const Frame start = Frame::translation(9, 9, 9);
+    const Matrix4 flat = parallel(3, 2, 1, 100);
+    Matrix4 turned = flat;
+    turned[0].y = .1f;
+    const std::tuple<const char*, Bbox, float, Matrix4, Frame, const char*> rows[] = {
+        {"empty", empty, 1, perspective, start, "no"},
+        {"infinite", infinite, 1, perspective, start, "no"},
+        {"no number", Bbox({NAN, 0, 0}, {1, 1, 1}), 1, perspective, start, "no"},
+        {"no aspect", box, 0, perspective, start, "no"},
+        {"no number as aspect", box, NAN, perspective, start, "no"},
+        {"singular", box, 1, perspective, Frame::scaling(0), "no"},
+        {"another projection", box, 1, turned, start, "no"},
+        {"a point", point, 1, perspective, start, "5 6 8 "},
+        {"along the view", stick, 1, perspective, start, "5 6 18 "},
+        {"a point, parallel", point, 1, flat, start, "5 6 57.5 "},
+        {"a box", box, 2, perspective, start, "0 0 2 "},
+        {"in a narrow picture", box, .5f, perspective, start, "0 0 3 "},
+    };
+    for (const auto& [row, it, aspect, projection, frame, should] : rows) {
+        WDB_Camera* const camera = camera_at(frame, projection);
+        const int stamp = camera->get_stamp();
+        const bool fits = camera->fit(it, aspect);
+        const Point at = toPoint(camera->get_transform()[3]);
+        EXPECT_EQ(fits ? shown(at.x, at.y, at.z) : "no", should) << row;
+        EXPECT_EQ(camera->get_stamp() != stamp, fits) << row;
+    }
+}
+
 TEST(WDB_Camera, print) {
     WDB_Camera* const camera = camera_at(Frame::identity());
     camera->set_ipd(.5f);
