@@ -1,4 +1,5 @@
 // Runs the answers of docs/how-do-i.md, each with a world of its own, in an empty folder.
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -7,15 +8,19 @@
 #include <vector>
 
 #include "images/PX_Map.h"
+#include "math/Viewer_Moves.h"
 #include "std/Std_Common.h"
 #include "std/Std_Messager.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Load_Report.h"
+#include "wdb/WDB_Lod_View.h"
 #include "wdb/WDB_Material.h"
+#include "wdb/WDB_Mesh_Arrays.h"
 #include "wdb/WDB_Pick.h"
 #include "wdb/WDB_Texture.h"
 #include "wdb/WDB_Tri_List.h"
+#include "wdb/WDB_Vertex_Layout.h"
 #include "wdb/wdb_load.h"
 #include "wdb/wdb_save.h"
 
