@@ -58,8 +58,8 @@ TEST(WDB_Mesh_Arrays, size_of_indices) {
     const std::pair<int, int> rows[] = {{0xFFFF / 3, 2}, {0xFFFF / 3 + 1, 4}, {1, 2}};
     WDB_Mesh_Arrays mesh(0);
     for (const auto& [count, size] : rows) {
-        const WDB_Tri_List list(count, [&](WDB_Triangle* t) {
-            for (int i = 0; i < count; ++i) {
+        const WDB_Tri_List list(count, [n = count](WDB_Triangle* t) {
+            for (int i = 0; i < n; ++i) {
                 const float x = static_cast<float>(i);
                 t[i] = WDB_Triangle({x, 0, 0}, {x, 1, 0}, {x, 0, 1});
             }
