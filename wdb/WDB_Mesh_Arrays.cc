@@ -84,6 +84,8 @@ void WDB_Mesh_Arrays::pack(const List& list) {
         std_assert(-1, "More corners in one list than 32 bits can count", __FILE__, __LINE__);
     corners_of_item_ = List::corners_of_item;
     wide_.reserve(corners);
+    // Pages that are not written to do not come into memory; growing would copy what is.
+    vertices_.reserve(corners);
     Corner_Index index(corners);
     for_each_corner(list, [&](WDB_Vertex vertex, std::size_t) {
         keep_contents(vertex);
