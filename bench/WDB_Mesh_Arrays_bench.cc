@@ -1,6 +1,6 @@
 // WDB_Mesh_Arrays::update of a list that has changed against the plain way: std::unordered_map from
-// the 12 floats of a corner to its number, with room for all corners reserved. Face normals
-// share little; with contents:0 positions alone are packed, of which five in six are shared.
+// the 12 floats of a corner to its number, with room for all corners reserved. Face normals let few
+// corners share; with contents:0 positions alone are packed, and three corners in four share one.
 #include "wdb/WDB_Mesh_Arrays.h"
 
 #include <bit>
