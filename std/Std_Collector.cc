@@ -100,6 +100,18 @@ void Std_Collector::forget() {
     GC_unregister_my_thread();
 }
 
+std::uint64_t Std_Collector::collection_count() {
+    meet();
+    // Under the lock, which a collection holds from its first step to its last.
+    std::uint64_t count;
+    const auto read = [](void* to) {
+        *static_cast<std::uint64_t*>(to) = GC_get_gc_no();
+        return to;
+    };
+    GC_call_with_alloc_lock(read, &count);
+    return count;
+}
+
 Std_Collector::Guest::Guest() {
     meet();
 }

@@ -7,6 +7,7 @@
 #define STD_STD_COLLECTOR_H
 
 #include <cstddef>
+#include <cstdint>
 
 class Std_Collector {
 public:
@@ -31,6 +32,9 @@ public:
 
     // The thread ends.
     static void forget();
+
+    // How often it has collected; what a collection found out is in force when it is counted.
+    static std::uint64_t collection_count();
 
 private:
     static void make_known();
