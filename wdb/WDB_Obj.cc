@@ -5,10 +5,10 @@
 #include "std/Std_Common.h"
 
 // The text stays for ever, and most objects are given a name of their own at once.
-WDB_Obj::WDB_Obj() : name_(WDB_Obj::get_static_class_name()), stamp_(0) {}
+WDB_Obj::WDB_Obj() : stamp_(0), name_(WDB_Obj::get_static_class_name()) {}
 
 WDB_Obj::WDB_Obj(const WDB_Obj& other)
-    : Std_Obj(other), name_(other.name_), stamp_(other.get_stamp()) {}
+    : Std_Obj(other), stamp_(other.get_stamp()), name_(other.name_) {}
 
 WDB_Obj& WDB_Obj::operator=(const WDB_Obj& other) {
     Std_Obj::operator=(other);
@@ -32,6 +32,31 @@ void WDB_Obj::touch() {
     // Wraps in place of overflowing; only equality with a remembered stamp matters.
     const int next = static_cast<int>(static_cast<unsigned int>(get_stamp()) + 1u);
     stamp_.store(next, std::memory_order_relaxed);
+}
+
+// In a chain: an object has a value or two.
+struct WDB_Obj::User_Value {
+    const void* key;
+    void* value;
+    User_Value* next;
+};
+
+void WDB_Obj::set_user(void* value, const void* key) {
+    User_Value** at = &user_;
+    while (*at && (*at)->key != key) at = &(*at)->next;
+    if (!value) {
+        if (*at) *at = (*at)->next;
+    } else if (*at) {
+        (*at)->value = value;
+    } else {
+        *at = new (std_gc) User_Value{key, value, nullptr};
+    }
+}
+
+void* WDB_Obj::get_user(const void* key) const {
+    for (const User_Value* v = user_; v; v = v->next)
+        if (v->key == key) return v->value;
+    return nullptr;
 }
 
 void WDB_Obj::print(std::ostream& os) const {

@@ -5,7 +5,7 @@
 #include "tests/Collected.h"
 
 namespace {
-class Thing : public Std_Obj {
+class Thing final : public Std_Obj {
     STD_OBJ_CLASS(Thing, Std_Obj)
     Thing* other = nullptr;
 };
