@@ -61,6 +61,7 @@ PX_Map& PX_Map::operator=(const PX_Map& other) {
     pixels_ = copy.pixels_;
     source_ = copy.source_;
     is_complete_ = copy.is_complete_;
+    touch();
     return *this;
 }
 
@@ -98,6 +99,7 @@ static bool copy_document(Std_URL* from, int to) {
 void PX_Map::load(Std_URL* url, int component) {
     source_ = str_new(url->get_url_string());
     is_complete_ = true;
+    touch();
     url->open();
     if (!url->is_open()) {
         load_error("Unable to get url", component);
@@ -273,6 +275,7 @@ void PX_Map::resize(int new_width, int new_height, Filter filter, int filter_wid
     pixels_ = result;
     width_ = new_width;
     height_ = new_height;
+    touch();
 }
 
 void PX_Map::texture_align() {

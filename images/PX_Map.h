@@ -16,6 +16,7 @@
 #define IMAGES_PX_MAP_H
 
 #include <cstddef>
+#include <cstdint>
 
 #include "std/Std_Obj.h"
 
@@ -58,13 +59,19 @@ class PX_Map : public Std_Obj {
     int get_width() const { return width_; }
     int get_height() const { return height_; }
     int get_component() const { return component_; }
-    // Lifetime: until load or resize.
+    // Lifetime: until load or resize. Who writes there says so by touch.
     unsigned char* get_pixels() const { return pixels_; }
+
+    // Another number after each change of the picture: load, resize and texture_align, an
+    // assignment, put_pixel_component, touch.
+    std::uint64_t get_change_count() const { return change_count_; }
+    void touch() { ++change_count_; }
 
     // Requires: x, y and c inside the image.
     unsigned char get_pixel_component(int x, int y, int c) const { return pixels_[at(x, y) + c]; }
     void put_pixel_component(unsigned char value, int x, int y, int c) {
         pixels_[at(x, y) + c] = value;
+        touch();
     }
 
     // Copy row y, or column x from row 0 up.
@@ -104,6 +111,7 @@ private:
     unsigned char* pixels_;
     const char* source_ = "";
     bool is_complete_ = true;
+    std::uint64_t change_count_ = 0;
 };
 
 #endif

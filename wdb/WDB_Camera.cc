@@ -351,8 +351,10 @@ const Matrix4& WDB_Camera::get_viewing_x_render_projection() {
 void WDB_Camera::update_after_projection_change() {
     invalidate_render_projection();
     touch();
+    tell_otherwise_changed();
 }
 
 void WDB_Camera::update_after_ipd_change() {
     touch();
+    tell_otherwise_changed();
 }

@@ -115,7 +115,10 @@ class WDB_Camera : public WDB_Node {
     // Requires: begin and end in turns for each signal.
     void begin_listing(Extent_Signal* signal);
     void end_listing(const Extent_Signal* signal) { extent_.end(signal); }
-    void update_after_naming() override { extent_.forget_names(); }
+    void update_after_naming() override {
+        extent_.forget_names();
+        WDB_Node::update_after_naming();
+    }
 
     void print_contents(std::ostream& os) const override;
     void update_after_transform_change() override;

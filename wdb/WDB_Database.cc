@@ -5,12 +5,15 @@
 #include <cfloat>
 #include <cmath>
 
+#include "std/Std_Common.h"
+#include "std/Std_Report.h"
 #include "wdb/Default_View.h"
 #include "wdb/Extent_Signal.h"
 #include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Geometry.h"
 #include "wdb/WDB_Light.h"
+#include "wdb/WDB_Listener.h"
 #include "wdb/World_Box.h"
 
 namespace {
@@ -42,6 +45,57 @@ struct WDB_Database_Wrapped_Env {
 };
 } // namespace
 
+namespace {
+// A walk of this thread that calls back to the program. Those of other threads need no look: while
+// they ask, nobody may change the world anyway.
+class Walk {
+public:
+    enum Kind { OVER_SHAPES, OVER_SETS };
+
+    Walk(const WDB_Database* world, Kind kind) : world_(world), kind_(kind), outer_(innermost_) {
+        innermost_ = this;
+    }
+    Walk(const Walk&) = delete;
+    Walk& operator=(const Walk&) = delete;
+    ~Walk() { innermost_ = outer_; }
+
+    static bool is_under_way() { return innermost_ != nullptr; }
+    static bool is_under_way(const WDB_Database* world, Kind kind) {
+        for (const Walk* w = innermost_; w; w = w->outer_)
+            if (w->world_ == world && w->kind_ == kind) return true;
+        return false;
+    }
+
+private:
+    const WDB_Database* const world_;
+    const Kind kind_;
+    const Walk* const outer_;
+
+    static constinit thread_local const Walk* innermost_;
+};
+constinit thread_local const Walk* Walk::innermost_ = nullptr;
+} // namespace
+
+static void refuse_change(const char* who, const WDB_Database* world, const char* what) {
+    std_assert(-1,
+               str_format("%s of world \"%s\" must not change it: %s", who,
+                          world->get_printable_name(), what),
+               __FILE__, __LINE__);
+}
+
+// The listeners of a world, in the order of adding.
+struct WDB_Database::Listening {
+    Gap_List<WDB_Listener*> listeners;
+    bool is_telling = false;
+
+    // The count, if it is not there.
+    int index_of(const WDB_Listener* listener) const {
+        int i = 0;
+        while (i < listeners.count() && listeners[i] != listener) ++i;
+        return i;
+    }
+};
+
 // A node without geometry has no extent, but it has a place.
 static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node* node) {
     if (node->get_geometry()) return env.callback(env.user, node, world_box(node));
@@ -49,7 +103,9 @@ static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node
     return env.callback(env.user, node, Bbox(origin, origin));
 }
 
-static bool apply_to_set(const Hash_Set<WDB_Node*>& set, SUniv* user, WDB_Apply_Callback callback) {
+static bool apply_to_set(const WDB_Database* world, const Hash_Set<WDB_Node*>& set, SUniv* user,
+                         WDB_Apply_Callback callback) {
+    const Walk walk(world, Walk::OVER_SETS);
     const WDB_Database_Wrapped_Env env = {user, callback};
     for (Hash_Set_Iter<WDB_Node*> i(set); !i.off(); i.forth())
         if (wrapped_apply_cb(env, *i())) return true;
@@ -94,6 +150,55 @@ void WDB_Database::begin_editing() {
     touch();
 }
 
+void WDB_Database::add_listener(WDB_Listener* listener) {
+    if (!listener) return;
+    if (!is_heard()) listening_ = new (std_gc) Listening;
+    Gap_List<WDB_Listener*>& listeners = listening_->listeners;
+    if (listening_->index_of(listener) == listeners.count()) listeners.insert_last(listener);
+}
+
+void WDB_Database::remove_listener(WDB_Listener* listener) {
+    if (!is_heard()) return;
+    Gap_List<WDB_Listener*>& listeners = listening_->listeners;
+    const int index = listening_->index_of(listener);
+    if (index < listeners.count()) listeners.remove(index);
+    if (listeners.is_empty()) listening_ = nullptr;
+}
+
+// Before a change. True if listeners are to be told of it; those who are being told must not make
+// one: those behind them would hear of it first.
+bool WDB_Database::is_heard() const {
+    if (!listening_) return false;
+    if (listening_->is_telling)
+        refuse_change("A listener", this, "it is being told of another change");
+    return true;
+}
+
+// Ends also if a listener throws.
+class WDB_Database::Telling {
+public:
+    explicit Telling(Listening& listening) : listening_(listening) { listening.is_telling = true; }
+    Telling(const Telling&) = delete;
+    Telling& operator=(const Telling&) = delete;
+    ~Telling() { listening_.is_telling = false; }
+
+private:
+    Listening& listening_;
+};
+
+// Requires: listeners.
+void WDB_Database::tell(WDB_Node* node, Told told) {
+    is_heard();
+    const Telling telling(*listening_);
+    const Gap_List<WDB_Listener*>& listeners = listening_->listeners;
+    for (int i = 0; i < listeners.count(); ++i) (listeners[i]->*told)(*this, *node);
+}
+
+// One that was wiped out still names this world.
+void WDB_Database::tell_if_held(WDB_Node* node, Told told) {
+    if (has(node)) tell(node, told);
+}
+
 bool WDB_Database::has(const WDB_Node* node) const {
     // The containers hold what may be changed; to look a key up changes nothing.
     WDB_Node* const key = const_cast<WDB_Node*>(node);
@@ -110,60 +215,68 @@ bool WDB_Database::apply(SUniv* user, WDB_Apply_Callback callback) const {
 }
 
 bool WDB_Database::apply_to_nodes(SUniv* user, WDB_Apply_Callback callback) const {
-    return apply_to_set(nodes_, user, callback);
+    return apply_to_set(this, nodes_, user, callback);
 }
 
 bool WDB_Database::apply_to_lights(SUniv* user, WDB_Apply_Callback callback) const {
-    return apply_to_set(lights_, user, callback);
+    return apply_to_set(this, lights_, user, callback);
 }
 
 bool WDB_Database::apply_to_cameras(SUniv* user, WDB_Apply_Callback callback) const {
-    return apply_to_set(cameras_, user, callback);
+    return apply_to_set(this, cameras_, user, callback);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, const Bbox& box,
                                    WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), box, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, const Matrix4& m,
                                    WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, const Matrix4& m1, const Matrix4& m2,
                                    WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m1, m2, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, const Point& p, const Point& q,
                                    WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), p, q, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Bbox& box,
                                              WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), box, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Matrix4& m,
                                              WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Point& p, const Point& q,
                                              WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), p, q, shape_cb);
 }
@@ -175,6 +288,7 @@ bool WDB_Database::apply_to_shapes_unordered(SUniv* user, WDB_Camera* camera, fl
 }
 
 bool WDB_Database::apply_to_shapes_outside(SUniv* user, WDB_Apply_Callback callback) const {
+    const Walk walk(this, Walk::OVER_SHAPES);
     WDB_Database_Wrapped_Env env = {user, callback};
     return shapes_.apply_to_outside(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), shape_cb);
 }
@@ -417,8 +531,22 @@ void WDB_Database::file_shape(WDB_Node* node) {
     shapes_.put(node, box);
 }
 
+// `node`, which comes, goes or moves, must not do so under a walk over what holds it.
+void WDB_Database::check_walks(WDB_Node* node) const {
+    const bool is_shape = node->get_geometry() || shapes_.has(node);
+    const bool is_in_sets = !node->get_geometry() || nodes_.has(node) ||
+                            WDB_Camera::is_instance(node) || WDB_Light::is_instance(node);
+    if ((is_shape && Walk::is_under_way(this, Walk::OVER_SHAPES)) ||
+        (is_in_sets && Walk::is_under_way(this, Walk::OVER_SETS)))
+        refuse_change("The callback of a walk", this,
+                      str_format("node \"%s\"", node->get_printable_name()));
+}
+
 void WDB_Database::put(WDB_Node* node) {
     if (!node) return;
+    if (Walk::is_under_way()) [[unlikely]]
+        check_walks(node);
+    const bool was_held = is_heard() && has(node);
     if (node->get_geometry()) {
         file_shape(node);
         invalidate_render_projections();
@@ -426,14 +554,25 @@ void WDB_Database::put(WDB_Node* node) {
         nodes_.put(node);
     }
     list_by_class(node);
-    // Last: the node calls back here unless it finds itself held.
+    // The node calls back here unless it finds itself held.
     node->set_world(this);
+    note_change(node, was_held ? &WDB_Listener::moved : &WDB_Listener::put);
 }
 
 // The geometry may have come or gone since the node was filed, which moves it from one container to
 // the other.
 void WDB_Database::update(WDB_Node* node) {
     if (!node) return;
+    const bool is_new = is_heard() && !has(node);
+    if (Walk::is_under_way()) [[unlikely]] {
+        // It stays in all its sets; to put it there again might order them anew.
+        if (!node->get_geometry() && nodes_.has(node)) {
+            invalidate_render_projections();
+            return;
+        }
+        check_walks(node);
+    }
+    ++changes_;
     if (node->get_geometry()) {
         nodes_.remove(node);
         file_shape(node);
@@ -443,19 +582,36 @@ void WDB_Database::update(WDB_Node* node) {
     }
     list_by_class(node);
     invalidate_render_projections();
+    if (is_new) tell(node, &WDB_Listener::put);
 }
 
 void WDB_Database::remove(WDB_Node* node) {
     if (!has(node)) return;
+    if (Walk::is_under_way()) [[unlikely]]
+        check_walks(node);
+    const bool is_told = is_heard();
+    ++changes_;
     nodes_.remove(node);
     shapes_.remove(node);
     if (WDB_Camera* const camera = WDB_Camera::castdown(node)) drop_camera(camera);
     lights_.remove(node);
-    // Last, as in put: the node must find that it is not held any more.
+    // The node must find that it is not held any more.
     node->set_world(nullptr);
+    if (is_told) tell(node, &WDB_Listener::removed);
 }
 
 void WDB_Database::wipe_out() {
+    if (Walk::is_under_way(this, Walk::OVER_SHAPES) || Walk::is_under_way(this, Walk::OVER_SETS))
+        refuse_change("The callback of a walk", this, "it is wiped out");
+    Gap_List<WDB_Node*> gone; // to be told
+    if (is_heard()) {
+        const auto add = [&gone](WDB_Node& node, const Bbox&) { gone.insert_last(&node); };
+        for_each_node(add);
+        for_each_shape(add);
+        const WDB_Visit outside(add);
+        apply_to_shapes_outside(outside.user(), outside.callback());
+    }
+    ++changes_;
     nodes_.wipe_out();
     shapes_.wipe_out();
     cameras_.wipe_out();
@@ -464,4 +620,5 @@ void WDB_Database::wipe_out() {
     // The cameras that were listed watch the old one.
     signal_->is_over = true;
     signal_ = new_signal();
+    for (int i = 0; i < gone.count(); ++i) tell(gone[i], &WDB_Listener::removed);
 }

@@ -11,7 +11,9 @@
 // Nodes with a geometry are shapes and stand in a box tree under their world-space box; the others
 // stand in a plain set. A node moves between the two by itself as its levels come and go. Lights
 // and cameras are listed in sets of their own besides.
-// The world owns nothing: it keeps nodes alive by holding them. It must not change during a walk.
+// The world owns nothing: it keeps nodes alive by holding them. It must not change during a walk:
+// what a callback does to the shapes in a walk over shapes, or to the sets in a walk over one of
+// them, is a fatal report. It may move nodes that are not shapes.
 //
 // Threads: while nobody changes a world, any number of threads may ask it at once, the walks and
 // picks included. A pick where there is no default camera yet is a change, as is default_camera:
@@ -19,6 +21,7 @@
 #ifndef WDB_WDB_DATABASE_H
 #define WDB_WDB_DATABASE_H
 
+#include <cstdint>
 #include <mutex>
 #include <ostream>
 
@@ -37,6 +40,7 @@ using WDB_Apply_Callback = bool (*)(SUniv* user, const WDB_Node* node, const Bbo
 
 class WDB_Camera;
 class WDB_Light;
+class WDB_Listener;
 struct Extent_Signal;
 
 enum WDB_Following { WDB_FOLLOWING };
@@ -60,6 +64,19 @@ class WDB_Database : public WDB_Obj {
     void begin_editing();
     void end_editing() { editing_ = false; }
     bool is_editing() const { return editing_; }
+
+    // Another number after each change of what the world holds or of a node in it: all that a
+    // WDB_Listener is told of. Brackets and picks do not count. What several nodes may share does
+    // not tell its worlds: whether a material, a geometry or a texture has changed, its own stamp
+    // says, and of a picture, PX_Map::get_change_count.
+    std::uint64_t get_change_count() const { return changes_; }
+
+    // From now on `listener` is told of the changes, behind those that were added before; once,
+    // however often it was added. The world keeps collected ones alive; others are to be removed
+    // before they go. Null, and to remove one that was not added, does nothing. Without listeners
+    // a change costs what it costs anyway.
+    void add_listener(WDB_Listener* listener);
+    void remove_listener(WDB_Listener* listener);
 
     bool has(const WDB_Node* node) const;
     int shape_count() const { return shapes_.count(); }
@@ -196,8 +213,8 @@ class WDB_Database : public WDB_Obj {
     virtual void put(WDB_Node* node);
 
     // Files `node` by its present geometry and transform, and makes the render projections of all
-    // cameras follow. Nodes call it after each change.
-    // A node that is not held is filed as well, but its world is not set.
+    // cameras follow. Nodes call it after each change, and then tell the listeners themselves.
+    // A node that is not held is filed as well, and told as put, but its world is not set.
     virtual void update(WDB_Node* node);
 
     // Lets go of `node`; nothing happens if it is not held.
@@ -207,7 +224,23 @@ class WDB_Database : public WDB_Obj {
     // later change of a node files it here again. Detach those that are to be used on.
     virtual void wipe_out();
 
+    // For nodes, after a change that needs no filing, or has been filed: counts it, and tells the
+    // listeners if the node is held.
+    using Told = void (WDB_Listener::*)(WDB_Database& world, WDB_Node& node);
+    void note_change(WDB_Node* node, Told told) {
+        ++changes_;
+        if (listening_) [[unlikely]]
+            tell_if_held(node, told);
+    }
+
 private:
+    struct Listening;
+    class Telling;
+
+    bool is_heard() const;
+    void tell(WDB_Node* node, Told told);
+    void tell_if_held(WDB_Node* node, Told told);
+    void check_walks(WDB_Node* node) const;
     bool find_default_camera();
     template<class Aim>
     WDB_Camera* default_camera_with(Aim aim);
@@ -230,6 +263,8 @@ private:
     Hash_Set<WDB_Node*> lights_;
     Hash_Set<WDB_Node*> cameras_;
     Extent_Signal* signal_; // to the listed cameras
+    std::uint64_t changes_ = 0;
+    Listening* listening_ = nullptr; // while there are listeners
 
     // What the last search found, as long as the signal's knows_names is set.
     WDB_Camera* default_camera_ = nullptr;

@@ -20,6 +20,7 @@ WDB_Light::WDB_Light(const char* name, const HFrame& transform, float angle,
 void WDB_Light::set_angle(float angle) {
     angle_ = angle;
     touch();
+    tell_otherwise_changed();
 }
 
 const Color& WDB_Light::get_color() const {

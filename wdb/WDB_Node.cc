@@ -7,6 +7,7 @@
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Listener.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Pick.h"
 #include "wdb/WDB_Texture.h"
@@ -63,6 +64,7 @@ void WDB_Node::set_texture(const WDB_Texture* texture) {
 void WDB_Node::set_url(Std_URL* url) {
     url_ = url;
     touch();
+    tell_otherwise_changed();
 }
 
 namespace {
@@ -206,24 +208,34 @@ void WDB_Node::wipe_out_lods() {
     update_after_geometry_change();
 }
 
+void WDB_Node::tell_otherwise_changed() {
+    if (world_) world_->note_change(this, &WDB_Listener::otherwise_changed);
+}
+
 // The box comes first: the world files the node by it.
 void WDB_Node::update_after_geometry_change() {
     touch();
     recompute_bbox();
-    if (world_) world_->update(this);
+    if (!world_) return;
+    world_->update(this);
+    world_->note_change(this, &WDB_Listener::geometry_changed);
 }
 
 void WDB_Node::update_after_transform_change() {
     touch();
-    if (world_) world_->update(this);
+    if (!world_) return;
+    world_->update(this);
+    world_->note_change(this, &WDB_Listener::moved);
 }
 
 void WDB_Node::update_after_material_change() {
     touch();
+    if (world_) world_->note_change(this, &WDB_Listener::material_changed);
 }
 
 void WDB_Node::update_after_texture_change() {
     touch();
+    if (world_) world_->note_change(this, &WDB_Listener::texture_changed);
 }
 
 void WDB_Node::update_after_world_change() {

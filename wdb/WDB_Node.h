@@ -130,6 +130,9 @@ class WDB_Node : public WDB_Obj {
     virtual void update_after_world_change();
 
 protected:
+    void update_after_naming() override { tell_otherwise_changed(); }
+    // The world counts and tells a change that has no notification of its own.
+    void tell_otherwise_changed();
     // Without a notification, for constructors of derived classes.
     void store_transform(const HFrame& transform) { transform_ = transform; }
     void store_material(const WDB_Material* material) { material_ = material; }

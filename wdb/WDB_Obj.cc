@@ -20,8 +20,8 @@ WDB_Obj& WDB_Obj::operator=(const WDB_Obj& other) {
 
 void WDB_Obj::set_name(const char* text) {
     name_ = str_new(text);
-    update_after_naming();
     touch();
+    update_after_naming();
 }
 
 bool WDB_Obj::is_named(const char* text) const {

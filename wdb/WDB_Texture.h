@@ -17,6 +17,7 @@ class WDB_Texture : public WDB_Obj {
     // Requires: image is not null.
     explicit WDB_Texture(PX_Map* image);
 
+    // Always the same map. Its change count tells of another picture in it; the stamp does not.
     PX_Map* get_image() const { return image_; }
 
     void print_contents(std::ostream& os) const override;

@@ -7,6 +7,7 @@
 #include "images/image.h"
 #include "images/pix_support.h"
 #include "std/Std_Limits.h"
+#include "std/Std_URL.h"
 #include "tests/Scratch_Folder.h"
 
 using Bytes = std::vector<unsigned char>;
@@ -297,4 +298,29 @@ TEST(PX_Map_resize, texture_align) {
         sizes += shown(map.get_width(), map.get_height());
     }
     EXPECT_EQ(sizes, "128 128 64 256 1 1 128 64 128 4 ");
+}
+
+TEST_F(PX_Map_test, changes_are_counted) {
+    PX_Map map(3, 3, 1);
+    const PX_Map other(2, 2, 3);
+    const struct {
+        const char* row;
+        std::function<void()> act;
+        bool is_change;
+    } rows[] = {
+        {"pixel", [&] { map.put_pixel_component(1, 2, 2, 0); }, true},
+        {"touch", [&] { map.touch(); }, true},
+        {"look", [&] { map.save("x"); }, false},
+        {"resize", [&] { map.resize(3, 5); }, true},
+        {"align", [&] { map.texture_align(); }, true},
+        {"aligned", [&] { map.texture_align(); }, false},
+        {"load", [&] { map.load(new Std_URL("x"), 0); }, true},
+        {"no such file", [&] { map.load(new Std_URL("absent"), 0); }, true},
+        {"assign", [&] { map = other; }, true},
+    };
+    for (const auto& r : rows) {
+        const std::uint64_t before = map.get_change_count();
+        reports_of(r.act);
+        EXPECT_EQ(map.get_change_count() != before, r.is_change) << r.row;
+    }
 }

@@ -192,3 +192,48 @@ TEST(WDB_Database, print) {
                   printed(Bbox({1, 2, 3}, {2, 3, 4})) + rule + "//NODES\n" + rule + node + "}\n" +
                   global + printed(Bbox({1, 2, 3}, {1, 2, 3})) + "}\n");
 }
+
+// In a walk over shapes, and in one over cameras.
+TEST(WDB_Database, must_not_change_under_a_walk) {
+    WDB_Tri_List* const list = list_in(Point(0, 0, 0), Point(1, 1, 1));
+    WDB_Database world, other;
+    WDB_Node* const shape = node_with(list, Frame::identity(), "shape");
+    WDB_Node* const mark = node_with(nullptr, Frame::identity(), "mark");
+    WDB_Camera* const eye =
+        new WDB_Camera("eye", HFrame::identity(), Matrix4::perspective(1, 1, 9), nullptr, nullptr);
+    for (WDB_Node* n : {shape, mark, static_cast<WDB_Node*>(eye)}) world.put(n);
+    const struct {
+        const char* row;
+        std::function<void()> change;
+        const char* told[2]; // in a walk over shapes, and over cameras
+    } rows[] = {
+        {"a shape comes", [&] { world.put(node_with(list)); }, {"node \"n\"", nullptr}},
+        {"a shape goes", [&] { world.remove(shape); }, {"node \"shape\"", nullptr}},
+        {"a shape moves", [&] { shape->set_transform(HFrame()); }, {"node \"shape\"", nullptr}},
+        {"no shape any more", [&] { shape->wipe_out_lods(); }, {"\"shape\"", "\"shape\""}},
+        {"now a shape", [&] { mark->set_geometry(list); }, {"\"mark\"", "\"mark\""}},
+        {"a node comes", [&] { world.put(node_with(nullptr)); }, {nullptr, "node \"n\""}},
+        {"a node goes", [&] { mark->set_world(&other); }, {nullptr, "node \"mark\""}},
+        {"a camera moves", [&] { eye->set_transform(HFrame::identity()); }, {nullptr, nullptr}},
+        {"wiped out", [&] { world.wipe_out(); }, {"wiped out", "wiped out"}},
+        {"another world", [&] { other.put(node_with(list)); }, {nullptr, nullptr}},
+    };
+    for (const auto& r : rows) {
+        const auto in_walk = [&](int over) {
+            const auto change = [&](WDB_Node&, const Bbox&) { return r.change(), true; };
+            over ? world.for_each_camera(change)
+                 : world.for_each_shape_unordered(Bbox(Point(0, 0, 0), Point(2, 2, 2)), change);
+        };
+        for (int over = 0; over < 2; ++over) {
+            SCOPED_TRACE(r.row);
+            const std::string begin =
+                "The callback of a walk of world \"Anonymous world\" must not change it: ";
+            if (r.told[over])
+                EXPECT_FATAL(in_walk(over), begin + ".*" + r.told[over]);
+            else
+                EXPECT_EXIT((in_walk(over), std::_Exit(0)), ::testing::ExitedWithCode(0), "");
+        }
+    }
+
+    world.put(node_with(list)); // no walk is under way any more
+}
