@@ -214,6 +214,12 @@ void Std_URL::close() {
     file_ = nullptr;
 }
 
+long long Std_URL::get_size() const {
+    struct stat status;
+    if (command_ || fstat(fileno(file_), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
+    return status.st_size;
+}
+
 std::size_t Std_URL::read(char* to, std::size_t count) {
     if (is_ended_) return 0;
     std::size_t came;

@@ -94,6 +94,10 @@ class Std_URL : public Std_Obj {
     // Requires: is_open().
     std::size_t read(char* to, std::size_t count);
 
+    // How many bytes the document has, or -1 where that is not known, as of what is unpacked on the
+    // way or comes through a pipe. Requires: is_open().
+    long long get_size() const;
+
     // The ways that open takes.
     void local_open();
     void ftp_open();

@@ -7,6 +7,7 @@
 
 #include "std/Std_Load_Budget.h"
 #include "std/Std_URL.h"
+#include "wdb/Load_Progress.h"
 
 bool Scene_Input::get_line(std::size_t longest, const char** line, std::size_t* length) {
     const char* feed;
@@ -37,7 +38,11 @@ bool Scene_Input::refill() {
     std::memmove(block_, rest(), left());
     end_ -= start_;
     start_ = 0;
-    const std::size_t count = read(block_ + end_, block_size - end_);
+    std::size_t count = read(block_ + end_, block_size - end_);
+    if (progress_) {
+        progress_->came(count, url_ != nullptr);
+        if (progress_->is_cancelled()) end_ = count = 0;
+    }
     end_ += count;
     block_[end_] = '\0'; // where any scan ends
     return count > 0;

@@ -17,13 +17,17 @@
 #include "std/Std_GC.h"
 #include "std/Std_Scan.h"
 
+class Load_Progress;
 class Std_URL;
 
 class Scene_Input : public Std_GC {
 public:
     // From an open URL, or from the descriptor of a stream of which nothing has been read.
-    explicit Scene_Input(Std_URL* url) : url_(url) {}
-    explicit Scene_Input(std::FILE* stream) : stream_(stream) {}
+    // `progress`, if it is not null, hears of the bytes of the URL, and ends the file once it is
+    // cancelled: in front of a line that is not whole by then.
+    explicit Scene_Input(Std_URL* url, Load_Progress* progress) : url_(url), progress_(progress) {}
+    explicit Scene_Input(std::FILE* stream, Load_Progress* progress)
+        : stream_(stream), progress_(progress) {}
 
     // One physical line as fgets reads it: at most `longest` characters, with its line feed if that
     // is among them. False at the end of the file.
@@ -48,6 +52,7 @@ private:
 
     Std_URL* url_ = nullptr;
     std::FILE* stream_ = nullptr;
+    Load_Progress* progress_;
     std::size_t start_ = 0, end_ = 0;
     char block_[block_size + 1 + STD_SCAN_MARGIN];
 };

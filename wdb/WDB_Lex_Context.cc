@@ -9,6 +9,7 @@
 #include "std/Std_Report.h"
 #include "std/Std_Space.h"
 #include "std/Std_URL.h"
+#include "wdb/Load_Progress.h"
 #include "wdb/Scene_Forms.h"
 #include "wdb/Scene_Input.h"
 #include "wdb/Scene_Names.h"
@@ -16,10 +17,11 @@
 
 using namespace scene_forms;
 
-WDB_Lex_Context::WDB_Lex_Context(Std_URL* url, Std_URL* base)
+WDB_Lex_Context::WDB_Lex_Context(Std_URL* url, Std_URL* base, Load_Progress* progress)
     : last_reference_count_(0), last_float_(0), last_frame_(HFrame::identity()),
       last_projection_(Matrix4::identity()), last_triangle_is_colored_(false),
-      last_line_is_colored_(false), last_line_is_lighted_(false), last_line_is_textured_(false) {
+      last_line_is_colored_(false), last_line_is_lighted_(false), last_line_is_textured_(false),
+      progress_(progress) {
     last_header_[0] = last_string_[0] = '\0';
     for (auto& reference : last_references_) reference[0] = '\0';
     last_bbox_.zero();
@@ -41,7 +43,13 @@ void WDB_Lex_Context::open(Std_URL* url, Std_URL* base) {
         return;
     }
     url->open();
-    if (url->is_open()) first_line();
+    if (!url->is_open()) return;
+    if (progress_) progress_->begin_document(url->get_size());
+    first_line();
+}
+
+bool WDB_Lex_Context::is_cancelled() const {
+    return progress_ && progress_->is_cancelled();
 }
 
 bool WDB_Lex_Context::is_open() const {
@@ -55,7 +63,7 @@ void WDB_Lex_Context::close() {
                               url_->get_url_string().chars(), line_number_, status));
     if (url_ && url_->is_open()) url_->close();
     // It has said itself what is missing.
-    if (url_ && !url_->is_whole()) ++error_count_;
+    if (url_ && !url_->is_whole() && !is_cancelled()) ++error_count_;
     drop_input();
     line_number_ = 0;
     url_ = nullptr;
@@ -139,7 +147,7 @@ void WDB_Lex_Context::first_line() {
     const std::size_t mark_length = sizeof vrml_mark - 1;
     line_number_ = 0;
     clear_line();
-    input_ = new (GCAtomic) Scene_Input(url_);
+    input_ = new (GCAtomic) Scene_Input(url_, progress_);
     const char* piece;
     std::size_t length;
     if (!input_->get_line(LONGEST_LINE, &piece, &length)) return;
@@ -194,12 +202,14 @@ void WDB_Lex_Context::tell_error(const char* message) const {
 }
 
 void WDB_Lex_Context::show_error(const char* message) const {
+    if (is_cancelled()) return;
     const char* const name = url_->get_url_string();
     tell_error(str_format("[%s-%d]: Error - %s", name, line_number_, message));
     std_tell(str_format("[%s-%d]:         |%s|", name, line_number_, current_line_));
 }
 
 void WDB_Lex_Context::show_error_near(const char* near, const char* message) const {
+    if (is_cancelled()) return;
     tell_error(str_format("[%s-%d]: Error near `%s' - %s", url_->get_url_string().chars(),
                           line_number_, near, message));
 }
@@ -400,6 +410,7 @@ void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) 
     }
     const bool is_stored = document.store(first_piece, length, *input_);
     abandon();
+    if (is_cancelled()) return;
     if (is_stored) {
         start_conversion(document);
     } else {
@@ -415,6 +426,6 @@ void WDB_Lex_Context::start_conversion(const Vrml_Document& document) {
         tell_error(str_format("Unable to run nolt_fromvrml: %s", std::strerror(errno)));
         return;
     }
-    input_ = new (GCAtomic) Scene_Input(scene);
+    input_ = new (GCAtomic) Scene_Input(scene, progress_);
     next_line();
 }

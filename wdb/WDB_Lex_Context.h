@@ -31,6 +31,7 @@
 #include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Tri_List.h"
 
+class Load_Progress;
 class Scene_Input;
 class Std_URL;
 class Vrml_Document;
@@ -44,8 +45,9 @@ public:
     static constexpr char NAME_SET[] = "-_./+*0123456789abcdefghijklmnopqrstuvwxyz"
                                        "ABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
-    // Opens `url`; see open.
-    WDB_Lex_Context(Std_URL* url, Std_URL* base);
+    // Opens `url`; see open. `progress`, of the load, is told what is read. Once it is cancelled
+    // the file ends, and no error is shown any more. Null for none.
+    WDB_Lex_Context(Std_URL* url, Std_URL* base, Load_Progress* progress = nullptr);
     WDB_Lex_Context(const WDB_Lex_Context&) = delete;
     WDB_Lex_Context& operator=(const WDB_Lex_Context&) = delete;
 
@@ -62,6 +64,9 @@ public:
     // Once, by open.
     void first_line();
     void next_line();
+
+    Load_Progress* get_progress() const { return progress_; }
+    bool is_cancelled() const;
 
     bool is_eof() const { return current_line_[0] == '\0'; }
     // At the end: whether a file that begins as wdb_save writes it does not end so.
@@ -161,6 +166,7 @@ private:
     std::size_t line_length_;
     mutable int error_count_;
     Std_Filter converter_;
+    Load_Progress* progress_;
     Scene_Input* input_; // what was read of the file and not taken yet
 };
 

@@ -18,6 +18,10 @@ struct WDB_Load_Report {
 
     // Files read because another names them, each as often as it was read.
     int imports = 0;
+
+    // Whether the program ended the load before all was read. What was read to its end is there,
+    // and that the rest is missing is no error.
+    bool is_cancelled = false;
 };
 
 #endif

@@ -9,6 +9,7 @@
 #include "std/Std_Messager.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
+#include "wdb/Load_Progress.h"
 #include "wdb/Secret_Hash.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Line_List.h"
@@ -23,13 +24,18 @@ static void tell_duplicate(WDB_Load_Report& report, const char* message) {
     ++report.warnings;
 }
 
-WDB_Sym_Context::WDB_Sym_Context()
-    : database_(nullptr), current_default_url_(nullptr), current_transform_(HFrame::identity()),
-      unit_factor_(1.0f), materials_(name_hash, name_equal), textures_(name_hash, name_equal),
-      geometries_(name_hash, name_equal), nodes_(name_hash, name_equal), file_count_(0), start_(0) {
+WDB_Sym_Context::WDB_Sym_Context(const Load_Progress* progress)
+    : progress_(progress), database_(nullptr), current_default_url_(nullptr),
+      current_transform_(HFrame::identity()), unit_factor_(1.0f), materials_(name_hash, name_equal),
+      textures_(name_hash, name_equal), geometries_(name_hash, name_equal),
+      nodes_(name_hash, name_equal), file_count_(0), start_(0) {}
+
+bool WDB_Sym_Context::is_cancelled() const {
+    return progress_ && progress_->is_cancelled();
 }
 
 void WDB_Sym_Context::put_database(WDB_Database* database) {
+    if (is_cancelled()) return;
     if (database_) {
         tell_duplicate(report_, "Duplicate database: ignoring new one");
         return;
@@ -50,18 +56,19 @@ static bool put_new(Hash_Table<const char*, T*>& table, T* object, const char* k
 }
 
 void WDB_Sym_Context::put_material(WDB_Material* material) {
-    if (put_new(materials_, material, "material", report_)) give_load_info();
+    if (!is_cancelled() && put_new(materials_, material, "material", report_)) give_load_info();
 }
 
 void WDB_Sym_Context::put_texture(WDB_Texture* texture) {
-    if (put_new(textures_, texture, "texture", report_)) give_load_info();
+    if (!is_cancelled() && put_new(textures_, texture, "texture", report_)) give_load_info();
 }
 
 void WDB_Sym_Context::put_geometry(WDB_Geometry* geometry) {
-    if (put_new(geometries_, geometry, "geometry", report_)) give_load_info();
+    if (!is_cancelled() && put_new(geometries_, geometry, "geometry", report_)) give_load_info();
 }
 
 void WDB_Sym_Context::put_node(WDB_Node* node) {
+    if (is_cancelled()) return;
     if (nodes_.has(node->get_name())) {
         tell_duplicate(report_, str_format("Ignoring duplicate node: %s", node->get_name()));
         return;
@@ -168,12 +175,14 @@ static void put_once(WDB_Database* database, WDB_Node* node) {
     database->put(node);
 }
 
-WDB_Database* WDB_Sym_Context::build_database() {
+WDB_Database* WDB_Sym_Context::build_database(WDB_Database* given) {
     // Only now do all nodes have their final place.
+    if (given) database_ = given;
     if (!database_) database_ = new_database_around(node_list_);
-    database_->begin_editing();
+    const bool was_editing = database_->is_editing();
+    if (!was_editing) database_->begin_editing();
     for (int i = 0; i < node_list_.count(); ++i) put_once(database_, node_list_[i]);
-    database_->end_editing();
+    if (!was_editing) database_->end_editing();
     std_tell(str_format("Loaded scene with %d nodes, %d materials, %d textures", nodes_.count(),
                         materials_.count(), textures_.count()));
     return database_;

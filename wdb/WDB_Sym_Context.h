@@ -15,6 +15,7 @@
 #include "math/Homogeneous.h"
 #include "wdb/WDB_Load_Report.h"
 
+class Load_Progress;
 class Std_URL;
 class WDB_Database;
 class WDB_Geometry;
@@ -26,7 +27,9 @@ struct WDB_Triangle;
 
 class WDB_Sym_Context {
 public:
-    WDB_Sym_Context();
+    // Takes nothing any more once `progress`, if it is not null, is cancelled: what comes then was
+    // not read to its end.
+    explicit WDB_Sym_Context(const Load_Progress* progress = nullptr);
     WDB_Sym_Context(const WDB_Sym_Context&) = delete;
     WDB_Sym_Context& operator=(const WDB_Sym_Context&) = delete;
 
@@ -56,9 +59,9 @@ public:
     // Reports the counts at each thirtieth object.
     void give_load_info();
 
-    // Puts all nodes, in the order of put_node, into the database that was put, or into a new one
-    // that is a little wider than the boxes of all shapes.
-    WDB_Database* build_database();
+    // Puts all nodes, in the order of put_node, into `given`, or else into the database that was
+    // put, or into a new one that is a little wider than the boxes of all shapes.
+    WDB_Database* build_database(WDB_Database* given = nullptr);
 
     // Back to the start; the objects stay alive where others hold them.
     void wipe_out();
@@ -85,6 +88,9 @@ private:
         bool is_local, is_input;
     };
 
+    bool is_cancelled() const;
+
+    const Load_Progress* progress_;
     WDB_Database* database_;
     Std_URL* current_default_url_;
     HFrame current_transform_;

@@ -16,6 +16,7 @@
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
 #include "wdb/Item_Pile.h"
+#include "wdb/Load_Progress.h"
 #include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
@@ -97,7 +98,7 @@ static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     }
     std_tell(str_format("Importing file: %s", url->get_url_string().chars()));
     // Not on the stack, which a chain of imports could fill.
-    WDB_Lex_Context& imported = *new (GC) WDB_Lex_Context(url, url);
+    WDB_Lex_Context& imported = *new (GC) WDB_Lex_Context(url, url, lex.get_progress());
     if (imported.is_open()) {
         ++sym.report().imports;
         try_get_file(imported, sym);
@@ -134,7 +135,7 @@ void try_get_import(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         lex.skip_until_brace();
         return;
     }
-    while (lex.try_get_string("file")) import_file(lex, sym);
+    while (lex.try_get_string("file") && !lex.is_cancelled()) import_file(lex, sym);
     check_close(lex, "unknown import field");
     sym.set_unit_factor(unit_factor);
     sym.set_current_transform(transform);
@@ -203,16 +204,19 @@ static void delete_source(const WDB_Lex_Context& lex, const WDB_Sym_Context& sym
 void try_get_texture(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (!lex.try_get_header("texture")) return;
     WDB_Texture* texture = nullptr;
-    if (lex.try_get_string("image")) {
+    // A load that is cancelled here must not delete the image either.
+    if (lex.try_get_string("image") && !lex.is_cancelled()) {
         texture = new_texture(lex, sym, relative_url_of_last_string(lex));
-    } else if (lex.try_get_string("tmpimage")) {
+    } else if (lex.try_get_string("tmpimage") && !lex.is_cancelled()) {
         Std_URL* const url = url_of_last_string(lex);
         texture = new_texture(lex, sym, url);
         // Not before: the map has read the file when it was made.
         delete_source(lex, sym, url, texture->get_image());
     }
     check_close(lex, "unknown texture field");
-    if (texture) sym.put_texture(texture);
+    if (!texture) return;
+    sym.put_texture(texture);
+    if (lex.get_progress()) lex.get_progress()->tell();
 }
 
 namespace {
@@ -425,7 +429,7 @@ static void read_block(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
 }
 
 void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
-    while (!lex.is_eof()) {
+    while (!lex.is_eof() && !lex.is_cancelled()) {
         // What the writer leaves in place of a geometry that it cannot write. It has no closing
         // brace.
         if (lex.current_line_starts_with("!!!")) {
@@ -445,36 +449,44 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         heap.collect_if_grown();
     }
     // Cut between two blocks, a file reads without an error.
-    if (lex.is_cut()) {
+    if (lex.is_cut() && !lex.is_cancelled()) {
         ++sym.report().errors;
         std_tell(str_format("[%s]: the file was cut, its end is missing",
                             lex.get_url()->get_url_string().chars()));
     }
 }
 
-WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
+WDB_Database* wdb_load(Std_URL* url, Std_URL* base, const WDB_Load_Options& options,
+                       WDB_Load_Report& report) {
     // Where a language has a comma for the point, each number would end there.
     const Std_Plain_Numbers plain;
     const Std_Load_Budget budget;
     report = WDB_Load_Report();
-    WDB_Lex_Context lex(url, base);
+    Load_Progress progress(options);
+    WDB_Lex_Context lex(url, base, &progress);
     if (!lex.is_open()) {
         std_tell(str_format("Cannot open URL %s", url->get_url_string().chars()));
         lex.close();
         report.errors = 1;
         return nullptr;
     }
-    WDB_Sym_Context sym;
+    WDB_Sym_Context sym(&progress);
     // Entered as well, so that no import reads it again; the first file is never refused.
     sym.begin_file(url);
     try_get_file(lex, sym);
     lex.close();
     std_tell("End of parsing");
-    WDB_Database* const result = sym.build_database();
+    if (progress.is_cancelled()) std_tell("Loading was cancelled");
+    WDB_Database* const result = sym.build_database(options.world);
     report = sym.report();
+    report.is_cancelled = progress.is_cancelled();
     report.errors += lex.get_error_count();
     sym.wipe_out();
     return result;
+}
+
+WDB_Database* wdb_load(Std_URL* url, Std_URL* base, WDB_Load_Report& report) {
+    return wdb_load(url, base, WDB_Load_Options(), report);
 }
 
 WDB_Database* wdb_load(Std_URL* url, Std_URL* base) {
@@ -482,13 +494,18 @@ WDB_Database* wdb_load(Std_URL* url, Std_URL* base) {
     return wdb_load(url, base, report);
 }
 
-WDB_Database* wdb_load(const char* url, const char* base, WDB_Load_Report& report) {
+WDB_Database* wdb_load(const char* url, const char* base, const WDB_Load_Options& options,
+                       WDB_Load_Report& report) {
     Std_URL* const document = new Std_URL(url);
     Std_URL* const base_url = base ? new Std_URL(base) : nullptr;
-    WDB_Database* const result = wdb_load(document, base_url, report);
+    WDB_Database* const result = wdb_load(document, base_url, options, report);
     delete document;
     delete base_url;
     return result;
+}
+
+WDB_Database* wdb_load(const char* url, const char* base, WDB_Load_Report& report) {
+    return wdb_load(url, base, WDB_Load_Options(), report);
 }
 
 WDB_Database* wdb_load(const char* url, const char* base) {

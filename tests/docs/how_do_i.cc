@@ -1,5 +1,6 @@
 // Runs the answers of docs/how-do-i.md, each with a world of its own, in an empty folder.
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -10,9 +11,12 @@
 #include "images/PX_Map.h"
 #include "math/Viewer_Moves.h"
 #include "std/Std_Common.h"
+#include "std/Std_Dead_List.h"
 #include "std/Std_Messager.h"
+#include "std/Std_Weak.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
+#include "wdb/WDB_Listener.h"
 #include "wdb/WDB_Load_Report.h"
 #include "wdb/WDB_Lod_View.h"
 #include "wdb/WDB_Material.h"

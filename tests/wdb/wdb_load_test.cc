@@ -367,3 +367,100 @@ TEST_F(Wdb_Load, cut_and_changed_files) {
     });
     EXPECT_EQ(nodes(), "a:m,-,g,l c:-,- p:-,- ");
 }
+
+namespace {
+// A world of the program's own class.
+class Counting_World : public WDB_Database {
+    STD_OBJ_CLASS(Counting_World, WDB_Database)
+    Counting_World() : WDB_Database(Bbox(Point(-5, -5, -5), Point(5, 5, 5))) {}
+    void put(WDB_Node* node) override {
+        names += str_format("%s ", node->get_name());
+        WDB_Database::put(node);
+    }
+    std::string names;
+};
+} // namespace
+
+TEST_F(Wdb_Load, into_a_given_world) {
+    put_file("t",
+             unfolded("world w {\n bbox 0 0 0 1 1 1\n unit 2\n}\n" + mesh +
+                      "node a {\n geometry g\n}\nnode far {\n frame t 9 0 0\n geometry g\n}\n"));
+    Counting_World mine;
+    mine.set_name("mine");
+    mine.put(node_with(nullptr, Frame::identity(), "a"));
+    WDB_Load_Options options;
+    options.world = &mine;
+    WDB_Load_Report report;
+    const Report_Catcher catcher;
+    EXPECT_EQ(wdb_load("absent", nullptr, options, report), nullptr);
+    EXPECT_EQ(wdb_load("t", nullptr, options, report), &mine);
+    EXPECT_EQ(shown(mine.names, mine.get_name(), mine.get_bounds().max.x, mine.shape_count(),
+                    mine.node_count(), mine.is_editing(), report.errors, report.warnings),
+              "a a far  mine 5 2 1 0 0 0 ");
+    EXPECT_EQ(mine.find_shape("far"), nullptr) << "it is outside";
+}
+
+// Of a document of 100 meshes, some 600 KB, and a picture.
+TEST_F(Wdb_Load, progress_and_cancelling) {
+    checker("x")->get_image()->save("c.rgb");
+    std::string text = "texture x {\n tmpimage \"c.rgb\"\n}\n", triangle = "p 0 0 0 1 0 0 0 1 0\n";
+    for (int i = 0; i < 100; ++i) {
+        text += str_format("trianglelist g%d {\n", i);
+        for (int t = 0; t < 200; ++t) text += " triangle " + triangle;
+        text += str_format("}\nnode n%d {\n geometry g%d\n}\n", i, i);
+    }
+    put_file("all", text);
+    put_file("t", "import file {\n file \"all\"\n file \"absent\"\n}\nnode last {\n}\n");
+    ASSERT_EQ(std::system("gzip < all > packed.gz"), 0);
+    const long long size = static_cast<long long>(text.size());
+    const long long importing = static_cast<long long>(file("t").size());
+    const struct {
+        const char *row, *url;
+        int cancels; // at which call; 0 for none
+        long long total, overhead;
+    } rows[] = {
+        {"plain", "all", 0, size, 0},
+        {"packed", "packed.gz", 0, 0, 0},
+        {"imported", "t", 0, size + importing, importing},
+        {"cancelled at the first block", "all", 1, size, 0},
+        {"cancelled behind the picture", "all", 2, size, 0},
+        {"cancelled in the middle", "all", 3, size, 0},
+        {"cancelled when unpacked", "packed.gz", 3, 0, 0},
+        {"cancelled in an import", "t", 4, size + importing, importing},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.row);
+        checker("x")->get_image()->save("c.rgb");
+        std::vector<std::pair<long long, long long>> calls;
+        WDB_Load_Options options;
+        options.progress = [&](long long done, long long total) {
+            calls.emplace_back(done, total);
+            return static_cast<int>(calls.size()) == r.cancels;
+        };
+        WDB_Load_Report report;
+        const Report_Catcher catcher;
+        world = wdb_load(r.url, nullptr, options, report);
+        ASSERT_TRUE(world);
+        EXPECT_TRUE(std::is_sorted(calls.begin(), calls.end()));
+        EXPECT_EQ(calls.back().second, r.total);
+        EXPECT_EQ(report.is_cancelled, r.cancels > 0);
+        EXPECT_EQ(std::filesystem::exists("c.rgb"), r.cancels == 1 && r.overhead == 0);
+        if (!r.cancels) {
+            EXPECT_EQ(calls.back().first, size + r.overhead);
+            EXPECT_LE(static_cast<long long>(calls.size()), size / 65536 + 4);
+            EXPECT_EQ(shown(world->shape_count(), report.errors), r.overhead ? "100 1 " : "100 0 ");
+            continue;
+        }
+        EXPECT_EQ(static_cast<int>(calls.size()), r.cancels) << "nobody asks again";
+        EXPECT_EQ(report.errors, 0);
+        EXPECT_TRUE(holds(catcher.text, "Loading was cancelled"));
+        EXPECT_FALSE(holds(catcher.text, "rror"));
+        EXPECT_EQ(world->node_count(), 0);
+        if (r.cancels >= 3) {
+            EXPECT_TRUE(world->shape_count() > 0 && world->shape_count() < 100);
+        }
+        world->for_each_shape([&](const WDB_Node& n, const Bbox&) {
+            EXPECT_EQ(WDB_Tri_List::const_castdown(n.get_geometry())->count(), 200);
+        });
+    }
+}
