@@ -18,6 +18,6 @@ void Load_Progress::came(std::size_t count, bool is_of_document) {
 
 void Load_Progress::tell() {
     since_ = 0;
-    if (!options_.progress || is_cancelled_) return;
+    if (is_cancelled_) return;
     is_cancelled_ = options_.progress(done_, is_total_known_ ? total_ : 0);
 }

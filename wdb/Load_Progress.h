@@ -13,7 +13,7 @@ struct WDB_Load_Options;
 
 class Load_Progress {
 public:
-    // Lifetime: `options` are those of the caller.
+    // Lifetime: `options` are those of the caller, and have a progress.
     explicit Load_Progress(const WDB_Load_Options& options) : options_(options) {}
     Load_Progress(const Load_Progress&) = delete;
     Load_Progress& operator=(const Load_Progress&) = delete;

@@ -1,7 +1,7 @@
 // The bytes of a scene file on their way to the reader of lines: one large block that is filled
 // from a URL or from the output of a command.
 //
-//     Scene_Input* const input = new (GCAtomic) Scene_Input(url);
+//     Scene_Input* const input = new (GCAtomic) Scene_Input(url, nullptr);
 //     while (input->get_line(1023, &line, &length)) use(line, length);
 //     delete input;
 //
@@ -25,8 +25,8 @@ public:
     // From an open URL, or from the descriptor of a stream of which nothing has been read.
     // `progress`, if it is not null, hears of the bytes of the URL, and ends the file once it is
     // cancelled: in front of a line that is not whole by then.
-    explicit Scene_Input(Std_URL* url, Load_Progress* progress) : url_(url), progress_(progress) {}
-    explicit Scene_Input(std::FILE* stream, Load_Progress* progress)
+    Scene_Input(Std_URL* url, Load_Progress* progress) : url_(url), progress_(progress) {}
+    Scene_Input(std::FILE* stream, Load_Progress* progress)
         : stream_(stream), progress_(progress) {}
 
     // One physical line as fgets reads it: at most `longest` characters, with its line feed if that

@@ -5,8 +5,8 @@
 #include <cfloat>
 #include <cmath>
 
+#include "std/Std_Assert.h"
 #include "std/Std_Common.h"
-#include "std/Std_Report.h"
 #include "wdb/Default_View.h"
 #include "wdb/Extent_Signal.h"
 #include "wdb/Standard_Camera.h"
@@ -564,15 +564,16 @@ void WDB_Database::put(WDB_Node* node) {
 void WDB_Database::update(WDB_Node* node) {
     if (!node) return;
     const bool is_new = is_heard() && !has(node);
+    ++changes_;
     if (Walk::is_under_way()) [[unlikely]] {
-        // It stays in all its sets; to put it there again might order them anew.
-        if (!node->get_geometry() && nodes_.has(node)) {
+        // To put it again into the sets that it stays in might order them anew under the walk.
+        if (Walk::is_under_way(this, Walk::OVER_SETS) && !node->get_geometry() &&
+            nodes_.has(node)) {
             invalidate_render_projections();
             return;
         }
         check_walks(node);
     }
-    ++changes_;
     if (node->get_geometry()) {
         nodes_.remove(node);
         file_shape(node);

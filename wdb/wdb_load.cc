@@ -463,14 +463,15 @@ WDB_Database* wdb_load(Std_URL* url, Std_URL* base, const WDB_Load_Options& opti
     const Std_Load_Budget budget;
     report = WDB_Load_Report();
     Load_Progress progress(options);
-    WDB_Lex_Context lex(url, base, &progress);
+    Load_Progress* const told = options.progress ? &progress : nullptr;
+    WDB_Lex_Context lex(url, base, told);
     if (!lex.is_open()) {
         std_tell(str_format("Cannot open URL %s", url->get_url_string().chars()));
         lex.close();
         report.errors = 1;
         return nullptr;
     }
-    WDB_Sym_Context sym(&progress);
+    WDB_Sym_Context sym(told);
     // Entered as well, so that no import reads it again; the first file is never refused.
     sym.begin_file(url);
     try_get_file(lex, sym);
