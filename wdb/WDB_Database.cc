@@ -76,7 +76,8 @@ private:
 constinit thread_local const Walk* Walk::innermost_ = nullptr;
 } // namespace
 
-static void refuse_change(const char* who, const WDB_Database* world, const char* what) {
+[[gnu::cold, gnu::noinline]] static void refuse_change(const char* who, const WDB_Database* world,
+                                                       const char* what) {
     std_assert(-1,
                str_format("%s of world \"%s\" must not change it: %s", who,
                           world->get_printable_name(), what),
@@ -168,7 +169,8 @@ void WDB_Database::remove_listener(WDB_Listener* listener) {
 // Before a change. True if listeners are to be told of it; those who are being told must not make
 // one: those behind them would hear of it first.
 bool WDB_Database::is_heard() const {
-    if (!listening_) return false;
+    if (!listening_) [[likely]]
+        return false;
     if (listening_->is_telling)
         refuse_change("A listener", this, "it is being told of another change");
     return true;
