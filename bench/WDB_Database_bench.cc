@@ -1,6 +1,8 @@
 // Worlds of many cameras: what a moved shape and a pick cost, against a loop over all cameras for
 // each. And the walk over what a camera shows of many spheres, against a loop over all nodes that
-// asks is_visible; "shown" is how many nodes both meet.
+// asks is_visible; "shown" is how many nodes both meet. And what it costs to move a tenth of all nodes
+// to and fro, and to look for the first time at a new world, each with a look at a small part of it;
+// against a flat array of boxes.
 #include "wdb/WDB_Database.h"
 
 #include <cstring>
@@ -127,6 +129,90 @@ static void shapes_in_view(benchmark::State& state) {
     side_by_side(state, 1, {{"loop", loop}}, {"walk", walk});
 }
 
+namespace {
+// Spheres, of which some have two places.
+struct Moves {
+    Moves(std::int64_t count, std::int64_t distance) : spheres(count, false) {
+        std::mt19937 random(2);
+        const auto step = [&] {
+            return (static_cast<float>(random() % 2001) / 1000 - 1) * static_cast<float>(distance);
+        };
+        for (const WDB_Node* node : spheres.nodes) boxes.push_back(box_of(node));
+        for (std::size_t i = 0; i < boxes.size() / 10; ++i) {
+            const std::size_t number = random() % boxes.size();
+            const HFrame here = spheres.nodes[number]->get_transform();
+            const float x = step(), y = step();
+            numbers.push_back(number);
+            nodes.push_back(spheres.nodes[number]);
+            places[0].push_back(here);
+            places[1].push_back(here * HFrame(Frame::translation(x, y, step())));
+        }
+        spheres.world->prepare_queries();
+    }
+    static Bbox box_of(const WDB_Node* node) {
+        return node->get_bbox().transformed_by(node->get_transform());
+    }
+    std::uint64_t look() const {
+        std::uint64_t count = 0;
+        spheres.world->apply_to_shapes(Conv<std::uint64_t*>::to_univ(&count), part, count_shape);
+        return count;
+    }
+    std::uint64_t look_at_array() const {
+        std::uint64_t count = 0;
+        for (const Bbox& box : boxes) count += box.is_overlapping(part);
+        return count;
+    }
+    Spheres spheres;
+    std::vector<std::size_t> numbers;
+    std::vector<WDB_Node*> nodes;
+    std::vector<HFrame> places[2];
+    std::vector<Bbox> boxes; // the flat array
+    const Bbox part = Bbox(Point(-100, -100, -100), Point(100, 100, 100));
+};
+} // namespace
+
+static void move_a_tenth(benchmark::State& state) {
+    Moves stage(state.range(0), state.range(1));
+    int at[2] = {};
+    const auto next = [&](int side) -> const std::vector<HFrame>& {
+        return stage.places[at[side] ^= 1];
+    };
+    const auto array = [&] {
+        const auto& places = next(0);
+        for (std::size_t i = 0; i < places.size(); ++i)
+            stage.boxes[stage.numbers[i]] = stage.nodes[i]->get_bbox().transformed_by(places[i]);
+        return stage.look_at_array();
+    };
+    const auto ours = [&] {
+        const auto& places = next(1);
+        for (std::size_t i = 0; i < places.size(); ++i) stage.nodes[i]->set_transform(places[i]);
+        return stage.look();
+    };
+    side_by_side(state, static_cast<std::int64_t>(stage.nodes.size()), {{"array", array}},
+                 {"ours", ours});
+}
+
+static void first_look(benchmark::State& state) {
+    Moves stage(state.range(0), 0);
+    const auto array = [&] {
+        stage.boxes.clear();
+        for (const WDB_Node* node : stage.spheres.nodes) stage.boxes.push_back(Moves::box_of(node));
+        return stage.look_at_array();
+    };
+    const auto build = [&] {
+        stage.spheres.world->wipe_out();
+        for (WDB_Node* node : stage.spheres.nodes) stage.spheres.world->put(node);
+    };
+    side_by_side(state, 1, {{"array", array}}, {"look", [&] { return stage.look(); }, build});
+}
+
+BENCHMARK(move_a_tenth)
+    ->ArgNames({"spheres", "distance"})
+    ->Args({100000, 10})
+    ->Args({100000, 5000})
+    ->UseManualTime()
+    ->Iterations(10);
+BENCHMARK(first_look)->ArgName("spheres")->Arg(100000)->UseManualTime()->Iterations(10);
 BENCHMARK(shapes_in_view)
     ->ArgNames({"spheres", "all"})
     ->Args({100000, 0})
