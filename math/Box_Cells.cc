@@ -42,6 +42,7 @@ void Box_Cells::note_level(int level) {
 // Of an ordered box that reaches a cell, the low corner alone decides which child it reaches first:
 // on each axis the lower half, unless it begins above the middle.
 Box_Cells::Key Box_Cells::first_leaf(const Point& low, const Cell& from) const {
+    if (split_count_ == 2) return first_leaf_of_halves(low, from);
     const Bbox corner(low, from.box.max);
     Cell cell = from;
     while (!is_leaf(cell)) {
@@ -51,6 +52,27 @@ Box_Cells::Key Box_Cells::first_leaf(const Point& low, const Cell& from) const {
         cell = child(cell, halves, i);
     }
     return cell.key;
+}
+
+// The same, with the one middle that matters for each cell.
+Box_Cells::Key Box_Cells::first_leaf_of_halves(const Point& low, const Cell& from) const {
+    Bbox box = from.box;
+    Key key = from.key;
+    std::uint32_t node = from.node;
+    for (int level = from.level; level < max_level_;) {
+        const bool is_stored = node != unstored_;
+        if (is_stored && nodes_[node].is_counting_leaf()) break;
+        const std::uint32_t first = is_stored ? nodes_[node].children() : 0;
+        const int axis = first != 0 ? nodes_[node].axis() : axis_to_halve(box.size());
+        const float middle =
+            first != 0 ? nodes_[node].middle : middle_of(box.min[axis], box.max[axis]);
+        const bool is_upper = middle < low[axis];
+        box[is_upper ? 0 : 1][axis] = middle;
+        const int shift = key_bits_ - ++level;
+        if (is_upper && shift >= 0) key += Key{1} << shift;
+        node = first != 0 ? first + is_upper : unstored_;
+    }
+    return key;
 }
 
 // Nothing below the node need count any more; perhaps nothing below those above it either.

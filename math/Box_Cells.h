@@ -136,6 +136,10 @@ public:
     }
     // Counts a box that goes.
     void remove(const Bbox& box) { remove(root(), box); }
+    // As remove(from) and add(to, divide_me), for ordered boxes that both reach the bounds. Where
+    // they reach the same cells nothing is counted.
+    template<class Divide_Me>
+    Key move(const Bbox& from, const Bbox& to, Divide_Me divide_me);
 
     // Whether `box` reaches all that `cell` may be divided into. A NaN reaches everywhere.
     static bool covers(const Bbox& box, const Bbox& cell);
@@ -145,16 +149,18 @@ public:
     template<class Item, class Box_Of>
     void divide(const Cell& leaf, Item* first, Item* last, Box_Of box_of) {
         std::size_t effort = SIZE_MAX;
-        divide(leaf, first, last, box_of, effort);
+        const auto nowhere = [](const Cell&, const Item*, const Item*) {};
+        divide(leaf, first, last, box_of, nowhere, effort);
     }
 
-    // Counts boxes that come together, as add would count them one by one. Where many of them reach
+    // Counts boxes that come together, as add would count them one by one. Calls at(cell, first,
+    // last) for the items that reach each leaf or full cell, depth first. Where many of them reach
     // the same cells add is faster, which looks at no box once a cell is full: then this gives up,
     // answers false and leaves one cell that nothing reaches.
     // Requires: a split count of 2 or 8; nothing has reached the cells yet, all boxes reach the
     // bounds.
-    template<class Item, class Box_Of>
-    bool add_all(Item* first, Item* last, Box_Of box_of);
+    template<class Item, class Box_Of, class At>
+    bool add_all(Item* first, Item* last, Box_Of box_of, At at);
 
     // Whether nothing has reached the cells, or all has gone before they divided.
     bool is_untouched() const {
@@ -187,13 +193,30 @@ private:
         std::uint32_t children() const { return link & (most - 1); }
     };
 
+    Key first_leaf_of_halves(const Point& low, const Cell& from) const;
     bool is_stored(const Cell& cell) const { return cell.node != unstored_; }
     void note_level(int level);
     void new_children(std::uint32_t parent, const Cell_Division& division);
     void fill(std::uint32_t node);
     void remove(Cell cell, const Bbox& box);
-    template<class Item, class Box_Of>
-    void divide(const Cell& leaf, Item* first, Item* last, Box_Of box_of, std::size_t& effort);
+    // As std::partition, without a branch for an item: half of them would be guessed wrong.
+    template<class Item, class Takes>
+    static Item* move_to_front(Item* first, Item* last, Takes takes) {
+        Item* end = first;
+        for (Item* i = first; i != last; ++i) {
+            const Item item = *i;
+            *i = *end;
+            *end = item;
+            end += takes(item);
+        }
+        return end;
+    }
+    template<class Item, class Box_Of, class At>
+    void divide(const Cell& leaf, Item* first, Item* last, Box_Of box_of, At at,
+                std::size_t& effort);
+    bool is_divided(const Cell& cell) const {
+        return !nodes_[cell.node].is_counting_leaf() && !nodes_[cell.node].is_full();
+    }
 
     // The one child that the box reaches, or, where it reaches several, recurse(i) for all but the
     // last of them and then the last.
@@ -210,7 +233,7 @@ private:
 
     template<class Divide_Me>
     void add(Cell cell, const Bbox& box, Key& first, Divide_Me& divide_me) {
-        while (!nodes_[cell.node].is_counting_leaf() && !nodes_[cell.node].is_full()) {
+        while (is_divided(cell)) {
             const Cell_Division halves = division(cell);
             const int last = last_reached(
                 halves, box, [&](int i) { add(child(cell, halves, i), box, first, divide_me); });
@@ -230,26 +253,51 @@ private:
     Plain_Array<std::uint32_t> parents_; // of nodes_[i * split count ...]
 };
 
-template<class Item, class Box_Of>
-bool Box_Cells::add_all(Item* first, Item* last, Box_Of box_of) {
-    if (nodes_[0].is_full()) return true;
+template<class Divide_Me>
+Box_Cells::Key Box_Cells::move(const Bbox& from, const Bbox& to, Divide_Me divide_me) {
+    const auto only_reached = [](const Cell_Division& division, const Bbox& box) {
+        int several = 0;
+        const int last = last_reached(division, box, [&](int) { ++several; });
+        return several == 0 ? last : -1;
+    };
+    Cell cell = root();
+    while (is_divided(cell)) {
+        const Cell_Division halves = division(cell);
+        const int old = only_reached(halves, from);
+        if (old < 0 || only_reached(halves, to) != old) {
+            Key first = none_;
+            remove(cell, from);
+            add(cell, to, first, divide_me);
+            return first;
+        }
+        cell = child(cell, halves, old);
+    }
+    return is_keyed_ ? first_leaf(to.min, cell) : none_;
+}
+
+template<class Item, class Box_Of, class At>
+bool Box_Cells::add_all(Item* first, Item* last, Box_Of box_of, At at) {
+    if (nodes_[0].is_full()) {
+        at(root(), first, last);
+        return true;
+    }
     // Small boxes are looked at some twenty times each, a division after the other.
     const std::size_t most_looks = 32;
     std::size_t effort = most_looks * static_cast<std::size_t>(last - first);
-    divide(root(), first, last, box_of, effort);
+    divide(root(), first, last, box_of, at, effort);
     if (effort > 0 || first == last) return true;
     wipe_out();
     return false;
 }
 
 // Spends one of `effort` for each item of a cell, and leaves things half done when none is left.
-template<class Item, class Box_Of>
-void Box_Cells::divide(const Cell& leaf, Item* first, Item* last, Box_Of box_of,
+template<class Item, class Box_Of, class At>
+void Box_Cells::divide(const Cell& leaf, Item* first, Item* last, Box_Of box_of, At at,
                        std::size_t& effort) {
     effort -= std::min(effort, static_cast<std::size_t>(last - first));
     if (effort == 0) return;
     nodes_[leaf.node].count = static_cast<int>(last - first);
-    if (last - first <= limit_ || last == first) return;
+    if (last - first <= limit_ || last == first) return at(leaf, first, last);
     const Cell_Division halves(leaf.box, split_count_);
     note_level(leaf.level + 1);
     const auto covering = std::count_if(
@@ -257,17 +305,19 @@ void Box_Cells::divide(const Cell& leaf, Item* first, Item* last, Box_Of box_of,
     if (covering > limit_ && covering > 0) {
         note_level(max_level_);
         fill(leaf.node);
-        return;
+        return at(leaf, first, last);
     }
     new_children(leaf.node, halves);
     for (int i = 0; i < split_count_; ++i) {
         const Cell part = child(leaf, halves, i);
-        if (part.level >= max_level_) {
-            fill(part.node);
-            continue;
-        }
         const auto reaches = [&](const Item& item) { return halves.reaches(box_of(item), i); };
-        divide(part, first, std::partition(first, last, reaches), box_of, effort);
+        Item* const end = move_to_front(first, last, reaches);
+        if (part.level < max_level_) {
+            divide(part, first, end, box_of, at, effort);
+        } else {
+            fill(part.node);
+            at(part, first, end);
+        }
     }
 }
 

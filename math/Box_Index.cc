@@ -71,8 +71,21 @@ int Box_Index::lane_of(const Node& node, std::uint32_t id) const {
 }
 
 Bbox Box_Index::bounds_of(const Node& node) const {
-    Bbox box = node.lanes.get(0);
-    for (int lane = 1; lane < node.count; ++lane) box.merge(node.lanes.get(lane));
+    const float infinity = std::numeric_limits<float>::infinity();
+    Bbox box;
+    for (int axis = 0; axis < 3; ++axis) {
+        Quad min = infinity, max = -infinity;
+        for (int i = 0; i < width_; i += Quad::width) {
+            // In this order, since lanes without a box are NaN.
+            min = lesser(Quad(node.lanes.min[axis] + i), min);
+            max = greater(Quad(node.lanes.max[axis] + i), max);
+        }
+        float least[Quad::width], most[Quad::width];
+        min.store(least);
+        max.store(most);
+        box.min[axis] = *std::min_element(least, least + Quad::width);
+        box.max[axis] = *std::max_element(most, most + Quad::width);
+    }
     return box;
 }
 
@@ -141,7 +154,11 @@ int Box_Index::cheapest_lane(const Node& node, const Bbox& box) const {
 void Box_Index::put(std::uint32_t number, const Bbox& box) {
     if (leaf_of_.count() <= number) leaf_of_.resize(std::size_t{number} + 1);
     if (count_++ == 0) root_ = new_node(0);
-    std::uint32_t node = root_;
+    put_below(root_, number, box);
+}
+
+// Requires: all nodes above cover `box` already.
+void Box_Index::put_below(std::uint32_t node, std::uint32_t number, const Bbox& box) {
     while (nodes_[node].height > 0) {
         Node& inner = nodes_[node];
         const int lane = cheapest_lane(inner, box);
@@ -151,6 +168,101 @@ void Box_Index::put(std::uint32_t number, const Bbox& box) {
         node = inner.ids[lane];
     }
     add(node, number, box);
+}
+
+// Twice the middle, inside the world where boxes may be infinite.
+Box_Index::Place Box_Index::place_of(const Item* item) const {
+    Bbox box = item->box;
+    if (clips_) {
+        for (int axis = 0; axis < 3; ++axis) {
+            const float low = world_.min[axis], high = world_.max[axis];
+            box.min[axis] = std::clamp(box.min[axis], low, high);
+            box.max[axis] = std::clamp(box.max[axis], low, high);
+        }
+    }
+    return {{box.min.x + box.max.x, box.min.y + box.max.y, box.min.z + box.max.z}, item};
+}
+
+// The one along which the places lie farthest apart.
+int Box_Index::axis_to_part(const Place* places, std::size_t count) {
+    Bbox all;
+    all.clear();
+    for (const Place* p = places; p != places + count; ++p)
+        all.merge(Point(p->at[0], p->at[1], p->at[2]));
+    const Vector size = all.size();
+    if (size.x >= size.y && size.x >= size.z) return 0;
+    return size.y >= size.z ? 1 : 2;
+}
+
+// As std::nth_element along an axis. While many are left, they go before and behind the middle of
+// three without a branch for each, of which half would be guessed wrong.
+void Box_Index::part_places(Place* first, Place* nth, Place* last, int axis) {
+    const std::ptrdiff_t few = 64;
+    while (last - first > few) {
+        const float a = first->at[axis], b = first[(last - first) / 2].at[axis],
+                    c = last[-1].at[axis];
+        const float pivot = std::max(std::min(a, b), std::min(std::max(a, b), c));
+        Place* end = first;
+        for (Place* p = first; p != last; ++p) {
+            const Place place = *p;
+            *p = *end;
+            *end = place;
+            end += place.at[axis] < pivot;
+        }
+        if (end == first) break; // many at one place
+        (end <= nth ? first : last) = end;
+    }
+    std::nth_element(first, nth, last,
+                     [&](const Place& p, const Place& q) { return p.at[axis] < q.at[axis]; });
+}
+
+// Leaves are not packed full: the first boxes that come later would part them all.
+static const std::size_t packed_leaf = 13;
+
+// A node over all places, so high that they find room below it.
+std::uint32_t Box_Index::pack(Place* places, std::size_t count, int height) {
+    const std::uint32_t node = new_node(height);
+    if (height == 0) {
+        for (std::size_t i = 0; i < count; ++i) add(node, places[i].item->id, places[i].item->box);
+        return node;
+    }
+    std::size_t room_of_child = packed_leaf;
+    for (int h = 1; h < height; ++h) room_of_child *= width_;
+    pack_parts(node, places, count, (count + room_of_child - 1) / room_of_child);
+    return node;
+}
+
+// Halves the places where they are spread most, until each part is to be one child of the node.
+void Box_Index::pack_parts(std::uint32_t node, Place* places, std::size_t count,
+                           std::size_t parts) {
+    if (parts == 1) {
+        const std::uint32_t child = pack(places, count, nodes_[node].height - 1);
+        add(node, child, bounds_of(nodes_[child]));
+        return;
+    }
+    const std::size_t half = count * (parts / 2) / parts;
+    part_places(places, places + half, places + count, axis_to_part(places, count));
+    pack_parts(node, places, half, parts / 2);
+    pack_parts(node, places + half, count - half, parts - parts / 2);
+}
+
+void Box_Index::put_all(const Plain_Array<Item>& items) {
+    const std::size_t count = items.count();
+    if (count_ > 0 || count == 0) {
+        for (std::size_t i = 0; i < count; ++i) put(items[i].id, items[i].box);
+        return;
+    }
+    Plain_Array<Place> places;
+    places.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        places.push(place_of(&items[i]));
+        if (leaf_of_.count() <= items[i].id) leaf_of_.resize(std::size_t{items[i].id} + 1);
+    }
+    int height = 0;
+    for (std::size_t room = packed_leaf; room < count; room *= width_) ++height;
+    root_ = pack(places.cells(), count, height);
+    count_ = static_cast<int>(count);
+    places.wipe_out(0);
 }
 
 void Box_Index::set_parent(const Node& node, std::uint32_t id, std::uint32_t parent) {
@@ -263,6 +375,41 @@ void Box_Index::remove(std::uint32_t number) {
     if (--count_ == 0) wipe_out();
 }
 
+void Box_Index::move(std::uint32_t number, std::uint32_t other, const Bbox& box) {
+    if (leaf_of_.count() <= other) leaf_of_.resize(std::size_t{other} + 1);
+    std::uint32_t node = leaf_of_[number];
+    if (node != root_) {
+        const Node& parent = nodes_[nodes_[node].parent];
+        const Bbox bounds = parent.lanes.get(lane_of(parent, node));
+        if (!bounds.contains(box)) {
+            if (nodes_[node].count == 1) {
+                remove(number);
+                put(other, box);
+                return;
+            }
+            take_out(node, number);
+            put_below(covering_node(node, box), other, box);
+            return;
+        }
+    }
+    Node& leaf = nodes_[node];
+    const int lane = lane_of(leaf, number);
+    leaf.ids[lane] = other;
+    leaf_of_[other] = node;
+    leaf.lanes.set(lane, box);
+    shrink_above(node);
+}
+
+// The lowest node above `node` that covers the box, or the root.
+std::uint32_t Box_Index::covering_node(std::uint32_t node, const Bbox& box) const {
+    while (node != root_) {
+        const std::uint32_t above = nodes_[node].parent;
+        if (nodes_[above].lanes.get(lane_of(nodes_[above], node)).contains(box)) break;
+        node = above;
+    }
+    return node;
+}
+
 void Box_Index::rename(std::uint32_t number, std::uint32_t other) {
     Node& leaf = nodes_[leaf_of_[number]];
     leaf.ids[lane_of(leaf, number)] = other;
@@ -291,7 +438,11 @@ void Box_Index::take_out(std::uint32_t node, std::uint32_t id) {
         take_out(above, node);
         return;
     }
-    // Boxes shrink upwards until one is as it was: those above it then are, too.
+    shrink_above(node);
+}
+
+// Boxes shrink upwards until one is as it was: those above it then are, too.
+void Box_Index::shrink_above(std::uint32_t node) {
     for (std::uint32_t child = node; child != root_; child = nodes_[child].parent) {
         Node& parent = nodes_[nodes_[child].parent];
         const int place = lane_of(parent, child);

@@ -16,6 +16,7 @@
 #define MATH_BOX_INDEX_H
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 
 #include "base/Plain_Array.h"
@@ -49,12 +50,30 @@ public:
     Box_Index(const Box_Index&) = delete;
     Box_Index& operator=(const Box_Index&) = delete;
 
+    // A box and its number.
+    struct Item {
+        Bbox box;
+        std::uint32_t id;
+    };
+
     // Requires: `number` is not held.
     void put(std::uint32_t number, const Bbox& box);
+    // The same for each of the items. An empty index is packed with them, which costs a fraction
+    // and makes queries no dearer.
+    void put_all(const Plain_Array<Item>& items);
+    // As remove(number) and put(other, box), but at the place where it is, if the box stays near.
+    // Requires: `number` is held, `other` is not, unless they are the same.
+    void move(std::uint32_t number, std::uint32_t other, const Bbox& box);
     // Requires: `number` is held.
     void remove(std::uint32_t number);
     // Requires: `number` is held, `other` is not, unless they are the same.
     void rename(std::uint32_t number, std::uint32_t other);
+    // Has the processor fetch what move looks at first, if `number` is held.
+    void prefetch(std::uint32_t number) const {
+        if (number >= leaf_of_.count() || leaf_of_[number] >= nodes_.count()) return;
+        const char* const leaf = reinterpret_cast<const char*>(&nodes_[leaf_of_[number]]);
+        for (std::size_t line = 0; line < sizeof(Node); line += 64) __builtin_prefetch(leaf + line);
+    }
     void wipe_out();
     void wipe_out(const Bbox& world);
 
@@ -92,9 +111,10 @@ private:
 
         unsigned int used() const { return (1u << count) - 1; }
     };
-    struct Item {
-        Bbox box;
-        std::uint32_t id;
+    // What packing moves about, in place of the item.
+    struct Place {
+        float at[3];
+        const Item* item; // which the caller of put_all keeps
     };
 
     template<class Probe, class Take>
@@ -134,6 +154,13 @@ private:
     int cheapest_lane(const Node& node, const Bbox& box) const;
     Bbox bounds_of(const Node& node) const;
     float cost_of(const Bbox& box) const;
+    std::uint32_t covering_node(std::uint32_t node, const Bbox& box) const;
+    void put_below(std::uint32_t node, std::uint32_t number, const Bbox& box);
+    Place place_of(const Item* item) const;
+    static int axis_to_part(const Place* places, std::size_t count);
+    static void part_places(Place* first, Place* nth, Place* last, int axis);
+    std::uint32_t pack(Place* places, std::size_t count, int height);
+    void pack_parts(std::uint32_t node, Place* places, std::size_t count, std::size_t parts);
     void add(std::uint32_t node, std::uint32_t id, const Bbox& box);
     void part(std::uint32_t node, std::uint32_t id, const Bbox& box);
     int sort_for_parting(Item* items, int count) const;
@@ -141,6 +168,7 @@ private:
     void fill(std::uint32_t node, const Item* items, int count);
     void set_parent(const Node& node, std::uint32_t id, std::uint32_t parent);
     void take_out(std::uint32_t node, std::uint32_t id);
+    void shrink_above(std::uint32_t node);
 
     Bbox world_;
     bool clips_;

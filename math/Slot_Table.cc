@@ -24,10 +24,16 @@ std::uint32_t Slot_Table::find(const SUniv* item) const {
 }
 
 void Slot_Table::put(SUniv* item, std::uint32_t slot) {
+    exchange(item, slot);
+}
+
+std::uint32_t Slot_Table::exchange(SUniv* item, std::uint32_t slot) {
     if (2 * (static_cast<std::size_t>(count_) + 1) > size_) double_size();
     Cell& cell = cells_[cell_of(item)];
+    const std::uint32_t old = cell.is_free() ? absent : cell.slot_and_1 - 1;
     if (cell.is_free()) ++count_;
     cell = {item, slot + 1};
+    return old;
 }
 
 // Closes the hole with what could not have its home for the items before it, and so on.

@@ -27,8 +27,14 @@ public:
     int count() const { return count_; }
     bool has(const SUniv* item) const { return find(item) != absent; }
     std::uint32_t find(const SUniv* item) const;
+    // Has the processor fetch what the next operation on the item looks at.
+    void prefetch(const SUniv* item) const {
+        if (size_ > 0) __builtin_prefetch(&cells_[home(item)]);
+    }
     // Enters the item, which may be null, or gives it another number. Requires: slot is not absent.
     void put(SUniv* item, std::uint32_t slot);
+    // The same; answers the number that it had, or absent.
+    std::uint32_t exchange(SUniv* item, std::uint32_t slot);
     // Does nothing if the item is not there.
     void remove(const SUniv* item);
     // Removes all and keeps the cells.

@@ -50,12 +50,13 @@ void BSplit_Box_Tree::put(SUniv* item, const Bbox& box) {
     if (!get_bbox().contains(box))
         std_assert(0, "BSplit_box_tree put: element out of bounds", __FILE__, __LINE__);
     const Bbox copy = box; // it may be that of a slot
-    if (const auto old = slot_of_.find(item); old != Slot_Table::absent) take_out(old);
     // Before the new slot: what moves must not be what is being filed.
     close_up();
     const auto slot = static_cast<std::uint32_t>(slots_.count());
-    slots_.push({copy, item, 0, kind_of(copy)});
-    slot_of_.put(item, slot);
+    const std::uint32_t old = slot_of_.exchange(item, slot);
+    static_assert(Slot_Table::absent == new_);
+    if (old != new_) slots_[old].where |= leaving_;
+    slots_.push({copy, item, old, kind_of(copy)});
     unsettle();
     // The first division is to abort for other counts, here and not in a walk.
     const int parts = cells_.get_split_count();
@@ -92,46 +93,67 @@ void BSplit_Box_Tree::file_in_cells() {
     if (in_cells_ == slots_.count()) return;
     const Walk_Scratch scratch(*this);
     std::uint32_t* const list = (*scratch).list.cells();
-    if (file_all_in_cells(list)) return;
+    file_lot_in_cells(list);
+    if (in_cells_ == slots_.count()) return;
     file_by_place(); // the division of a cell asks who is there
     while (in_cells_ < slots_.count()) {
+        prefetch_move(in_cells_ + std::size_t{4});
         file(in_cells_++, list);
         ++by_place_;
     }
 }
 
-// False if they are to come one by one. `list` has room for all slots, here and below.
-bool BSplit_Box_Tree::file_all_in_cells(std::uint32_t* list) {
+// What was put before the first move, or nothing if it is to come one by one. `list` has room for
+// all slots, here and below.
+void BSplit_Box_Tree::file_lot_in_cells(std::uint32_t* list) {
     const int parts = cells_.get_split_count();
-    if (!cells_.is_untouched() || (parts != 2 && parts != 8)) return false;
+    if (!cells_.is_untouched() || (parts != 2 && parts != 8)) return;
     std::uint32_t* last = list;
     std::ptrdiff_t large_count = 0;
-    for (std::uint32_t slot = in_cells_; slot < slots_.count(); ++slot) {
-        if (slots_[slot].where == odd_) return false;
-        if (slots_[slot].where == large_) ++large_count;
-        if (slots_[slot].where <= large_) *last++ = slot;
+    std::uint32_t end = in_cells_;
+    for (; end < slots_.count() && slots_[end].home == new_; ++end) {
+        const std::uint32_t kind = slots_[end].kind();
+        if (kind == odd_) return;
+        if (kind == large_) ++large_count;
+        if (kind <= large_) *last++ = end;
     }
     // Each reaches a thousand cells, or many more.
-    if (large_count > (last - list) / 1024) return false;
+    if (large_count > (last - list) / 1024) return;
     const auto box_of = [this](std::uint32_t slot) -> const Bbox& { return slots_[slot].box; };
-    if (!cells_.add_all(list, last, box_of)) return false;
-    for (; in_cells_ < slots_.count(); ++in_cells_) {
-        Slot& slot = slots_[in_cells_];
-        if (slot.where <= large_ && cells_.is_keyed())
-            slot.home = cells_.first_leaf(slot.box.min, cells_.root());
+    const auto note_home = [this](const Box_Cells::Cell& cell, const std::uint32_t* s,
+                                  const std::uint32_t* s_end) {
+        if (!cells_.is_keyed()) return;
+        for (; s != s_end; ++s) {
+            Slot& slot = slots_[*s];
+            if (slot.home == new_) slot.home = cells_.first_leaf(slot.box.min, cell);
+        }
+    };
+    if (!cells_.add_all(list, last, box_of, note_home)) {
+        for (const std::uint32_t* s = list; s != last; ++s) slots_[*s].home = new_;
+        return;
     }
-    return true;
+    in_cells_ = end;
 }
 
 void BSplit_Box_Tree::file_by_place() {
-    for (; by_place_ < in_cells_; ++by_place_) {
-        const Slot& slot = slots_[by_place_];
-        if (slot.where <= large_) index_[slot.where].put(by_place_, slot.box);
+    if (by_place_ == in_cells_) return;
+    Plain_Array<Box_Index::Item> items;
+    for (std::uint32_t kind = small_; kind <= large_; ++kind) {
+        items.wipe_out();
+        for (std::uint32_t slot = by_place_; slot < in_cells_; ++slot)
+            if (slots_[slot].kind() == kind) items.push({slots_[slot].box, slot});
+        index_[kind].put_all(items);
     }
+    items.wipe_out(0);
+    by_place_ = in_cells_;
 }
 
 void BSplit_Box_Tree::file(std::uint32_t slot, std::uint32_t* list) {
-    const std::uint32_t where = slots_[slot].where;
+    if (const std::uint32_t from = slots_[slot].home; from != new_) {
+        if (file_move(from, slot, list)) return;
+        unfile(from);
+    }
+    const std::uint32_t where = slots_[slot].kind(); // it may have moved on since
     if (where == outside_) return;
     if (where == odd_) {
         slots_[slot].home = static_cast<std::uint32_t>(odd_slots_.count());
@@ -142,6 +164,26 @@ void BSplit_Box_Tree::file(std::uint32_t slot, std::uint32_t* list) {
     const Box_Cells::Key home =
         cells_.add(slots_[slot].box, [&](const Box_Cells::Cell& leaf) { divide(leaf, list); });
     if (where != odd_) slots_[slot].home = home;
+}
+
+// What moves lies anywhere in the memory.
+void BSplit_Box_Tree::prefetch_move(std::size_t slot) const {
+    if (slot >= slots_.count() || slots_[slot].home == new_) return;
+    const std::uint32_t from = slots_[slot].home;
+    __builtin_prefetch(&slots_[from]);
+    const std::uint32_t kind = slots_[slot].kind(); // mostly that of the other
+    if (from < by_place_ && kind <= large_) index_[kind].prefetch(from);
+}
+
+// False if what was filed must go and come anew.
+bool BSplit_Box_Tree::file_move(std::uint32_t from, std::uint32_t slot, std::uint32_t* list) {
+    const std::uint32_t kind = slots_[slot].kind();
+    if (kind > large_ || slots_[from].kind() != kind) return false;
+    index_[kind].move(from, slot, slots_[slot].box);
+    slots_[from].where = free_;
+    slots_[slot].home = cells_.move(slots_[from].box, slots_[slot].box,
+                                    [&](const Box_Cells::Cell& leaf) { divide(leaf, list); });
+    return true;
 }
 
 void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf, std::uint32_t* list) {
@@ -160,26 +202,31 @@ void BSplit_Box_Tree::divide(const Box_Cells::Cell& leaf, std::uint32_t* list) {
     // it is now one of its children.
     for (const std::uint32_t* s = list; s != last; ++s) {
         Slot& slot = slots_[*s];
-        if (slot.where != odd_ && slot.home == leaf.key)
+        if (slot.kind() != odd_ && slot.home == leaf.key)
             slot.home = cells_.first_leaf(slot.box.min, leaf);
     }
 }
 
 void BSplit_Box_Tree::take_out(std::uint32_t slot) {
     settle();
+    unfile(slot);
+    literal_contents_valid_ = false;
+}
+
+void BSplit_Box_Tree::unfile(std::uint32_t slot) {
     Slot& from = slots_[slot];
-    if (from.where == odd_) {
+    const std::uint32_t where = from.kind();
+    if (where == odd_) {
         // The last takes the place that becomes free.
         const std::uint32_t last = odd_slots_[odd_slots_.count() - 1];
         odd_slots_[from.home] = last;
         slots_[last].home = from.home;
         odd_slots_.resize(odd_slots_.count() - 1);
-    } else if (from.where != outside_) {
-        index_[from.where].remove(slot);
+    } else if (where != outside_) {
+        index_[where].remove(slot);
     }
-    if (from.where != outside_) cells_.remove(from.box);
+    if (where != outside_) cells_.remove(from.box);
     from.where = free_;
-    literal_contents_valid_ = false;
 }
 
 void BSplit_Box_Tree::remove(SUniv* item) {
@@ -227,9 +274,9 @@ void BSplit_Box_Tree::set_bounds(const Bbox& bounds) {
     std::uint32_t to = 0;
     for (std::uint32_t from = 0; from < slots_.count(); ++from) {
         const Slot slot = slots_[from];
-        if (slot.where == free_) continue;
+        if (slot.where > outside_) continue; // free, or leaving
         slot_of_.put(slot.item, to);
-        slots_[to++] = {slot.box, slot.item, 0, kind_of(slot.box)};
+        slots_[to++] = {slot.box, slot.item, new_, kind_of(slot.box)};
     }
     slots_.resize(to);
 }

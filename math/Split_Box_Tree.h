@@ -59,6 +59,9 @@ class BSplit_Box_Tree : public Std_Obj {
     // an information report; the item is then filed in the leaves that the box overlaps, if any.
     void put(SUniv* item, const Bbox& box);
 
+    // Has the processor fetch what put looks at: of many items it lies far from its cache.
+    void prefetch(const SUniv* item) const { slot_of_.prefetch(item); }
+
     // Unknown items are ignored.
     void remove(SUniv* item);
 
@@ -108,12 +111,21 @@ class BSplit_Box_Tree : public Std_Obj {
     bool apply_to_outside(SUniv* user, BSplit_Box_Tree_Apply fn) const;
 
 private:
+    // Values of Slot::where; the first two are indices, too. The last is added where another slot
+    // waits to take the place of this one: the item has moved, and this is as it was filed.
+    static constexpr std::uint32_t small_ = 0, large_ = 1, odd_ = 2, outside_ = 3, free_ = 4;
+    static constexpr std::uint32_t leaving_ = 8;
+    static constexpr std::uint32_t new_ = UINT32_MAX;
+
     // An item, in the order of arrival.
     struct Slot {
         Bbox box;
         SUniv* item; // which slot_of_ keeps alive
+        // Of one that is not filed yet, the slot whose place it takes, or new_.
         Box_Cells::Key home;
-        std::uint32_t where; // small_, large_, odd_, outside_ or free_
+        std::uint32_t where; // small_, large_, odd_, outside_ or free_; perhaps leaving_
+
+        std::uint32_t kind() const { return where & ~leaving_; }
     };
     // What a walk works with, of the size of all slots. Each that is under way has one of its own.
     struct Scratch : public Std_GC {
@@ -143,17 +155,17 @@ private:
     template<class Query>
     class Fall;
 
-    // Values of Slot::where; the first two are indices, too.
-    static constexpr std::uint32_t small_ = 0, large_ = 1, odd_ = 2, outside_ = 3, free_ = 4;
-
     std::uint32_t kind_of(const Bbox& box) const;
     void settle_order() const;
     void settle() const;
     void unsettle();
     void file_in_cells();
-    bool file_all_in_cells(std::uint32_t* list);
+    void file_lot_in_cells(std::uint32_t* list);
     void file_by_place();
     void file(std::uint32_t slot, std::uint32_t* list);
+    void prefetch_move(std::size_t slot) const;
+    bool file_move(std::uint32_t from, std::uint32_t slot, std::uint32_t* list);
+    void unfile(std::uint32_t slot);
     void take_out(std::uint32_t slot);
     void divide(const Box_Cells::Cell& leaf, std::uint32_t* list);
     void close_up();
@@ -211,6 +223,7 @@ class Split_Box_Tree : public BSplit_Box_Tree {
 
     using BSplit_Box_Tree::BSplit_Box_Tree;
 
+    void prefetch(T item) const { BSplit_Box_Tree::prefetch(Conv<T>::to_univ(item)); }
     void put(T item, const Bbox& box) { BSplit_Box_Tree::put(Conv<T>::to_univ(item), box); }
     void remove(T item) { BSplit_Box_Tree::remove(Conv<T>::to_univ(item)); }
     bool has(T item) const { return BSplit_Box_Tree::has(Conv<T>::to_univ(item)); }

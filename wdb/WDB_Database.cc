@@ -588,6 +588,21 @@ void WDB_Database::update(WDB_Node* node) {
     if (is_new) tell(node, &WDB_Listener::put);
 }
 
+// Most of the cost of a move is waiting for memory, which is fetched here while others are moved:
+// first the node, and when that has come, the place where the tree keeps its number.
+void WDB_Database::set_transforms(WDB_Node* const* nodes, const HFrame* transforms, int count) {
+    const int ahead = 8, cache_line = 64;
+    for (int i = 0; i < count; ++i) {
+        if (i + ahead < count && nodes[i + ahead]) {
+            const char* const next = reinterpret_cast<const char*>(nodes[i + ahead]);
+            for (std::size_t at = 0; at < sizeof(WDB_Node); at += cache_line)
+                __builtin_prefetch(next + at);
+            shapes_.prefetch(nodes[i + ahead]);
+        }
+        if (nodes[i]) nodes[i]->set_transform(transforms[i]);
+    }
+}
+
 void WDB_Database::remove(WDB_Node* node) {
     if (!has(node)) return;
     if (Walk::is_under_way()) [[unlikely]]

@@ -217,6 +217,11 @@ class WDB_Database : public WDB_Obj {
     // A node that is not held is filed as well, and told as put, but its world is not set.
     virtual void update(WDB_Node* node);
 
+    // As nodes[i]->set_transform(transforms[i]) for all i in turn, with the same state and stamps
+    // afterwards, but cheaper where nodes are many and scattered. Nodes may be those of other
+    // worlds or of none; null is passed over. Requires: no node of `nodes` is deleted meanwhile.
+    void set_transforms(WDB_Node* const* nodes, const HFrame* transforms, int count);
+
     // Lets go of `node`; nothing happens if it is not held.
     virtual void remove(WDB_Node* node);
 

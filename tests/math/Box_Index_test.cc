@@ -16,11 +16,15 @@ struct Counting_Probe {
     int& looks;
 };
 
-// Boxes come, go and get other numbers. What is found is what a loop finds, and few nodes are
+// Boxes come alone or together, move, go and get other numbers. What is found is what a loop finds, and few nodes are
 // looked into for it: the bounds are what a good tree takes, and 2 in a hundred.
 TEST(Box_Index, finds_boxes_in_few_nodes) {
     const Bbox bounds(Point(0, 0, 0), Point(100, 100, 100));
-    for (const auto& [clips, most_looks] : {std::pair(false, 2388), std::pair(true, 4753)}) {
+    const struct {
+        bool clips, is_packed;
+        int most_looks;
+    } rows[] = {{false, false, 2388}, {true, false, 4753}, {false, true, 2202}, {true, true, 6316}};
+    for (const auto& [clips, is_packed, most_looks] : rows) {
         std::mt19937 random(4);
         const auto within = [&](float high) {
             return static_cast<float>(random() % 4096) / 4096 * high;
@@ -38,6 +42,20 @@ TEST(Box_Index, finds_boxes_in_few_nodes) {
             held.insert(i);
             const std::uint32_t other = *held.lower_bound(random() % (i + 1));
             if (i % 3 == 2) index.remove(other), held.erase(other);
+        }
+        if (is_packed) {
+            Plain_Array<Box_Index::Item> items;
+            for (const std::uint32_t i : held) items.push({boxes[i], i});
+            index.wipe_out();
+            index.put_all(items);
+            for (std::uint32_t i = 4000; i < 6000; ++i) {
+                const std::uint32_t old = *held.lower_bound(random() % held.size());
+                const Vector step(within(2), within(2), within(2));
+                boxes.push_back(i % 8 == 0 ? box(4)
+                                           : Bbox(boxes[old].min + step, boxes[old].max + step));
+                index.move(old, i, boxes[i]);
+                held.erase(old), held.insert(i);
+            }
         }
         int looks = 0;
         for (int round = 0; round < 300; ++round) {

@@ -138,6 +138,49 @@ TEST(WDB_Database, queries_after_each_change) {
     }
 }
 
+// Two worlds, of which one moves its nodes at a time: some twice, some out of the bounds, one that
+// is held nowhere, and a camera.
+TEST(WDB_Database, moves_many_at_once) {
+    std::string order[2];
+    for (const bool is_bulk : {false, true}) {
+        WDB_Database world(Bbox(Point(-10, -10, -10), Point(10, 10, 10)));
+        std::mt19937 random(3);
+        std::vector<WDB_Node*> all, nodes = {nullptr};
+        std::vector<HFrame> places = {HFrame::identity()};
+        const auto place = [&] {
+            const auto at = [&] { return static_cast<float>(random() % 24) - 12; };
+            const float x = at(), y = at();
+            return HFrame(Frame::translation(x, y, at()));
+        };
+        for (int i = 0; i < 300; ++i) {
+            all.push_back(node_with(list_in(Point(0, 0, 0), Point(1, 1, 1))));
+            if (i > 0) world.put(all.back());
+        }
+        WDB_Camera* const camera = world.default_camera();
+        const Matrix4 before = camera->get_render_projection();
+        all.push_back(camera);
+        for (int i = 0; i < 500; ++i) {
+            nodes.push_back(all[random() % all.size()]);
+            places.push_back(place());
+        }
+        for (std::size_t i = 1; i < nodes.size() && !is_bulk; ++i)
+            nodes[i]->set_transform(places[i]);
+        if (is_bulk) world.set_transforms(nodes.data(), places.data(), int(nodes.size()));
+        std::ostringstream told;
+        const auto note = [&](const WDB_Node& node, const Bbox& box) {
+            told << std::find(all.begin(), all.end(), &node) - all.begin() << box;
+        };
+        world.for_each_shape(note);
+        world.for_each_shape(Bbox(Point(-3, -3, -3), Point(3, 3, 3)), note);
+        world.for_each_shape(Point(-9, -9, -9), Point(9, 9, 9), note);
+        told << world.get_bbox() << world.get_stamp() << camera->get_viewing();
+        told << (before[2][2] == camera->get_render_projection()[2][2]);
+        for (const WDB_Node* node : all) told << ' ' << node->get_stamp();
+        order[is_bulk] = told.str();
+    }
+    EXPECT_EQ(order[0], order[1]);
+}
+
 TEST(WDB_Database, finds_by_name) {
     WDB_Database world;
     const auto named = [](auto* object, const char* name) {
