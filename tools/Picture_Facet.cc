@@ -10,12 +10,25 @@ static const WDB_Material* material_of(const WDB_Node& node) {
     return node.get_material() ? node.get_material() : plain;
 }
 
+static bool is_once(const Point& t) {
+    return t.x >= 0 && t.x <= 1 && t.y >= 0 && t.y <= 1;
+}
+
+// Whether a list shows no more than the picture itself.
+static bool is_once(const WDB_Geometry& level) {
+    const auto* const list = WDB_Tri_List::const_castdown(&level);
+    return list && std::all_of(list->begin(), list->end(), [](const WDB_Triangle& t) {
+               return is_once(t.t0) && is_once(t.t1) && is_once(t.t2);
+           });
+}
+
 Picture_Look::Picture_Look(const WDB_Node& node, const WDB_Geometry& level,
                            const Picture_Texture* its_texture, const Picture_Lighting& its_lighting,
                            const Point& its_eye)
     : material(material_of(node)), texture(level.get_with_textures() ? its_texture : nullptr),
       lighting(its_lighting), eye(its_eye), place(toFrame(node.get_transform())),
       has_colors(level.get_with_colors()), is_lit(level.get_with_normals()) {
+    repeats = texture && !is_once(level);
     // A flat node has no way back; its normals turn as its points do.
     if (!invert(place, unplace)) unplace = transpose(place);
 }
@@ -69,7 +82,8 @@ Picture_Paint Picture_Facet::texture_at(const Picture_Sample& sample, const doub
     sample.shares_above(above);
     const Point here = point_at(shares);
     const double step = std::max(step_to(here, point_at(right)), step_to(here, point_at(above)));
-    return look_.texture->at(static_cast<double>(here.x), static_cast<double>(here.y), step);
+    return look_.texture->at(static_cast<double>(here.x), static_cast<double>(here.y), step,
+                             look_.repeats);
 }
 
 // Between 0 and 1, also for NaN.

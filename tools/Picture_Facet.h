@@ -31,6 +31,7 @@ struct Picture_Look {
     Frame unplace;   // and back
     bool has_colors; // of its own
     bool is_lit;     // or shown in its plain colour
+    bool repeats;    // the texture does, beyond the picture
 };
 
 class Picture_Facet {

@@ -41,7 +41,14 @@ struct Texel_Pair {
     int first, second;
     float part;
 
-    Texel_Pair(double t, int size) {
+    Texel_Pair(double t, int size, bool repeats) {
+        if (!repeats) {
+            const double place = std::clamp(t * size - 0.5, 0.0, size - 1.0);
+            first = static_cast<int>(place);
+            second = std::min(first + 1, size - 1);
+            part = static_cast<float>(place - first);
+            return;
+        }
         double whole = t - std::floor(t); // NaN for what is infinite
         if (!(whole >= 0 && whole < 1)) whole = 0;
         // The middle of the first pixel is at half a pixel.
@@ -74,13 +81,13 @@ static Picture_Paint mixed(const Picture_Paint& a, const Picture_Paint& b, float
     return {interp(b.color, a.color, part), part * b.alpha + (1 - part) * a.alpha};
 }
 
-Picture_Paint Picture_Texture::at(double u, double v, double step) const {
+Picture_Paint Picture_Texture::at(double u, double v, double step, bool repeats) const {
     int level = 0;
     // The nearest level: from the root of two on the next one is nearer.
     for (double left = step; left > 1.4142135623730951 && level + 1 < levels_.count(); left /= 2)
         ++level;
     const PX_Map& map = *levels_[level];
-    const Texel_Pair x(u, map.get_width()), y(v, map.get_height());
+    const Texel_Pair x(u, map.get_width(), repeats), y(v, map.get_height(), repeats);
     const Picture_Paint below =
         mixed(pixel_of(map, x.first, y.first), pixel_of(map, x.second, y.first), x.part);
     const Picture_Paint above =

@@ -24,7 +24,9 @@ public:
 
     // A step from one sample to the next is `step` of the picture's pixels long. Any number will do
     // for each argument.
-    Picture_Paint at(double u, double v, double step) const;
+    // With `repeats` false, as for coordinates from 0 to 1 alone, the edges are mixed with nothing:
+    // what stands at the opposite one does not show there.
+    Picture_Paint at(double u, double v, double step, bool repeats = true) const;
 
     int get_width() const { return levels_[0]->get_width(); }
     int get_height() const { return levels_[0]->get_height(); }

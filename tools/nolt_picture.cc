@@ -1,9 +1,10 @@
-// nolt_picture [-o picture.png] [-size WxH] [-camera name] scene
+// nolt_picture [-o picture.png] [-size WxH] [-camera name | -from X Y Z] scene
 //
 // Makes a picture of a scene. It uses the library as any program can, through the headers that are
 // installed, and is meant to be read:
 //
 //     nolt_picture        loads the scene, finds the camera, saves the picture
+//     Picture_View        finds a place from which all is in view
 //     Picture_Painter     finds what is in view, chooses levels of detail, sets the order
 //     Picture_Polygon     carries a triangle to clip space and cuts it
 //     Picture_Canvas      depth and colour: draws polygons into samples, and samples into pixels
@@ -13,6 +14,7 @@
 //     Picture_File        PNG and SGI images
 #include <cctype>
 #include <chrono>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -20,6 +22,7 @@
 #include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
@@ -28,6 +31,7 @@
 #include "tools/Load_Messager.h"
 #include "tools/Picture_File.h"
 #include "tools/Picture_Painter.h"
+#include "tools/Picture_View.h"
 #include "tools/Tool_Answers.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
@@ -35,7 +39,7 @@
 #include "wdb/wdb_load.h"
 
 static const char* const usage =
-    "usage: nolt_picture [-o picture.png] [-size WxH] [-camera name] scene";
+    "usage: nolt_picture [-o picture.png] [-size WxH] [-camera name | -from X Y Z] scene";
 
 static void tell(const char* message) {
     std_write_line("nolt_picture: ", message);
@@ -57,6 +61,7 @@ struct Request {
     const char* camera = nullptr;
     const char* scene = nullptr;
     int width = 640, height = 480;
+    Vector from = Vector(0, 0, 0); // or the direction in which to stand
 };
 } // namespace
 
@@ -80,6 +85,18 @@ static void scan_size(const char* text, Request* request) {
             str_format("a size is WxH, each from 1 to %d, not \"%.100s\"", largest_size, text));
 }
 
+// Three numbers, not all 0.
+static void scan_direction(char** texts, Request* request) {
+    for (int axis = 0; axis < 3; ++axis) {
+        char* end = nullptr;
+        request->from[axis] = texts[axis] ? std::strtof(texts[axis], &end) : 0;
+        if (!texts[axis] || end == texts[axis] || *end || !std::isfinite(request->from[axis]))
+            fail_usage("-from takes three numbers, x, y and z");
+    }
+    if (request->from.iszero()) fail_usage("-from 0 0 0 is no direction");
+    request->from = oknormalize(request->from);
+}
+
 static Request scan_arguments(int argc, char** argv) {
     Request request;
     for (int i = 1; i < argc; ++i) {
@@ -98,11 +115,14 @@ static Request scan_arguments(int argc, char** argv) {
             scan_size(value, &request);
         } else if (!std::strcmp(name, "-camera")) {
             request.camera = value;
+        } else if (!std::strcmp(name, "-from")) {
+            scan_direction(argv + i, &request);
+            i += 2;
         } else {
             fail_usage();
         }
     }
-    if (!request.scene) fail_usage();
+    if (!request.scene || (request.camera && !request.from.iszero())) fail_usage();
     return request;
 }
 
@@ -113,14 +133,17 @@ static bool prefer_first(SUniv* user, const WDB_Node* node, const Bbox&) {
     return false;
 }
 
-static WDB_Camera* camera_of(WDB_Database& world, const char* name) {
-    if (name) {
-        if (WDB_Camera* const named = world.find_camera(name)) return named;
-        fail(str_format("the scene has no camera \"%.200s\"", name));
+static WDB_Camera* camera_of(WDB_Database& world, const Request& request) {
+    if (request.camera) {
+        if (WDB_Camera* const named = world.find_camera(request.camera)) return named;
+        fail(str_format("the scene has no camera \"%.200s\"", request.camera));
     }
+    const float aspect = static_cast<float>(request.width) / static_cast<float>(request.height);
+    if (!request.from.iszero()) return Picture_View(world).camera(request.from, aspect);
     const WDB_Node* first = nullptr;
     world.apply_to_cameras(Conv<const WDB_Node**>::to_univ(&first), prefer_first);
-    return first ? WDB_Camera::castdown(const_cast<WDB_Node*>(first)) : world.default_camera();
+    if (first) return WDB_Camera::castdown(const_cast<WDB_Node*>(first));
+    return Picture_View(world).camera(Picture_View::usual_direction, aspect);
 }
 
 // A line on a terminal that changes as the picture grows, once it has taken a second.
@@ -149,6 +172,23 @@ static bool are_one_file(const char* scene, const char* output) {
            of_scene.st_ino == of_output.st_ino;
 }
 
+// No walk finds what stands outside the bounds that a scene gives its world: that world as it is,
+// or one whose bounds hold all.
+static WDB_Database* with_all(WDB_Database* world) {
+    std::vector<WDB_Node*> nodes;
+    const auto add = [&](WDB_Node& node, const Bbox&) { nodes.push_back(&node); };
+    if (!world->apply_to_shapes_outside(nullptr,
+                                        [](SUniv*, const WDB_Node*, const Bbox&) { return true; }))
+        return world;
+    world->for_each_node(add);
+    world->for_each_shape(add);
+    const WDB_Visit visit(add);
+    world->apply_to_shapes_outside(visit.user(), visit.callback());
+    auto* const all = new WDB_Database(WDB_FOLLOWING);
+    for (WDB_Node* node : nodes) all->put(node);
+    return all;
+}
+
 // Ends the process if there is nothing to see.
 static WDB_Database* load(const char* scene) {
     std_set_current_messager(new Load_Messager);
@@ -160,7 +200,7 @@ static WDB_Database* load(const char* scene) {
     if (report.errors > 0)
         tell(str_format("%d error%s in %.400s: the picture shows the rest", report.errors,
                         report.errors == 1 ? "" : "s", scene));
-    return world;
+    return with_all(world);
 }
 
 int main(int argc, char** argv) {
@@ -176,7 +216,7 @@ int main(int argc, char** argv) {
     if (are_one_file(request.scene, request.output))
         fail("the picture would take the place of the scene");
     WDB_Database* const world = load(request.scene);
-    WDB_Camera* const camera = camera_of(*world, request.camera);
+    WDB_Camera* const camera = camera_of(*world, request);
     Picture_Painter painter(*world, *camera, request.width, request.height);
     if (painter.shape_count() == 0)
         tell(str_format("nothing is in view of the camera \"%.200s\"", camera->get_name()));

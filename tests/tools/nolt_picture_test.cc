@@ -101,6 +101,51 @@ camera off { frame r 0 90 0 t 0 0 9; perspective 60 1 1 9 }
     }
 }
 
+// What is drawn reaches two opposite sides of the picture but for a border, and none of the others
+// is passed, whatever its form, direction and place; also beyond the bounds of its world.
+TEST_F(Nolt_Picture, all_is_in_view) {
+    const auto row = [](int count, const char* geometry) {
+        std::string text;
+        for (int i = 0; i < count; ++i)
+            text += "node n" + std::to_string(i) + " { frame t " + std::to_string(3 * i) +
+                    " 0 0; material red; geometry " + geometry + " }\n";
+        return things + unfolded(text);
+    };
+    const std::string board = "trianglelist board { triangle p -1 0 -1 1 0 -1 1 0 1\n"
+                              " triangle p -1 0 -1 1 0 1 -1 0 1 }\n";
+    const struct {
+        const char* arguments;
+        std::string text;
+        bool fills_width, fills_height;
+        int least; // of 4800 pixels that show something
+    } rows[] = {
+        {"", row(10, "square"), true, false, 200},
+        {"-from 0 0 1", row(10, "square"), true, false, 200},
+        {"-from 1 0 0.3", row(10, "square"), false, true, 200},
+        {"-from 0 5 0", unfolded(board) + row(2, "board"), true, false, 1300},
+        {"", unfolded(board) + row(1, "board"), true, false, 700},
+        {"", unfolded("world { bounds -2 -2 -2 2 2 2 }\n") + row(3, "square"), true, false, 900},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.arguments + r.text.substr(0, 20));
+        put_file("x.3d", r.text);
+        EXPECT_EQ(draw(std::string("-o x.rgb -size 80x60 ") + r.arguments + " x.3d"), 0) << err;
+        const PX_Map map("x.rgb", 3);
+        int left = 80, right = -1, low = 60, high = -1, shown = 0;
+        for (int y = 0; y < 60; ++y)
+            for (int x = 0; x < 80; ++x)
+                if (map.get_pixel_component(x, y, 0) > 100) {
+                    left = std::min(left, x), right = std::max(right, x);
+                    low = std::min(low, y), high = std::max(high, y);
+                    ++shown;
+                }
+        EXPECT_GE(shown, r.least);
+        EXPECT_TRUE(left > 0 && right < 79 && low > 0 && high < 59);
+        EXPECT_EQ(left < 4 && right > 75, r.fills_width) << left << ' ' << right;
+        EXPECT_EQ(low < 4 && high > 55, r.fills_height) << low << ' ' << high;
+    }
+}
+
 // Drawn in many bands, the picture is the same as in one.
 TEST_F(Nolt_Picture, bands) {
     put_file("x.3d", scene("node n1 { frame r 0 0 20 t 0 0 0; geometry square }\n"

@@ -8,6 +8,7 @@ _nolt_values() {
     "nolt_sphere_world -"[tmslw]) ;;
     "nolt_fromvrml -tmp" | "nolt_frommodel -tmp" | "nolt_fromimage -pixels") ;;
     "nolt_frommodel -as") echo glb gltf obj stl ply dae fbx 3ds x3d ;;
+    "nolt_picture -from") ;;
     "nolt_picture -size") echo 640x480 800x600 1280x720 1920x1080 ;;
     "nolt_picture -camera") echo default_camera ;;
     *) return 1 ;;
@@ -20,7 +21,7 @@ _nolt_options() {
     nolt_fromvrml) echo -tmp ;;
     nolt_frommodel) echo -as -tmp -images ;;
     nolt_fromimage) echo -pixels ;;
-    nolt_picture) echo -o -size -camera ;;
+    nolt_picture) echo -o -size -camera -from ;;
     nolt_check) echo -q ;;
   esac
 }
