@@ -24,10 +24,10 @@ Picture_View::Picture_View(WDB_Database& world) : world_(world) {
 
 namespace {
 // How far all reaches to both sides of a picture's axis, for an eye that looks along `back` and
-// sees `slope` to each side at a distance of 1. At `depth` along `back` and `side` along the axis
-// it sees all, if depth is no less than here.
+// sees `slope` to each side at a distance of 1: from `depth` along `back`, or beyond, it can see all.
 struct Reach {
-    double side, depth;
+    double depth;
+    double low_side = HUGE_VAL, high_side = -HUGE_VAL; // without regard to depth
 
     Reach(const std::vector<Point>& points, const Vector& axis, const Vector& back, double slope) {
         double low = HUGE_VAL, high = -HUGE_VAL;
@@ -36,9 +36,29 @@ struct Reach {
             const double lean = slope * static_cast<double>(dot(toVector(p), back));
             low = std::min(low, along - lean);
             high = std::max(high, along + lean);
+            low_side = std::min(low_side, along);
+            high_side = std::max(high_side, along);
         }
-        side = (low + high) / 2;
         depth = (high - low) / 2 / slope;
+    }
+
+    // From farther off there is room to spare: where all is seen in the middle of the axis.
+    double middle(const std::vector<Point>& points, const Vector& axis, const Vector& back,
+                  double from) const {
+        const int steps = 24; // halves until a millionth of a pixel is left
+        double low_end = low_side, high_end = high_side;
+        for (int i = 0; i < steps; ++i) {
+            const double at = (low_end + high_end) / 2;
+            double low = HUGE_VAL, high = -HUGE_VAL;
+            for (const Point& p : points) {
+                const double seen = (static_cast<double>(dot(toVector(p), axis)) - at) /
+                                    (from - static_cast<double>(dot(toVector(p), back)));
+                low = std::min(low, seen);
+                high = std::max(high, seen);
+            }
+            (low + high > 0 ? low_end : high_end) = at;
+        }
+        return (low_end + high_end) / 2;
     }
 };
 } // namespace
@@ -66,7 +86,8 @@ WDB_Camera* Picture_View::camera(const Vector& direction, float aspect) const {
     const double depth = std::max({across.depth, upwards.depth, least});
 
     const auto at = [](double d) { return static_cast<float>(d); };
-    const Vector eye = right * at(across.side) + up * at(upwards.side) + back * at(depth);
+    const Vector eye = right * at(across.middle(corners_, right, back, depth)) +
+                       up * at(upwards.middle(corners_, up, back, depth)) + back * at(depth);
     const HFrame frame(Frame(right, up, back, toPoint(eye)));
     const double near_plane = 0.5 * (depth - nearest), far_plane = 1.5 * (depth - farthest);
     auto* const camera = new WDB_Camera("whole_world", frame,
