@@ -48,12 +48,28 @@ configure_file(cmake/nolt.pc.in "${PROJECT_BINARY_DIR}/nolt.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/nolt.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
+# nolt_gzip(FILE NAME COMPONENT): packs it into the build folder at the installation; the same bytes each time.
+find_program(NOLT_GZIP gzip)
+mark_as_advanced(NOLT_GZIP)
+function(nolt_gzip file name component)
+  install(CODE "
+    file(MAKE_DIRECTORY \"${PROJECT_BINARY_DIR}/packed\")
+    execute_process(COMMAND \"${NOLT_GZIP}\" -9nc \"${file}\"
+      OUTPUT_FILE \"${PROJECT_BINARY_DIR}/packed/${name}\" COMMAND_ERROR_IS_FATAL ANY)"
+    COMPONENT ${component})
+endfunction()
+
 if(NOLT_BUILD_TOOLS)
   get_property(commands GLOBAL PROPERTY nolt_commands)
   install(TARGETS ${commands} RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
   install(PROGRAMS tools/pcat DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
   foreach(command ${commands} pcat)
-    install(FILES "docs/man/${command}.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
+    set(page "${PROJECT_SOURCE_DIR}/docs/man/${command}.1")
+    if(NOLT_GZIP)
+      nolt_gzip("${page}" "${command}.1.gz" tools)
+      set(page "${PROJECT_BINARY_DIR}/packed/${command}.1.gz")
+    endif()
+    install(FILES "${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1" COMPONENT tools)
     install(FILES tools/completion/nolt.bash RENAME ${command}
       DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT tools)
   endforeach()
