@@ -550,6 +550,7 @@ void WDB_Database::put(WDB_Node* node) {
         check_walks(node);
     const bool was_held = is_heard() && has(node);
     if (node->get_geometry()) {
+        for (int i = 0; i < node->lod_count(); ++i) node->lod_item(i)->tell_if_unfinished();
         file_shape(node);
         invalidate_render_projections();
     } else {

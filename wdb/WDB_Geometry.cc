@@ -2,6 +2,9 @@
 
 #include <cfloat>
 
+#include "std/Std_Assert.h"
+#include "std/Std_Common.h"
+
 WDB_Geometry::WDB_Geometry() : bbox_stamp_(0), editing_(false) {
     bbox_.clear();
 }
@@ -13,6 +16,19 @@ void WDB_Geometry::end_editing() {
         bbox_stamp_ = get_stamp();
     }
     editing_ = false;
+    is_told_.store(false, std::memory_order_relaxed);
+}
+
+void WDB_Geometry::tell_if_unfinished() const {
+    // The stamp alone says nothing: a name given later makes it pass the box, too.
+    if (is_bbox_up_to_date() || (!editing_ && bbox_.is_ordered())) return;
+    if (is_told_.exchange(true, std::memory_order_relaxed)) return;
+    const int warning = 2;
+    std_assert(warning,
+               str_format("%.200s is put into a world without end_editing: its box is not that of "
+                          "its corners, so that it may not be found",
+                          get_printable_name()),
+               __FILE__, __LINE__);
 }
 
 const Bbox& WDB_Geometry::get_bbox() const {

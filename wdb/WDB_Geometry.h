@@ -11,6 +11,8 @@
 #ifndef WDB_WDB_GEOMETRY_H
 #define WDB_WDB_GEOMETRY_H
 
+#include <atomic>
+
 #include "math/Bbox.h"
 #include "wdb/WDB_Obj.h"
 
@@ -25,6 +27,10 @@ class WDB_Geometry : public WDB_Obj {
     void end_editing();
     bool is_editing() const { return editing_; }
     bool is_bbox_up_to_date() const { return bbox_stamp_ == get_stamp(); }
+
+    // A warning that names the geometry, if end_editing was forgotten: it is being edited, or has
+    // no box yet. Once, until the next end_editing. Worlds call it for what they are given.
+    void tell_if_unfinished() const;
 
     virtual bool get_with_colors() const = 0;
     virtual bool get_with_normals() const = 0;
@@ -55,6 +61,7 @@ private:
     Bbox bbox_;
     int bbox_stamp_;
     bool editing_;
+    mutable std::atomic<bool> is_told_ = false; // that it is unfinished; several worlds may ask
 };
 
 #endif

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
+#include <string>
 #include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -15,6 +17,7 @@
 #include "std/Std_Plain_Numbers.h"
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
+#include "wdb/Document_Kind.h"
 #include "wdb/Item_Pile.h"
 #include "wdb/Load_Progress.h"
 #include "wdb/Standard_Camera.h"
@@ -412,8 +415,8 @@ void try_get_light(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     sym.put_node(light);
 }
 
-// No keyword begins like another one. A block leaves its closing line.
-static void read_block(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+// No keyword begins like another one. A block leaves its closing line. False if it is none.
+static bool read_block(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     static constexpr struct {
         const char* keyword;
         void (*read)(WDB_Lex_Context&, WDB_Sym_Context&);
@@ -425,10 +428,18 @@ static void read_block(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         {"import", try_get_import},
     };
     for (const auto& block : blocks)
-        if (lex.current_line_starts_with(block.keyword)) return block.read(lex, sym);
+        if (lex.current_line_starts_with(block.keyword)) {
+            block.read(lex, sym);
+            return true;
+        }
+    return false;
 }
 
 void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
+    const std::size_t enough = 400; // of the first line, to tell what else it may be
+    const std::string beginning(lex.get_current_line(), strnlen(lex.get_current_line(), enough));
+    const int errors_before = lex.get_error_count();
+    bool has_blocks = false;
     while (!lex.is_eof() && !lex.is_cancelled()) {
         // What the writer leaves in place of a geometry that it cannot write. It has no closing
         // brace.
@@ -441,13 +452,17 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         const Std_Heap_Watch heap;
         // Without a base it leaves the next line, which may begin a block.
         try_get_load_context(lex, sym);
-        read_block(lex, sym);
+        if (read_block(lex, sym)) has_blocks = true;
         if (!lex.is_eof()) {
             check_close(lex, "confused by earlier errors, skipping until brace");
             lex.next_line();
         }
         heap.collect_if_grown();
     }
+    if (!has_blocks && lex.get_error_count() > errors_before)
+        std_tell(str_format("[%s]: this is no scene file (it looks like %s)",
+                            lex.get_url()->get_url_string().chars(),
+                            document_kind(beginning.c_str())));
     // Cut between two blocks, a file reads without an error.
     if (lex.is_cut() && !lex.is_cancelled()) {
         ++sym.report().errors;
