@@ -29,9 +29,9 @@ bool Model_Converter::convert() {
     return out_.flush();
 }
 
-void Model_Converter::tell(std::FILE* to) const {
+void Model_Converter::tell(std::FILE* to, const char* mark) const {
     for (const auto& [what, count] : losses_)
-        std::fprintf(to, "nolt_frommodel: skipped %d: %s\n", count, what.c_str());
+        std::fprintf(to, "%snolt_frommodel: skipped %d: %s\n", mark, count, what.c_str());
 }
 
 void Model_Converter::tell_what_has_no_place() {
@@ -110,7 +110,8 @@ void Model_Converter::write_shape(const aiMesh& mesh, Shape& shape) {
         const aiFace& face = mesh.mFaces[i];
         if (!is_item_good(mesh, face)) continue;
         if (!is_open) {
-            shape.name = out_.new_name(mesh.mName.length > 0 ? mesh.mName.C_Str() : "mesh");
+            // Nodes are to keep their names, which are often those of their meshes.
+            shape.name = out_.new_name(std::string(mesh.mName.C_Str()) + "_mesh");
             out_.put(keyword + shape.name + " {\n");
             is_open = true;
         }

@@ -3,7 +3,7 @@
 //
 //     Model_Converter converter(scene, out, false, "/tmp/images");
 //     const bool is_written = converter.convert();
-//     converter.tell(stderr);                      // skipped 2: texture of another kind
+//     converter.tell(stderr, "");                     // skipped 2: texture of another kind
 #ifndef TOOLS_MODEL_CONVERTER_H
 #define TOOLS_MODEL_CONVERTER_H
 
@@ -29,7 +29,7 @@ public:
     bool convert();
 
     // What did not arrive, each kind once, with how often.
-    void tell(std::FILE* to) const;
+    void tell(std::FILE* to, const char* mark) const;
 
 private:
     // Names in the scene; empty for what is not written.

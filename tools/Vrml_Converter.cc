@@ -358,11 +358,12 @@ void Vrml_Converter::write_light(Vrml_Ref n, Vrml_State& state, int) {
 bool vrml_convert(const std::string& text, const Vrml_Options& options, std::FILE* out,
                   std::FILE* told) {
     const int version = vrml_version(text);
+    const char* const mark = told == out ? "# " : ""; // a comment, for whoever reads the scene
     Vrml_Report report;
     Vrml_Budget budget(report, options.most_work);
     if (version == 0 || !budget.take_bytes(text.size())) {
         report.fail(version == 0 ? "neither VRML 1.0 nor VRML97" : "the file is too long", {});
-        report.show(told);
+        report.show(told, mark);
         return false;
     }
     report.add_text(text, "");
@@ -373,7 +374,7 @@ bool vrml_convert(const std::string& text, const Vrml_Options& options, std::FIL
     Vrml_Scene scene(files, report, budget);
     Vrml_Converter(version == 1, scene, writer, report, budget).convert(nodes);
     const bool is_written = writer.flush();
-    report.show(told);
+    report.show(told, mark);
     // A file without a shape is no failure, but one is of which nothing was understood.
     const bool is_understood = parser.has_read() || !report.has_skipped();
     return is_written && is_understood && !report.has_failures();

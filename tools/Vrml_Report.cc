@@ -51,7 +51,7 @@ Vrml_Report::Lines Vrml_Report::find_lines() const {
     return lines;
 }
 
-void Vrml_Report::show(std::FILE* out) const {
+void Vrml_Report::show(std::FILE* out, const char* mark) const {
     const Lines lines = find_lines();
     const auto line_of = [&](const Kind& kind) {
         const auto at = lines.find(kind.first);
@@ -59,12 +59,13 @@ void Vrml_Report::show(std::FILE* out) const {
     };
     for (const auto& [reason, kind] : failures_) {
         const char* const line = line_of(kind);
-        std::fprintf(out, "nolt_fromvrml: %s%s%s\n", line, *line ? ": " : "", reason.c_str());
+        std::fprintf(out, "%snolt_fromvrml: %s%s%s\n", mark, line, *line ? ": " : "",
+                     reason.c_str());
     }
     for (const auto& [what, kind] : kinds_) {
         const char* const line = line_of(kind);
         const char* const first = kind.count > 1 ? ", first in " : ", ";
-        std::fprintf(out, "nolt_fromvrml: skipped %d: %s%s%s\n", kind.count, what.c_str(),
+        std::fprintf(out, "%snolt_fromvrml: skipped %d: %s%s%s\n", mark, kind.count, what.c_str(),
                      *line ? first : "", line);
     }
 }

@@ -26,8 +26,8 @@ public:
     bool has_failures() const { return !failures_.empty(); }
     bool has_skipped() const { return !kinds_.empty(); }
 
-    // In alphabetical order, failures first.
-    void show(std::FILE* out) const;
+    // In alphabetical order, failures first, each line behind `mark`.
+    void show(std::FILE* out, const char* mark = "") const;
 
 private:
     struct Text {

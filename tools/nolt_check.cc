@@ -88,6 +88,7 @@ static bool check(const char* scene, bool is_quiet) {
     print_count("imports", report.imports);
     print_count("errors", report.errors);
     print_count("warnings", report.warnings);
+    print_count("notes", report.notes);
     std::printf("  %-10s %.3f s\n", "time", seconds);
     std::printf("  %-10s %.1f MB\n", "memory", peak_megabytes());
     std::fflush(stdout); // a later scene may end the process

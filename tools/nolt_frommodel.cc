@@ -88,15 +88,21 @@ static int convert(const Options& options) {
         aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_TransformUVCoords;
     const aiScene* const scene =
         importer.ReadFile(Model_Files::document_name(options.suffix), steps);
+    // The reader tells what it is told in comments of the scene.
+    std::FILE* const told = options.prefix.empty() ? stderr : stdout;
+    const char* const mark = options.prefix.empty() ? "" : "# ";
     if (!scene) {
-        std::fprintf(stderr, "nolt_frommodel: %s\n", importer.GetErrorString());
+        std::string reason = importer.GetErrorString();
+        for (char& c : reason)
+            if (static_cast<unsigned char>(c) < ' ') c = ' ';
+        std::fprintf(told, "%snolt_frommodel: %s\n", mark, reason.c_str());
         return FAILED;
     }
     Vrml_Writer out(stdout, options.prefix);
     const bool is_gltf = options.suffix == "glb" || options.suffix == "gltf";
     Model_Converter converter(*scene, out, is_gltf, options.images);
     const bool is_written = converter.convert();
-    converter.tell(stderr);
+    converter.tell(told, mark);
     if (!is_written) std::perror("nolt_frommodel: cannot write the scene");
     return is_written ? GOOD : FAILED;
 }

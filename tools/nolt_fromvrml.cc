@@ -51,5 +51,6 @@ int main(int argc, char** argv) {
     if (has_prefix) options.prefix = argv[2];
     const char* const folder = std::getenv("NOLT_VRML_FOLDER");
     options.folder = folder ? folder : has_prefix ? "" : ".";
-    return vrml_convert(text, options, stdout, stderr) ? 0 : 1;
+    // The reader tells what it is told in the scene.
+    return vrml_convert(text, options, stdout, has_prefix ? stdout : stderr) ? 0 : 1;
 }

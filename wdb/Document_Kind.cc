@@ -1,6 +1,7 @@
 #include "wdb/Document_Kind.h"
 
 #include <cstring>
+#include <initializer_list>
 
 static bool has(const char* text, const char* part) {
     return std::strstr(text, part) != nullptr;
@@ -21,26 +22,26 @@ static const char* markup_kind(const char* text) {
 }
 
 const char* document_kind(const char* beginning) {
-    static const struct {
+    struct Mark {
         const char *mark, *kind;
-    } kinds[] = {
-        {"\x89PNG", "a PNG image"},
-        {"\xff\xd8\xff", "a JPEG image"},
-        {"\x01\xda", "an SGI image"},
-        {"GIF8", "a GIF image"},
-        {"PK\x03\x04", "a ZIP archive"},
-        {"\x7f"
-         "ELF",
-         "a program (ELF)"},
-        {"%PDF", "a PDF document"},
-        {"glTF", "a glTF scene"},
-        {"solid", "an STL mesh"},
-        {"ply", "a PLY mesh"},
-        {"mtllib", "an OBJ mesh"},
-        {"v ", "an OBJ mesh"},
-        {"vn ", "an OBJ mesh"},
     };
-    for (const auto& k : kinds)
+    for (const Mark& k : std::initializer_list<Mark>{
+             {"\x89PNG", "a PNG image"},
+             {"\xff\xd8\xff", "a JPEG image"},
+             {"\x01\xda", "an SGI image"},
+             {"GIF8", "a GIF image"},
+             {"PK\x03\x04", "a ZIP archive"},
+             {"\x7f"
+              "ELF",
+              "a program (ELF)"},
+             {"%PDF", "a PDF document"},
+             {"glTF", "a glTF scene"},
+             {"solid", "an STL mesh"},
+             {"ply", "a PLY mesh"},
+             {"mtllib", "an OBJ mesh"},
+             {"v ", "an OBJ mesh"},
+             {"vn ", "an OBJ mesh"},
+         })
         if (starts(beginning, k.mark)) return k.kind;
     const char* const text = beginning + std::strspn(beginning, " \t\r\n");
     if (*text == '<') return markup_kind(text);

@@ -38,6 +38,7 @@ public:
     // std_scan_row stand behind it; it may end in the middle of a line.
     // Lifetime: until the next call of another operation.
     const char* rest() const { return block_ + start_; }
+    std::size_t left() const { return end_ - start_; }
     void skip(std::size_t count) { start_ += count; }
 
     // Takes all up to the end of the file. On failure to write: false, with errno.
@@ -46,7 +47,6 @@ public:
     static constexpr std::size_t block_size = 256 * 1024;
 
 private:
-    std::size_t left() const { return end_ - start_; }
     bool refill();
     std::size_t read(char* to, std::size_t count);
 

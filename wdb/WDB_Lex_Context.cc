@@ -1,7 +1,9 @@
 #include "wdb/WDB_Lex_Context.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <strings.h>
 
@@ -9,11 +11,11 @@
 #include "std/Std_Report.h"
 #include "std/Std_Space.h"
 #include "std/Std_URL.h"
+#include "wdb/Foreign_Document.h"
 #include "wdb/Load_Progress.h"
 #include "wdb/Scene_Forms.h"
 #include "wdb/Scene_Input.h"
 #include "wdb/Scene_Names.h"
-#include "wdb/Vrml_Document.h"
 
 using namespace scene_forms;
 
@@ -34,8 +36,9 @@ void WDB_Lex_Context::open(Std_URL* url, Std_URL* base) {
     url_ = url;
     base_url_ = base && base->is_valid() ? base : url;
     line_number_ = 0;
-    error_count_ = 0;
+    error_count_ = note_count_ = 0;
     input_ = nullptr;
+    images_ = nullptr;
     is_generated_ = has_end_mark_ = false;
     clear_line();
     if (!url->is_valid() || url->is_open()) {
@@ -65,6 +68,8 @@ void WDB_Lex_Context::close() {
     // It has said itself what is missing.
     if (url_ && !url_->is_whole() && !is_cancelled()) ++error_count_;
     drop_input();
+    Foreign_Document::remove_images(images_);
+    images_ = nullptr;
     line_number_ = 0;
     url_ = nullptr;
 }
@@ -94,8 +99,20 @@ void WDB_Lex_Context::clear_line() {
     current_line_[0] = '\0';
 }
 
+// What a converter left out, it says in comments: "# nolt_fromvrml: skipped 2: Fog".
+void WDB_Lex_Context::take_note(const char* note) {
+    std_tell(str_format("[%s]: %s", url_->get_url_string().chars(), note));
+    if (const char* const skipped = std::strstr(note, ": skipped "))
+        note_count_ +=
+            std::clamp(std::atoi(skipped + std::strlen(": skipped ")), 0, INT_MAX - note_count_);
+}
+
 // A comment is noted for what is_cut asks, all else forgotten.
 void WDB_Lex_Context::drop_line() {
+    static const char note_mark[] = "# nolt_from";
+    if (converter_.is_running() &&
+        std::strncmp(current_line_, note_mark, sizeof note_mark - 1) == 0)
+        take_note(current_line_ + 2);
     if (current_line_[0] == '#' && std::strcmp(current_line_, "# -- End of file") == 0)
         has_end_mark_ = true;
     clear_line();
@@ -143,16 +160,15 @@ static bool begins_as_generated(const char* line, std::size_t length) {
 }
 
 void WDB_Lex_Context::first_line() {
-    static const char vrml_mark[] = "#VRML";
-    const std::size_t mark_length = sizeof vrml_mark - 1;
     line_number_ = 0;
     clear_line();
     input_ = new (GCAtomic) Scene_Input(url_, progress_);
     const char* piece;
     std::size_t length;
     if (!input_->get_line(LONGEST_LINE, &piece, &length)) return;
-    if (length >= mark_length && std::memcmp(piece, vrml_mark, mark_length) == 0) {
-        convert_vrml(piece, length);
+    // What has come of the rest stands behind the line.
+    if (const char* const format = foreign_format(piece, length + input_->left(), url_)) {
+        convert_foreign(format, piece, length);
         return;
     }
     trim(&piece, &length);
@@ -400,9 +416,11 @@ void WDB_Lex_Context::drop_input() {
     input_ = nullptr;
 }
 
-void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) {
-    std_tell("Converting from VRML");
-    Vrml_Document document;
+void WDB_Lex_Context::convert_foreign(const char* format, const char* first_piece,
+                                      std::size_t length) {
+    const bool is_vrml = std::strcmp(format, "vrml") == 0;
+    std_tell(is_vrml ? "Converting from VRML" : str_format("Converting from a model (%s)", format));
+    Foreign_Document document(format);
     if (!document.is_open()) {
         tell_error("Unable to open local tmp file");
         abandon();
@@ -418,12 +436,13 @@ void WDB_Lex_Context::convert_vrml(const char* first_piece, std::size_t length) 
     }
 }
 
-void WDB_Lex_Context::start_conversion(const Vrml_Document& document) {
+void WDB_Lex_Context::start_conversion(Foreign_Document& document) {
     const char* prefix = vrml_prefix(base_url_->get_name());
     while (*prefix == ' ') ++prefix;
     std::FILE* const scene = document.convert(converter_, url_, prefix);
+    images_ = document.images();
     if (!scene) {
-        tell_error(str_format("Unable to run nolt_fromvrml: %s", std::strerror(errno)));
+        tell_error(str_format("Unable to run the converter: %s", std::strerror(errno)));
         return;
     }
     input_ = new (GCAtomic) Scene_Input(scene, progress_);

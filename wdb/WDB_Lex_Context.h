@@ -34,7 +34,7 @@
 class Load_Progress;
 class Scene_Input;
 class Std_URL;
-class Vrml_Document;
+class Foreign_Document;
 
 class WDB_Lex_Context {
 public:
@@ -52,8 +52,8 @@ public:
     WDB_Lex_Context& operator=(const WDB_Lex_Context&) = delete;
 
     // Opens the URL and reads the first line. Relative URLs in the file are taken against `base`,
-    // or against `url` if that is null or invalid. A file that begins with "#VRML" is converted by
-    // the command nolt_fromvrml first.
+    // or against `url` if that is null or invalid. VRML and models (wdb/Foreign_Document.h) are
+    // converted by commands first.
     // Requires: that nobody has opened `url`; one that is open gives no lines.
     // On failure: is_open is false; a report, but none for a local file that cannot be read.
     void open(Std_URL* url, Std_URL* base);
@@ -86,6 +86,8 @@ public:
     // How many were shown, failures to open, convert and close included, and one for a document
     // that is not whole. Kept by close.
     int get_error_count() const { return error_count_; }
+    // How many things the converter of the document has named that it left out.
+    int get_note_count() const { return note_count_; }
 
     bool try_get_header(const char* keyword); // on failure the whole block is skipped
     bool try_get_string(const char* keyword);
@@ -140,8 +142,9 @@ private:
     void drop_line();
     bool join_lines(bool* fits);
     void join_next_line();
-    void convert_vrml(const char* first_piece, std::size_t length);
-    void start_conversion(const Vrml_Document& document);
+    void convert_foreign(const char* format, const char* first_piece, std::size_t length);
+    void take_note(const char* note);
+    void start_conversion(Foreign_Document& document);
     void abandon();
     void drop_input();
 
@@ -165,6 +168,8 @@ private:
     bool is_generated_, has_end_mark_;
     std::size_t line_length_;
     mutable int error_count_;
+    int note_count_;     // of what a converter left out
+    const char* images_; // of a model, while its scene is read
     Std_Filter converter_;
     Load_Progress* progress_;
     Scene_Input* input_; // what was read of the file and not taken yet

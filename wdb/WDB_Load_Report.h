@@ -16,6 +16,10 @@ struct WDB_Load_Report {
     // left out because one of its name came before.
     int warnings = 0;
 
+    // What a VRML file or a model has and a scene cannot hold: things that its converter left out,
+    // each of which it named.
+    int notes = 0;
+
     // Files read because another names them, each as often as it was read.
     int imports = 0;
 

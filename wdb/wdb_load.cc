@@ -113,6 +113,7 @@ static void import_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     }
     // After close, which may count one more.
     sym.report().errors += imported.get_error_count();
+    sym.report().notes += imported.get_note_count();
     sym.end_file();
 }
 
@@ -497,6 +498,7 @@ WDB_Database* wdb_load(Std_URL* url, Std_URL* base, const WDB_Load_Options& opti
     report = sym.report();
     report.is_cancelled = progress.is_cancelled();
     report.errors += lex.get_error_count();
+    report.notes += lex.get_note_count();
     sym.wipe_out();
     return result;
 }
