@@ -45,6 +45,10 @@ TEST(Bbox, boxes_against_boxes) {
         {"holding, up to the face", {{0, 1, 1}, {1, 2, 2}}, 2},
         {"held, up to the face", {{0, -1, -1}, {3, 5, 5}}, 1},
     };
+    // Of two equal sides that of the other stays: 0 and -0 differ in their bits.
+    Bbox zero({0, 0, 0}, {0, 0, 0});
+    zero.intersect({{-0.0f, -0.0f, -0.0f}, {-0.0f, -0.0f, -0.0f}});
+    for (int i = 0; i < 6; ++i) EXPECT_TRUE(std::signbit(zero[i / 3][i % 3])) << i;
     for (int axis = 0; axis < 3; ++axis) {
         for (const auto& [row, o, is_to_other] : rows) {
             SCOPED_TRACE(row);
