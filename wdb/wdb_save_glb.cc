@@ -64,14 +64,16 @@ private:
         int shape, look; // a negative look is none
     };
     struct Losses {
-        int items = 0, places = 0, geometries = 0, views = 0, outside = 0;
-        int all() const { return items + places + geometries + views + outside; }
+        int items = 0, places = 0, shears = 0, geometries = 0, views = 0, outside = 0;
+        int all() const { return items + places + shears + geometries + views + outside; }
     };
     static constexpr int none = -1;
 
     template<class Visit>
     void for_each(Visit visit);
     bool is_kept(const WDB_Node& node) const;
+    // Whether its geometry is written in its place, as no matrix of the format tells that.
+    static bool is_moved_along(const WDB_Node& node);
     void collect(const WDB_Node& node);
     int shape_of(const WDB_Node& node, const WDB_Geometry& geometry);
     int look_of(const WDB_Node& node, bool has_colors);
@@ -162,6 +164,23 @@ bool is_decomposable(const HFrame& place) {
     return true;
 }
 
+// The same view without its scale and shear: up and ahead stay.
+HFrame upright(const HFrame& place) {
+    Vector z(place[2].x, place[2].y, place[2].z), y(place[1].x, place[1].y, place[1].z);
+    if (!z.normalize()) z = Vector(0, 0, 1);
+    y -= dot(y, z) * z;
+    if (!y.normalize()) {
+        y = std::fabs(z.y) < 0.9f ? Vector(0, 1, 0) : Vector(1, 0, 0);
+        y -= dot(y, z) * z;
+        y.normalize();
+    }
+    return HFrame(Frame(cross(y, z), y, z, Point(place[3].x, place[3].y, place[3].z)));
+}
+
+bool is_view(const WDB_Node& node) {
+    return WDB_Camera::is_instance(&node) || WDB_Light::is_instance(&node);
+}
+
 template<class Visit>
 void Glb_Writer::for_each(Visit visit) {
     const auto visit_kept = [&](WDB_Node& node, const Bbox&) {
@@ -175,8 +194,13 @@ bool Glb_Writer::is_kept(const WDB_Node& node) const {
     return node.get_transform().is_affine() && is_finite(node.get_transform());
 }
 
+bool Glb_Writer::is_moved_along(const WDB_Node& node) {
+    return node.lod_count() > 0 && !is_view(node) && !is_decomposable(node.get_transform());
+}
+
 void Glb_Writer::collect(const WDB_Node& node) {
     ++nodes_;
+    losses_.shears += !is_moved_along(node) && !is_decomposable(node.get_transform());
     for (int i = 0; i < node.lod_count(); ++i) mesh_of(node, *node.lod_item(i));
     levels_ += std::max(node.lod_count() - 1, 0);
     if (const WDB_Camera* const camera = WDB_Camera::const_castdown(&node)) {
@@ -190,7 +214,7 @@ void Glb_Writer::collect(const WDB_Node& node) {
 }
 
 int Glb_Writer::shape_of(const WDB_Node& node, const WDB_Geometry& geometry) {
-    const bool is_moved = !is_decomposable(node.get_transform());
+    const bool is_moved = is_moved_along(node);
     const auto add = [&] {
         const int shape =
             data_.add_mesh(geometry, is_moved ? node.get_transform() : HFrame::identity(),
@@ -236,8 +260,10 @@ int Glb_Writer::mesh_of(const WDB_Node& node, const WDB_Geometry& geometry) {
 
 // Most nodes are where they are by a matrix; where a geometry was moved itself, nothing is left.
 void Glb_Writer::write_place(Glb_Json& json, const WDB_Node& node) {
-    const HFrame& place = node.get_transform();
-    if (place.is_identity() || (node.lod_count() > 0 && !is_decomposable(place))) return;
+    if (is_moved_along(node)) return;
+    const HFrame& given = node.get_transform();
+    const HFrame place = is_decomposable(given) ? given : upright(given);
+    if (place.is_identity()) return;
     json.Key("matrix");
     json.numbers(place.to_c(), 16);
 }
@@ -576,6 +602,7 @@ void Glb_Writer::tell_losses() const {
     };
     tell(losses_.items, "triangles or lines with a number that is infinite or none");
     tell(losses_.places, "nodes whose place is not affine or not finite");
+    tell(losses_.shears, "cameras, lights and bare nodes with more than a move, turn and scale");
     tell(losses_.geometries, "geometries of other classes, or without anything good");
     tell(losses_.views, "projections of cameras that are no perspective");
     tell(losses_.outside, "shapes outside the bounds of the world");

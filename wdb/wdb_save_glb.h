@@ -11,7 +11,7 @@
 // what has no place there stands in its extras. Where vertices have colours these are the base. All
 // faces are seen from both sides.
 // A node whose place is no move, turn and scale of its geometry gets a geometry of its own, moved
-// along.
+// along; cameras, lights and nodes without geometry lose what is more.
 //
 // Memory: that of the largest geometry and of what nodes share; nodes go through.
 #ifndef WDB_WDB_SAVE_GLB_H
