@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "images/Plain_Png.h"
+#include "math/Finite.h"
 #include "std/Std_Descriptor.h"
 #include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Tri_List.h"
@@ -27,10 +28,6 @@ int Glb_Data::add_view(const void* bytes, std::size_t size, std::uint32_t stride
     views_.push({size_, size, stride, holds_indices});
     size_ += size + padding;
     return static_cast<int>(views_.count()) - 1;
-}
-
-static bool is_finite(const Point& p) {
-    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
 }
 
 // A normal that is none becomes that of the face.
@@ -73,7 +70,7 @@ void Glb_Data::keep_good_items(const WDB_Mesh_Arrays& mesh, int* lost) {
     }
 }
 
-static float unit(float value) {
+float glb_unit(float value) {
     return value > 0 ? std::min(value, 1.0f) : 0; // also for what is no number
 }
 
@@ -99,7 +96,7 @@ void Glb_Data::write_vertices(Shape& shape, const HFrame& transform) {
         const float u = v.texture_point.x, w = 1 - v.texture_point.y;
         if (shape.has_texture_points) floats_.push(std::isfinite(u) ? u : 0);
         if (shape.has_texture_points) floats_.push(std::isfinite(w) ? w : 0);
-        for (int k = 0; k < 3 && shape.has_colors; ++k) floats_.push(unit(v.color[k]));
+        for (int k = 0; k < 3 && shape.has_colors; ++k) floats_.push(glb_unit(v.color[k]));
     }
     const std::size_t width =
         3u + 3u * shape.has_normals + 2u * shape.has_texture_points + 3u * shape.has_colors;

@@ -18,6 +18,9 @@
 class PX_Map;
 class WDB_Geometry;
 
+// Parts of colours are from 0 to 1 there.
+float glb_unit(float value);
+
 class Glb_Data {
 public:
     struct View {

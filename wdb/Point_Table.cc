@@ -5,15 +5,12 @@
 #include <cmath>
 #include <numeric>
 
+#include "math/Finite.h"
 #include "std/Std_Assert.h"
 #include "wdb/Point_Key.h"
 #include "wdb/Secret_Hash.h"
 
 namespace {
-
-bool is_finite(const Point& p) {
-    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
-}
 
 // The boxes, along one axis, of what lies within `tolerance` boxes of a coordinate: one or two.
 struct Boxes {

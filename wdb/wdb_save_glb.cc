@@ -139,7 +139,7 @@ int number_of(Hash_Table<long, int>& table, long key, Make make) {
     return number;
 }
 
-bool is_finite(const HFrame& place) {
+bool has_numbers(const HFrame& place) {
     for (int i = 0; i < 16; ++i)
         if (!std::isfinite(place.to_c()[i])) return false;
     return true;
@@ -191,7 +191,7 @@ void Glb_Writer::for_each(Visit visit) {
 }
 
 bool Glb_Writer::is_kept(const WDB_Node& node) const {
-    return node.get_transform().is_affine() && is_finite(node.get_transform());
+    return node.get_transform().is_affine() && has_numbers(node.get_transform());
 }
 
 bool Glb_Writer::is_moved_along(const WDB_Node& node) {
@@ -439,12 +439,9 @@ void Glb_Writer::write_views(Glb_Json& json) {
     json.EndArray();
 }
 
-float unit(float value) {
-    return value > 0 ? std::min(value, 1.0f) : 0; // also for what is no number
-}
-
 void write_color(Glb_Json& json, const Color& color, const float* alpha = nullptr) {
-    const float rgba[] = {unit(color.r), unit(color.g), unit(color.b), alpha ? unit(*alpha) : 0};
+    const float rgba[] = {glb_unit(color.r), glb_unit(color.g), glb_unit(color.b),
+                          alpha ? glb_unit(*alpha) : 0};
     json.numbers(rgba, alpha ? 4 : 3);
 }
 
@@ -463,7 +460,7 @@ void Glb_Writer::write_look(Glb_Json& json, const Look& look) {
     json.Key("baseColorFactor");
     write_color(json, base, &alpha);
     json.key_and_int("metallicFactor", 0);
-    json.key_and_number("roughnessFactor", unit(std::sqrt(std::sqrt(2 / (exponent + 2)))));
+    json.key_and_number("roughnessFactor", glb_unit(std::sqrt(std::sqrt(2 / (exponent + 2)))));
     if (look.texture) {
         json.Key("baseColorTexture");
         json.StartObject();
