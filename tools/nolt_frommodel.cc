@@ -12,7 +12,10 @@
 #include <cstring>
 #include <string>
 
+#include <malloc.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "tools/Tool_Answers.h"
 
@@ -54,7 +57,12 @@ static bool read_options(int argc, char** argv, Options* options) {
 #ifdef NOLT_MODELS
 
 static bool read_input(std::string* text) {
-    const std::size_t most_bytes = std::size_t{1} << 30, block = 1 << 20;
+    const std::size_t most_bytes = std::size_t{1} << 30, block = 1 << 16;
+    struct stat status;
+    // The size of a file is known, and then the text needs no room to grow.
+    if (fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode) &&
+        static_cast<std::size_t>(status.st_size) <= most_bytes)
+        text->reserve(static_cast<std::size_t>(status.st_size) + 2 * block);
     std::size_t got;
     do {
         const std::size_t size = text->size();
@@ -78,6 +86,9 @@ static void set_limits() {
 }
 
 static int convert(const Options& options) {
+    // Memory that was given back would only have to be asked for again.
+    const int much = 1 << 30;
+    for (const int threshold : {M_TRIM_THRESHOLD, M_MMAP_THRESHOLD}) mallopt(threshold, much);
     std::string document;
     if (!read_input(&document)) return FAILED;
     set_limits();
@@ -121,7 +132,12 @@ int main(int argc, char** argv) {
         "usage: nolt_frommodel -as SUFFIX [-tmp PREFIX] [-images FOLDER] < model > scene";
     if (tool_answers(argc, argv, usage)) return GOOD;
     Options options;
-    if (read_options(argc, argv, &options)) return convert(options);
+    // Without taking the model apart again.
+    if (read_options(argc, argv, &options)) {
+        const int status = convert(options);
+        std::fflush(nullptr);
+        std::_Exit(status);
+    }
     std::fprintf(stderr, "%s\n", usage);
     return USAGE;
 }
