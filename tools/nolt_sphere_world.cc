@@ -66,6 +66,8 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     std_take_standard_descriptors();
+    // In a file the lines stand in the order of a terminal, between those of the other stream.
+    std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     WDB_Database world;
     Sphere_World spheres;
     retrieve_arguments(argc, argv, spheres);

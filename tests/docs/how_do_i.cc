@@ -27,6 +27,7 @@
 #include "wdb/WDB_Vertex_Layout.h"
 #include "wdb/wdb_load.h"
 #include "wdb/wdb_save.h"
+#include "wdb/wdb_save_glb.h"
 
 #include "how_do_i_answers.inc"
 
