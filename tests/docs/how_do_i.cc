@@ -52,6 +52,6 @@ int main() {
         eye->lookat(*world, false);
         answer(world, eye);
     }
-    for (const char* name : {"garden.3d", "bark.rgb", "saved.3d"}) std::remove(name);
+    for (const char* name : {"garden.3d", "bark.rgb", "saved.3d", "garden.glb"}) std::remove(name);
     if (chdir("/") == 0 && rmdir(folder) == 0) std::printf("and nothing else was left behind\n");
 }
