@@ -44,7 +44,8 @@ void put_chunk(Bytes& to, const char (&type)[5], const Bytes& data) {
 
 // From the top, each row behind the filter that changes nothing.
 Bytes rows_of(const PX_Map& map) {
-    const auto row = static_cast<std::size_t>(map.get_width() * map.get_component());
+    const auto row =
+        static_cast<std::size_t>(map.get_width()) * static_cast<std::size_t>(map.get_component());
     Bytes rows;
     rows.reserve((row + 1) * static_cast<std::size_t>(map.get_height()));
     for (int y = map.get_height(); y-- > 0;) {

@@ -61,7 +61,8 @@ static long long store_all(std::FILE* from, int to, const char** complaint) {
     long long total = 0;
     while (const std::size_t got = std::fread(block, 1, size, from)) {
         const long long room = std_limits.http_bytes - total;
-        const auto fits = static_cast<std::size_t>(std::clamp<long long>(room, 0, got));
+        const auto fits =
+            static_cast<std::size_t>(std::clamp(room, 0ll, static_cast<long long>(got)));
         const std::size_t taken = Std_Load_Budget::take(
             Std_Load_Budget::FETCHED, Std_Load_Budget::take(Std_Load_Budget::STORED, fits));
         if (!std_write_all(to, block, taken)) {

@@ -15,7 +15,7 @@ static std::string real_place(const std::string& path) {
     return place;
 }
 
-Model_Files::Model_Files(std::string document, const std::string& suffix, std::string folder)
+Model_Files::Model_Files(std::string document, const std::string& suffix, const std::string& folder)
     : document_(std::move(document)), name_(document_name(suffix)),
       folder_(folder.empty() ? folder : real_place(folder)) {}
 

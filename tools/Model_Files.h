@@ -14,7 +14,7 @@
 class Model_Files : public Assimp::IOSystem {
 public:
     // Of a format with that suffix. Without a folder there are no other files.
-    Model_Files(std::string document, const std::string& suffix, std::string folder);
+    Model_Files(std::string document, const std::string& suffix, const std::string& folder);
 
     static std::string document_name(const std::string& suffix) { return "model." + suffix; }
 

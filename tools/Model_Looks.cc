@@ -149,7 +149,7 @@ std::string Model_Converter::image_of(const aiTexture& texture) {
         skip("picture in a model without a folder for pictures");
         return {};
     }
-    const std::string path = image_folder_ + "/" + std::to_string(++images_);
+    std::string path = image_folder_ + "/" + std::to_string(++images_);
     if (write_image(texture, path)) return path;
     skip("picture in the model that cannot be stored");
     return {};

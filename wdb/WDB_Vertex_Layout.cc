@@ -1,6 +1,7 @@
 #include "wdb/WDB_Vertex_Layout.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -35,7 +36,7 @@ std::size_t WDB_Vertex_Layout::byte_count(std::size_t vertices) const {
 static unsigned char byte_of(float value) {
     // In this form a NaN takes the limit, too.
     if (!(value > 0)) return 0;
-    return static_cast<unsigned char>(std::min(value, 1.0f) * 255 + 0.5f);
+    return static_cast<unsigned char>(std::lround(std::min(value, 1.0f) * 255));
 }
 
 void WDB_Vertex_Layout::write(const WDB_Vertex& vertex, std::size_t number, void* memory) const {
