@@ -1,0 +1,97 @@
+// Draws with OpenGL what a camera sees of its world.
+//
+//     Viewer_Painter painter;
+//     if (!painter.open()) return 1;
+//     painter.paint(*world, *camera, window.width(), window.height(), picked);
+//
+// The world finds the shapes in view. Those that show the same mesh in the same look are drawn by
+// one call, each with its place beside it, so that many small things cost no more than their
+// triangles. What is transparent comes last, node by node from far to near. All is relative to the
+// eye, so that worlds far from their origin do not tremble.
+#ifndef TOOLS_VIEWER_PAINTER_H
+#define TOOLS_VIEWER_PAINTER_H
+
+#include <cstdint>
+#include <unordered_map>
+#include <vector>
+
+#include "std/Std_Allocator.h"
+#include "tools/Viewer_Gl.h"
+#include "tools/Viewer_Meshes.h"
+#include "wdb/WDB_Camera.h"
+#include "wdb/WDB_Database.h"
+#include "wdb/WDB_Material.h"
+
+class Viewer_Painter {
+public:
+    // On failure: false, after a report, if OpenGL here cannot do what this needs.
+    bool open();
+
+    // Requires: a camera in that world. With the box of `marked`, unless that is null.
+    void paint(WDB_Database& world, WDB_Camera& camera, int width, int height,
+               const WDB_Node* marked);
+    // Where there is no world yet.
+    void clear(int width, int height);
+
+    // Draw the finest level of each node, however far it is.
+    void set_finest(bool is_finest) { is_finest_ = is_finest; }
+    bool is_finest() const { return is_finest_; }
+
+    // Of the last picture.
+    int shape_count() const { return static_cast<int>(opaque_.size() + clear_.size()); }
+    long long item_count() const { return items_; } // triangles and lines
+
+    // As the world is another one: what is kept from picture to picture.
+    void forget() { looks_.clear(), batches_.clear(); }
+
+private:
+    // What one call draws.
+    struct Look {
+        const Viewer_Mesh* mesh;
+        const WDB_Material* material;
+        const WDB_Texture* texture;
+        bool operator==(const Look&) const = default;
+    };
+    struct Look_Hash {
+        std::size_t operator()(const Look& look) const;
+    };
+    struct Batch {
+        Look look;
+        bool is_opaque;
+        std::uint32_t count = 0, first = 0; // of its places
+    };
+    // From a node's space to that of the eye's place: x, y and z of a point are its products with
+    // the columns.
+    struct Place {
+        float columns[3][4];
+    };
+    struct Shape {
+        std::uint32_t batch;
+        float distance;
+        Place place;
+    };
+
+    std::uint32_t batch_of(const Look& look);
+    void collect(WDB_Database& world, WDB_Camera& camera, int width, int height);
+    void send_lamps(const WDB_Database& world);
+    void send_places();
+    void draw(const Batch& batch, std::uint32_t first, std::uint32_t count);
+    void draw_clear();
+    void mark(const WDB_Node& node);
+
+    GLuint program_ = 0, places_ = 0;
+    GLint view_ = 0, glow_ = 0, emission_ = 0, shine_ = 0, alpha_ = 0, is_lit_ = 0, lamp_count_ = 0,
+          lamp_places_ = 0, lamp_colors_ = 0;
+    Viewer_Meshes meshes_;
+    const WDB_Material* const plain_ = new WDB_Material; // of nodes without one
+    bool is_finest_ = false;
+    long long items_ = 0;
+
+    Point eye_ = Point(0, 0, 0);
+    std::unordered_map<Look, std::uint32_t, Look_Hash> looks_; // to their batches
+    std::vector<Batch> batches_;
+    Std_Plain_Vector<Shape> opaque_, clear_;
+    Std_Plain_Vector<Place> sorted_;
+};
+
+#endif

@@ -1,0 +1,274 @@
+// nolt_view [options] scene
+//
+// Shows a scene in a window. It uses the library as any program can, through the headers that are
+// installed, and is meant to be read:
+//
+//     nolt_view           the loop: load, events, picture
+//     Viewer_Window       a window for OpenGL, by SDL
+//     Viewer_Scene        the scene, which is loaded in another thread, and again when it changes
+//     Viewer_Control      mouse and keys: the camera, picking, moving, saving
+//     Viewer_Painter      finds what is in view, chooses levels of detail, draws
+//     Viewer_Meshes       what stands in the memory of the graphics card, and leaves it again
+//     Viewer_Script       does what a user would
+#include <cstdio>
+
+#include "tools/Tool_Answers.h"
+
+static const char* const usage =
+    "usage: nolt_view [-size WxH] [-camera name] [-save edited.3d] [-picture picture.png]\n"
+    "       [-script file] [-frames N] scene";
+
+#ifdef NOLT_VIEWER
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+#include <vector>
+
+#include "math/Viewer_Moves.h"
+#include "std/Std_Common.h"
+#include "std/Std_Descriptor.h"
+#include "std/Std_Line.h"
+#include "tools/Load_Messager.h"
+#include "tools/Picture_File.h"
+#include "tools/Viewer_Control.h"
+#include "tools/Viewer_Painter.h"
+#include "tools/Viewer_Scene.h"
+#include "tools/Viewer_Script.h"
+#include "tools/Viewer_Window.h"
+
+static constexpr int wrong_usage = 2;
+
+[[noreturn]] static void fail(const char* message, int status = 1) {
+    std_write_line("nolt_view: ", message);
+    std::exit(status);
+}
+
+namespace {
+struct Request {
+    const char* scene = nullptr;
+    const char* camera = nullptr;
+    const char* save_as = nullptr;
+    const char* picture = Picture_File::default_name();
+    const char* script = nullptr;
+    int width = 1280, height = 720;
+    int frames = 0; // to be measured; 0 for a user
+};
+} // namespace
+
+static Request scan_arguments(int argc, char** argv) {
+    Request request;
+    for (int i = 1; i < argc; ++i) {
+        const std::string name = argv[i];
+        if (name[0] != '-' || name == "-") {
+            if (request.scene) fail(usage, wrong_usage);
+            request.scene = argv[i];
+            continue;
+        }
+        const char* const value = i + 1 < argc ? argv[++i] : nullptr;
+        char end;
+        if (!value) {
+            fail(usage, wrong_usage);
+        } else if (name == "-camera") {
+            request.camera = value;
+        } else if (name == "-save") {
+            request.save_as = value;
+        } else if (name == "-picture") {
+            request.picture = value;
+        } else if (name == "-script") {
+            request.script = value;
+        } else if (name == "-frames") {
+            if (std::sscanf(value, "%6d%c", &request.frames, &end) != 1 || request.frames < 1)
+                fail("-frames takes a number from 1 on", wrong_usage);
+        } else if (name == "-size") {
+            if (std::sscanf(value, "%5dx%5d%c", &request.width, &request.height, &end) != 2 ||
+                request.width < 1 || request.height < 1)
+                fail("a size is WxH, in pixels", wrong_usage);
+        } else {
+            fail(usage, wrong_usage);
+        }
+    }
+    if (!request.scene) fail(usage, wrong_usage);
+    return request;
+}
+
+namespace {
+// What pictures cost, while the camera goes round the scene.
+class Frame_Times {
+public:
+    explicit Frame_Times(int count) : count_(count) {}
+
+    void begin() {
+        start_ = std::chrono::steady_clock::now();
+        cpu_start_ = std::clock();
+    }
+    // True after the last one, when all has been told.
+    bool end(const Viewer_Painter& painter) {
+        glFinish();
+        const std::chrono::duration<double, std::milli> taken =
+            std::chrono::steady_clock::now() - start_;
+        // The first ones send what is kept.
+        if (warm_up_-- > 0) return false;
+        times_.push_back(taken.count());
+        cpu_ += 1000.0 * static_cast<double>(std::clock() - cpu_start_) / CLOCKS_PER_SEC;
+        if (static_cast<int>(times_.size()) < count_) return false;
+        std::sort(times_.begin(), times_.end());
+        std::printf("%d shapes, %lld triangles and lines in view\n", painter.shape_count(),
+                    painter.item_count());
+        std::printf("%d pictures, ms: best %.1f, median %.1f, worst %.1f; all threads %.1f\n",
+                    count_, times_.front(), times_[times_.size() / 2], times_.back(),
+                    cpu_ / count_);
+        return true;
+    }
+
+private:
+    const int count_;
+    int warm_up_ = 2;
+    std::chrono::steady_clock::time_point start_;
+    std::clock_t cpu_start_ = 0;
+    double cpu_ = 0;
+    std::vector<double> times_;
+};
+
+class Viewer {
+public:
+    explicit Viewer(const Request& request)
+        : request_(request), scene_(request.scene),
+          control_(window_, scene_, painter_,
+                   request.save_as ? request.save_as : scene_.edited_name(), request.picture),
+          times_(request.frames) {}
+
+    // The exit status.
+    int run() {
+        if (request_.script && !script_.open(request_.script))
+            fail(str_format("cannot read %.300s", request_.script));
+        if (!window_.open(scene_.url(), request_.width, request_.height) || !painter_.open())
+            return 1;
+        if (is_automatic()) window_.hurry();
+        scene_.begin_load();
+        while (take_events() && look_after_scene() && draw()) {
+        }
+        return status_;
+    }
+
+private:
+    bool is_automatic() const { return request_.frames > 0 || script_.is_open(); }
+
+    // Waits for one where nothing else is to be done. False at the end.
+    bool take_events() {
+        const int patience = 100; // ms, until we look whether the file has changed
+        SDL_Event event;
+        bool has_event = is_busy_ || scene_.is_loading() ? SDL_PollEvent(&event)
+                                                         : SDL_WaitEventTimeout(&event, patience);
+        is_busy_ = is_automatic() || has_event;
+        for (; has_event; has_event = SDL_PollEvent(&event))
+            if (!control_.handle(event)) return false;
+        return true;
+    }
+
+    // False if there is nothing to show and never will be.
+    bool look_after_scene() {
+        const Viewer_Scene::State state = scene_.take_loaded();
+        if (state == Viewer_Scene::FAILED) {
+            control_.tell(str_format("cannot read the scene %.300s", scene_.url()));
+            if (scene_.world()) return true;
+            std_write_line("nolt_view: ", str_format("cannot read the scene %.300s", scene_.url()));
+            status_ = 1;
+            return false;
+        }
+        if (state == Viewer_Scene::LOADED) enter();
+        const auto now = std::chrono::steady_clock::now();
+        if (now - last_look_ < std::chrono::milliseconds(300)) return true;
+        last_look_ = now;
+        if (!scene_.has_file_changed()) return true;
+        if (control_.is_edited()) {
+            control_.tell("the file has changed: r reads it again, and drops what was moved");
+        } else {
+            scene_.begin_load();
+        }
+        return true;
+    }
+
+    void enter() {
+        const WDB_Load_Report& report = scene_.report();
+        if (!control_.enter(*scene_.world(), has_world_ ? nullptr : request_.camera))
+            control_.tell(str_format("the scene has no camera \"%.200s\"", request_.camera));
+        control_.tell(str_format("%.200s: %d shapes, %d error%s%s", scene_.url(),
+                                 scene_.world()->shape_count(), report.errors,
+                                 report.errors == 1 ? "" : "s",
+                                 report.is_cancelled ? ", not read to its end" : ""));
+        if (has_world_) script_.note_load();
+        has_world_ = is_busy_ = true;
+    }
+
+    // False at the end of a script, or of a measurement.
+    bool draw() {
+        times_.begin();
+        const auto now = std::chrono::steady_clock::now();
+        const double seconds = std::chrono::duration<double>(now - last_picture_).count();
+        last_picture_ = now;
+        if (control_.advance(seconds)) is_busy_ = true;
+        if (scene_.world()) {
+            if (request_.frames > 0) orbit();
+            painter_.paint(*scene_.world(), control_.camera(), window_.width(), window_.height(),
+                           control_.picked());
+        } else {
+            painter_.clear(window_.width(), window_.height());
+        }
+        if (scene_.is_loading()) window_.draw_bar(scene_.progress());
+        const bool is_over = scene_.world() && ((request_.frames > 0 && times_.end(painter_)) ||
+                                                (script_.is_open() && script_.step(window_)));
+        if (script_.has_failed()) status_ = wrong_usage;
+        window_.show();
+        return !is_over;
+    }
+
+    void orbit() {
+        WDB_Camera& camera = control_.camera();
+        const Frame place = toFrame(camera.get_transform());
+        const float step = 0.01f; // radians
+        camera.set_transform(
+            HFrame(orbit_viewer(place, scene_.world()->get_bbox().center(), step, 0)));
+    }
+
+    const Request request_;
+    Viewer_Window window_; // first to come and last to go, as the others use its OpenGL
+    Viewer_Scene scene_;
+    Viewer_Painter painter_;
+    Viewer_Control control_;
+    Viewer_Script script_;
+    Frame_Times times_;
+    bool is_busy_ = true, has_world_ = false;
+    int status_ = 0;
+    std::chrono::steady_clock::time_point last_look_, last_picture_;
+};
+} // namespace
+
+int main(int argc, char** argv) {
+    // A file that may not grow is an error to report, not a signal.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    std_take_standard_descriptors();
+    if (tool_answers(argc, argv, usage)) {
+        if (std::strcmp(argv[1], "--help") == 0) std::puts(Viewer_Control::help);
+        return 0;
+    }
+    const Request request = scan_arguments(argc, argv);
+    std_set_current_messager(new Load_Messager);
+    return Viewer(request).run();
+}
+
+#else
+
+int main(int argc, char** argv) {
+    if (tool_answers(argc, argv, usage)) return 0;
+    std::fprintf(stderr, "nolt_view: built without libsdl2-dev or libgl-dev, which it needs\n");
+    return 3;
+}
+
+#endif
