@@ -53,6 +53,12 @@ const Viewer_Mesh& Viewer_Meshes::mesh_of(WDB_Geometry& geometry) {
     return *mesh;
 }
 
+static Color mean_color(const WDB_Mesh_Arrays& arrays) {
+    Color sum(0, 0, 0);
+    for (std::size_t i = 0; i < arrays.vertex_count(); ++i) sum += arrays.vertices()[i].color;
+    return sum * (1 / static_cast<float>(std::max<std::size_t>(arrays.vertex_count(), 1)));
+}
+
 void Viewer_Meshes::send(const WDB_Geometry& geometry, Viewer_Mesh* mesh) {
     // What means nothing must not keep corners apart.
     WDB_Mesh_Arrays arrays((geometry.get_with_normals() ? WDB_WITH_NORMALS : 0u) |
@@ -72,6 +78,7 @@ void Viewer_Meshes::send(const WDB_Geometry& geometry, Viewer_Mesh* mesh) {
     mesh->index_type = arrays.index_size() == 2 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_INT;
     mesh->index_count = static_cast<GLsizei>(arrays.index_count());
     mesh->has_colors = geometry.get_with_colors();
+    mesh->color = mean_color(arrays);
     mesh->is_lit = geometry.get_with_normals();
     mesh->is_textured = geometry.get_with_textures();
     mesh->stamp = geometry.get_stamp();

@@ -26,7 +26,8 @@ struct Viewer_Mesh {
     GLenum mode = GL_TRIANGLES, index_type = GL_UNSIGNED_SHORT;
     GLsizei index_count = 0; // 0 for what cannot be drawn
     bool has_colors = false, is_lit = false, is_textured = false;
-    int stamp = -1; // of the geometry, when that was sent
+    Color color = Color(0, 0, 0); // the mean of its vertices, if it has colours
+    int stamp = -1;               // of the geometry, when that was sent
 };
 
 class Viewer_Meshes {

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <iterator>
+#include <initializer_list>
 #include <utility>
 
 #include "images/PX_Map.h"
@@ -78,6 +78,31 @@ void main() {
 }
 )";
 
+static const char* const dot_vertex_source = R"(#version 120
+uniform mat4 view;
+attribute vec3 place, color;
+attribute float size;
+varying vec3 paint;
+
+void main() {
+    paint = color;
+    gl_PointSize = max(size, 1.0);
+    gl_Position = view * vec4(place, 1.0);
+}
+)";
+
+// Darker towards the rim, as things seen from where the light is.
+static const char* const dot_fragment_source = R"(#version 120
+varying vec3 paint;
+
+void main() {
+    vec2 from_middle = 2.0 * gl_PointCoord - 1.0;
+    float rim = dot(from_middle, from_middle);
+    if (rim > 1.1) discard;
+    gl_FragColor = vec4(paint * (1.0 - 0.5 * rim), 1.0);
+}
+)";
+
 static bool compile(GLuint program, GLenum kind, const char* source) {
     const GLuint shader = glCreateShader(kind);
     glShaderSource(shader, 1, &source, nullptr);
@@ -88,22 +113,30 @@ static bool compile(GLuint program, GLenum kind, const char* source) {
     return is_compiled == GL_TRUE;
 }
 
-bool Viewer_Painter::open() {
-    program_ = glCreateProgram();
-    const char* const attributes[] = {"position", "normal",  "color",  "texture_point",
-                                      "place_x",  "place_y", "place_z"};
-    for (GLuint i = 0; i < std::size(attributes); ++i)
-        glBindAttribLocation(program_, i, attributes[i]);
+// Their attributes have the numbers in which they stand here. 0 on failure.
+static GLuint link(const char* vertex, const char* fragment,
+                   std::initializer_list<const char*> attributes) {
+    const GLuint program = glCreateProgram();
+    GLuint number = 0;
+    for (const char* name : attributes) glBindAttribLocation(program, number++, name);
+    if (!compile(program, GL_VERTEX_SHADER, vertex) ||
+        !compile(program, GL_FRAGMENT_SHADER, fragment))
+        return 0;
     GLint is_linked = GL_FALSE;
-    if (compile(program_, GL_VERTEX_SHADER, vertex_source) &&
-        compile(program_, GL_FRAGMENT_SHADER, fragment_source)) {
-        glLinkProgram(program_);
-        glGetProgramiv(program_, GL_LINK_STATUS, &is_linked);
-    }
+    glLinkProgram(program);
+    glGetProgramiv(program, GL_LINK_STATUS, &is_linked);
+    return is_linked == GL_TRUE ? program : 0;
+}
+
+bool Viewer_Painter::open() {
+    program_ =
+        link(vertex_source, fragment_source,
+             {"position", "normal", "color", "texture_point", "place_x", "place_y", "place_z"});
+    dot_program_ = link(dot_vertex_source, dot_fragment_source, {"place", "size", "color"});
     // Instances of a mesh came with 3.3; the shaders are those of 2.1, so that immediate mode is
     // there beside them.
     const auto* const version = reinterpret_cast<const char*>(glGetString(GL_VERSION));
-    if (is_linked != GL_TRUE || !version || std::strtof(version, nullptr) < 3.3f) {
+    if (!program_ || !dot_program_ || !version || std::strtof(version, nullptr) < 3.3f) {
         std_write_line("nolt_view: ",
                        str_format("OpenGL 3.3 with its older forms is needed, not %s",
                                   version ? version : "none"));
@@ -122,6 +155,9 @@ bool Viewer_Painter::open() {
     };
     for (const auto& [name, place] : uniforms) *place = glGetUniformLocation(program_, name);
     glGenBuffers(1, &places_);
+    glGenBuffers(1, &dot_buffer_);
+    glEnable(GL_PROGRAM_POINT_SIZE);
+    glEnable(GL_POINT_SPRITE);
     meshes_.open();
     return true;
 }
@@ -144,6 +180,20 @@ std::uint32_t Viewer_Painter::batch_of(const Look& look) {
     return entry->second;
 }
 
+// `edge` is that in the coarse picture. False for what is too large, or transparent.
+bool Viewer_Painter::put_dot(const WDB_Node& node, const Bbox& box, double edge) {
+    if (!(edge < 1) || !is_opaque(node.get_material(), node.get_texture())) return false;
+    const WDB_Material& material = node.get_material() ? *node.get_material() : *plain_;
+    const Viewer_Mesh& mesh = meshes_.mesh_of(*node.lod_item(node.lod_count() - 1));
+    Color color = mesh.has_colors ? mesh.color : material.get_diffuse();
+    // Of a ball that is lit from the eye, so much on the whole.
+    const float facing = 0.9f;
+    if (mesh.is_lit) color = color * light_ * facing + material.get_ambient();
+    dots_.push_back({box.center() - eye_, static_cast<float>(edge * coarseness_),
+                     color + material.get_emission()});
+    return true;
+}
+
 void Viewer_Painter::collect(WDB_Database& world, WDB_Camera& camera, int width, int height) {
     // Looks that nothing shows any more would pile up.
     if (batches_.size() > 2 * static_cast<std::size_t>(shape_count()) + 100) forget();
@@ -153,11 +203,16 @@ void Viewer_Painter::collect(WDB_Database& world, WDB_Camera& camera, int width,
     }
     opaque_.clear();
     clear_.clear();
+    dots_.clear();
     items_ = 0;
-    const WDB_Lod_View levels(camera, width, height);
+    const auto coarse = [this](int size) {
+        return std::max(static_cast<int>(size / coarseness_), 1);
+    };
+    const WDB_Lod_View levels(camera, coarse(width), coarse(height));
     const float aspect = static_cast<float>(width) / static_cast<float>(height);
     const Vector back = toVector(camera.get_transform()[2]);
     world.for_each_shape_unordered(&camera, aspect, [&](WDB_Node& node, const Bbox& box) {
+        if (put_dot(node, box, levels.edge_of(node))) return;
         const int level = is_finest_ ? 0 : levels.level_of(node);
         if (level < 0) return;
         const Viewer_Mesh& mesh = meshes_.mesh_of(*node.lod_item(level));
@@ -191,6 +246,8 @@ void Viewer_Painter::send_lamps(const WDB_Database& world) {
     });
     // As nolt_picture does where nothing shines.
     if (count == 0) places[count] = Vector(0, 0, 0), colors[count++] = Color(1, 1, 1);
+    light_ = Color(0, 0, 0);
+    for (int i = 0; i < count; ++i) light_ += colors[i];
     glUniform1i(lamp_count_, count);
     glUniform3fv(lamp_places_, count, &places[0].x);
     glUniform3fv(lamp_colors_, count, &colors[0].r);
@@ -266,6 +323,21 @@ void Viewer_Painter::draw_clear() {
     }
 }
 
+void Viewer_Painter::draw_dots(const Matrix4& view) {
+    if (dots_.empty()) return;
+    glUseProgram(dot_program_);
+    glUniformMatrix4fv(glGetUniformLocation(dot_program_, "view"), 1, GL_FALSE, view.to_c());
+    for (GLuint i = 3; i < 7; ++i) glDisableVertexAttribArray(i);
+    for (GLuint i = PLACE; i < PLACE + 3; ++i) glVertexAttribDivisor(i, 0);
+    glBindBuffer(GL_ARRAY_BUFFER, dot_buffer_);
+    glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(dots_.size() * sizeof(Dot)), dots_.data(),
+                 GL_STREAM_DRAW);
+    use_attribute(0, 3, GL_FLOAT, {.offset = offsetof(Dot, place), .stride = sizeof(Dot)});
+    use_attribute(1, 1, GL_FLOAT, {.offset = offsetof(Dot, size), .stride = sizeof(Dot)});
+    use_attribute(2, 3, GL_FLOAT, {.offset = offsetof(Dot, color), .stride = sizeof(Dot)});
+    glDrawArrays(GL_POINTS, 0, static_cast<GLsizei>(dots_.size()));
+}
+
 void Viewer_Painter::clear(int width, int height) {
     glViewport(0, 0, width, height);
     glClearColor(background.r, background.g, background.b, 1);
@@ -281,16 +353,18 @@ void Viewer_Painter::paint(WDB_Database& world, WDB_Camera& camera, int width, i
     turn[3] = Vector(0, 0, 0);
     const float aspect = static_cast<float>(width) / static_cast<float>(height);
     const Matrix4 view = turn * camera.get_render_projection(aspect);
-    collect(world, camera, width, height);
     glUseProgram(program_);
     // Row vectors of ours, columns of theirs: the same sixteen numbers.
     glUniformMatrix4fv(view_, 1, GL_FALSE, view.to_c());
     send_lamps(world);
+    collect(world, camera, width, height);
     send_places();
     glEnable(GL_DEPTH_TEST);
     glDepthFunc(GL_LEQUAL);             // lines on a surface
     for (const Batch& batch : batches_) // each has moved its first behind its last
         if (batch.is_opaque && batch.count > 0) draw(batch, batch.first - batch.count, batch.count);
+    draw_dots(view);
+    glUseProgram(program_);
     glEnable(GL_BLEND);
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glDepthMask(GL_FALSE);

@@ -6,8 +6,8 @@
 //
 // The world finds the shapes in view. Those that show the same mesh in the same look are drawn by
 // one call, each with its place beside it, so that many small things cost no more than their
-// triangles. What is transparent comes last, node by node from far to near. All is relative to the
-// eye, so that worlds far from their origin do not tremble.
+// triangles. What is transparent comes last, node by node from far to near. What is tiny is a dot.
+// All is relative to the eye, so that worlds far from their origin do not tremble.
 #ifndef TOOLS_VIEWER_PAINTER_H
 #define TOOLS_VIEWER_PAINTER_H
 
@@ -37,8 +37,16 @@ public:
     void set_finest(bool is_finest) { is_finest_ = is_finest; }
     bool is_finest() const { return is_finest_; }
 
+    // Levels of detail are those of a picture that is so many times smaller, and what is opaque and
+    // less than a pixel there is a round dot of its size and colour. 1 at first and at least; more
+    // makes pictures much cheaper, for while the camera moves.
+    void set_coarseness(double times) { coarseness_ = times; }
+
     // Of the last picture.
-    int shape_count() const { return static_cast<int>(opaque_.size() + clear_.size()); }
+    int shape_count() const {
+        return static_cast<int>(opaque_.size() + clear_.size() + dots_.size());
+    }
+    int dot_count() const { return static_cast<int>(dots_.size()); }
     long long item_count() const { return items_; } // triangles and lines
 
     // As the world is another one: what is kept from picture to picture.
@@ -71,27 +79,38 @@ private:
         Place place;
     };
 
+    struct Dot {
+        Vector place; // from the eye
+        float size;   // pixels
+        Color color;
+    };
+
     std::uint32_t batch_of(const Look& look);
+    bool put_dot(const WDB_Node& node, const Bbox& box, double edge);
     void collect(WDB_Database& world, WDB_Camera& camera, int width, int height);
     void send_lamps(const WDB_Database& world);
     void send_places();
     void draw(const Batch& batch, std::uint32_t first, std::uint32_t count);
     void draw_clear();
+    void draw_dots(const Matrix4& view);
     void mark(const WDB_Node& node);
 
-    GLuint program_ = 0, places_ = 0;
+    GLuint program_ = 0, dot_program_ = 0, places_ = 0, dot_buffer_ = 0;
     GLint view_ = 0, glow_ = 0, emission_ = 0, shine_ = 0, alpha_ = 0, is_lit_ = 0, lamp_count_ = 0,
           lamp_places_ = 0, lamp_colors_ = 0;
     Viewer_Meshes meshes_;
     const WDB_Material* const plain_ = new WDB_Material; // of nodes without one
     bool is_finest_ = false;
+    double coarseness_ = 1;
     long long items_ = 0;
 
     Point eye_ = Point(0, 0, 0);
+    Color light_ = Color(0, 0, 0);                             // of all lamps
     std::unordered_map<Look, std::uint32_t, Look_Hash> looks_; // to their batches
     std::vector<Batch> batches_;
     Std_Plain_Vector<Shape> opaque_, clear_;
     Std_Plain_Vector<Place> sorted_;
+    Std_Plain_Vector<Dot> dots_;
 };
 
 #endif

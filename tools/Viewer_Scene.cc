@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "std/Std_Line.h"
+#include "std/Std_Messager.h"
 #include "std/Std_URL.h"
 #include "tools/One_File.h"
 #include "wdb/WDB_Node.h"
@@ -82,6 +83,15 @@ std::string Viewer_Scene::edited_name() const {
     return (name.empty() || name[0] == '-' ? "scene" : name) + "_edited.3d";
 }
 
+namespace {
+// A save tells each node; warnings come all the same.
+class Silent_Messager : public Std_Messager {
+    STD_OBJ_CLASS(Silent_Messager, Std_Messager)
+    Silent_Messager() : Std_Messager(1, 0) {}
+    void refresh(const char*) override {}
+};
+} // namespace
+
 bool Viewer_Scene::save(const char* path, WDB_Node* viewer) {
     if (are_one_file(url_.c_str(), path)) {
         std_write_line("nolt_view: ", "the edited scene would take the place of the scene");
@@ -89,8 +99,11 @@ bool Viewer_Scene::save(const char* path, WDB_Node* viewer) {
     }
     WDB_Save_Options options;
     options.is_complete = true;
+    Std_Messager* const usual = std_get_current_messager();
+    std_set_current_messager(new Silent_Messager);
     world_->remove(viewer);
     const int result = wdb_save(*world_, path, options);
     world_->put(viewer);
+    std_set_current_messager(usual);
     return result != EOF;
 }

@@ -16,7 +16,7 @@
 
 static const char* const usage =
     "usage: nolt_view [-size WxH] [-camera name] [-save edited.3d] [-picture picture.png]\n"
-    "       [-script file] [-frames N] scene";
+    "       [-coarse N] [-script file] [-frames N] scene";
 
 #ifdef NOLT_VIEWER
 
@@ -57,7 +57,8 @@ struct Request {
     const char* picture = Picture_File::default_name();
     const char* script = nullptr;
     int width = 1280, height = 720;
-    int frames = 0; // to be measured; 0 for a user
+    int frames = 0;     // to be measured; 0 for a user
+    int coarseness = 0; // of all pictures; 0 for what the time allows
 };
 } // namespace
 
@@ -85,6 +86,10 @@ static Request scan_arguments(int argc, char** argv) {
         } else if (name == "-frames") {
             if (std::sscanf(value, "%6d%c", &request.frames, &end) != 1 || request.frames < 1)
                 fail("-frames takes a number from 1 on", wrong_usage);
+        } else if (name == "-coarse") {
+            if (std::sscanf(value, "%4d%c", &request.coarseness, &end) != 1 ||
+                request.coarseness < 1)
+                fail("-coarse takes a number from 1 on", wrong_usage);
         } else if (name == "-size") {
             if (std::sscanf(value, "%5dx%5d%c", &request.width, &request.height, &end) != 2 ||
                 request.width < 1 || request.height < 1)
@@ -112,14 +117,14 @@ public:
         glFinish();
         const std::chrono::duration<double, std::milli> taken =
             std::chrono::steady_clock::now() - start_;
-        // The first ones send what is kept.
+        // The first ones send what is kept, and find out how coarse to be.
         if (warm_up_-- > 0) return false;
         times_.push_back(taken.count());
         cpu_ += 1000.0 * static_cast<double>(std::clock() - cpu_start_) / CLOCKS_PER_SEC;
         if (static_cast<int>(times_.size()) < count_) return false;
         std::sort(times_.begin(), times_.end());
-        std::printf("%d shapes, %lld triangles and lines in view\n", painter.shape_count(),
-                    painter.item_count());
+        std::printf("%d shapes in view, %d of them dots; %lld triangles and lines\n",
+                    painter.shape_count(), painter.dot_count(), painter.item_count());
         std::printf("%d pictures, ms: best %.1f, median %.1f, worst %.1f; all threads %.1f\n",
                     count_, times_.front(), times_[times_.size() / 2], times_.back(),
                     cpu_ / count_);
@@ -128,7 +133,7 @@ public:
 
 private:
     const int count_;
-    int warm_up_ = 2;
+    int warm_up_ = 8;
     std::chrono::steady_clock::time_point start_;
     std::clock_t cpu_start_ = 0;
     double cpu_ = 0;
@@ -161,11 +166,12 @@ private:
 
     // Waits for one where nothing else is to be done. False at the end.
     bool take_events() {
-        const int patience = 100; // ms, until we look whether the file has changed
+        // ms, until the bar is longer, or the file may have changed.
+        const int patience = scene_.is_loading() ? 30 : 100;
         SDL_Event event;
-        bool has_event = is_busy_ || scene_.is_loading() ? SDL_PollEvent(&event)
-                                                         : SDL_WaitEventTimeout(&event, patience);
-        is_busy_ = is_automatic() || has_event;
+        const bool waits = !is_automatic() && !is_busy_;
+        bool has_event = waits ? SDL_WaitEventTimeout(&event, patience) : SDL_PollEvent(&event);
+        is_busy_ = has_event;
         for (; has_event; has_event = SDL_PollEvent(&event))
             if (!control_.handle(event)) return false;
         return true;
@@ -213,10 +219,11 @@ private:
         const double seconds = std::chrono::duration<double>(now - last_picture_).count();
         last_picture_ = now;
         if (control_.advance(seconds)) is_busy_ = true;
+        if (request_.frames > 0 && scene_.world()) orbit(), is_busy_ = true;
+        // The picture stays, and each is good enough.
+        if (!is_automatic() && !is_busy_ && !is_coarse_ && !scene_.is_loading()) return true;
         if (scene_.world()) {
-            if (request_.frames > 0) orbit();
-            painter_.paint(*scene_.world(), control_.camera(), window_.width(), window_.height(),
-                           control_.picked());
+            paint();
         } else {
             painter_.clear(window_.width(), window_.height());
         }
@@ -226,6 +233,22 @@ private:
         if (script_.has_failed()) status_ = wrong_usage;
         window_.show();
         return !is_over;
+    }
+
+    // While something moves, pictures are as coarse as they have to be to come in time.
+    void paint() {
+        const double coarsest = 16, too_long = 0.04, short_time = 0.02; // seconds
+        const bool is_given = request_.coarseness > 0 || script_.is_open();
+        const double given = std::max(request_.coarseness, 1);
+        is_coarse_ = !is_given && is_busy_ && coarseness_ > 1;
+        painter_.set_coarseness(is_given ? given : is_coarse_ ? coarseness_ : 1);
+        const double start = std_seconds_now();
+        painter_.paint(*scene_.world(), control_.camera(), window_.width(), window_.height(),
+                       control_.picked());
+        glFinish();
+        const double taken = std_seconds_now() - start;
+        if (taken > too_long) coarseness_ = std::min(coarseness_ * 2, coarsest);
+        if (taken < short_time) coarseness_ = std::max(coarseness_ / 2, 1.0);
     }
 
     void orbit() {
@@ -243,7 +266,8 @@ private:
     Viewer_Control control_;
     Viewer_Script script_;
     Frame_Times times_;
-    bool is_busy_ = true, has_world_ = false;
+    bool is_busy_ = true, has_world_ = false, is_coarse_ = false;
+    double coarseness_ = 1; // of pictures while something moves
     int status_ = 0;
     std::chrono::steady_clock::time_point last_look_, last_picture_;
 };

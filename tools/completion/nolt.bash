@@ -9,8 +9,9 @@ _nolt_values() {
     "nolt_fromvrml -tmp" | "nolt_frommodel -tmp" | "nolt_fromimage -pixels") ;;
     "nolt_frommodel -as") echo glb gltf obj stl ply dae fbx 3ds x3d ;;
     "nolt_picture -from") ;;
-    "nolt_picture -size") echo 640x480 800x600 1280x720 1920x1080 ;;
-    "nolt_picture -camera") echo default_camera ;;
+    "nolt_view -coarse" | "nolt_view -frames") ;;
+    "nolt_picture -size" | "nolt_view -size") echo 640x480 800x600 1280x720 1920x1080 ;;
+    "nolt_picture -camera" | "nolt_view -camera") echo default_camera ;;
     *) return 1 ;;
   esac
 }
@@ -22,6 +23,7 @@ _nolt_options() {
     nolt_frommodel) echo -as -tmp -images ;;
     nolt_fromimage) echo -pixels ;;
     nolt_picture) echo -o -size -camera -from ;;
+    nolt_view) echo -size -camera -save -picture -coarse -script -frames ;;
     nolt_check) echo -q ;;
   esac
 }
@@ -42,4 +44,4 @@ _nolt() {
   return 0
 }
 
-complete -o default -F _nolt nolt_sphere_world nolt_fromvrml nolt_frommodel nolt_fromimage nolt_picture nolt_check nolt_convert pcat
+complete -o default -F _nolt nolt_sphere_world nolt_fromvrml nolt_frommodel nolt_fromimage nolt_picture nolt_view nolt_check nolt_convert pcat
