@@ -163,15 +163,12 @@ void Viewer_Control::pick(int x, int y) {
     const float tolerance = 0.01f; // for lines
     const auto width = static_cast<float>(window_.width());
     const auto height = static_cast<float>(window_.height());
-    // What is seen is picked: the level that is drawn.
-    const WDB_Lod_View levels(*camera_, window_.width(), window_.height());
-    const float right = 2 * static_cast<float>(x) / width - 1;
-    const float above = 1 - 2 * static_cast<float>(y) / height;
-    const WDB_Pick pick =
-        painter_.is_finest()
-            ? camera_->detailed_pick_at_x_y(right, above, window_.aspect(), tolerance, false)
-            : camera_->detailed_pick_at_x_y(right, above, window_.aspect(), tolerance, false,
-                                            levels);
+    // What is seen is picked: the level that is drawn. In a picture so large that is the finest.
+    const int scale = painter_.is_finest() ? 1000 : 1;
+    const WDB_Lod_View levels(*camera_, scale * window_.width(), scale * window_.height());
+    const WDB_Pick pick = camera_->detailed_pick_at_x_y(2 * static_cast<float>(x) / width - 1,
+                                                        1 - 2 * static_cast<float>(y) / height,
+                                                        window_.aspect(), tolerance, false, levels);
     picked_ = pick.node;
     if (!picked_) {
         tell("nothing picked");

@@ -32,7 +32,7 @@ varying vec2 picture_point;
 void main() {
     vec4 p = vec4(position, 1.0);
     at = vec3(dot(p, place_x), dot(p, place_y), dot(p, place_z));
-    // Normals stay upright on their surface through the transposed inverse; its length is no matter.
+    // Normals stay upright on their surface through the transposed inverse, of any length.
     upright = vec3(dot(normal, cross(place_y.xyz, place_z.xyz)),
                    dot(normal, cross(place_z.xyz, place_x.xyz)),
                    dot(normal, cross(place_x.xyz, place_y.xyz)));
