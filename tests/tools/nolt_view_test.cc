@@ -25,7 +25,9 @@ protected:
         const bool is_there = read(ends[0], number, sizeof number - 1) > 0;
         close(ends[0]);
         if (!is_there) GTEST_SKIP() << "Xvfb does not start";
-        setenv("DISPLAY", (":" + std::to_string(std::atoi(number))).c_str(), 1);
+        char screen[16];
+        std::snprintf(screen, sizeof screen, ":%d", std::atoi(number));
+        setenv("DISPLAY", screen, 1);
         for (const char* setting : {"LIBGL_ALWAYS_SOFTWARE", "MESA_SHADER_CACHE_DISABLE"})
             setenv(setting, "true", 1);
         setenv("SDL_VIDEODRIVER", "x11", 1);
