@@ -47,7 +47,7 @@ static void mend_normal(Vector& normal, const Vector& face) {
     }
 }
 
-void Glb_Data::keep_good_items(const WDB_Mesh_Arrays& mesh, int* lost) {
+void Glb_Data::keep_good_items(const WDB_Mesh_Arrays& mesh, const Frame& place, int* lost) {
     vertices_.wipe_out();
     indices_.wipe_out();
     for (std::size_t i = 0; i < mesh.vertex_count(); ++i) vertices_.push(mesh.vertices()[i]);
@@ -55,7 +55,8 @@ void Glb_Data::keep_good_items(const WDB_Mesh_Arrays& mesh, int* lost) {
     for (std::size_t i = 0; i < mesh.index_count(); i += corners) {
         bool is_good = true;
         for (std::size_t c = 0; c < corners; ++c)
-            is_good &= is_finite(vertices_[mesh.index(i + c)].position);
+            is_good &= is_finite(vertices_[mesh.index(i + c)].position) &&
+                       is_finite(vertices_[mesh.index(i + c)].position * place);
         if (!is_good) {
             ++*lost;
             continue;
@@ -122,7 +123,7 @@ int Glb_Data::add_mesh(const WDB_Geometry& geometry, const HFrame& transform,
                            (shape.has_colors ? WDB_WITH_COLORS : 0u) |
                            (with_texture_points ? WDB_WITH_TEXTURES : 0u));
     arrays.update(geometry);
-    keep_good_items(arrays, lost);
+    keep_good_items(arrays, toFrame(transform), lost);
     if (indices_.count() == 0) return -1;
     write_vertices(shape, transform);
     shape.vertex_count = static_cast<std::uint32_t>(vertices_.count());

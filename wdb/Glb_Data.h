@@ -44,7 +44,7 @@ public:
 
     // What nodes of that geometry show, moved by the transform; with texture points only if they
     // are asked for, as corners that differ in nothing else are shared without. Triangles and lines
-    // with a number that is none are left out, and counted. -1 if none is left.
+    // with a number that is none, or none when moved, are left out, and counted. -1 if none is left.
     int add_mesh(const WDB_Geometry& geometry, const HFrame& transform, bool with_texture_points,
                  int* lost);
 
@@ -61,7 +61,7 @@ public:
 
 private:
     int add_view(const void* bytes, std::size_t size, std::uint32_t stride, bool holds_indices);
-    void keep_good_items(const WDB_Mesh_Arrays& mesh, int* lost);
+    void keep_good_items(const WDB_Mesh_Arrays& mesh, const Frame& place, int* lost);
     void write_vertices(Shape& shape, const HFrame& transform);
 
     const int file_;

@@ -27,6 +27,7 @@ int wdb_save_glb(WDB_Database&, const char*) {
 #include "base/Hash_Set.h"
 #include "base/Hash_Table.h"
 #include "images/PX_Map.h"
+#include "math/Viewer_Moves.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Output_File.h"
@@ -164,17 +165,11 @@ bool is_decomposable(const HFrame& place) {
     return true;
 }
 
-// The same view without its scale and shear: up and ahead stay.
+// The same view without its scale and shear.
 HFrame upright(const HFrame& place) {
-    Vector z(place[2].x, place[2].y, place[2].z), y(place[1].x, place[1].y, place[1].z);
-    if (!z.normalize()) z = Vector(0, 0, 1);
-    y -= dot(y, z) * z;
-    if (!y.normalize()) {
-        y = std::fabs(z.y) < 0.9f ? Vector(0, 1, 0) : Vector(1, 0, 0);
-        y -= dot(y, z) * z;
-        y.normalize();
-    }
-    return HFrame(Frame(cross(y, z), y, z, Point(place[3].x, place[3].y, place[3].z)));
+    const HFrame turned(fly_viewer(toFrame(place), 0, 0, 0));
+    if (is_decomposable(turned)) return turned;
+    return HFrame(Frame::translation(place[3].x, place[3].y, place[3].z));
 }
 
 bool is_view(const WDB_Node& node) {

@@ -96,9 +96,8 @@ TEST_F(Wdb_Save_Glb, what_nodes_share_stands_once) {
     EXPECT_EQ(at("/meshes/1/primitives/0"),
               "{\"attributes\":{\"POSITION\":0,\"NORMAL\":1},\"indices\":2,\"material\":0}");
     EXPECT_EQ(at("/meshes/3"), "nothing");
-    EXPECT_EQ(
-        at("/materials/0/pbrMetallicRoughness"),
-        "{\"baseColorFactor\":[1,0.5,1,1],\"metallicFactor\":0,\"roughnessFactor\":0.5}");
+    EXPECT_EQ(at("/materials/0/pbrMetallicRoughness"),
+              "{\"baseColorFactor\":[1,0.5,1,1],\"metallicFactor\":0,\"roughnessFactor\":0.5}");
     EXPECT_EQ(at("/accessors/0/min") + at("/accessors/0/max"), "[0,0,0][1,1,2]");
     EXPECT_EQ(numbers<float>(0, 3),
               (std::vector<float>{0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 2, 1, 0, 2, 0, 1, 2}));
@@ -159,12 +158,14 @@ TEST_F(Wdb_Save_Glb, what_has_no_form_is_told) {
     place[0][0] = none;
     nowhere->set_transform(place);
     world.put(nowhere);
+    world.put(node_with(nullptr, Frame::shear(1, 2, 3) * Frame::translation(7, 8, 9), "leaning"));
     world.put(new WDB_Camera("flat", HFrame::identity(), Matrix4::identity(), nullptr, nullptr));
     EXPECT_EQ(save(), WDB_SAVE_LOSES);
-    for (const char* what :
-         {"1 triangles or lines with", "1 nodes whose place", "1 geometries of other classes",
-          "1 projections of cameras", "1 shapes outside the bounds"})
+    for (const char* what : {"1 triangles or lines with", "1 nodes whose place",
+                             "1 cameras, lights and bare", "1 geometries of other classes",
+                             "1 projections of cameras", "1 shapes outside the bounds"})
         EXPECT_TRUE(holds(told, what)) << told;
+    EXPECT_TRUE(holds(at("/nodes"), ",0,0,0,1,0,7,8,9,1]}")) << at("/nodes");
     EXPECT_EQ(save("no/such/folder/x.glb"), EOF);
     EXPECT_TRUE(holds(told, "No such file or directory"));
     const Report_Catcher silence;
