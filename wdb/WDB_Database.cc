@@ -188,9 +188,9 @@ private:
     Listening& listening_;
 };
 
-// Requires: listeners.
+// The last listener may have gone meanwhile.
 void WDB_Database::tell(WDB_Node* node, Told told) {
-    is_heard();
+    if (!is_heard()) return;
     const Telling telling(*listening_);
     const Gap_List<WDB_Listener*>& listeners = listening_->listeners;
     for (int i = 0; i < listeners.count(); ++i) (listeners[i]->*told)(*this, *node);

@@ -20,8 +20,8 @@ void WDB_Geometry::end_editing() {
 }
 
 void WDB_Geometry::tell_if_unfinished() const {
-    // The stamp alone says nothing: a name given later makes it pass the box, too.
-    if (is_bbox_up_to_date() || (!editing_ && bbox_.is_ordered())) return;
+    // A name given later makes the stamp pass that of the box, too. Without a box that is 0.
+    if (is_bbox_up_to_date() || (!editing_ && bbox_stamp_ != 0)) return;
     if (is_told_.exchange(true, std::memory_order_relaxed)) return;
     const int warning = 2;
     std_assert(warning,

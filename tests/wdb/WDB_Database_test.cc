@@ -28,6 +28,31 @@ TEST(WDB_Database, bounds_and_editing) {
     EXPECT_EQ(reports.text, report + report);
 }
 
+// A geometry whose end_editing was forgotten; once, until the next one.
+TEST(WDB_Database, tells_of_unfinished_geometry) {
+    WDB_Database world;
+    const auto told = [&](WDB_Tri_List* list) {
+        const std::string text = reports_of([&] {
+            for (int i = 0; i < 2; ++i) world.put(node_with(list));
+        });
+        return std::count(text.begin(), text.end(), '\n');
+    };
+    const WDB_Triangle triangle(Point(0, 0, 0), Point(1, 0, 0), Point(0, 1, 0));
+    auto* const list = new WDB_Tri_List(1);
+    list->put(triangle, 0);
+    EXPECT_EQ(told(list), 1) << "no box";
+    list->end_editing();
+    list->set_name("named later");
+    EXPECT_EQ(told(list), 0);
+    list->begin_editing();
+    EXPECT_EQ(told(list), 1) << "is edited";
+    auto* const empty = new WDB_Tri_List(0);
+    empty->begin_editing();
+    empty->end_editing();
+    empty->set_name("empty");
+    EXPECT_EQ(told(empty), 0);
+}
+
 using Nodes = std::multiset<const WDB_Node*>;
 struct Walk {
     Nodes seen;
