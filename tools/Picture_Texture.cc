@@ -43,7 +43,8 @@ struct Texel_Pair {
 
     Texel_Pair(double t, int size, bool repeats) {
         if (!repeats) {
-            const double place = std::clamp(t * size - 0.5, 0.0, size - 1.0);
+            // In this order 0 for NaN.
+            const double place = std::min(std::max(0.0, t * size - 0.5), size - 1.0);
             first = static_cast<int>(place);
             second = std::min(first + 1, size - 1);
             part = static_cast<float>(place - first);

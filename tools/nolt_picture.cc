@@ -12,6 +12,7 @@
 //     Picture_Lighting    the lights of the world
 //     Picture_Texture     pixel maps at texture points
 //     Picture_File        PNG and SGI images
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cmath>
@@ -20,15 +21,15 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
+#include "std/Std_Allocator.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Line.h"
-#include "std/Std_URL.h"
 #include "tools/Load_Messager.h"
+#include "tools/One_File.h"
 #include "tools/Picture_File.h"
 #include "tools/Picture_Painter.h"
 #include "tools/Picture_View.h"
@@ -94,7 +95,10 @@ static void scan_direction(char** texts, Request* request) {
             fail_usage("-from takes three numbers, x, y and z");
     }
     if (request->from.iszero()) fail_usage("-from 0 0 0 is no direction");
-    request->from = oknormalize(request->from);
+    // Neither its square nor its root is to be lost.
+    const float largest = std::max(
+        {std::fabs(request->from.x), std::fabs(request->from.y), std::fabs(request->from.z)});
+    request->from = oknormalize(request->from / largest);
 }
 
 static Request scan_arguments(int argc, char** argv) {
@@ -160,22 +164,10 @@ static void show_progress(double fraction) {
     }
 }
 
-static bool are_one_file(const char* scene, const char* output) {
-    const Std_URL url(scene);
-    struct stat of_scene, of_output;
-    const auto stat_scene = [&] {
-        return url.is_standard_input() ? fstat(STDIN_FILENO, &of_scene)
-                                       : stat(url.get_path(), &of_scene);
-    };
-    return url.is_local() && stat_scene() == 0 && stat(output, &of_output) == 0 &&
-           S_ISREG(of_scene.st_mode) && of_scene.st_dev == of_output.st_dev &&
-           of_scene.st_ino == of_output.st_ino;
-}
-
 // No walk finds what stands outside the bounds that a scene gives its world: that world as it is,
 // or one whose bounds hold all.
 static WDB_Database* with_all(WDB_Database* world) {
-    std::vector<WDB_Node*> nodes;
+    std::vector<WDB_Node*, std_allocator<WDB_Node*>> nodes;
     const auto add = [&](WDB_Node& node, const Bbox&) { nodes.push_back(&node); };
     if (!world->apply_to_shapes_outside(nullptr,
                                         [](SUniv*, const WDB_Node*, const Bbox&) { return true; }))
