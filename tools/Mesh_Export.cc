@@ -202,7 +202,7 @@ private:
     std::map<const WDB_Texture*, std::string> pictures_;
     WDB_Mesh_Arrays arrays_{WDB_WITH_NORMALS | WDB_WITH_TEXTURES};
     long long vertices_ = 0;
-    bool is_good_ = true;
+    int error_ = 0;
 };
 
 // Of what is not a blank: names end there.
@@ -220,8 +220,8 @@ std::string Obj_Export::picture_of(const WDB_Texture& texture) {
     if (png.empty()) return at->second;
     const std::string rest = str_format("_%zu.png", pictures_.size());
     Output& out = outputs_.emplace_back();
-    is_good_ = is_good_ && out.open(base_ + rest);
-    if (is_good_) out.buffer().bytes(reinterpret_cast<const char*>(png.data()), png.size());
+    if (error_ == 0 && !out.open(base_ + rest)) error_ = errno;
+    if (error_ == 0) out.buffer().bytes(reinterpret_cast<const char*>(png.data()), png.size());
     return at->second = file_name(rest);
 }
 
@@ -282,9 +282,9 @@ const char* Obj_Export::save(WDB_Database& world, const char* path, int* lost) {
         if (!outputs_.emplace_back().open(name)) return std::strerror(errno);
     outputs_[0].text("mtllib ").text(file_name(".mtl\n").c_str());
     *lost = for_each_list(world, [&](const Placed& p) {
-        if (is_good_) put_shape(p);
+        if (error_ == 0) put_shape(p);
     });
-    return is_good_ ? commit(outputs_) : std::strerror(errno);
+    return error_ == 0 ? commit(outputs_) : std::strerror(error_);
 }
 
 } // namespace
