@@ -47,7 +47,9 @@ std::string std_path_to_own_commands() {
     const ssize_t length = readlink("/proc/self/exe", folders.data(), folders.size());
     folders.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
     folders.resize(std_folder_length(folders.c_str()));
-    folders.append(":" NOLT_BINDIR);
-    // An empty PATH would be the current folder.
+    // Nothing before or behind a colon would be the current folder; inside a name it parts folders.
+    if (folders.find(':') != folders.npos) folders.clear();
+    if (!folders.empty()) folders += ':';
+    folders += NOLT_BINDIR;
     return std::string("PATH=${PATH:+$PATH:}") + std_shell_argument(folders.c_str()) + " ";
 }
