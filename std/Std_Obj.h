@@ -103,6 +103,7 @@ public:
     static bool instance_same(Std_Obj* const& a, Std_Obj* const& b) { return a == b; }
 
 private:
+    friend class Std_Weak_Cell;
     static int next_instance_id();
 
     int instance_id_;

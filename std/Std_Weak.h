@@ -21,21 +21,24 @@
 
 #include "std/Std_GC.h"
 
+class Std_Obj;
+
 // The target of a weak pointer and its copies, in memory that is not scanned. Internal.
 class Std_Weak_Cell {
 public:
-    // Requires: `id` is the instance id of `target`, which is not null.
-    static Std_Weak_Cell* make(void* target, int id);
+    // Requires: `target` is `object`, which is not null, as its own class has it.
+    static Std_Weak_Cell* make(void* target, const Std_Obj* object);
 
-    // The target, perhaps one that was deleted; null once it is collected.
+    // The target; null once it is gone.
     void* get() const;
-    // Memory that is used again after a delete bears another id, or none.
-    int id() const { return id_; }
 
 private:
-    Std_Weak_Cell(void* target, int id) : target_(target), id_(id) {}
+    Std_Weak_Cell(void* target, const int* id_place)
+        : target_(target), id_place_(id_place), id_(*id_place) {}
+    void* read() const;
 
-    void* target_; // the collector clears it
+    void* target_;              // the collector clears it
+    const int* const id_place_; // in the target
     const int id_;
 };
 
@@ -45,14 +48,11 @@ public:
     // Null counts as no target.
     Std_Weak(T* target = nullptr)
         : cell_(target ? Std_Weak_Cell::make(const_cast<void*>(static_cast<const void*>(target)),
-                                             target->get_instance_id())
+                                             target)
                        : nullptr) {}
 
     // The target; null for none, and once it is gone.
-    T* get() const {
-        T* const target = cell_ ? static_cast<T*>(cell_->get()) : nullptr;
-        return target && target->get_instance_id() == cell_->id() ? target : nullptr;
-    }
+    T* get() const { return cell_ ? static_cast<T*>(cell_->get()) : nullptr; }
 
 private:
     Std_Weak_Cell* cell_;
