@@ -16,12 +16,13 @@ void WDB_Geometry::end_editing() {
         bbox_stamp_ = get_stamp();
     }
     editing_ = false;
+    was_finished_ = true;
     is_told_.store(false, std::memory_order_relaxed);
 }
 
 void WDB_Geometry::tell_if_unfinished() const {
-    // A name given later makes the stamp pass that of the box, too. Without a box that is 0.
-    if (is_bbox_up_to_date() || (!editing_ && bbox_stamp_ != 0)) return;
+    // A name given later makes the stamp pass that of the box, too.
+    if (is_bbox_up_to_date() || (!editing_ && was_finished_)) return;
     if (is_told_.exchange(true, std::memory_order_relaxed)) return;
     const int warning = 2;
     std_assert(warning,
@@ -44,6 +45,7 @@ float WDB_Geometry::line_intersection(const Point& p, const Point& q, float tole
 void WDB_Geometry::set_bbox(const Bbox& box) {
     bbox_ = box;
     bbox_stamp_ = get_stamp();
+    was_finished_ = true;
 }
 
 void WDB_Geometry::touch_beside_bbox() {

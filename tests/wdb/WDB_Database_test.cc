@@ -35,7 +35,9 @@ TEST(WDB_Database, tells_of_unfinished_geometry) {
         const std::string text = reports_of([&] {
             for (int i = 0; i < 2; ++i) world.put(node_with(list));
         });
-        return std::count(text.begin(), text.end(), '\n');
+        int reports = 0;
+        for (std::size_t at = 0; (at = text.find("end_editing", at)) != text.npos; ++at) ++reports;
+        return reports;
     };
     const WDB_Triangle triangle(Point(0, 0, 0), Point(1, 0, 0), Point(0, 1, 0));
     auto* const list = new WDB_Tri_List(1);
