@@ -61,7 +61,7 @@ private:
     Bbox bbox_;
     int bbox_stamp_;
     bool editing_;
-    bool was_finished_ = false; // once, or its box was set
+    bool was_finished_ = false;                 // once, or its box was set
     mutable std::atomic<bool> is_told_ = false; // that it is unfinished; several worlds may ask
 };
 
