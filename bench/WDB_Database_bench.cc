@@ -1,8 +1,8 @@
 // Worlds of many cameras: what a moved shape and a pick cost, against a loop over all cameras for
 // each. And the walk over what a camera shows of many spheres, against a loop over all nodes that
-// asks is_visible; "shown" is how many nodes both meet. And what it costs to move a tenth of all nodes
-// to and fro, and to look for the first time at a new world, each with a look at a small part of it;
-// against a flat array of boxes.
+// asks is_visible; "shown" is how many nodes both meet. And what it costs to move a tenth of all
+// nodes to and fro, and to look for the first time at a new world, each with a look at a small part
+// of it; against a flat array of boxes.
 #include "wdb/WDB_Database.h"
 
 #include <cstring>

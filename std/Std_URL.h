@@ -12,9 +12,9 @@
 //
 // A document is opened as a file and judged by what was opened: only plain files are read, and none
 // of /proc and the like. The stream is that file, or a pipe from a command that unpacks it
-// ("gunzip", "zcat", "pcat"). A document from http is first stored in a file without a name. Servers
-// are asked in the oldest form first; "curl" asks those that answer in a later one, and by https.
-// Not to be used from two threads.
+// ("gunzip", "zcat", "pcat"). A document from http is first stored in a file without a name.
+// Servers are asked in the oldest form first; "curl" asks those that answer in a later one, and by
+// https. Not to be used from two threads.
 #ifndef STD_STD_URL_H
 #define STD_STD_URL_H
 

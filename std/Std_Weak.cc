@@ -2,8 +2,8 @@
 //    when they run again, but under its lock: a link that is read without the lock may lead to
 //    what is about to be reused.
 // 2. delete leaves links as they are. The memory stays readable until the next collection has
-//    cleared them; it reads as zero, or is in use again: the instance id tells. It is read by its address, since
-//    there may be no object any more.
+//    cleared them; it reads as zero, or is in use again: the instance id tells. It is read by its
+//    address, since there may be no object any more.
 #include "std/Std_Weak.h"
 
 #include <gc.h>

@@ -24,7 +24,8 @@ Picture_View::Picture_View(WDB_Database& world) : world_(world) {
 
 namespace {
 // How far all reaches to both sides of a picture's axis, for an eye that looks along `back` and
-// sees `slope` to each side at a distance of 1: from `depth` along `back`, or beyond, it can see all.
+// sees `slope` to each side at a distance of 1: from `depth` along `back`, or beyond, it can see
+// all.
 struct Reach {
     double depth;
     double low_side = HUGE_VAL, high_side = -HUGE_VAL; // without regard to depth

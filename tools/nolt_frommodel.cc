@@ -7,6 +7,7 @@
 // Materials and data beside the model are read from the folder NOLT_MODEL_FOLDER, or from the
 // current one without a prefix. A process of its own, with limits of time and memory: what that
 // library does with a hostile file ends here.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -76,13 +77,16 @@ static bool read_input(std::string* text) {
 }
 
 // Sanitizers need more memory than there is.
-static void set_limits() {
+static void set_limits(std::size_t length) {
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
     const rlimit memory = {rlim_t{4} << 30, rlim_t{4} << 30};
     setrlimit(RLIMIT_AS, &memory);
 #endif
-    const rlimit seconds = {600, 600};
-    setrlimit(RLIMIT_CPU, &seconds);
+    // Some readers go round in a small hostile file for a very long time.
+    const rlim_t least = 60, most = 600, bytes_a_second = 100000;
+    const rlim_t seconds = std::min(least + length / bytes_a_second, most);
+    const rlimit time = {seconds, seconds};
+    setrlimit(RLIMIT_CPU, &time);
 }
 
 static int convert(const Options& options) {
@@ -91,7 +95,7 @@ static int convert(const Options& options) {
     for (const int threshold : {M_TRIM_THRESHOLD, M_MMAP_THRESHOLD}) mallopt(threshold, much);
     std::string document;
     if (!read_input(&document)) return FAILED;
-    set_limits();
+    set_limits(document.size());
     Assimp::Importer importer;
     importer.SetIOHandler(new Model_Files(std::move(document), options.suffix, options.folder));
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);

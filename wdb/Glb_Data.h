@@ -44,7 +44,8 @@ public:
 
     // What nodes of that geometry show, moved by the transform; with texture points only if they
     // are asked for, as corners that differ in nothing else are shared without. Triangles and lines
-    // with a number that is none, or none when moved, are left out, and counted. -1 if none is left.
+    // with a number that is none, or none when moved, are left out, and counted. -1 if none is
+    // left.
     int add_mesh(const WDB_Geometry& geometry, const HFrame& transform, bool with_texture_points,
                  int* lost);
 

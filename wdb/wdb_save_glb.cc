@@ -146,8 +146,8 @@ bool has_numbers(const HFrame& place) {
     return true;
 }
 
-// The format wants matrices that are a scale, then a turn, then a move: with rows that stand upright
-// on one another.
+// The format wants matrices that are a scale, then a turn, then a move: with rows that stand
+// upright on one another.
 bool is_decomposable(const HFrame& place) {
     const double slack = 1e-6;
     const Vector4* const rows[] = {&place[0], &place[1], &place[2]};

@@ -16,8 +16,8 @@ struct Counting_Probe {
     int& looks;
 };
 
-// Boxes come alone or together, move, go and get other numbers. What is found is what a loop finds, and few nodes are
-// looked into for it: the bounds are what a good tree takes, and 2 in a hundred.
+// Boxes come alone or together, move, go and get other numbers. What is found is what a loop finds,
+// and few nodes are looked into for it: the bounds are what a good tree takes, and 2 in a hundred.
 TEST(Box_Index, finds_boxes_in_few_nodes) {
     const Bbox bounds(Point(0, 0, 0), Point(100, 100, 100));
     const struct {
