@@ -8,7 +8,7 @@
 //
 // Corners share a vertex if all that they have is equal bit for bit. Vertices stand in the order in
 // which the list comes to them, and indices in the order of the list: three for each triangle, two
-// for each line. Working memory is kept from one update to the next.
+// for each line.
 #ifndef WDB_WDB_MESH_ARRAYS_H
 #define WDB_WDB_MESH_ARRAYS_H
 
