@@ -1,5 +1,6 @@
 #include "tools/Model_Files.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
