@@ -73,9 +73,8 @@ static Request scan_arguments(int argc, char** argv) {
         }
         const char* const value = i + 1 < argc ? argv[++i] : nullptr;
         char end;
-        if (!value) {
-            fail(usage, wrong_usage);
-        } else if (name == "-camera") {
+        if (!value) fail(usage, wrong_usage);
+        if (name == "-camera") {
             request.camera = value;
         } else if (name == "-save") {
             request.save_as = value;
