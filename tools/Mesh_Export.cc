@@ -4,19 +4,23 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include <strings.h>
+#include <unistd.h>
 
 #include "images/Plain_Png.h"
 #include "std/Std_Allocator.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Output_File.h"
-#include "wdb/Scene_Buffer.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Light.h"
@@ -69,38 +73,55 @@ int for_each_list(WDB_Database& world, Visit visit) {
     return others;
 }
 
-// A file that is written through a block and gets its place with others.
+// A file that is written as a stream and gets its place with others.
 class Output {
 public:
-    // On failure: false, with errno; as flush and finish.
+    Output() = default;
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+    ~Output() {
+        if (stream_) std::fclose(stream_);
+    }
+
+    // On failure: false, with errno; as finish.
     bool open(const std::string& path) {
         if (!file_.open(path.c_str(), Std_Output_File::FOLLOW_LINKS)) return false;
-        buffer_.open(file_.descriptor());
-        return true;
+        const int descriptor = dup(file_.descriptor());
+        stream_ = descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
+        return stream_ != nullptr;
     }
-    Scene_Buffer& text(const char* text) { return buffer_.text(text); }
-    Scene_Buffer& buffer() { return buffer_; }
+    Output& bytes(const char* bytes, std::size_t count) {
+        if (std::fwrite(bytes, 1, count, stream_) != count && error_ == 0) error_ = errno;
+        return *this;
+    }
+    Output& text(const char* text) { return bytes(text, std::strlen(text)); }
+    Output& integer(long long value) { return text(std::to_string(value).c_str()); }
     template<class T>
     void raw(const T& value) {
-        char bytes[sizeof value];
-        std::memcpy(bytes, &value, sizeof value);
-        buffer_.bytes(bytes, sizeof value);
+        char copy[sizeof value];
+        std::memcpy(copy, &value, sizeof value);
+        bytes(copy, sizeof value);
     }
     void numbers(const float* values, int count) {
         // The shortest text that reads back to the same bits.
-        char text[32];
+        char number[32];
         for (int i = 0; i < count; ++i) {
-            const char* const end = std::to_chars(text, text + sizeof text, values[i]).ptr;
-            buffer_.text(" ").bytes(text, static_cast<std::size_t>(end - text));
+            const char* const end = std::to_chars(number, number + sizeof number, values[i]).ptr;
+            text(" ").bytes(number, static_cast<std::size_t>(end - number));
         }
-        buffer_.text("\n");
+        text("\n");
     }
-    bool finish() { return buffer_.flush() && file_.prepare(); }
+    bool finish() {
+        const int error = std::fclose(std::exchange(stream_, nullptr)) == 0 ? error_ : errno;
+        errno = error;
+        return error == 0 && file_.prepare();
+    }
     Std_Output_File* file() { return &file_; }
 
 private:
     Std_Output_File file_;
-    Scene_Buffer& buffer_ = *new (GCAtomic) Scene_Buffer;
+    std::FILE* stream_ = nullptr;
+    int error_ = 0; // the first
 };
 
 // Where the collector sees what they hold.
@@ -152,11 +173,11 @@ const char* export_ply(WDB_Database& world, const char* path, int* lost) {
     if (!out.open(path)) return std::strerror(errno);
     const std::uint32_t triangles = count_triangles(world);
     out.text("ply\nformat binary_little_endian 1.0\nelement vertex ");
-    out.buffer().integer(3LL * triangles);
+    out.integer(3LL * triangles);
     out.text("\nproperty float x\nproperty float y\nproperty float z\nproperty float nx\n"
              "property float ny\nproperty float nz\nproperty uchar red\nproperty uchar green\n"
              "property uchar blue\nelement face ");
-    out.buffer().integer(triangles);
+    out.integer(triangles);
     out.text("\nproperty list uchar uint vertex_indices\nend_header\n");
     *lost = for_each_list(world, [&](const Placed& p) {
         const WDB_Material* const m = p.node.get_material();
@@ -221,7 +242,7 @@ std::string Obj_Export::picture_of(const WDB_Texture& texture) {
     const std::string rest = str_format("_%zu.png", pictures_.size());
     Output& out = outputs_.emplace_back();
     if (error_ == 0 && !out.open(base_ + rest)) error_ = errno;
-    if (error_ == 0) out.buffer().bytes(reinterpret_cast<const char*>(png.data()), png.size());
+    if (error_ == 0) out.bytes(reinterpret_cast<const char*>(png.data()), png.size());
     return at->second = file_name(rest);
 }
 
