@@ -135,7 +135,8 @@ std::string Model_Converter::texture_of(const aiMaterial& m) {
     const aiTexture* const embedded = scene_.GetEmbeddedTexture(path.C_Str());
     const std::string url = embedded ? image_of(*embedded) : relative_url(path.C_Str());
     if (url.empty() || !vrml_is_scene_string(url)) {
-        if (!embedded) skip("texture with a long, broken or foreign path");
+        // What could not be stored has been told.
+        if (!embedded || !url.empty()) skip("texture with a long, broken or foreign path");
         return {};
     }
     at->second = out_.new_name("texture");

@@ -15,9 +15,8 @@
 
 #include <malloc.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
+#include "tools/Read_Input.h"
 #include "tools/Tool_Answers.h"
 
 #ifdef NOLT_MODELS
@@ -57,24 +56,7 @@ static bool read_options(int argc, char** argv, Options* options) {
 
 #ifdef NOLT_MODELS
 
-static bool read_input(std::string* text) {
-    const std::size_t most_bytes = std::size_t{1} << 30, block = 1 << 16;
-    struct stat status;
-    // The size of a file is known, and then the text needs no room to grow.
-    if (fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode) &&
-        static_cast<std::size_t>(status.st_size) <= most_bytes)
-        text->reserve(static_cast<std::size_t>(status.st_size) + 2 * block);
-    std::size_t got;
-    do {
-        const std::size_t size = text->size();
-        text->resize(size + block);
-        got = std::fread(text->data() + size, 1, block, stdin);
-        text->resize(size + got);
-    } while (got > 0 && text->size() <= most_bytes);
-    if (text->size() <= most_bytes) return true;
-    std::fprintf(stderr, "nolt_frommodel: the model is too long\n");
-    return false;
-}
+static const std::size_t most_bytes = std::size_t{1} << 30;
 
 // Sanitizers need more memory than there is.
 static void set_limits(std::size_t length) {
@@ -94,7 +76,10 @@ static int convert(const Options& options) {
     const int much = 1 << 30;
     for (const int threshold : {M_TRIM_THRESHOLD, M_MMAP_THRESHOLD}) mallopt(threshold, much);
     std::string document;
-    if (!read_input(&document)) return FAILED;
+    if (!read_input(&document, most_bytes)) {
+        std::fprintf(stderr, "nolt_frommodel: the model is too long\n");
+        return FAILED;
+    }
     set_limits(document.size());
     Assimp::Importer importer;
     importer.SetIOHandler(new Model_Files(std::move(document), options.suffix, options.folder));

@@ -10,32 +10,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <sys/stat.h>
-#include <unistd.h>
 
+#include "tools/Read_Input.h"
 #include "tools/Tool_Answers.h"
 #include "tools/Vrml_Converter.h"
 
-static bool read_input(std::string* text) {
-    const std::size_t most_bytes = 128u << 20, block = 1 << 16;
-    struct stat status;
-    // The size of a file is known, and then the text needs no room to grow.
-    const bool is_file = fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode) &&
-                         static_cast<std::size_t>(status.st_size) <= most_bytes;
-    text->reserve(is_file ? static_cast<std::size_t>(status.st_size) + block : block);
-    std::size_t got;
-    do {
-        const std::size_t size = text->size();
-        text->resize(size + block);
-        got = std::fread(text->data() + size, 1, block, stdin);
-        text->resize(size + got);
-        if (text->size() > most_bytes) {
-            std::fprintf(stderr, "nolt_fromvrml: the file is too long\n");
-            return false;
-        }
-    } while (got > 0);
-    return true;
-}
+static const std::size_t most_bytes = std::size_t{128} << 20;
 
 int main(int argc, char** argv) {
     static const char usage[] = "usage: nolt_fromvrml [-tmp PREFIX] < VRML > scene";
@@ -46,7 +26,10 @@ int main(int argc, char** argv) {
         return 2;
     }
     std::string text;
-    if (!read_input(&text)) return 1;
+    if (!read_input(&text, most_bytes)) {
+        std::fprintf(stderr, "nolt_fromvrml: the file is too long\n");
+        return 1;
+    }
     Vrml_Options options;
     if (has_prefix) options.prefix = argv[2];
     const char* const folder = std::getenv("NOLT_VRML_FOLDER");

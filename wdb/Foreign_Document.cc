@@ -104,7 +104,12 @@ static const char* new_folder() {
     const std::string name =
         std::string(temporary && *temporary ? temporary : "/tmp") + "/nolt_imagesXXXXXX";
     char* const folder = str_new(name.c_str());
-    return mkdtemp(folder);
+    if (!mkdtemp(folder)) return nullptr;
+    // The scene names it, whose own folder may be another than the current one.
+    char* const real = realpath(folder, nullptr);
+    const char* const place = real ? str_new(real) : folder;
+    std::free(real);
+    return place;
 }
 
 void Foreign_Document::remove_images(const char* folder) {
