@@ -1,7 +1,6 @@
 #include "wdb/WDB_Database.h"
 
 #include <algorithm>
-#include <bit>
 #include <cfloat>
 #include <cmath>
 
@@ -9,21 +8,11 @@
 #include "std/Std_Common.h"
 #include "wdb/Default_View.h"
 #include "wdb/Extent_Signal.h"
-#include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Geometry.h"
 #include "wdb/WDB_Light.h"
 #include "wdb/WDB_Listener.h"
 #include "wdb/World_Box.h"
-
-namespace {
-// What default_camera looks for, and what it found.
-struct Named_Search_Environment {
-    const char* name;
-    WDB_Node* node;
-    bool is_only;
-};
-} // namespace
 
 namespace {
 // A query along a segment, and the nearest node so far.
@@ -35,17 +24,13 @@ struct RT_Environment {
     WDB_Node* node;
     Default_View view;
 };
-} // namespace
 
-namespace {
 // A client's callback on its way through the walks of tree and set.
-struct WDB_Database_Wrapped_Env {
+struct Wrapped_Callback {
     SUniv* user;
     WDB_Apply_Callback callback;
 };
-} // namespace
 
-namespace {
 // A walk of this thread that calls back to the program. Those of other threads need no look: while
 // they ask, nobody may change the world anyway.
 class Walk {
@@ -98,7 +83,7 @@ struct WDB_Database::Listening {
 };
 
 // A node without geometry has no extent, but it has a place.
-static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node* node) {
+static bool wrapped_apply_cb(const Wrapped_Callback& env, const WDB_Node* node) {
     if (node->get_geometry()) return env.callback(env.user, node, world_box(node));
     const Point origin = toPoint(node->get_transform()[3]);
     return env.callback(env.user, node, Bbox(origin, origin));
@@ -107,15 +92,29 @@ static bool wrapped_apply_cb(const WDB_Database_Wrapped_Env& env, const WDB_Node
 static bool apply_to_set(const WDB_Database* world, const Hash_Set<WDB_Node*>& set, SUniv* user,
                          WDB_Apply_Callback callback) {
     const Walk walk(world, Walk::OVER_SETS);
-    const WDB_Database_Wrapped_Env env = {user, callback};
+    const Wrapped_Callback env = {user, callback};
     for (Hash_Set_Iter<WDB_Node*> i(set); !i.off(); i.forth())
         if (wrapped_apply_cb(env, *i())) return true;
     return false;
 }
 
+namespace {
+class Shape_Walk {
+public:
+    Shape_Walk(const WDB_Database* world, SUniv* user, WDB_Apply_Callback callback)
+        : walk_(world, Walk::OVER_SHAPES), wrapped_{user, callback} {}
+
+    SUniv* env() { return Conv<Wrapped_Callback*>::to_univ(&wrapped_); }
+
+private:
+    const Walk walk_;
+    Wrapped_Callback wrapped_;
+};
+} // namespace
+
 // The tree's entries are nodes, its box is the one they were filed under.
 static bool shape_cb(SUniv* user, SUniv* item, const Bbox& box) {
-    const auto* env = Conv<const WDB_Database_Wrapped_Env*>::from_univ(user);
+    const auto* env = Conv<const Wrapped_Callback*>::from_univ(user);
     return env->callback(env->user, Conv<WDB_Node*>::from_univ(item), box);
 }
 
@@ -229,58 +228,50 @@ bool WDB_Database::apply_to_cameras(SUniv* user, WDB_Apply_Callback callback) co
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply(walk.env(), shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, const Bbox& box,
                                    WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), box, shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply(walk.env(), box, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, const Matrix4& m,
                                    WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m, shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply(walk.env(), m, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, const Matrix4& m1, const Matrix4& m2,
                                    WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m1, m2, shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply(walk.env(), m1, m2, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, const Point& p, const Point& q,
                                    WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), p, q, shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply(walk.env(), p, q, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Bbox& box,
                                              WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), box, shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply_unordered(walk.env(), box, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Matrix4& m,
                                              WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), m, shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply_unordered(walk.env(), m, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes_unordered(SUniv* user, const Point& p, const Point& q,
                                              WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply_unordered(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), p, q, shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply_unordered(walk.env(), p, q, shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes_unordered(SUniv* user, WDB_Camera* camera, float aspect,
@@ -290,142 +281,13 @@ bool WDB_Database::apply_to_shapes_unordered(SUniv* user, WDB_Camera* camera, fl
 }
 
 bool WDB_Database::apply_to_shapes_outside(SUniv* user, WDB_Apply_Callback callback) const {
-    const Walk walk(this, Walk::OVER_SHAPES);
-    WDB_Database_Wrapped_Env env = {user, callback};
-    return shapes_.apply_to_outside(Conv<WDB_Database_Wrapped_Env*>::to_univ(&env), shape_cb);
+    Shape_Walk walk(this, user, callback);
+    return shapes_.apply_to_outside(walk.env(), shape_cb);
 }
 
 bool WDB_Database::apply_to_shapes(SUniv* user, WDB_Camera* camera, float aspect,
                                    WDB_Apply_Callback callback) const {
     return apply_to_shapes(user, camera->get_viewing_x_render_projection(aspect), callback);
-}
-
-static bool visible_shape_cb(SUniv* count, SUniv*, const Bbox&) {
-    ++*Conv<int*>::from_univ(count);
-    return false;
-}
-
-int WDB_Database::visible_shape_count(const Matrix4& m) const {
-    int count = 0;
-    shapes_.apply(Conv<int*>::to_univ(&count), m, visible_shape_cb);
-    return count;
-}
-
-static constexpr float default_fov = 0.61086524f; // 35 degrees
-static_assert(std::bit_cast<unsigned int>(default_fov) == 0x3F1C61AA);
-
-// Stops at the second node of the name.
-static bool named_search_callback(SUniv* user, const WDB_Node* node, const Bbox&) {
-    auto* const env = Conv<Named_Search_Environment*>::from_univ(user);
-    if (!node->is_named(env->name)) return false;
-    // A second one only tells that the order of the set, and so the addresses, chose the first.
-    env->is_only = !env->node;
-    if (env->is_only) env->node = const_cast<WDB_Node*>(node);
-    return !env->is_only;
-}
-
-static const char default_camera_name[] = "default_camera";
-
-// Every candidate of a pick asks, also those of several threads. What was found stays right until a
-// listed camera is given a name, or the listed ones change: see forget_default_camera.
-// False if there is none.
-bool WDB_Database::find_default_camera() {
-    if (!signal_->knows_names) {
-        Named_Search_Environment env = {default_camera_name, nullptr, false};
-        apply_to_cameras(Conv<Named_Search_Environment*>::to_univ(&env), named_search_callback);
-        default_camera_ = WDB_Camera::castdown(env.node);
-        is_only_default_camera_ = env.is_only;
-        signal_->knows_names = true;
-    }
-    return default_camera_ != nullptr;
-}
-
-// A camera comes or goes.
-void WDB_Database::forget_default_camera(const WDB_Node* node) {
-    // Where one camera alone has the name, others of other names do not matter. Where several have
-    // it, any change of the set may bring another one to the front.
-    if (is_only_default_camera_ && node != default_camera_ && !node->is_named(default_camera_name))
-        return;
-    signal_->knows_names = false;
-    default_camera_ = nullptr; // one that has gone is kept alive no longer
-}
-
-// Planes that hold the whole world from wherever lookat places the camera.
-void WDB_Database::show_all(WDB_Camera* camera) {
-    // lookat stands some two and a half diagonals in front of the box at most, so that five reach
-    // behind its far side. The limits keep the planes apart where the world is a point.
-    const float diagonals = 5.0f, smallest_far = 10.0f;
-    const float depth_ratio = 10000.0f, smallest_near = 0.001f;
-    float far_plane = mag(get_bbox().size()) * diagonals;
-    if (far_plane < smallest_far) far_plane = smallest_far;
-    float near_plane = far_plane / depth_ratio;
-    if (near_plane < smallest_near) near_plane = smallest_near;
-    camera->set_projection(Matrix4::perspective(default_fov, near_plane, far_plane));
-    camera->lookat(*this, true);
-}
-
-// Requires: a camera.
-void WDB_Database::copy_first_camera(WDB_Camera* camera) const {
-    // Its geometry and material stay behind: only the view is wanted.
-    const WDB_Camera* const first = WDB_Camera::castdown(*cameras_.get_one_item());
-    camera->set_projection(first->get_projection());
-    camera->set_transform(first->get_transform());
-    camera->set_ipd(first->get_ipd());
-}
-
-// A saved view may belong to another world: taken blindly, it could show nothing.
-bool WDB_Database::shows_enough(const Matrix4& projection, const HFrame& frame) const {
-    const double least_coverage = 0.1;
-    Matrix4 viewing;
-    if (!invert(frame, viewing)) return false;
-    const Matrix4 m = viewing * projection;
-    // Both are asked: the box of the world may fill a picture in which no shape is.
-    return visible_shape_count(m) > 0 &&
-           static_cast<double>(get_bbox().coverage(m)) > least_coverage;
-}
-
-WDB_Camera* WDB_Database::default_camera() {
-    return default_camera_with([this](WDB_Camera* camera) { show_all(camera); });
-}
-
-WDB_Camera* WDB_Database::default_camera(const Matrix4& projection, const HFrame& frame) {
-    return default_camera_with([&](WDB_Camera* camera) {
-        if (!shows_enough(projection, frame)) return show_all(camera);
-        camera->set_projection(projection);
-        camera->set_transform(frame);
-    });
-}
-
-// Every call counts as an edit, whether or not it adds the camera.
-template<class Aim>
-WDB_Camera* WDB_Database::default_camera_with(Aim aim) {
-    if (!signal_->knows_names || !default_camera_) {
-        const std::lock_guard lock(searching_);
-        if (!find_default_camera()) return add_default_camera(aim);
-    }
-    count_edits(1);
-    return default_camera_;
-}
-
-template<class Aim>
-WDB_Camera* WDB_Database::add_default_camera(Aim aim) {
-    const bool was_editing = editing_;
-    if (!was_editing) begin_editing();
-    WDB_Camera* const camera = new_standard_camera(default_camera_name);
-    // A scene that brings cameras was made to be seen through them.
-    if (cameras_.count() > 0) {
-        copy_first_camera(camera);
-    } else {
-        aim(camera);
-    }
-    put(camera);
-    if (!was_editing) end_editing();
-    return camera;
-}
-
-void WDB_Database::prepare_queries() {
-    default_camera();
-    shapes_.check_pending_nodes();
 }
 
 // Never stops the walk: the order of the boxes says nothing about the order of the hits.
@@ -485,23 +347,6 @@ void WDB_Database::print_contents(std::ostream& os) const {
 
 void WDB_Database::invalidate_render_projections() {
     ++signal_->raised;
-}
-
-void WDB_Database::list_camera(WDB_Camera* camera) {
-    const int before = cameras_.count();
-    cameras_.put(camera);
-    if (cameras_.count() != before) {
-        camera->begin_listing(signal_);
-        forget_default_camera(camera);
-    } else if (!is_only_default_camera_) {
-        signal_->knows_names = false; // the put may have ordered the set anew
-    }
-}
-
-void WDB_Database::drop_camera(WDB_Camera* camera) {
-    cameras_.remove(camera);
-    forget_default_camera(camera);
-    camera->end_listing(signal_);
 }
 
 void WDB_Database::list_by_class(WDB_Node* node) {

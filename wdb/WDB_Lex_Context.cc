@@ -204,6 +204,12 @@ void WDB_Lex_Context::skip_until_brace() {
     while (!is_eof() && !is_at_brace()) next_line();
 }
 
+void WDB_Lex_Context::check_close(const char* error) {
+    if (is_at_brace()) return;
+    show_error(error);
+    skip_until_brace();
+}
+
 bool WDB_Lex_Context::current_line_starts_with(const char* keyword) const {
     return strncasecmp(current_line_, keyword, std::strlen(keyword)) == 0;
 }

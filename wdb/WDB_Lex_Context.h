@@ -74,6 +74,8 @@ public:
     bool is_at_brace() const { return current_line_[0] == '}'; }
     // To the closing line, which stays current, or to the end.
     void skip_until_brace();
+    // Unless the closing line is current: shows the error, and skips to it.
+    void check_close(const char* error);
     bool current_line_starts_with(const char* keyword) const;
     const char* current_line_after_keyword(const char* keyword) const;
     const char* get_current_line() const { return current_line_; }

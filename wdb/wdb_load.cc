@@ -1,7 +1,5 @@
 #include "wdb/wdb_load.h"
 
-#include <algorithm>
-#include <climits>
 #include <cstring>
 #include <string>
 #include <strings.h>
@@ -18,26 +16,16 @@
 #include "std/Std_Report.h"
 #include "std/Std_URL.h"
 #include "wdb/Document_Kind.h"
-#include "wdb/Item_Pile.h"
 #include "wdb/Load_Progress.h"
 #include "wdb/Standard_Camera.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Lex_Context.h"
 #include "wdb/WDB_Light.h"
-#include "wdb/WDB_Line_List.h"
 #include "wdb/WDB_Material.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Sym_Context.h"
 #include "wdb/WDB_Texture.h"
-#include "wdb/WDB_Tri_List.h"
-
-// The close of a block is current, or what stands before it is skipped.
-static void check_close(WDB_Lex_Context& lex, const char* error) {
-    if (lex.is_at_brace()) return;
-    lex.show_error(error);
-    lex.skip_until_brace();
-}
 
 static Std_URL* url_of_last_string(const WDB_Lex_Context& lex) {
     return new Std_URL(lex.get_last_string());
@@ -62,7 +50,7 @@ void try_get_load_context(WDB_Lex_Context& lex, WDB_Sym_Context&) {
     } else {
         lex.show_error("Invalid base url");
     }
-    check_close(lex, "unknown loading context field");
+    lex.check_close("unknown loading context field");
 }
 
 // What a scene names must not be without an end, such as a device, the standard input or a pipe
@@ -140,7 +128,7 @@ void try_get_import(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         return;
     }
     while (lex.try_get_string("file") && !lex.is_cancelled()) import_file(lex, sym);
-    check_close(lex, "unknown import field");
+    lex.check_close("unknown import field");
     sym.set_unit_factor(unit_factor);
     sym.set_current_transform(transform);
     sym.set_current_default_url(default_url);
@@ -155,7 +143,7 @@ void try_get_world(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     database->set_name(lex.get_last_header());
     // Counts also if this world turns out to be one too many.
     if (lex.try_get_float("unit")) sym.set_unit_factor(lex.get_last_float());
-    check_close(lex, "unknown world field");
+    lex.check_close("unknown world field");
     sym.put_database(database);
 }
 
@@ -171,7 +159,7 @@ void try_get_material(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     if (lex.try_get_color("specular")) material->set_specular(lex.get_last_color());
     if (lex.try_get_float("shininess")) material->set_shininess(lex.get_last_float());
     if (lex.try_get_float("alpha")) material->set_alpha(lex.get_last_float());
-    check_close(lex, "unknown material field");
+    lex.check_close("unknown material field");
     sym.put_material(material);
 }
 
@@ -217,113 +205,10 @@ void try_get_texture(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         // Not before: the map has read the file when it was made.
         delete_source(lex, sym, url, texture->get_image());
     }
-    check_close(lex, "unknown texture field");
+    lex.check_close("unknown texture field");
     if (!texture) return;
     sym.put_texture(texture);
     if (lex.get_progress()) lex.get_progress()->tell();
-}
-
-namespace {
-enum Normals { AS_THEY_ARE, TOO_SHORT, SCALED };
-} // namespace
-
-static const float nearly_unit = 0.99f; // squared length; longer ones are not touched
-
-// Brings normals to unit length if any of them is shorter; too short for that is a squared length
-// below `floor`.
-template<int Count>
-static Normals mend_normals(Vector* const (&normals)[Count], float floor) {
-    bool all_unit = true, any_zero = false;
-    for (const Vector* n : normals) {
-        const float square = mag2(*n);
-        if (square < nearly_unit) all_unit = false;
-        if (square < floor) any_zero = true;
-    }
-    if (all_unit) return AS_THEY_ARE;
-    // What is left of so short a vector is mostly rounding: scaled up, it would point anywhere.
-    if (any_zero) return TOO_SHORT;
-    for (Vector* n : normals) n->normalize();
-    return SCALED;
-}
-
-static WDB_Tri_List* new_tri_list(const char* name, Item_Pile<WDB_Triangle>& pile,
-                                  bool with_colors) {
-    auto* const list = new WDB_Tri_List(pile.count(), [&](WDB_Triangle* to) { pile.pour(to); });
-    list->begin_editing();
-    list->set_name(name);
-    list->set_with_colors(with_colors);
-    list->end_editing();
-    return list;
-}
-
-void try_get_trilist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
-    if (!lex.try_get_header("trianglelist")) return;
-    const float floor = 1e-8f;
-    bool any_colored = false;
-    Item_Pile<WDB_Triangle> triangles;
-    // Dropped without a word: a large mesh may have thousands that have no area, and so no normal.
-    const auto take = [&](WDB_Triangle triangle, bool is_colored) {
-        if (mend_normals<3>({&triangle.n0, &triangle.n1, &triangle.n2}, floor) == TOO_SHORT) return;
-        triangles.push(triangle);
-        any_colored |= is_colored;
-    };
-    // A bad triangle ends this, and the rest of the block goes with it.
-    lex.try_get_triangles("triangle", sym.get_unit_factor(), take);
-    check_close(lex, "Unknown trilist field");
-    if (triangles.count() == 0) {
-        lex.show_error("empty triangle list or all triangles skipped");
-    } else {
-        sym.put_geometry(new_tri_list(lex.get_last_header(), triangles, any_colored));
-    }
-}
-
-static WDB_Line_List* new_line_list(const char* name, Item_Pile<WDB_Line>& pile, bool with_colors,
-                                    bool with_normals, bool with_textures) {
-    auto* const list = new WDB_Line_List(pile.count(), [&](WDB_Line* to) { pile.pour(to); });
-    list->begin_editing();
-    list->set_name(name);
-    list->set_with_colors(with_colors);
-    list->set_with_normals(with_normals);
-    list->set_with_textures(with_textures);
-    list->end_editing();
-    return list;
-}
-
-// Appends the last line, with normals that are good.
-static void append_line(const WDB_Lex_Context& lex, Item_Pile<WDB_Line>& lines) {
-    const float floor = 1e-5f;
-    WDB_Line line = lex.get_last_line();
-    switch (mend_normals<2>({&line.n0, &line.n1}, floor)) {
-    case TOO_SHORT:
-        lex.show_error_near("last line", "skipping because of zero-length normal");
-        return;
-    case SCALED:
-        lex.show_error_near("last line", "non-unit normal renormalized");
-        break;
-    case AS_THEY_ARE:
-        break;
-    }
-    lines.push(line);
-}
-
-void try_get_linelist(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
-    if (!lex.try_get_header("linelist")) return;
-    bool any_colored = false, any_lighted = false, any_textured = false;
-    Item_Pile<WDB_Line> lines;
-    while (lex.try_get_line("line", sym.get_unit_factor())) {
-        // Those of lines that are dropped count, too.
-        any_colored |= lex.get_last_line_is_colored();
-        any_lighted |= lex.get_last_line_is_lighted();
-        any_textured |= lex.get_last_line_is_textured();
-        append_line(lex, lines);
-    }
-    check_close(lex, "Unknown linelist field");
-    if (lines.count() == 0) {
-        lex.show_error("empty line list or skipped all lines");
-    } else {
-        sym.put_geometry(
-            new_line_list(lex.get_last_header(), lines, any_colored, any_lighted, any_textured));
-    }
 }
 
 // The first name of a reference list, of which only one counts.
@@ -388,7 +273,7 @@ void try_get_node(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         new WDB_Node("Anonymous_node", HFrame::identity(), nullptr, nullptr, nullptr);
     node->set_name(lex.get_last_header());
     get_node_common(node, lex, sym);
-    check_close(lex, "unknown node field");
+    lex.check_close("unknown node field");
     sym.put_node(node);
 }
 
@@ -402,7 +287,7 @@ void try_get_camera(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         camera->set_projection(lex.get_last_projection());
         camera->set_ipd(lex.get_last_float());
     }
-    check_close(lex, "unknown camera field");
+    lex.check_close("unknown camera field");
     sym.put_node(camera);
 }
 
@@ -412,7 +297,7 @@ void try_get_light(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     light->set_name(lex.get_last_header());
     get_node_common(light, lex, sym);
     if (lex.try_get_float("angle")) light->set_angle(deg_to_rad(lex.get_last_float()));
-    check_close(lex, "unknown light field");
+    lex.check_close("unknown light field");
     sym.put_node(light);
 }
 
@@ -455,7 +340,7 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         try_get_load_context(lex, sym);
         if (read_block(lex, sym)) has_blocks = true;
         if (!lex.is_eof()) {
-            check_close(lex, "confused by earlier errors, skipping until brace");
+            lex.check_close("confused by earlier errors, skipping until brace");
             lex.next_line();
         }
         heap.collect_if_grown();
