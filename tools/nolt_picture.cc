@@ -22,9 +22,7 @@
 #include <cstring>
 #include <string_view>
 #include <unistd.h>
-#include <vector>
 
-#include "std/Std_Allocator.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Line.h"
@@ -167,17 +165,14 @@ static void show_progress(double fraction) {
 // No walk finds what stands outside the bounds that a scene gives its world: that world as it is,
 // or one whose bounds hold all.
 static WDB_Database* with_all(WDB_Database* world) {
-    std::vector<WDB_Node*, std_allocator<WDB_Node*>> nodes;
-    const auto add = [&](WDB_Node& node, const Bbox&) { nodes.push_back(&node); };
-    if (!world->apply_to_shapes_outside(nullptr,
-                                        [](SUniv*, const WDB_Node*, const Bbox&) { return true; }))
-        return world;
-    world->for_each_node(add);
-    world->for_each_shape(add);
+    WDB_Database::List<WDB_Node> outside;
+    const auto add = [&](WDB_Node& node, const Bbox&) { outside.push_back(&node); };
     const WDB_Visit visit(add);
     world->apply_to_shapes_outside(visit.user(), visit.callback());
+    if (outside.empty()) return world;
     auto* const all = new WDB_Database(WDB_FOLLOWING);
-    for (WDB_Node* node : nodes) all->put(node);
+    for (const auto& nodes : {world->nodes(), world->shapes(), outside})
+        for (WDB_Node* node : nodes) all->put(node);
     return all;
 }
 

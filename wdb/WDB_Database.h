@@ -24,12 +24,14 @@
 #include <cstdint>
 #include <mutex>
 #include <ostream>
+#include <vector>
 
 #include "base/Hash_Set.h"
 #include "math/Bbox.h"
 #include "math/Geometry.h"
 #include "math/Matrix4.h"
 #include "math/Split_Box_Tree.h"
+#include "std/Std_Allocator.h"
 #include "std/Std_Univ.h"
 #include "wdb/WDB_Node.h"
 #include "wdb/WDB_Obj.h"
@@ -161,6 +163,16 @@ class WDB_Database : public WDB_Obj {
     bool for_each_shape_unordered(WDB_Camera* camera, float aspect, WDB_Visit v) const {
         return apply_to_shapes_unordered(v.user(), camera, aspect, v.callback());
     }
+
+    // What the walks of these names meet, in their order, as lists of the caller's own, which stay
+    // as they are when the world changes; they keep the objects alive.
+    //     for (WDB_Camera* camera : world.cameras()) camera->set_transform(frame);
+    template<class T>
+    using List = std::vector<T*, std_allocator<T*>>;
+    List<WDB_Node> nodes() const;
+    List<WDB_Light> lights() const;
+    List<WDB_Camera> cameras() const;
+    List<WDB_Node> shapes() const;
 
     // The shapes outside the bounds, in the order in which they were put.
     bool apply_to_shapes_outside(SUniv* user, WDB_Apply_Callback callback) const;

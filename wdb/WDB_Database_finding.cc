@@ -1,4 +1,5 @@
-// What is looked for by name: walks up to the first object that has it.
+// What is looked for by name, by walks up to the first object that has it; and what walks meet, as
+// lists.
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Geometry.h"
@@ -88,4 +89,31 @@ const WDB_Texture* WDB_Database::find_texture(const char* name) const {
 
 WDB_Geometry* WDB_Database::find_geometry(const char* name) const {
     return find(this, &WDB_Database::apply, name, look_at_geometries);
+}
+
+namespace {
+template<class T>
+WDB_Database::List<T> listed(const WDB_Database* world, Walk walk) {
+    WDB_Database::List<T> list;
+    const auto add = [&list](WDB_Node& node, const Bbox&) { list.push_back(T::castdown(&node)); };
+    const WDB_Visit visit(add);
+    (world->*walk)(visit.user(), visit.callback());
+    return list;
+}
+} // namespace
+
+WDB_Database::List<WDB_Node> WDB_Database::nodes() const {
+    return listed<WDB_Node>(this, &WDB_Database::apply_to_nodes);
+}
+
+WDB_Database::List<WDB_Light> WDB_Database::lights() const {
+    return listed<WDB_Light>(this, &WDB_Database::apply_to_lights);
+}
+
+WDB_Database::List<WDB_Camera> WDB_Database::cameras() const {
+    return listed<WDB_Camera>(this, &WDB_Database::apply_to_cameras);
+}
+
+WDB_Database::List<WDB_Node> WDB_Database::shapes() const {
+    return listed<WDB_Node>(this, &WDB_Database::apply_to_shapes);
 }

@@ -171,8 +171,10 @@ static WDB_Texture* new_texture(const WDB_Lex_Context& lex, WDB_Sym_Context& sym
         if (!may_be_endless(url) || url->is_standard_input()) url = new Std_URL("");
     }
     auto* const texture = new WDB_Texture(new PX_Map(url, 0));
-    // The map has told why.
-    if (!reason && !texture->get_image()->is_complete()) ++sym.report().errors;
+    // The map has told why, but not of which image.
+    if (!reason && !texture->get_image()->is_complete())
+        lex.show_error_near(lex.get_last_header(), str_format("its image is not whole: %.900s",
+                                                              url->get_url_string().chars()));
     texture->set_name(lex.get_last_header());
     return texture;
 }

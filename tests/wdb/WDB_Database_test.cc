@@ -306,4 +306,8 @@ TEST(WDB_Database, must_not_change_under_a_walk) {
     }
 
     world.put(node_with(list)); // no walk is under way any more
+    ASSERT_EQ(world.cameras(), WDB_Database::List<WDB_Camera>{eye});
+    EXPECT_TRUE(world.nodes().size() == 2 && world.shapes().size() == 2 && world.lights().empty());
+    for (WDB_Node* node : world.shapes()) world.remove(node);
+    EXPECT_EQ(world.shape_count(), 0);
 }

@@ -204,7 +204,8 @@ TEST_F(Wdb_Load, what_does_not_come_back) {
     std::filesystem::create_directory("elsewhere");
     put_file("elsewhere/scene", saved(&before));
     EXPECT_TRUE(holds(reports_of([&] { load("elsewhere/scene"); }), "DUMMY"));
-    EXPECT_EQ(errors(), "");
+    EXPECT_EQ(errors(),
+              "[elsewhere/scene-12]: Error near `x' - its image is not whole: elsewhere/x.rgb\n");
     EXPECT_EQ(node("n")->get_texture()->get_image()->get_width(), 4)
         << "the image stands elsewhere";
     ASSERT_EQ(triangles("n")->count(), 1) << "the normal near zero is gone";
