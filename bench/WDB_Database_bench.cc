@@ -172,8 +172,8 @@ struct Moves {
 } // namespace
 
 static void move_a_tenth(benchmark::State& state) {
-    Moves stage(state.range(0), state.range(1));
-    int at[2] = {};
+    Moves stage(state.range(0), state.range(1)), other(state.range(0), state.range(1));
+    int at[3] = {};
     const auto next = [&](int side) -> const std::vector<HFrame>& {
         return stage.places[at[side] ^= 1];
     };
@@ -188,8 +188,14 @@ static void move_a_tenth(benchmark::State& state) {
         for (std::size_t i = 0; i < places.size(); ++i) stage.nodes[i]->set_transform(places[i]);
         return stage.look();
     };
-    side_by_side(state, static_cast<std::int64_t>(stage.nodes.size()), {{"array", array}},
-                 {"ours", ours});
+    const auto at_once = [&] {
+        const auto& places = next(2);
+        other.spheres.world->set_transforms(other.nodes.data(), places.data(),
+                                            static_cast<int>(places.size()));
+        return other.look();
+    };
+    side_by_side(state, static_cast<std::int64_t>(stage.nodes.size()),
+                 {{"array", array}, {"one by one", ours}}, {"ours", at_once});
 }
 
 static void first_look(benchmark::State& state) {
