@@ -178,10 +178,12 @@ Std_Heap_Watch::Std_Heap_Watch() {
     // Growing by little at a time would mean a collection at almost every step.
     if (GC_get_free_bytes() < heap / free_share) GC_expand_hp(heap / 2);
     size_ = GC_get_heap_size();
+    taken_ = GC_get_total_bytes();
 }
 
 void Std_Heap_Watch::collect_if_grown() const {
-    if (GC_get_heap_size() != size_) GC_gcollect();
+    const std::size_t little = std::size_t(1) << 20;
+    if (GC_get_heap_size() != size_ && GC_get_total_bytes() - taken_ > little) GC_gcollect();
 }
 
 void std_expect(std::size_t bytes) {

@@ -96,11 +96,13 @@ class Std_Heap_Watch {
 public:
     Std_Heap_Watch();
 
-    // A full collection, if the heap has grown since.
+    // A full collection, if the heap has grown since; but not if so little was taken meanwhile that
+    // another thread must have grown it: of two at work, each would collect for the other.
     void collect_if_grown() const;
 
 private:
-    std::size_t size_;
+    std::size_t size_;  // of the heap
+    std::size_t taken_; // by all since the start of the process
 };
 
 // For programs that know how much they are about to keep: takes address space for that many bytes

@@ -10,6 +10,7 @@
 #include "math/Bbox.h"
 #include "std/Std_Common.h"
 #include "std/Std_GC.h"
+#include "std/Std_Heap_Ahead.h"
 #include "std/Std_Limits.h"
 #include "std/Std_Load_Budget.h"
 #include "std/Std_Plain_Numbers.h"
@@ -328,6 +329,7 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
     const std::string beginning(lex.get_current_line(), strnlen(lex.get_current_line(), enough));
     const int errors_before = lex.get_error_count();
     bool has_blocks = false;
+    Std_Heap_Ahead ahead;
     while (!lex.is_eof() && !lex.is_cancelled()) {
         // What the writer leaves in place of a geometry that it cannot write. It has no closing
         // brace.
@@ -338,6 +340,7 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         }
         // A block may leave much behind; between two of them, least of it is still in use.
         const Std_Heap_Watch heap;
+        ahead.step();
         // Without a base it leaves the next line, which may begin a block.
         try_get_load_context(lex, sym);
         if (read_block(lex, sym)) has_blocks = true;

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "std/Std_Collector.h"
+#include "std/Std_Heap_Ahead.h"
 #include "std/Std_Messager.h"
 #include "std/Std_Obj.h"
 #include "tests/Collected.h"
@@ -119,3 +121,21 @@ TEST(Std_GC, nothrow_new_is_the_collectors_and_may_answer_null) {
     EXPECT_EQ(new (std::nothrow) char[std::size_t(1) << 46], nullptr);
     EXPECT_EQ(::operator new(std::size_t(1) << 46, std::align_val_t(256), std::nothrow), nullptr);
 }
+
+#ifndef NOLT_PLAIN_HEAP
+TEST(Std_GC, a_step_collects_after_what_it_took_itself) {
+    const std::size_t megabyte = std::size_t(1) << 20;
+    const auto collects = [](std::size_t growth, std::size_t taken) {
+        Std_Heap_Ahead ahead;
+        const Std_Heap_Watch watch;
+        const std::uint64_t before = Std_Collector::collection_count();
+        std_expect(growth); // as another thread may
+        std_release(new (GCAtomic) char[taken]);
+        ahead.step(); // touches what is free, and keeps none
+        watch.collect_if_grown();
+        return Std_Collector::collection_count() != before;
+    };
+    EXPECT_FALSE(collects(16 * megabyte, 1000));
+    EXPECT_TRUE(collects(32 * megabyte, 2 * megabyte));
+}
+#endif
