@@ -8,6 +8,7 @@
 #include <gc.h>
 
 #include "std/Std_Assert.h"
+#include "std/Std_GC.h"
 #include "std/Std_New.h"
 
 constinit thread_local bool Std_Collector::is_known_ = false;
@@ -49,8 +50,8 @@ static void add_thread_locals_of_program() {
 // if this made the thread known.
 static bool start() {
     const bool is_first = !GC_is_init_called();
-    // One marker: the collector then starts no threads of its own.
-    GC_set_markers_count(1);
+    // With one marker the collector starts no threads of its own.
+    GC_set_markers_count(&std_markers ? std_markers : 1);
     // A child of fork has no use for the threads of its parent.
     GC_set_handle_fork(1);
     GC_INIT();

@@ -110,6 +110,17 @@ private:
 // comes into use, and what is too much to be had is left alone.
 void std_expect(std::size_t bytes);
 
+// How many threads look for what is in use while a collection holds all others back: one, unless
+// the program says
+//
+//     NOLT_MARKERS(2)                 // in one source of it, outside of all functions
+//
+// With two, a collection among a million nodes takes half as long, where a second processor is
+// free. Each more is a thread that the collector starts with the program, for good; processes that
+// it forks have none.
+extern const unsigned int std_markers [[gnu::weak, gnu::visibility("default")]];
+#define NOLT_MARKERS(count) const unsigned int std_markers = count;
+
 // The placement in which the object at `p` allocates its parts: the pool that holds it, else GC.
 STD_TMP_ALLOC_POOL_T* std_get_subobject_placement(const void* p);
 
