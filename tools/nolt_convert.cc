@@ -1,6 +1,7 @@
 // Converts whatever loads to the format that the name of the result tells.
 //
 //     nolt_convert town.wrl town.glb
+//     nolt_convert -instances town.wrl town.glb
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -25,7 +26,7 @@ static int fail(const char* message, int status = 1) {
 }
 
 // The status of the command. What is lost is told on the way.
-static int save(WDB_Database& world, const char* path) {
+static int save(WDB_Database& world, const char* path, const WDB_Glb_Options& glb) {
     const std::string_view name(path);
     if (is_mesh_file(path)) {
         int lost = 0;
@@ -36,7 +37,7 @@ static int save(WDB_Database& world, const char* path) {
                            str_format("left out %d lines, cameras and lights", lost));
         return 0;
     }
-    const int result = name.ends_with(".glb") ? wdb_save_glb(world, path)
+    const int result = name.ends_with(".glb") ? wdb_save_glb(world, path, glb)
                                               : wdb_save(world, path, {.is_complete = true});
     return result == EOF ? 1 : 0;
 }
@@ -48,19 +49,24 @@ int main(int argc, char** argv) {
     std_take_standard_descriptors();
 
     const int wrong_usage = 2;
-    static const char usage[] = "usage: nolt_convert SCENE RESULT.{3d,glb,obj,ply,stl}";
+    static const char usage[] = "usage: nolt_convert SCENE RESULT.{3d,glb,obj,ply,stl}\n"
+                                "       nolt_convert -instances SCENE RESULT.glb";
     if (tool_answers(argc, argv, usage)) return 0;
-    if (argc != 3 || argv[1][0] == '\0') return fail(usage, wrong_usage);
-    const std::string_view result(argv[2]);
-    if (!result.ends_with(".3d") && !result.ends_with(".glb") && !is_mesh_file(argv[2]))
-        return fail(usage, wrong_usage);
-    if (are_one_file(argv[1], argv[2])) return fail("the result would take the place of the scene");
+    const WDB_Glb_Options glb = {.has_instances =
+                                     argc == 4 && std::string_view(argv[1]) == "-instances"};
+    const int first = glb.has_instances ? 2 : 1;
+    if (argc != first + 2 || argv[first][0] == '\0') return fail(usage, wrong_usage);
+    const char *const scene = argv[first], *const result = argv[first + 1];
+    const bool is_glb = std::string_view(result).ends_with(".glb");
+    const bool is_other = std::string_view(result).ends_with(".3d") || is_mesh_file(result);
+    if (!is_glb && (!is_other || glb.has_instances)) return fail(usage, wrong_usage);
+    if (are_one_file(scene, result)) return fail("the result would take the place of the scene");
     std_set_current_messager(new Load_Messager);
     WDB_Load_Report report;
-    WDB_Database* const world = wdb_load(argv[1], nullptr, report);
-    if (!world) return fail(str_format("cannot read %.400s", argv[1]));
-    const int status = save(*world, argv[2]);
+    WDB_Database* const world = wdb_load(scene, nullptr, report);
+    if (!world) return fail(str_format("cannot read %.400s", scene));
+    const int status = save(*world, result, glb);
     if (status != 0) return status;
     if (report.errors == 0) return 0;
-    return fail(str_format("%d errors in %.300s: the rest was converted", report.errors, argv[1]));
+    return fail(str_format("%d errors in %.300s: the rest was converted", report.errors, scene));
 }

@@ -52,6 +52,11 @@ public:
     // The view of the picture as PNG; -1 if it has no such form.
     int add_picture(const PX_Map& picture);
 
+    // The view of numbers that are no vertices.
+    int add_numbers(const Plain_Array<float>& numbers) {
+        return add_view(numbers.cells(), numbers.count() * sizeof(float), 0, false);
+    }
+
     const Plain_Array<View>& views() const { return views_; }
     const Plain_Array<Shape>& shapes() const { return shapes_; }
     std::uint64_t size() const { return size_; }

@@ -6,7 +6,7 @@
 
 #ifndef NOLT_JSON
 
-int wdb_save_glb(WDB_Database&, const char*) {
+int wdb_save_glb(WDB_Database&, const char*, const WDB_Glb_Options&) {
     std_warn("Cannot write GLB: built without rapidjson (Debian: rapidjson-dev)");
     return EOF;
 }
@@ -33,6 +33,7 @@ int wdb_save_glb(WDB_Database&, const char*) {
 #include "std/Std_Output_File.h"
 #include "std/Std_URL.h"
 #include "wdb/Glb_Data.h"
+#include "wdb/Glb_Instances.h"
 #include "wdb/Glb_Json.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
@@ -45,9 +46,11 @@ namespace {
 
 // One save. The world is walked four times, always in one order: for what is textured; what nodes
 // share is collected and its vertices stored; the nodes are written, and then their coarser levels.
+// If there are to be instances, they are counted before they are collected.
 class Glb_Writer {
 public:
-    Glb_Writer(WDB_Database& world, const char* path) : world_(world), path_(path) {}
+    Glb_Writer(WDB_Database& world, const char* path, const WDB_Glb_Options& options)
+        : world_(world), path_(path), options_(options) {}
     Glb_Writer(const Glb_Writer&) = delete;
     Glb_Writer& operator=(const Glb_Writer&) = delete;
 
@@ -76,6 +79,10 @@ private:
     // Whether its geometry is written in its place, as no matrix of the format tells that.
     static bool is_moved_along(const WDB_Node& node);
     void collect(const WDB_Node& node);
+    void expect_instances();
+    void store_instances();
+    // The mesh that it shows as one instance of several; else none.
+    int instanced_mesh(const WDB_Node& node);
     int shape_of(const WDB_Node& node, const WDB_Geometry& geometry);
     int look_of(const WDB_Node& node, bool has_colors);
     int mesh_of(const WDB_Node& node, const WDB_Geometry& geometry);
@@ -83,11 +90,13 @@ private:
     void write(Glb_Json& json);
     void write_nodes(Glb_Json& json);
     void write_node(Glb_Json& json, const WDB_Node& node);
+    void write_instances(Glb_Json& json, int mesh);
     void write_levels(Glb_Json& json, const WDB_Node& node);
     void write_place(Glb_Json& json, const WDB_Node& node);
     void write_meshes(Glb_Json& json);
     void write_attributes(Glb_Json& json, int shape);
     void write_accessors(Glb_Json& json);
+    void write_instance_accessors(Glb_Json& json);
     void write_views(Glb_Json& json);
     void write_looks(Glb_Json& json);
     void write_look(Glb_Json& json, const Look& look);
@@ -101,6 +110,7 @@ private:
 
     WDB_Database& world_;
     const char* const path_;
+    const WDB_Glb_Options options_;
     Glb_Data data_;
     // Numbers, by the ids of objects: shapes by geometry, or by node and geometry where that is
     // moved; looks by material and texture; meshes by shape and look; pictures by texture.
@@ -111,6 +121,8 @@ private:
     Plain_Array<Mesh> meshes_;
     Gap_List<const WDB_Camera*> cameras_;
     Gap_List<const WDB_Light*> lights_;
+    Glb_Instances instances_;
+    int instance_views_ = none, accessors_ = 0; // the first of three; those of shapes
     int nodes_ = 0, levels_ = 0;
     int cameras_written_ = 0, lights_written_ = 0, levels_written_ = 0;
     Losses losses_;
@@ -176,6 +188,17 @@ bool is_view(const WDB_Node& node) {
     return WDB_Camera::is_instance(&node) || WDB_Light::is_instance(&node);
 }
 
+// The accessors of a shape stand one behind the other.
+int accessor_count(const Glb_Data::Shape& shape) {
+    return 2 + shape.has_normals + shape.has_texture_points + shape.has_colors;
+}
+
+bool can_be_instance(const WDB_Node& node) {
+    const HFrame& place = node.get_transform();
+    return node.lod_count() > 0 && !is_view(node) && is_decomposable(place) &&
+           Glb_Instances::is_place(place);
+}
+
 template<class Visit>
 void Glb_Writer::for_each(Visit visit) {
     const auto visit_kept = [&](WDB_Node& node, const Bbox&) {
@@ -193,7 +216,28 @@ bool Glb_Writer::is_moved_along(const WDB_Node& node) {
     return node.lod_count() > 0 && !is_view(node) && !is_decomposable(node.get_transform());
 }
 
+void Glb_Writer::expect_instances() {
+    if (!options_.has_instances) return;
+    for_each([&](const WDB_Node& node) {
+        if (!can_be_instance(node)) return;
+        const int mesh = mesh_of(node, *node.get_geometry());
+        if (mesh != none) instances_.expect(mesh);
+    });
+    instances_.lay_out();
+}
+
+int Glb_Writer::instanced_mesh(const WDB_Node& node) {
+    if (instances_.place_count() == 0 || !can_be_instance(node)) return none;
+    const int mesh = mesh_of(node, *node.get_geometry());
+    return instances_.has(mesh) ? mesh : none;
+}
+
 void Glb_Writer::collect(const WDB_Node& node) {
+    const int instanced = instanced_mesh(node);
+    if (instanced != none) {
+        nodes_ += instances_.put(instanced, node.get_transform());
+        return;
+    }
     ++nodes_;
     losses_.shears += !is_moved_along(node) && !is_decomposable(node.get_transform());
     for (int i = 0; i < node.lod_count(); ++i) mesh_of(node, *node.lod_item(i));
@@ -219,6 +263,15 @@ int Glb_Writer::shape_of(const WDB_Node& node, const WDB_Geometry& geometry) {
     };
     return is_moved ? number_of(moved_shapes_, pair_of(id_of(&node), id_of(&geometry)), add)
                     : number_of(shapes_, id_of(&geometry), add);
+}
+
+void Glb_Writer::store_instances() {
+    for (std::size_t i = 0; i < data_.shapes().count(); ++i)
+        accessors_ += accessor_count(data_.shapes()[i]);
+    if (instances_.place_count() == 0) return;
+    instance_views_ = data_.add_numbers(instances_.moves());
+    data_.add_numbers(instances_.turns());
+    data_.add_numbers(instances_.scales());
 }
 
 int Glb_Writer::look_of(const WDB_Node& node, bool has_colors) {
@@ -273,7 +326,31 @@ void Glb_Writer::write_levels(Glb_Json& json, const WDB_Node& node) {
     json.EndObject();
 }
 
+// The accessors of all groups stand behind those of shapes, three of each.
+void Glb_Writer::write_instances(Glb_Json& json, int mesh) {
+    int accessor = accessors_ + 3 * instances_.group(mesh).number;
+    json.StartObject();
+    json.key_and_int("mesh", mesh);
+    json.Key("extensions");
+    json.StartObject();
+    json.Key("EXT_mesh_gpu_instancing");
+    json.StartObject();
+    json.Key("attributes");
+    json.StartObject();
+    for (const char* const name : {"TRANSLATION", "ROTATION", "SCALE"})
+        json.key_and_int(name, accessor++);
+    json.EndObject();
+    json.EndObject();
+    json.EndObject();
+    json.EndObject();
+}
+
 void Glb_Writer::write_node(Glb_Json& json, const WDB_Node& node) {
+    const int instanced = instanced_mesh(node);
+    if (instanced != none) {
+        if (instances_.begin_node(instanced)) write_instances(json, instanced);
+        return;
+    }
     json.StartObject();
     if (node.get_name()) json.key_and_text("name", node.get_name());
     write_place(json, node);
@@ -320,6 +397,7 @@ void Glb_Writer::write_nodes(Glb_Json& json) {
     json.StartArray();
     for_each([&](const WDB_Node& node) { write_node(json, node); });
     for_each([&](const WDB_Node& node) {
+        if (instanced_mesh(node) != none) return;
         for (int i = 1; i < node.lod_count(); ++i) {
             json.StartObject();
             write_place(json, node);
@@ -329,11 +407,6 @@ void Glb_Writer::write_nodes(Glb_Json& json) {
         }
     });
     json.EndArray();
-}
-
-// The accessors of a shape stand in this order, from its first one on.
-int accessor_count(const Glb_Data::Shape& shape) {
-    return 2 + shape.has_normals + shape.has_texture_points + shape.has_colors;
 }
 
 void Glb_Writer::write_meshes(Glb_Json& json) {
@@ -406,7 +479,26 @@ void Glb_Writer::write_accessors(Glb_Json& json) {
         json.key_and_text("type", "SCALAR");
         json.EndObject();
     }
+    write_instance_accessors(json);
     json.EndArray();
+}
+
+void Glb_Writer::write_instance_accessors(Glb_Json& json) {
+    const int single = 5126;
+    for (int mesh = 0; mesh < instances_.mesh_count(); ++mesh) {
+        if (!instances_.has(mesh)) continue;
+        const Glb_Instances::Group& group = instances_.group(mesh);
+        int view = instance_views_;
+        for (const int numbers : {3, 4, 3}) {
+            json.StartObject();
+            json.key_and_int("bufferView", view++);
+            json.key_and_int("byteOffset", 4LL * numbers * group.first);
+            json.key_and_int("componentType", single);
+            json.key_and_int("count", group.count);
+            json.key_and_text("type", numbers == 3 ? "VEC3" : "VEC4");
+            json.EndObject();
+        }
+    }
 }
 
 void Glb_Writer::write_views(Glb_Json& json) {
@@ -557,12 +649,21 @@ void Glb_Writer::write_lights(Glb_Json& json) {
 }
 
 void Glb_Writer::write_extensions(Glb_Json& json) {
-    if (lights_.count() == 0 && levels_ == 0) return;
+    static const char instancing[] = "EXT_mesh_gpu_instancing";
+    const bool has_instances = instances_.place_count() > 0;
+    if (lights_.count() == 0 && levels_ == 0 && !has_instances) return;
     json.Key("extensionsUsed");
     json.StartArray();
+    if (has_instances) json.String(instancing);
     if (lights_.count() > 0) json.String("KHR_lights_punctual");
     if (levels_ > 0) json.String("MSFT_lod");
     json.EndArray();
+    if (has_instances) {
+        json.Key("extensionsRequired");
+        json.StartArray();
+        json.String(instancing);
+        json.EndArray();
+    }
     if (lights_.count() == 0) return;
     json.Key("extensions");
     json.StartObject();
@@ -634,6 +735,7 @@ int Glb_Writer::save() {
         for (int i = 0; i < node.lod_count() && node.get_texture(); ++i)
             textured_.put(id_of(node.lod_item(i)));
     });
+    expect_instances();
     const auto collect_kept = [&](const WDB_Node& node, const Bbox&) {
         if (is_kept(node)) {
             collect(node);
@@ -644,6 +746,7 @@ int Glb_Writer::save() {
     world_.for_each_node(collect_kept);
     world_.for_each_shape(collect_kept);
     world_.apply_to_shapes_outside(Conv<int*>::to_univ(&losses_.outside), count_one);
+    store_instances();
     const int text = std_open_nameless();
     if (!data_.is_good() || text < 0) return fail(std::strerror(errno));
     Glb_Json json(text);
@@ -657,8 +760,8 @@ int Glb_Writer::save() {
 
 } // namespace
 
-int wdb_save_glb(WDB_Database& world, const char* path) {
-    return Glb_Writer(world, path).save();
+int wdb_save_glb(WDB_Database& world, const char* path, const WDB_Glb_Options& options) {
+    return Glb_Writer(world, path, options).save();
 }
 
 #endif

@@ -19,12 +19,21 @@
 
 class WDB_Database;
 
+struct WDB_Glb_Options {
+    // Nodes that show the same geometry in the same look become one (EXT_mesh_gpu_instancing),
+    // which viewers draw at once, if they know of it; others must refuse the file. Of each node is
+    // left the place, rounded as a move, turn and scale: names, URLs and coarser levels are not.
+    // Nodes whose place is no such product, or that share nothing, stay as they are.
+    // Memory: 40 bytes more for each node.
+    bool has_instances = false;
+};
+
 // 0 when all of it was written; WDB_SAVE_LOSES (wdb/wdb_save.h) if warnings tell of something that
 // has no form there: geometry of other classes, numbers that are infinite or none, other
 // projections than a perspective, shapes outside the bounds. The file is whole or not at all, as a
 // scene is.
 // On failure: EOF, after a warning with the reason; so also for more than 4 GB, which the format
 // cannot tell, and in a build without rapidjson (Debian: rapidjson-dev).
-int wdb_save_glb(WDB_Database& world, const char* path);
+int wdb_save_glb(WDB_Database& world, const char* path, const WDB_Glb_Options& options = {});
 
 #endif

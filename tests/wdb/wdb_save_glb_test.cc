@@ -16,9 +16,9 @@
 class Wdb_Save_Glb : public Scratch_Folder_Test {
 protected:
     // Saves, and takes the file apart.
-    int save(const char* path = "x.glb") {
+    int save(const char* path = "x.glb", const WDB_Glb_Options& options = {}) {
         int result = 0;
-        told = reports_of([&] { result = wdb_save_glb(world, path); });
+        told = reports_of([&] { result = wdb_save_glb(world, path, options); });
         const std::string bytes = file(path);
         if (bytes.size() < 20) return result;
         std::uint32_t head[5];
@@ -143,6 +143,62 @@ TEST_F(Wdb_Save_Glb, all_kinds_of_things) {
     EXPECT_NE(data.find(std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\1\0\0\0\2\b\2\0\0\0", 29)),
               data.npos);
     EXPECT_NE(data.find(std::string("\1\b\0\xF7\xFF\0\0\0\0\0\7\0\0", 13)), data.npos);
+}
+
+// The product of what the format tells apart, in columns as it has them.
+static std::vector<float> product(const float* move, const float* q, const float* scale) {
+    const float x = q[0], y = q[1], z = q[2], w = q[3];
+    std::vector<float> m = {
+        1 - 2 * (y * y + z * z), 2 * (x * y + z * w),     2 * (x * z - y * w),     0,
+        2 * (x * y - z * w),     1 - 2 * (x * x + z * z), 2 * (y * z + x * w),     0,
+        2 * (x * z + y * w),     2 * (y * z - x * w),     1 - 2 * (x * x + y * y), 0};
+    for (std::size_t i = 0; i < m.size(); ++i) m[i] *= scale[i / 4];
+    m.insert(m.end(), {move[0], move[1], move[2], 1});
+    return m;
+}
+
+TEST_F(Wdb_Save_Glb, instances) {
+    auto* const list = list_of({triangle(0)});
+    const Frame places[] = {
+        Frame::translation(1, 2, 3), Frame::scaling(1, 2, 3) * Frame::rotation(0, 3.1f),
+        Frame::scaling(-1, 1, 1) * Frame::rotation(1, 3.1f),
+        Frame::rotation(2, 3.1f) * Frame::translation(0, 0, 9),
+        Frame::rotation(0, 2) * Frame::rotation(1, -2) * Frame::scaling(2, 2, 2)};
+    for (const Frame& place : places) {
+        auto* const node = node_with(list, place);
+        node->insert_lod(list_of({triangle(5)}), 1); // is left out
+        world.put(node);
+    }
+    auto* const red = new WDB_Material;
+    world.put(new WDB_Node("single", HFrame::identity(), list, red, nullptr));
+    world.put(node_with(list, Frame::shear(0, 0, 1), "sheared"));
+    EXPECT_EQ(save("x.glb", {.has_instances = true}), 0) << told;
+    EXPECT_EQ(at("/extensionsUsed") + at("/extensionsRequired"),
+              R"(["EXT_mesh_gpu_instancing"]["EXT_mesh_gpu_instancing"])");
+    std::vector<std::string> nodes;
+    for (int i = 0; i < 4; ++i) nodes.push_back(at(("/nodes/" + std::to_string(i)).c_str()));
+    std::sort(nodes.begin(), nodes.end());
+    EXPECT_EQ(nodes[1], R"({"mesh":0,"extensions":{"EXT_mesh_gpu_instancing":{"attributes":)"
+                        R"({"TRANSLATION":6,"ROTATION":7,"SCALE":8}}}})");
+    EXPECT_EQ(nodes[2] + nodes[3] + nodes[0],
+              R"({"name":"sheared","mesh":2}{"name":"single","mesh":1}nothing)");
+    EXPECT_EQ(at("/meshes/3"), "nothing");
+    const auto moves = numbers<float>(6, 3), turns = numbers<float>(7, 4),
+               scales = numbers<float>(8, 3);
+    ASSERT_EQ(moves.size(), 15u);
+    // In the order of the world.
+    for (const Frame& place : places) {
+        const HFrame given(place);
+        float least = 1;
+        for (std::size_t i = 0; i < 5; ++i) {
+            const auto m = product(&moves[3 * i], &turns[4 * i], &scales[3 * i]);
+            float worst = 0;
+            for (std::size_t k = 0; k < 16; ++k)
+                worst = std::max(worst, std::fabs(m[k] - given.to_c()[k]));
+            least = std::min(least, worst);
+        }
+        EXPECT_LT(least, 1e-6f) << place[0].x;
+    }
 }
 
 TEST_F(Wdb_Save_Glb, what_has_no_form_is_told) {

@@ -25,6 +25,7 @@ _nolt_options() {
     nolt_picture) echo -o -size -camera -from ;;
     nolt_view) echo -size -camera -save -picture -coarse -script -frames ;;
     nolt_check) echo -q ;;
+    nolt_convert) echo -instances ;;
   esac
 }
 
