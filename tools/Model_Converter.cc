@@ -5,6 +5,9 @@
 #include <cfloat>
 #include <cmath>
 
+#include "tools/Model_Extras.h"
+#include "tools/Vrml_Text.h"
+
 static bool is_finite(const aiVector3D& v) {
     return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z);
 }
@@ -52,13 +55,23 @@ void Model_Converter::convert_node(const aiNode& node, const Vrml_Place& above, 
     const int deepest = 2000, most_nodes = 4'000'000;
     if (depth > deepest || ++nodes_ > most_nodes) return skip("node beyond the limit");
     const Vrml_Place place = place_of(node.mTransformation) * above;
+    tell_extensions(node);
     for (unsigned i = 0; i < node.mNumMeshes; ++i) put_node(node, node.mMeshes[i], place);
     const std::string name = node.mName.C_Str();
     for (auto [at, end] = cameras_.equal_range(name); at != end; ++at)
         put_camera(*at->second, place);
-    for (auto [at, end] = lights_.equal_range(name); at != end; ++at) put_light(*at->second, place);
+    for (auto [at, end] = lights_.equal_range(name); at != end; ++at)
+        put_light(*at->second, node, place);
     for (unsigned i = 0; i < node.mNumChildren; ++i)
         convert_node(*node.mChildren[i], place, depth + 1);
+}
+
+void Model_Converter::tell_extensions(const aiNode& node) {
+    const aiMetadata* const all = model_extra(node.mMetaData, "extensions");
+    if (const aiMetadata* const levels = model_extra(model_extra(all, "MSFT_lod"), "ids"))
+        skip("coarser level of detail", static_cast<int>(levels->mNumProperties));
+    skip("node with instances, of which one is shown",
+         model_extra(all, "EXT_mesh_gpu_instancing") != nullptr);
 }
 
 bool Model_Converter::is_good(const Vrml_Place& place, const char* what) {
@@ -86,7 +99,12 @@ void Model_Converter::put_node(const aiNode& node, unsigned mesh, const Vrml_Pla
     put_frame(place);
     if (!look.material.empty()) out_.put("  material " + look.material + "\n");
     if (!look.texture.empty()) out_.put("  texture " + look.texture + "\n");
-    out_.put("  geometry " + shape.name + "\n}\n");
+    out_.put("  geometry " + shape.name + "\n");
+    if (is_gltf_) {
+        const std::string url = model_text(node.mMetaData, "url");
+        if (!url.empty() && vrml_is_scene_string(url)) out_.put("  url \"" + url + "\"\n");
+    }
+    out_.put("}\n");
 }
 
 const Model_Converter::Shape& Model_Converter::shape_of(unsigned mesh) {
@@ -173,7 +191,8 @@ void Model_Converter::put_item(const aiMesh& mesh, const aiFace& face) {
         out_.put(" c");
         for (unsigned c = 0; c < face.mNumIndices; ++c) {
             const aiColor4D& color = colors[face.mIndices[c]];
-            put_vector({color.r, color.g, color.b});
+            const aiColor3D on_screen = shown({color.r, color.g, color.b});
+            put_vector({on_screen.r, on_screen.g, on_screen.b});
         }
     }
     if (mesh.HasTextureCoords(0)) put_each(" t", mesh.mTextureCoords[0]);

@@ -22,7 +22,7 @@ public:
     // Pictures that lie in the model become files of `image_folder`; without one they are left out.
     // Lifetime: all three must outlive this.
     Model_Converter(const aiScene& scene, Vrml_Writer& out, bool is_gltf, std::string image_folder)
-        : scene_(scene), out_(out), image_folder_(std::move(image_folder)),
+        : scene_(scene), out_(out), image_folder_(std::move(image_folder)), is_gltf_(is_gltf),
           multiplies_angles_(is_gltf && scene.mNumCameras > 0 && multiplies_angles()) {}
 
     // False if something could not be written.
@@ -49,6 +49,7 @@ private:
     void tell_what_has_no_place();
     void convert_node(const aiNode& node, const Vrml_Place& above, int depth);
     void put_node(const aiNode& node, unsigned mesh, const Vrml_Place& place);
+    void tell_extensions(const aiNode& node);
     // False, and told, for one that single precision has not.
     bool is_good(const Vrml_Place& place, const char* what);
     void put_frame(const Vrml_Place& place);
@@ -67,14 +68,16 @@ private:
     std::string image_of(const aiTexture& texture);
     bool write_image(const aiTexture& texture, const std::string& path);
 
+    // A colour of the file as it is told to a screen.
+    aiColor3D shown(const aiColor3D& color) const;
     static bool multiplies_angles();
     void put_camera(const aiCamera& camera, const Vrml_Place& node);
-    void put_light(const aiLight& light, const Vrml_Place& node);
+    void put_light(const aiLight& light, const aiNode& node, const Vrml_Place& place);
 
     const aiScene& scene_;
     Vrml_Writer& out_;
     const std::string image_folder_;
-    const bool multiplies_angles_;
+    const bool is_gltf_, multiplies_angles_;
     std::vector<Shape> shapes_;
     std::vector<Look> looks_;
     std::multimap<std::string, const aiCamera*> cameras_; // by the names of their nodes

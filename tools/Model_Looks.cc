@@ -9,7 +9,8 @@
 //     emission    emission            emission times its strength
 //     alpha       opacity             alpha of the base colour, unless alpha mode is OPAQUE
 //
-// All within 0 and 1, the shininess within 0 and 128.
+// All within 0 and 1, the shininess within 0 and 128. Colours of glTF are amounts of light, and come
+// first to what a screen is told for them (sRGB).
 #include "tools/Model_Converter.h"
 
 #include <algorithm>
@@ -21,12 +22,26 @@
 #include <assimp/material.h>
 
 #include "tools/Image_Raster.h"
+#include "tools/Model_Extras.h"
 #include "tools/Vrml_Text.h"
 
 static const double degrees = 180 / std::numbers::pi;
 
 static float unit(float value) {
     return std::isfinite(value) ? std::clamp(value, 0.0f, 1.0f) : 0;
+}
+
+static float shown_part(float part) {
+    const auto light = static_cast<double>(part);
+    const double last_linear = 0.0031308, slope = 12.92, offset = 0.055, exponent = 2.4;
+    return static_cast<float>(light <= last_linear
+                                  ? light * slope
+                                  : (1 + offset) * std::pow(light, 1 / exponent) - offset);
+}
+
+aiColor3D Model_Converter::shown(const aiColor3D& color) const {
+    if (!is_gltf_) return color;
+    return {shown_part(color.r), shown_part(color.g), shown_part(color.b)};
 }
 
 void Model_Converter::put_color(const char* keyword, const aiColor3D& color) {
@@ -80,14 +95,16 @@ std::string Model_Converter::material_of(const aiMaterial& m) {
     m.Get(AI_MATKEY_EMISSIVE_INTENSITY, strength);
     m.Get(AI_MATKEY_ROUGHNESS_FACTOR, roughness);
     m.Get(AI_MATKEY_METALLIC_FACTOR, metal);
+    diffuse = shown(diffuse);
+    specular = shown(specular);
     if (m.Get(AI_MATKEY_BASE_COLOR, base) == AI_SUCCESS && roughness >= 0) {
         metal = unit(metal);
-        const aiColor3D color(base.r, base.g, base.b);
+        const aiColor3D color = shown({base.r, base.g, base.b});
         const aiColor3D dark(specular_of_others, specular_of_others, specular_of_others);
         diffuse = color * (1 - metal / 2);
         specular = dark + (color - dark) * metal;
     }
-    aiColor3D ambient(base.r * share, base.g * share, base.b * share);
+    aiColor3D ambient = shown({base.r, base.g, base.b}) * share;
     if (roughness < 0) m.Get(AI_MATKEY_COLOR_AMBIENT, ambient = diffuse * share);
     int is_two_sided = 0;
     m.Get(AI_MATKEY_TWOSIDED, is_two_sided);
@@ -99,7 +116,7 @@ std::string Model_Converter::material_of(const aiMaterial& m) {
     out_.put("material " + result + " {\n");
     put_color("ambient", ambient);
     put_color("diffuse", diffuse);
-    put_color("emission", emission * strength);
+    put_color("emission", shown(emission * strength));
     put_color("specular", specular);
     out_.put("  shininess");
     out_.put_number(static_cast<double>(shininess_of(m, roughness)));
@@ -235,18 +252,24 @@ void Model_Converter::put_camera(const aiCamera& camera, const Vrml_Place& node)
 }
 
 // The strength of a light is that of its brightest colour: a scene has colours up to 1.
-void Model_Converter::put_light(const aiLight& light, const Vrml_Place& node) {
+static aiColor3D brought_to_one(const aiColor3D& color) {
+    const float brightest = std::max({color.r, color.g, color.b});
+    return std::isfinite(brightest) && brightest > 1 ? color * (1 / brightest) : color;
+}
+
+void Model_Converter::put_light(const aiLight& light, const aiNode& node, const Vrml_Place& at) {
     const bool is_spot = light.mType == aiLightSource_SPOT;
     if (!is_spot && light.mType != aiLightSource_POINT)
         return skip("light that is neither a point nor a spot");
     const Vrml_Place place =
         looking(light.mPosition, is_spot ? light.mDirection : aiVector3D(0, 0, -1),
                 aiVector3D(0, 1, 0)) *
-        node;
+        at;
     if (!is_good(place, "light")) return;
-    aiColor3D color = light.mColorDiffuse;
-    const float brightest = std::max({color.r, color.g, color.b});
-    if (std::isfinite(brightest) && brightest > 1) color = color * (1 / brightest);
+    aiColor3D color = shown(brought_to_one(light.mColorDiffuse));
+    // As wdb_save_glb keeps it: that of a light which is on.
+    const bool is_on = std::max({color.r, color.g, color.b}) > 0;
+    if (is_gltf_ && is_on) model_color(node.mMetaData, "color", &color);
     const std::string name = light.mName.length > 0 ? light.mName.C_Str() : "light";
     const std::string material = out_.new_name(name + "_color");
     out_.put("material " + material + " {\n");

@@ -72,7 +72,15 @@ void Glb_Data::keep_good_items(const WDB_Mesh_Arrays& mesh, const Frame& place, 
 }
 
 float glb_unit(float value) {
-    return value > 0 ? std::min(value, 1.0f) : 0; // also for what is no number
+    return value > 0 ? std::min(value, 1.0f) : 0;
+}
+
+// As sRGB has it.
+float glb_light(float value) {
+    const auto part = static_cast<double>(glb_unit(value));
+    const double last_linear = 0.04045, slope = 12.92, offset = 0.055, exponent = 2.4;
+    return static_cast<float>(
+        part <= last_linear ? part / slope : std::pow((part + offset) / (1 + offset), exponent));
 }
 
 void Glb_Data::write_vertices(Shape& shape, const HFrame& transform) {
@@ -97,7 +105,7 @@ void Glb_Data::write_vertices(Shape& shape, const HFrame& transform) {
         const float u = v.texture_point.x, w = 1 - v.texture_point.y;
         if (shape.has_texture_points) floats_.push(std::isfinite(u) ? u : 0);
         if (shape.has_texture_points) floats_.push(std::isfinite(w) ? w : 0);
-        for (int k = 0; k < 3 && shape.has_colors; ++k) floats_.push(glb_unit(v.color[k]));
+        for (int k = 0; k < 3 && shape.has_colors; ++k) floats_.push(glb_light(v.color[k]));
     }
     const std::size_t width =
         3u + 3u * shape.has_normals + 2u * shape.has_texture_points + 3u * shape.has_colors;

@@ -18,8 +18,10 @@
 class PX_Map;
 class WDB_Geometry;
 
-// Parts of colours are from 0 to 1 there.
+// Within 0 and 1, also what is no number.
 float glb_unit(float value);
+// A part of a colour of ours, which is what a screen is told, as the amount of light that it shows.
+float glb_light(float value);
 
 class Glb_Data {
 public:

@@ -16,6 +16,7 @@ int wdb_save_glb(WDB_Database&, const char*, const WDB_Glb_Options&) {
 #include <algorithm>
 #include <bit>
 #include <cerrno>
+#include <cfloat>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -50,7 +51,9 @@ namespace {
 class Glb_Writer {
 public:
     Glb_Writer(WDB_Database& world, const char* path, const WDB_Glb_Options& options)
-        : world_(world), path_(path), options_(options) {}
+        : world_(world), path_(path), options_(options) {
+        shown_.clear();
+    }
     Glb_Writer(const Glb_Writer&) = delete;
     Glb_Writer& operator=(const Glb_Writer&) = delete;
 
@@ -65,7 +68,7 @@ private:
         bool has_colors;
     };
     struct Mesh {
-        int shape, look; // a negative look is none
+        int shape, look;
     };
     struct Losses {
         int items = 0, places = 0, shears = 0, geometries = 0, views = 0, outside = 0;
@@ -92,6 +95,7 @@ private:
     void write_node(Glb_Json& json, const WDB_Node& node);
     void write_instances(Glb_Json& json, int mesh);
     void write_levels(Glb_Json& json, const WDB_Node& node);
+    void write_extras(Glb_Json& json, const WDB_Node& node);
     void write_place(Glb_Json& json, const WDB_Node& node);
     void write_meshes(Glb_Json& json);
     void write_attributes(Glb_Json& json, int shape);
@@ -102,6 +106,7 @@ private:
     void write_look(Glb_Json& json, const Look& look);
     void write_pictures(Glb_Json& json);
     void write_cameras(Glb_Json& json);
+    float intensity(const WDB_Light& light) const;
     void write_lights(Glb_Json& json);
     void write_extensions(Glb_Json& json);
     void tell_losses() const;
@@ -126,6 +131,7 @@ private:
     int nodes_ = 0, levels_ = 0;
     int cameras_written_ = 0, lights_written_ = 0, levels_written_ = 0;
     Losses losses_;
+    Bbox shown_; // of all shapes
 };
 
 bool count_one(SUniv* count, const WDB_Node*, const Bbox&) {
@@ -186,6 +192,19 @@ HFrame upright(const HFrame& place) {
 
 bool is_view(const WDB_Node& node) {
     return WDB_Camera::is_instance(&node) || WDB_Light::is_instance(&node);
+}
+
+void write_color(Glb_Json& json, const Color& color, const float* alpha = nullptr) {
+    const float rgba[] = {glb_light(color.r), glb_light(color.g), glb_light(color.b),
+                          alpha ? glb_unit(*alpha) : 0};
+    json.numbers(rgba, alpha ? 4 : 3);
+}
+
+// For readers that know of us.
+void write_own_color(Glb_Json& json, const char* key, const Color& color) {
+    const float rgb[] = {glb_unit(color.r), glb_unit(color.g), glb_unit(color.b)};
+    json.Key(key);
+    json.numbers(rgb, 3);
 }
 
 // The accessors of a shape stand one behind the other.
@@ -288,7 +307,6 @@ int Glb_Writer::look_of(const WDB_Node& node, bool has_colors) {
         texture = nullptr;
     }
     const Look look = {node.get_material(), texture, has_colors};
-    if (!look.material && !look.texture) return none;
     const long key = pair_of(id_of(look.material), id_of(look.texture)) * 2 + has_colors;
     return number_of(look_numbers_, key, [&] {
         looks_.insert_last(look);
@@ -300,7 +318,7 @@ int Glb_Writer::mesh_of(const WDB_Node& node, const WDB_Geometry& geometry) {
     const int shape = shape_of(node, geometry);
     if (shape == none) return none;
     const int look = look_of(node, data_.shapes()[static_cast<std::size_t>(shape)].has_colors);
-    return number_of(mesh_numbers_, pair_of(shape, look + 1), [&] {
+    return number_of(mesh_numbers_, pair_of(shape, look), [&] {
         meshes_.push({shape, look});
         return static_cast<int>(meshes_.count()) - 1;
     });
@@ -372,12 +390,17 @@ void Glb_Writer::write_node(Glb_Json& json, const WDB_Node& node) {
         if (node.lod_count() > 1) write_levels(json, node);
         json.EndObject();
     }
-    if (node.get_url()) {
-        json.Key("extras");
-        json.StartObject();
-        json.key_and_text("url", node.get_url()->get_url_string());
-        json.EndObject();
-    }
+    write_extras(json, node);
+    json.EndObject();
+}
+
+void Glb_Writer::write_extras(Glb_Json& json, const WDB_Node& node) {
+    const WDB_Light* const light = WDB_Light::const_castdown(&node);
+    if (!node.get_url() && !light) return;
+    json.Key("extras");
+    json.StartObject();
+    if (node.get_url()) json.key_and_text("url", node.get_url()->get_url_string());
+    if (light) write_own_color(json, "color", light->get_color());
     json.EndObject();
 }
 
@@ -435,7 +458,7 @@ void Glb_Writer::write_meshes(Glb_Json& json) {
         if (shape.has_colors) json.key_and_int("COLOR_0", accessor++);
         json.EndObject();
         json.key_and_int("indices", accessor);
-        if (meshes_[i].look != none) json.key_and_int("material", meshes_[i].look);
+        json.key_and_int("material", meshes_[i].look);
         if (shape.is_lines) json.key_and_int("mode", 1);
         json.EndObject();
         json.EndArray();
@@ -526,15 +549,10 @@ void Glb_Writer::write_views(Glb_Json& json) {
     json.EndArray();
 }
 
-void write_color(Glb_Json& json, const Color& color, const float* alpha = nullptr) {
-    const float rgba[] = {glb_unit(color.r), glb_unit(color.g), glb_unit(color.b),
-                          alpha ? glb_unit(*alpha) : 0};
-    json.numbers(rgba, alpha ? 4 : 3);
-}
-
 void Glb_Writer::write_look(Glb_Json& json, const Look& look) {
-    const WDB_Material none_given;
-    const WDB_Material& m = look.material ? *look.material : none_given;
+    // The format's own is a white metal that is seen from one side.
+    const WDB_Material plain;
+    const WDB_Material& m = look.material ? *look.material : plain;
     const float alpha = m.get_alpha();
     // Colours of vertices are multiplied with the base colour, where ours take its place.
     const Color base = look.has_colors ? Color(1, 1, 1) : m.get_diffuse();
@@ -563,10 +581,8 @@ void Glb_Writer::write_look(Glb_Json& json, const Look& look) {
     json.Bool(true);
     json.Key("extras");
     json.StartObject();
-    json.Key("ambient");
-    write_color(json, m.get_ambient());
-    json.Key("specular");
-    write_color(json, m.get_specular());
+    write_own_color(json, "ambient", m.get_ambient());
+    write_own_color(json, "specular", m.get_specular());
     json.key_and_number("shininess", std::isfinite(exponent) ? exponent : 0);
     json.EndObject();
     json.EndObject();
@@ -623,6 +639,26 @@ void Glb_Writer::write_cameras(Glb_Json& json) {
     json.EndArray();
 }
 
+// Light gets weaker with the square of the distance there, and not at all here: this is as strong in
+// the middle of what is shown, but for a light that stands within. A surface gives back the share of
+// 1 / pi to each side.
+float Glb_Writer::intensity(const WDB_Light& light) const {
+    if (!(shown_.min.x <= shown_.max.x)) return 1;
+    const auto square = [](const Vector& v) {
+        double sum = 0;
+        for (int i = 0; i < 3; ++i) sum += static_cast<double>(v[i]) * static_cast<double>(v[i]);
+        return sum;
+    };
+    const Point middle = shown_.center();
+    const Vector4& place = light.get_transform()[3];
+    const double strength =
+        std::numbers::pi *
+        std::max(square(Point(place.x, place.y, place.z) - middle), square(shown_.max - middle));
+    return std::isfinite(strength)
+               ? static_cast<float>(std::min(strength, static_cast<double>(FLT_MAX)))
+               : 1;
+}
+
 void Glb_Writer::write_lights(Glb_Json& json) {
     json.Key("KHR_lights_punctual");
     json.StartObject();
@@ -635,7 +671,7 @@ void Glb_Writer::write_lights(Glb_Json& json) {
         json.key_and_text("type", is_spot ? "spot" : "point");
         json.Key("color");
         write_color(json, lights_[i]->get_color());
-        if (!lights_[i]->is_on()) json.key_and_int("intensity", 0);
+        json.key_and_number("intensity", lights_[i]->is_on() ? intensity(*lights_[i]) : 0);
         if (is_spot) {
             json.Key("spot");
             json.StartObject();
@@ -736,9 +772,10 @@ int Glb_Writer::save() {
             textured_.put(id_of(node.lod_item(i)));
     });
     expect_instances();
-    const auto collect_kept = [&](const WDB_Node& node, const Bbox&) {
+    const auto collect_kept = [&](const WDB_Node& node, const Bbox& box) {
         if (is_kept(node)) {
             collect(node);
+            if (node.lod_count() > 0) shown_.merge(box);
         } else {
             ++losses_.places;
         }

@@ -6,10 +6,12 @@
 // mesh for each look that nodes give it. Nodes keep names, places to the bit, and their URL, in
 // their extras; levels of detail are those of MSFT_lod, the finest being the node's own mesh.
 // Pictures of textures are embedded, not compressed. Cameras have their angle and planes; lights
-// their colour and angle (KHR_lights_punctual).
+// their colour and angle (KHR_lights_punctual), so strong that the middle of the world is lit as
+// here, where light goes any distance.
 // Of a material the diffuse colour and alpha become the base colour, the shininess a roughness, and
 // what has no place there stands in its extras. Where vertices have colours these are the base. All
-// faces are seen from both sides.
+// faces are seen from both sides. Colours are those of screens here and amounts of light there
+// (sRGB), so that they look alike.
 // A node whose place is no move, turn and scale of its geometry gets a geometry of its own, moved
 // along; cameras, lights and nodes without geometry lose what is more.
 //

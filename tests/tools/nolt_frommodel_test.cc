@@ -112,9 +112,9 @@ TEST_F(From_Model, formats_and_what_arrives) {
             EXPECT_EQ(saved(world).find("LineList"), std::string::npos);
             const std::string scene = file("saved");
             for (const char* part :
-                 {"  Diffuse   0.500000 0.250000 0.000000\n", "  Specular  1.000000 0.500000 0.0",
+                 {"  Diffuse   0.500000 0.367678 0.000000\n", "  Specular  1.000000 0.735357 0.0",
                   "  Shininess 30.000000", "  Perspective 34.377468 ", "  Angle 28.647890",
-                  "  Emission  1.000000 0.500000 0.000000\n"})
+                  "  Emission  1.000000 0.735357 0.000000\n"})
                 EXPECT_TRUE(holds(scene, part)) << scene;
         }
     }
@@ -142,25 +142,48 @@ TEST_F(From_Model, glb_there_and_back) {
     red->set_name("red");
     red->set_diffuse(Color(1, 0.25f, 0));
     red->set_alpha(0.5f);
+    red->set_emission(Color(0.7f, 0.01f, 0.003f));
     WDB_Database given;
     WDB_Triangle t(Point(0, 0, 0), Point(1, 0, 0), Point(0, 1, 0.1f));
     t.t1 = Point(0.5f, 0.75f, 0);
+    t.c2 = Color(0.3f, 0.6f, 0.9f);
+    auto* const list = list_of({t});
+    list->set_with_colors(true);
     const Frame place = Frame::rotation(1, 0.3f) * Frame::translation(0.1f, 2, -3);
-    given.put(new WDB_Node("n", HFrame(place), list_of({t}), red, texture));
+    auto* const node = new WDB_Node("n", HFrame(place), list, red, texture);
+    node->insert_lod(list_of({t}), 1);
+    node->set_url(new Std_URL("http://h/x"));
+    given.put(node);
     given.put(new WDB_Camera("eye", HFrame(Frame::translation(0, 0, 9)),
                              Matrix4::perspective(0.7f, 1, 100), nullptr, nullptr));
+    auto* const lamp = new WDB_Material;
+    lamp->set_emission(Color(0.5f, 0.4f, 0.1f));
+    given.put(new WDB_Light("sun", HFrame(Frame::translation(0, 50, 0)), 3, nullptr, lamp));
     ASSERT_EQ(wdb_save_glb(given, "x.glb"), 0);
     load_model("x.glb");
     EXPECT_EQ(report.errors + report.warnings, 0) << said;
+    EXPECT_TRUE(holds(said, "skipped 1: coarser level of detail")) << said;
+    EXPECT_EQ(world->shape_count(), 1);
     const WDB_Node* n = nullptr;
     world->for_each_shape([&](const WDB_Node& shape, const Bbox&) { n = &shape; });
-    ASSERT_TRUE(n && n->get_material() && n->get_texture());
+    ASSERT_TRUE(n && n->get_material() && n->get_texture() && n->get_url());
+    EXPECT_STREQ(n->get_url()->get_url_string(), "http://h/x");
     EXPECT_EQ(std::memcmp(n->get_transform().to_c(), HFrame(place).to_c(), sizeof(HFrame)), 0);
-    EXPECT_TRUE(n->get_material()->get_diffuse() == red->get_diffuse());
+    // With colours of its own the geometry has no use for the diffuse one.
+    EXPECT_TRUE(n->get_material()->get_diffuse() == Color(1, 1, 1));
+    EXPECT_TRUE(n->get_material()->get_emission() == red->get_emission());
     EXPECT_EQ(n->get_material()->get_alpha(), 0.5f);
     const WDB_Triangle& back = (*WDB_Tri_List::const_castdown(n->get_geometry()))[0];
-    EXPECT_TRUE(back.p2 == t.p2 && back.t1 == t.t1);
+    EXPECT_TRUE(back.p2 == t.p2 && back.t1 == t.t1 && back.c2 == t.c2);
     EXPECT_EQ(n->get_texture()->get_image()->get_pixel_component(1, 0, 2), 200);
+    const WDB_Light* light = nullptr;
+    world->for_each_light(
+        [&](const WDB_Node& l, const Bbox&) { light = WDB_Light::const_castdown(&l); });
+    EXPECT_TRUE(light && light->get_color() == lamp->get_emission());
     EXPECT_EQ(world->camera_count(), 1);
+    given.put(new WDB_Node("m", HFrame::identity(), list, red, texture));
+    ASSERT_EQ(wdb_save_glb(given, "x.glb", {.has_instances = true}), 0);
+    load_model("x.glb");
+    EXPECT_TRUE(holds(said, "skipped 1: node with instances, of which one is shown")) << said;
 }
 #endif

@@ -92,12 +92,13 @@ TEST_F(Wdb_Save_Glb, what_nodes_share_stands_once) {
     EXPECT_EQ(at("/nodes/2/mesh"), "2");
     // Two looks of one geometry, and its coarser level.
     EXPECT_EQ(at("/meshes/0/primitives/0"),
-              "{\"attributes\":{\"POSITION\":0,\"NORMAL\":1},\"indices\":2}");
-    EXPECT_EQ(at("/meshes/1/primitives/0"),
               "{\"attributes\":{\"POSITION\":0,\"NORMAL\":1},\"indices\":2,\"material\":0}");
+    EXPECT_EQ(at("/meshes/1/primitives/0"),
+              "{\"attributes\":{\"POSITION\":0,\"NORMAL\":1},\"indices\":2,\"material\":1}");
     EXPECT_EQ(at("/meshes/3"), "nothing");
-    EXPECT_EQ(at("/materials/0/pbrMetallicRoughness"),
-              "{\"baseColorFactor\":[1,0.5,1,1],\"metallicFactor\":0,\"roughnessFactor\":0.5}");
+    EXPECT_EQ(
+        at("/materials/1/pbrMetallicRoughness"),
+        "{\"baseColorFactor\":[1,0.21404114,1,1],\"metallicFactor\":0,\"roughnessFactor\":0.5}");
     EXPECT_EQ(at("/accessors/0/min") + at("/accessors/0/max"), "[0,0,0][1,1,2]");
     EXPECT_EQ(numbers<float>(0, 3),
               (std::vector<float>{0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0, 2, 1, 0, 2, 0, 1, 2}));
@@ -107,7 +108,7 @@ TEST_F(Wdb_Save_Glb, what_nodes_share_stands_once) {
 TEST_F(Wdb_Save_Glb, all_kinds_of_things) {
     WDB_Triangle painted = triangle(0);
     painted.t1 = Point(1, 0.25f, 0);
-    painted.c0 = Color(1, 0, 0);
+    painted.c0 = Color(1, 0.5f, 0.02f);
     auto* const list = list_of({painted});
     list->set_with_colors(true);
     PX_Map map(1, 2, 3);
@@ -121,7 +122,9 @@ TEST_F(Wdb_Save_Glb, all_kinds_of_things) {
     auto* const light = new WDB_Light("spot", HFrame::identity(), 0.5f, nullptr, nullptr);
     light->set_on(false);
     world.put(light);
-    world.put(new WDB_Light("point", HFrame::identity(), 3, nullptr, nullptr));
+    auto* const lamp = new WDB_Material;
+    lamp->set_emission(Color(1, 0.5f, 0));
+    world.put(new WDB_Light("point", HFrame(Frame::translation(0, 6, 0)), 3, nullptr, lamp));
     // No scale and turn: the geometry goes along.
     world.put(node_with(list_of({triangle(0)}), Frame::shear(0, 0, 1), "sheared"));
     EXPECT_EQ(save(), 0) << told;
@@ -133,11 +136,15 @@ TEST_F(Wdb_Save_Glb, all_kinds_of_things) {
     EXPECT_NE(kinds.find("\"sheared\" nothing nothing 2"), kinds.npos) << kinds;
     EXPECT_EQ(at("/cameras/0/perspective/yfov"), "0.5");
     const std::string lights = at("/extensions/KHR_lights_punctual/lights");
-    EXPECT_NE(lights.find("{\"type\":\"point\",\"color\":"), lights.npos);
+    // The middle of all is at (0.5, 0.5, 0.5).
+    EXPECT_NE(lights.find("{\"type\":\"point\",\"color\":[1,0.21404114,0],\"intensity\":96.603"),
+              lights.npos)
+        << lights;
     EXPECT_NE(lights.find("\"intensity\":0,\"spot\":{\"outerConeAngle\":0.5}"), lights.npos);
     EXPECT_EQ(at("/meshes/1/primitives/0/mode"), "1");
     EXPECT_EQ(numbers<float>(2, 2), (std::vector<float>{0, 1, 1, 0.75f, 0, 1}));
-    EXPECT_EQ(numbers<float>(3, 3)[0], 1);
+    const auto colors = numbers<float>(3, 3);
+    EXPECT_TRUE(colors[0] == 1 && colors[1] == 0.21404114f && colors[2] == 0.02f / 12.92f);
     // The picture, whose last byte but the checks is the last of its lower row.
     EXPECT_EQ(at("/images/0/mimeType"), "\"image/png\"");
     EXPECT_NE(data.find(std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\1\0\0\0\2\b\2\0\0\0", 29)),
