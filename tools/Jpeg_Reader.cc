@@ -69,8 +69,26 @@ void Jpeg_File::fail(j_common_ptr info) {
     std::longjmp(of(info).back_, 1); // NOLINT(cert-err52-cpp)
 }
 
+// Whether all of the picture came, in spite of that warning. Some programs leave bytes behind the
+// data; what is left in front of a place to start anew tells that the data were not understood.
+static bool is_harmless(const jpeg_error_mgr& warning) {
+    switch (warning.msg_code) {
+    case JWRN_ADOBE_XFORM:
+    case JWRN_JFIF_MAJOR:
+    case JWRN_NOT_SEQUENTIAL:
+        return true;
+    case JWRN_EXTRANEOUS_DATA: {
+        const int marker = warning.msg_parm.i[1], restarts = 8;
+        return marker < JPEG_RST0 || marker >= JPEG_RST0 + restarts;
+    }
+    default:
+        return false;
+    }
+}
+
 void Jpeg_File::note_warning(j_common_ptr info, int level) {
-    if (level >= 0) return; // a trace, no warning
+    // Those of 0 and more are traces, no warnings.
+    if (level >= 0 || is_harmless(*info->err)) return;
     of(info).tell();
     of(info).is_cut_ |= info->err->msg_code == JWRN_JPEG_EOF;
 }

@@ -229,6 +229,25 @@ TEST_F(From_Image, what_came_of_a_damaged_file_stays) {
     EXPECT_TRUE(!map.is_complete() && map.get_pixel_component(0, 0, 0) > 0);
 }
 
+TEST_F(From_Image, what_means_nothing_is_not_told) {
+    write_jpeg("x", JCS_GRAYSCALE, 1, 0, false);
+    const std::string whole = file("x");
+    std::string revised = whole, more = whole, torn = whole;
+    revised[11] = 9; // of the header's revision, which nobody knows
+    more.insert(whole.size() - 2, "more");
+    torn.replace(whole.size() * 3 / 4, 2, "\xFF\xD3"); // a place to start anew, without a need
+    const std::tuple<const std::string&, bool> rows[] = {
+        {whole, true}, {revised, true}, {more, true}, {torn, false}};
+    const Bytes picture = from_top(*load("x"));
+    for (const auto& [bytes, is_whole] : rows) {
+        put_file("x", bytes);
+        const PX_Map& map = *load("x");
+        EXPECT_EQ(map.is_complete(), is_whole) << err;
+        EXPECT_EQ(err.empty(), is_whole) << err;
+        EXPECT_EQ(from_top(map) == picture, is_whole);
+    }
+}
+
 TEST_F(From_Image, what_is_none) {
     const auto is_dummy = [&](const char* name, const char* said) {
         const PX_Map& map = *load(name);
