@@ -1,5 +1,8 @@
 #include "tools/Mesh_Export.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
@@ -8,6 +11,7 @@
 #include <cstring>
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -16,11 +20,14 @@
 #include <strings.h>
 #include <unistd.h>
 
+#include "images/PX_Map.h"
 #include "images/Plain_Png.h"
+#include "math/Finite.h"
 #include "std/Std_Allocator.h"
 #include "std/Std_Common.h"
 #include "std/Std_Descriptor.h"
 #include "std/Std_Output_File.h"
+#include "tools/One_File.h"
 #include "wdb/WDB_Camera.h"
 #include "wdb/WDB_Database.h"
 #include "wdb/WDB_Light.h"
@@ -40,36 +47,80 @@ bool is_mesh_file(const char* path) {
 
 namespace {
 
+using Wide_Vector = std::array<double, 3>;
+
+Wide_Vector crossed(const Vector& a, const Vector& b) {
+    const auto part = [&](int i, int k) {
+        return static_cast<double>(a[i]) * static_cast<double>(b[k]) -
+               static_cast<double>(a[k]) * static_cast<double>(b[i]);
+    };
+    return {part(1, 2), part(2, 0), part(0, 1)};
+}
+
+// Of length 1, or upwards if it has no direction.
+Vector unit_of(const Wide_Vector& v) {
+    const double length = std::hypot(v[0], v[1], v[2]);
+    if (!(length > 0) || !std::isfinite(length)) return Vector(0, 0, 1);
+    return Vector(static_cast<float>(v[0] / length), static_cast<float>(v[1] / length),
+                  static_cast<float>(v[2] / length));
+}
+
 // A triangle list as one node places it.
-struct Placed {
+class Placed {
+public:
+    Placed(const WDB_Node& shown_by, const WDB_Tri_List& shown)
+        : node(shown_by), list(shown),
+          place_(toFrame(shown_by.get_transform())), sides_{crossed(place_[1], place_[2]),
+                                                            crossed(place_[2], place_[0]),
+                                                            crossed(place_[0], place_[1])} {
+        const Vector axis = place_[0];
+        is_mirrored_ = sides_[0][0] * static_cast<double>(axis.x) +
+                           sides_[0][1] * static_cast<double>(axis.y) +
+                           sides_[0][2] * static_cast<double>(axis.z) <
+                       0;
+    }
+
     const WDB_Node& node;
     const WDB_Tri_List& list;
-    Frame place, upright; // of points, and of normals
 
+    // The corner to write as number 0, 1 or 2, so that a mirrored triangle keeps its front.
+    unsigned corner(unsigned number) const { return is_mirrored_ ? (3 - number) % 3 : number; }
+    Point point(const Point& p) const { return p * place_; }
+    // Stands upright on what the place makes of the face.
     Vector normal(const Vector& n) const {
-        Vector v = n * upright;
-        v.normalize();
-        return v;
+        const double front = is_mirrored_ ? -1 : 1;
+        const double parts[] = {static_cast<double>(n.x), static_cast<double>(n.y),
+                                static_cast<double>(n.z)};
+        Wide_Vector v = {};
+        for (std::size_t i = 0; i < 3; ++i)
+            for (std::size_t k = 0; k < 3; ++k) v[k] += front * parts[i] * sides_[i][k];
+        return unit_of(v);
     }
+    bool is_good(const WDB_Triangle& t) const {
+        return is_finite(point(t.p0)) && is_finite(point(t.p1)) && is_finite(point(t.p2));
+    }
+
+private:
+    Frame place_;
+    Wide_Vector sides_[3]; // what stands upright on two axes, for each third one
+    bool is_mirrored_ = false;
 };
 
-// Visits all triangle lists in their places, and answers how much else there was.
+// Visits all triangle lists in their places, and answers how many nodes show something else.
 template<class Visit>
 int for_each_list(WDB_Database& world, Visit visit) {
     int others = 0;
     world.for_each_node([&](const WDB_Node& node, const Bbox&) {
         others += WDB_Camera::is_instance(&node) || WDB_Light::is_instance(&node);
     });
-    world.for_each_shape([&](const WDB_Node& node, const Bbox&) {
+    const auto visit_shape = [&](const WDB_Node& node, const Bbox&) {
         const auto* const list = WDB_Tri_List::const_castdown(node.get_geometry());
         others += !list;
-        if (!list) return;
-        Placed placed = {node, *list, toFrame(node.get_transform()), Frame::identity()};
-        placed.upright = placed.place;
-        if (placed.upright.invert()) placed.upright.transpose();
-        placed.upright[3] = Vector(0, 0, 0);
-        visit(placed);
-    });
+        if (list) visit(Placed(node, *list));
+    };
+    world.for_each_shape(visit_shape);
+    const WDB_Visit outside(visit_shape);
+    world.apply_to_shapes_outside(outside.user(), outside.callback());
     return others;
 }
 
@@ -98,6 +149,7 @@ public:
     Output& integer(long long value) { return text(std::to_string(value).c_str()); }
     template<class T>
     void raw(const T& value) {
+        static_assert(std::endian::native == std::endian::little, "as the formats are");
         char copy[sizeof value];
         std::memcpy(copy, &value, sizeof value);
         bytes(copy, sizeof value);
@@ -111,7 +163,9 @@ public:
         }
         text("\n");
     }
+    // Closes the file, which gets its place with others. Once more does nothing.
     bool finish() {
+        if (!stream_) return true;
         const int error = std::fclose(std::exchange(stream_, nullptr)) == 0 ? error_ : errno;
         errno = error;
         return error == 0 && file_.prepare();
@@ -137,41 +191,52 @@ const char* commit(Outputs& outputs) {
     return is_done ? nullptr : std::strerror(errno);
 }
 
-std::uint32_t count_triangles(WDB_Database& world) {
+std::uint32_t count_triangles(WDB_Database& world, Mesh_Losses* lost) {
     std::uint32_t count = 0;
-    for_each_list(world,
-                  [&](const Placed& p) { count += static_cast<std::uint32_t>(p.list.count()); });
+    lost->nodes = for_each_list(world, [&](const Placed& p) {
+        for (const WDB_Triangle& t : p.list) {
+            const bool is_good = p.is_good(t);
+            count += is_good;
+            lost->triangles += !is_good;
+        }
+    });
     return count;
 }
 
-const char* export_stl(WDB_Database& world, const char* path, int* lost) {
+const char* export_stl(WDB_Database& world, const char* path, Mesh_Losses* lost) {
     Outputs outputs(1);
     Output& out = outputs[0];
     if (!out.open(path)) return std::strerror(errno);
     const char header[80] = "binary STL";
     out.raw(header);
-    out.raw(count_triangles(world));
-    *lost = for_each_list(world, [&](const Placed& p) {
+    out.raw(count_triangles(world, lost));
+    for_each_list(world, [&](const Placed& p) {
         for (const WDB_Triangle& t : p.list) {
-            const Point a = t.p0 * p.place, b = t.p1 * p.place, c = t.p2 * p.place;
-            out.raw(oknormalize(cross(a, b, c)));
-            for (const Point& corner : {a, b, c}) out.raw(corner);
+            if (!p.is_good(t)) continue;
+            const Point all[] = {p.point(t.p0), p.point(t.p1), p.point(t.p2)};
+            const Point corners[] = {all[p.corner(0)], all[p.corner(1)], all[p.corner(2)]};
+            out.raw(unit_of(crossed(corners[1] - corners[0], corners[2] - corners[0])));
+            for (const Point& corner : corners) out.raw(corner);
             out.raw(std::uint16_t{0});
         }
     });
     return commit(outputs);
 }
 
-std::uint8_t byte_of(float part) {
-    const float most = 255;
-    return static_cast<std::uint8_t>(part > 0 ? std::lround(std::fmin(part, 1.0f) * most) : 0);
+float unit(float part) {
+    return part > 0 ? std::fmin(part, 1.0f) : 0; // also for what is no number
 }
 
-const char* export_ply(WDB_Database& world, const char* path, int* lost) {
+std::uint8_t byte_of(float part) {
+    const float most = 255;
+    return static_cast<std::uint8_t>(std::lround(unit(part) * most));
+}
+
+const char* export_ply(WDB_Database& world, const char* path, Mesh_Losses* lost) {
     Outputs outputs(1);
     Output& out = outputs[0];
     if (!out.open(path)) return std::strerror(errno);
-    const std::uint32_t triangles = count_triangles(world);
+    const std::uint32_t triangles = count_triangles(world, lost);
     out.text("ply\nformat binary_little_endian 1.0\nelement vertex ");
     out.integer(3LL * triangles);
     out.text("\nproperty float x\nproperty float y\nproperty float z\nproperty float nx\n"
@@ -179,19 +244,21 @@ const char* export_ply(WDB_Database& world, const char* path, int* lost) {
              "property uchar blue\nelement face ");
     out.integer(triangles);
     out.text("\nproperty list uchar uint vertex_indices\nend_header\n");
-    *lost = for_each_list(world, [&](const Placed& p) {
+    for_each_list(world, [&](const Placed& p) {
         const WDB_Material* const m = p.node.get_material();
-        const Color plain = m ? m->get_diffuse() : Color(1, 1, 1);
-        const auto put = [&](const Point& point, const Vector& normal, const Color& color) {
-            out.raw(point * p.place);
-            out.raw(p.normal(normal));
-            const Color& shown = p.list.get_with_colors() ? color : plain;
-            for (int i = 0; i < 3; ++i) out.raw(byte_of(shown[i]));
-        };
+        const Color plain = m ? m->get_diffuse() : WDB_Material().get_diffuse();
         for (const WDB_Triangle& t : p.list) {
-            put(t.p0, t.n0, t.c0);
-            put(t.p1, t.n1, t.c1);
-            put(t.p2, t.n2, t.c2);
+            if (!p.is_good(t)) continue;
+            const Point* const points[] = {&t.p0, &t.p1, &t.p2};
+            const Vector* const normals[] = {&t.n0, &t.n1, &t.n2};
+            const Color* const colors[] = {&t.c0, &t.c1, &t.c2};
+            for (unsigned number = 0; number < 3; ++number) {
+                const unsigned i = p.corner(number);
+                out.raw(p.point(*points[i]));
+                out.raw(p.normal(*normals[i]));
+                const Color& shown = p.list.get_with_colors() ? *colors[i] : plain;
+                for (int part = 0; part < 3; ++part) out.raw(byte_of(shown[part]));
+            }
         }
     });
     for (std::uint32_t i = 0; i < triangles; ++i) {
@@ -205,7 +272,7 @@ class Obj_Export {
 public:
     explicit Obj_Export(const char* path) : base_(path, std::strlen(path) - std::strlen(".obj")) {}
 
-    const char* save(WDB_Database& world, const char* path, int* lost);
+    const char* save(WDB_Database& world, const char* path, Mesh_Losses* lost);
 
 private:
     using Look = std::pair<const WDB_Material*, const WDB_Texture*>;
@@ -213,17 +280,20 @@ private:
     std::string file_name(const std::string& rest) const {
         return base_.substr(base_.find_last_of('/') + 1) + rest;
     }
-    void put_shape(const Placed& p);
+    void put_shape(const Placed& p, Mesh_Losses* lost);
+    void put_faces(const Placed& p, Mesh_Losses* lost);
     const std::string& look_of(const WDB_Node& node);
     std::string picture_of(const WDB_Texture& texture);
+    bool is_source(const std::string& path) const;
 
     const std::string base_; // without the suffix
     Outputs outputs_;
     std::map<Look, std::string> looks_;
     std::map<const WDB_Texture*, std::string> pictures_;
-    WDB_Mesh_Arrays arrays_{WDB_WITH_NORMALS | WDB_WITH_TEXTURES};
+    WDB_Mesh_Arrays arrays_;
+    std::set<std::string> sources_; // of pictures
     long long vertices_ = 0;
-    int error_ = 0;
+    int last_picture_ = 0, error_ = 0;
 };
 
 // Of what is not a blank: names end there.
@@ -234,15 +304,28 @@ std::string word_of(const char* name) {
     return word.empty() ? "unnamed" : word;
 }
 
+bool Obj_Export::is_source(const std::string& path) const {
+    return access(path.c_str(), F_OK) == 0 &&
+           std::any_of(sources_.begin(), sources_.end(), [&](const std::string& source) {
+               return !source.empty() && are_one_file(source.c_str(), path.c_str());
+           });
+}
+
 std::string Obj_Export::picture_of(const WDB_Texture& texture) {
     const auto [at, is_new] = pictures_.try_emplace(&texture);
     if (!is_new || !texture.get_image()) return at->second;
     const Std_Plain_Vector<unsigned char> png = plain_png(*texture.get_image());
     if (png.empty()) return at->second;
-    const std::string rest = str_format("_%zu.png", pictures_.size());
+    // Never in place of a picture that the world was read from.
+    std::string rest;
+    do {
+        rest = str_format("_%d.png", ++last_picture_);
+    } while (is_source(base_ + rest));
     Output& out = outputs_.emplace_back();
     if (error_ == 0 && !out.open(base_ + rest)) error_ = errno;
     if (error_ == 0) out.bytes(reinterpret_cast<const char*>(png.data()), png.size());
+    // There may be more pictures than a process may have open files.
+    if (error_ == 0 && !out.finish()) error_ = errno;
     return at->second = file_name(rest);
 }
 
@@ -251,7 +334,7 @@ const std::string& Obj_Export::look_of(const WDB_Node& node) {
     const auto [at, is_new] = looks_.try_emplace(Look(node.get_material(), node.get_texture()));
     if (!is_new) return at->second;
     const WDB_Material& m = node.get_material() ? *node.get_material() : standard;
-    at->second = word_of(m.get_name()) + str_format("_%zu", looks_.size());
+    at->second = word_of(node.get_material() ? m.get_name() : nullptr) + str_format("_%zu", looks_.size());
     const std::string picture = node.get_texture() ? picture_of(*node.get_texture()) : "";
     Output& out = outputs_[1];
     out.text("newmtl ").text(at->second.c_str()).text("\n");
@@ -272,7 +355,24 @@ const std::string& Obj_Export::look_of(const WDB_Node& node) {
     return at->second;
 }
 
-void Obj_Export::put_shape(const Placed& p) {
+void Obj_Export::put_faces(const Placed& p, Mesh_Losses* lost) {
+    Output& out = outputs_[0];
+    for (std::size_t i = 0; i < arrays_.index_count(); i += 3) {
+        bool is_good = true;
+        for (std::size_t c = 0; c < 3; ++c)
+            is_good &= is_finite(p.point(arrays_.vertices()[arrays_.index(i + c)].position));
+        lost->triangles += !is_good;
+        if (!is_good) continue;
+        out.text("f");
+        for (unsigned c = 0; c < 3; ++c) {
+            const long long number = vertices_ + 1 + arrays_.index(i + p.corner(c));
+            out.text(" ").integer(number).text("/").integer(number).text("/").integer(number);
+        }
+        out.text("\n");
+    }
+}
+
+void Obj_Export::put_shape(const Placed& p, Mesh_Losses* lost) {
     const std::string& look = look_of(p.node); // may open files, which moves nothing
     Output& out = outputs_[0];
     arrays_.update(p.list);
@@ -280,37 +380,46 @@ void Obj_Export::put_shape(const Placed& p) {
     out.text("\n");
     for (std::size_t i = 0; i < arrays_.vertex_count(); ++i) {
         const WDB_Vertex& v = arrays_.vertices()[i];
-        const Point point = v.position * p.place;
+        const Point placed = p.point(v.position);
+        // Nothing refers to one of numbers that are none.
+        const Point point = is_finite(placed) ? placed : Point(0, 0, 0);
         const Vector normal = p.normal(v.normal);
+        const bool has_texture_point =
+            std::isfinite(v.texture_point.x) && std::isfinite(v.texture_point.y);
+        const Point texture_point = has_texture_point ? v.texture_point : Point(0, 0, 0);
         out.text("v");
-        out.numbers(point.to_c(), 3);
+        if (p.list.get_with_colors()) {
+            const float both[] = {point.x,          point.y,          point.z,
+                                  unit(v.color[0]), unit(v.color[1]), unit(v.color[2])};
+            out.numbers(both, 6);
+        } else {
+            out.numbers(point.to_c(), 3);
+        }
         out.text("vt");
-        out.numbers(v.texture_point.to_c(), 2);
+        out.numbers(texture_point.to_c(), 2);
         out.text("vn");
         out.numbers(normal.to_c(), 3);
     }
-    for (std::size_t i = 0; i < arrays_.index_count(); ++i) {
-        const long long number = vertices_ + 1 + arrays_.index(i);
-        out.text(i % 3 == 0 ? "f " : " ").integer(number).text("/").integer(number);
-        out.text("/").integer(number);
-        if (i % 3 == 2) out.text("\n");
-    }
+    put_faces(p, lost);
     vertices_ += static_cast<long long>(arrays_.vertex_count());
 }
 
-const char* Obj_Export::save(WDB_Database& world, const char* path, int* lost) {
+const char* Obj_Export::save(WDB_Database& world, const char* path, Mesh_Losses* lost) {
+    for_each_list(world, [&](const Placed& p) {
+        if (p.node.get_texture()) sources_.insert(p.node.get_texture()->get_image()->get_source());
+    });
     for (const std::string& name : {std::string(path), base_ + ".mtl"})
         if (!outputs_.emplace_back().open(name)) return std::strerror(errno);
     outputs_[0].text("mtllib ").text(file_name(".mtl\n").c_str());
-    *lost = for_each_list(world, [&](const Placed& p) {
-        if (error_ == 0) put_shape(p);
+    lost->nodes = for_each_list(world, [&](const Placed& p) {
+        if (error_ == 0) put_shape(p, lost);
     });
     return error_ == 0 ? commit(outputs_) : std::strerror(error_);
 }
 
 } // namespace
 
-const char* mesh_export(WDB_Database& world, const char* path, int* lost) {
+const char* mesh_export(WDB_Database& world, const char* path, Mesh_Losses* lost) {
     if (ends_in(path, ".stl")) return export_stl(world, path, lost);
     if (ends_in(path, ".ply")) return export_ply(world, path, lost);
     return Obj_Export(path).save(world, path, lost);

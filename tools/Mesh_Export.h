@@ -1,9 +1,11 @@
 // Worlds as the mesh files that other programs take: triangles alone, in their places.
 //
-//     if (const char* reason = mesh_export(world, "garden.obj")) complain(reason);
+//     Mesh_Losses lost;
+//     if (const char* reason = mesh_export(world, "garden.obj", &lost)) complain(reason);
 //
-// OBJ keeps names, normals, texture points and materials, with NAME.mtl and the pictures
-// NAME_1.png ... beside it; PLY normals and colours; STL nothing more.
+// OBJ keeps names, normals, colours, texture points and materials, with NAME.mtl and the pictures
+// NAME_1.png ... beside it; PLY normals and colours; STL nothing more. Triangles that a place
+// mirrors have their front where it was.
 #ifndef TOOLS_MESH_EXPORT_H
 #define TOOLS_MESH_EXPORT_H
 
@@ -12,9 +14,15 @@ class WDB_Database;
 // By the suffix: .obj, .ply or .stl.
 bool is_mesh_file(const char* path);
 
-// All files or none. Lines, cameras, lights and coarser levels are left out; `lost` counts them,
-// but for the levels. On failure: the reason.
+// What is left out.
+struct Mesh_Losses {
+    int nodes = 0;     // that are lines, cameras or lights
+    int triangles = 0; // with a number that is infinite or none, in their place
+};
+
+// All files or none; of each node the finest level. Numbers of pictures pass over those of files
+// that the world was read from. On failure: the reason.
 // Requires: is_mesh_file.
-const char* mesh_export(WDB_Database& world, const char* path, int* lost);
+const char* mesh_export(WDB_Database& world, const char* path, Mesh_Losses* lost);
 
 #endif

@@ -29,12 +29,15 @@ static int fail(const char* message, int status = 1) {
 static int save(WDB_Database& world, const char* path, const WDB_Glb_Options& glb) {
     const std::string_view name(path);
     if (is_mesh_file(path)) {
-        int lost = 0;
+        Mesh_Losses lost;
         if (const char* const reason = mesh_export(world, path, &lost))
             return fail(str_format("cannot write %.300s: %.150s", path, reason));
-        if (lost > 0)
-            std_write_line("nolt_convert: ",
-                           str_format("left out %d lines, cameras and lights", lost));
+        const auto tell = [](int count, const char* what) {
+            if (count > 0)
+                std_write_line("nolt_convert: ", str_format("left out %d %s", count, what));
+        };
+        tell(lost.nodes, "lines, cameras and lights");
+        tell(lost.triangles, "triangles with a number that is infinite or none");
         return 0;
     }
     const int result = name.ends_with(".glb") ? wdb_save_glb(world, path, glb)

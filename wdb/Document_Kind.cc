@@ -21,7 +21,7 @@ static const char* markup_kind(const char* text) {
     return "an XML document";
 }
 
-const char* document_kind(const char* beginning) {
+const char* document_kind(const char* beginning, bool goes_on) {
     struct Mark {
         const char *mark, *kind;
     };
@@ -48,5 +48,5 @@ const char* document_kind(const char* beginning) {
     if (*text == '{') return has(text, "\"asset\"") ? "a glTF scene" : "a JSON document";
     for (const char* p = beginning; *p; ++p)
         if (static_cast<unsigned char>(*p) < 8) return "binary data";
-    return "text";
+    return goes_on ? "binary data" : "text";
 }

@@ -39,7 +39,7 @@ void WDB_Lex_Context::open(Std_URL* url, Std_URL* base) {
     error_count_ = note_count_ = 0;
     input_ = nullptr;
     images_ = nullptr;
-    is_generated_ = has_end_mark_ = false;
+    is_generated_ = has_end_mark_ = begins_as_data_ = false;
     clear_line();
     if (!url->is_valid() || url->is_open()) {
         tell_error("Invalid URL");
@@ -171,6 +171,7 @@ void WDB_Lex_Context::first_line() {
         convert_foreign(format, piece, length);
         return;
     }
+    begins_as_data_ = std::memchr(piece, '\0', length) != nullptr;
     trim(&piece, &length);
     // It fits: the limit of a physical line is that of a logical one.
     append(piece, length);

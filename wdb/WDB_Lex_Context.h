@@ -71,6 +71,8 @@ public:
     bool is_eof() const { return current_line_[0] == '\0'; }
     // At the end: whether a file that begins as wdb_save writes it does not end so.
     bool is_cut() const { return is_generated_ && !has_end_mark_; }
+    // Whether the first line has a byte that is zero, as no text has: lines end there.
+    bool begins_as_data() const { return begins_as_data_; }
     bool is_at_brace() const { return current_line_[0] == '}'; }
     // To the closing line, which stays current, or to the end.
     void skip_until_brace();
@@ -167,7 +169,7 @@ private:
     bool last_triangle_is_colored_;
     WDB_Line last_line_;
     bool last_line_is_colored_, last_line_is_lighted_, last_line_is_textured_;
-    bool is_generated_, has_end_mark_;
+    bool is_generated_, has_end_mark_, begins_as_data_;
     std::size_t line_length_;
     mutable int error_count_;
     int note_count_;     // of what a converter left out

@@ -350,10 +350,13 @@ void try_get_file(WDB_Lex_Context& lex, WDB_Sym_Context& sym) {
         }
         heap.collect_if_grown();
     }
-    if (!has_blocks && lex.get_error_count() > errors_before)
+    // Data may read as an empty file, which is none.
+    if (!has_blocks && lex.get_error_count() == errors_before && lex.begins_as_data())
+        ++sym.report().errors;
+    if (!has_blocks && (lex.get_error_count() > errors_before || lex.begins_as_data()))
         std_tell(str_format("[%s]: this is no scene file (it looks like %s)",
                             lex.get_url()->get_url_string().chars(),
-                            document_kind(beginning.c_str())));
+                            document_kind(beginning.c_str(), lex.begins_as_data())));
     // Cut between two blocks, a file reads without an error.
     if (lex.is_cut() && !lex.is_cancelled()) {
         ++sym.report().errors;

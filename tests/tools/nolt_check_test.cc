@@ -56,6 +56,7 @@ TEST_F(Nolt_Check, tables) {
 TEST_F(Nolt_Check, names_and_statuses) {
     put_file("good", unfolded(mesh));
     put_file("bad", "rubbish\n");
+    put_file("zeros", std::string(3000, '\0') + "\n");
     put_file("vrml", "#VRML V2.0 utf8\nShape { geometry Box { } }\n"); // its converter lies beside
     ASSERT_EQ(std::system("gzip < good | head -c -2 > cut.gz"), 0);
     const std::tuple<const char*, const char*, int> rows[] = {
@@ -65,6 +66,7 @@ TEST_F(Nolt_Check, names_and_statuses) {
         {"--version", "nolt ", 0},
         {"-q good", "", 0},
         {"-q bad", "", 1},
+        {"-q zeros", "", 1},
         {"good good", "good\n  nodes      0\n", 0},
         {"vrml", "vrml\n  nodes      1\n", 0},
         {"bad good", "bad\n  nodes      0\n", 1},

@@ -5,6 +5,7 @@
 TEST(Document_Kind, by_first_bytes) {
     const struct {
         const char *beginning, *kind;
+        bool goes_on = false;
     } rows[] = {
         {"\x89PNG\r\n", "a PNG image"},
         {"\xff\xd8\xff\xe0", "a JPEG image"},
@@ -21,6 +22,9 @@ TEST(Document_Kind, by_first_bytes) {
         {"\xff\xd8", "text"}, // cut
         {"a\x02", "binary data"},
         {"", "text"},
+        {"", "binary data", true},
+        {"#include <cstdio>", "text"},
     };
-    for (const auto& r : rows) EXPECT_STREQ(document_kind(r.beginning), r.kind) << r.beginning;
+    for (const auto& r : rows)
+        EXPECT_STREQ(document_kind(r.beginning, r.goes_on), r.kind) << r.beginning;
 }
