@@ -122,7 +122,9 @@ static const char* list_keyword(const aiMesh& mesh) {
 // After the importer's steps a mesh has items of one kind.
 void Model_Converter::write_shape(const aiMesh& mesh, Shape& shape) {
     const char* const keyword = list_keyword(mesh);
-    if (!keyword) return skip("point", static_cast<int>(mesh.mNumFaces));
+    // Of points alone some formats have no faces.
+    if (!keyword)
+        return skip("point", static_cast<int>(mesh.mNumFaces ? mesh.mNumFaces : mesh.mNumVertices));
     bool is_open = false;
     for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
         const aiFace& face = mesh.mFaces[i];
@@ -178,12 +180,18 @@ void Model_Converter::put_vector(const aiVector3D& v) {
     for (const float number : {v.x, v.y, v.z}) out_.put_number(static_cast<double>(number));
 }
 
+void Model_Converter::put_attribute(const aiVector3D& v) {
+    const bool is_good = is_finite(v);
+    skip("colour or texture point with a number that is none", !is_good);
+    put_vector(is_good ? v : aiVector3D());
+}
+
 // In the order of the scene: points, normals, colours, texture points.
 void Model_Converter::put_item(const aiMesh& mesh, const aiFace& face) {
     const bool is_triangle = face.mNumIndices == 3;
     const auto put_each = [&](const char* letter, const aiVector3D* of_vertex) {
         out_.put(letter);
-        for (unsigned c = 0; c < face.mNumIndices; ++c) put_vector(of_vertex[face.mIndices[c]]);
+        for (unsigned c = 0; c < face.mNumIndices; ++c) put_attribute(of_vertex[face.mIndices[c]]);
     };
     put_each(is_triangle ? "  triangle p" : "  line p", mesh.mVertices);
     if (is_triangle) put_normals(mesh, face);
@@ -192,10 +200,11 @@ void Model_Converter::put_item(const aiMesh& mesh, const aiFace& face) {
         for (unsigned c = 0; c < face.mNumIndices; ++c) {
             const aiColor4D& color = colors[face.mIndices[c]];
             const aiColor3D on_screen = shown({color.r, color.g, color.b});
-            put_vector({on_screen.r, on_screen.g, on_screen.b});
+            put_attribute({on_screen.r, on_screen.g, on_screen.b});
         }
     }
-    if (mesh.HasTextureCoords(0)) put_each(" t", mesh.mTextureCoords[0]);
+    const unsigned set = texture_set(mesh);
+    if (mesh.HasTextureCoords(set)) put_each(" t", mesh.mTextureCoords[set]);
     out_.put("\n");
 }
 
@@ -209,6 +218,7 @@ void Model_Converter::put_normals(const aiMesh& mesh, const aiFace& face) {
     for (unsigned c = 0; c < 3; ++c) {
         normals[c] = mesh.HasNormals() ? mesh.mNormals[face.mIndices[c]] : aiVector3D();
         const float length = normals[c].Length();
+        skip("normal with a number that is none", !is_finite(normals[c]));
         if (!is_finite(normals[c]) || !(length > least) || !std::isfinite(length)) {
             normals[c] = flat;
         } else {

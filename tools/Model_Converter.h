@@ -1,7 +1,7 @@
 // A model as a scene file: its meshes as lists of triangles and lines, each once however many nodes
 // show it; materials, textures, cameras and lights.
 //
-//     Model_Converter converter(scene, out, false, "/tmp/images");
+//     Model_Converter converter(scene, out, false, "/tmp/images", "models");
 //     const bool is_written = converter.convert();
 //     converter.tell(stderr, "");                     // skipped 2: texture of another kind
 #ifndef TOOLS_MODEL_CONVERTER_H
@@ -20,13 +20,21 @@
 class Model_Converter {
 public:
     // Pictures that lie in the model become files of `image_folder`; without one they are left out.
-    // Lifetime: all three must outlive this.
-    Model_Converter(const aiScene& scene, Vrml_Writer& out, bool is_gltf, std::string image_folder)
-        : scene_(scene), out_(out), image_folder_(std::move(image_folder)), is_gltf_(is_gltf),
+    // `folder` is where the model lies, and may be empty: textures are not read from elsewhere.
+    // Lifetime: the scene and the writer must outlive this.
+    Model_Converter(const aiScene& scene, Vrml_Writer& out, bool is_gltf, std::string image_folder,
+                    std::string folder)
+        : scene_(scene), out_(out), image_folder_(std::move(image_folder)),
+          folder_(std::move(folder)), is_gltf_(is_gltf),
           multiplies_angles_(is_gltf && scene.mNumCameras > 0 && multiplies_angles()) {}
 
     // False if something could not be written.
     bool convert();
+
+    // Counts what did not arrive.
+    void skip(const std::string& what, int count = 1) {
+        if (count > 0) losses_[what] += count;
+    }
 
     // What did not arrive, each kind once, with how often.
     void tell(std::FILE* to, const char* mark) const;
@@ -43,9 +51,6 @@ private:
         bool is_written = false;
     };
 
-    void skip(const std::string& what, int count = 1) {
-        if (count > 0) losses_[what] += count;
-    }
     void tell_what_has_no_place();
     void convert_node(const aiNode& node, const Vrml_Place& above, int depth);
     void put_node(const aiNode& node, unsigned mesh, const Vrml_Place& place);
@@ -60,11 +65,15 @@ private:
     bool is_item_good(const aiMesh& mesh, const aiFace& face);
     void put_item(const aiMesh& mesh, const aiFace& face);
     void put_vector(const aiVector3D& v);
+    void put_attribute(const aiVector3D& v);
     void put_normals(const aiMesh& mesh, const aiFace& face);
 
     const Look& look_of(unsigned material);
     std::string material_of(const aiMaterial& material);
     std::string texture_of(const aiMaterial& material);
+    std::string url_of(const std::string& path);
+    // Which of the texture points of a mesh its texture is laid on by.
+    unsigned texture_set(const aiMesh& mesh) const;
     std::string image_of(const aiTexture& texture);
     bool write_image(const aiTexture& texture, const std::string& path);
 
@@ -76,7 +85,7 @@ private:
 
     const aiScene& scene_;
     Vrml_Writer& out_;
-    const std::string image_folder_;
+    const std::string image_folder_, folder_;
     const bool is_gltf_, multiplies_angles_;
     std::vector<Shape> shapes_;
     std::vector<Look> looks_;

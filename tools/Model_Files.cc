@@ -1,5 +1,6 @@
 #include "tools/Model_Files.h"
 
+#include <charconv>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -17,8 +18,31 @@ static std::string real_place(const std::string& path) {
 }
 
 Model_Files::Model_Files(std::string document, const std::string& suffix, const std::string& folder)
-    : document_(std::move(document)), name_(document_name(suffix)),
-      folder_(folder.empty() ? folder : real_place(folder)) {}
+    : document_(std::move(document)), name_(document_name(suffix)), folder_(folder) {}
+
+std::string percent_decoded(const std::string& path) {
+    const int hexadecimal = 16;
+    std::string plain;
+    for (std::size_t i = 0; i < path.size(); ++i) {
+        unsigned char byte = 0;
+        const char* const digits = path.data() + i + 1;
+        const bool is_escape =
+            path[i] == '%' && i + 2 < path.size() &&
+            std::from_chars(digits, digits + 2, byte, hexadecimal).ptr == digits + 2;
+        plain += is_escape ? static_cast<char>(byte) : path[i];
+        if (is_escape) i += 2;
+    }
+    return plain;
+}
+
+std::string model_companion(const std::string& folder, const std::string& path) {
+    const std::string around = real_place(folder), place = real_place(folder + "/" + path);
+    struct stat status;
+    // A pipe or a device could go on for ever.
+    const bool is_file = stat(place.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return is_file && place.starts_with(around == "/" ? around : around + "/") ? place
+                                                                               : std::string();
+}
 
 std::string Model_Files::place_of(const char* path) const {
     if (folder_.empty() || path[0] == '/') return {};
@@ -26,12 +50,8 @@ std::string Model_Files::place_of(const char* path) const {
     std::string relative = path;
     for (char& c : relative)
         if (c == '\\') c = '/';
-    const std::string place = real_place(folder_ + "/" + relative);
-    struct stat status;
-    // A pipe or a device could go on for ever.
-    const bool is_file = stat(place.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-    const std::string inside = folder_ == "/" ? folder_ : folder_ + "/";
-    return is_file && place.starts_with(inside) ? place : std::string();
+    const std::string place = model_companion(folder_, relative);
+    return place.empty() ? model_companion(folder_, percent_decoded(relative)) : place;
 }
 
 bool Model_Files::Exists(const char* path) const {

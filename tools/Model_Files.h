@@ -11,6 +11,13 @@
 #include <assimp/IOStream.hpp>
 #include <assimp/IOSystem.hpp>
 
+// As URLs have paths: "a%20b" is "a b".
+std::string percent_decoded(const std::string& path);
+
+// The real place of a regular file, by a path from the folder, if that lies in it or below, links
+// followed; else empty.
+std::string model_companion(const std::string& folder, const std::string& path);
+
 class Model_Files : public Assimp::IOSystem {
 public:
     // Of a format with that suffix. Without a folder there are no other files.
@@ -29,7 +36,7 @@ private:
     std::string place_of(const char* path) const;
 
     const std::string document_, name_;
-    std::string folder_;
+    const std::string folder_;
 };
 
 #endif

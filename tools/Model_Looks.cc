@@ -7,7 +7,8 @@
 //     specular    specular            from 0.04 to the base colour, with the metal
 //     shininess   the exponent        2 / roughness^4 - 2
 //     emission    emission            emission times its strength
-//     alpha       opacity             alpha of the base colour, unless alpha mode is OPAQUE
+//     alpha       opacity             alpha of the base colour; 1 if alpha mode is OPAQUE, or MASK
+//                                     and it reaches the cutoff, else 0
 //
 // All within 0 and 1, the shininess within 0 and 128. Colours of glTF are amounts of light, and come
 // first to what a screen is told for them (sRGB).
@@ -16,6 +17,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <unistd.h>
 
 #include <assimp/GltfMaterial.h>
 #include <assimp/Importer.hpp>
@@ -23,6 +25,7 @@
 
 #include "tools/Image_Raster.h"
 #include "tools/Model_Extras.h"
+#include "tools/Model_Files.h"
 #include "tools/Vrml_Text.h"
 
 static const double degrees = 180 / std::numbers::pi;
@@ -77,8 +80,12 @@ static float shininess_of(const aiMaterial& m, float roughness) {
 
 static float alpha_of(const aiMaterial& m, const aiColor4D& base) {
     aiString mode;
-    if (m.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == AI_SUCCESS)
+    if (m.Get(AI_MATKEY_GLTF_ALPHAMODE, mode) == AI_SUCCESS) {
+        float cutoff = 0.5f;
+        m.Get(AI_MATKEY_GLTF_ALPHACUTOFF, cutoff);
+        if (mode == aiString("MASK")) return base.a >= cutoff ? 1 : 0;
         return mode == aiString("OPAQUE") ? 1 : base.a;
+    }
     float opacity = 1;
     m.Get(AI_MATKEY_OPACITY, opacity);
     return opacity;
@@ -137,6 +144,29 @@ static std::string relative_url(std::string path) {
     return path.find(':') == std::string::npos ? path : std::string();
 }
 
+// What is not found goes on to the reader, which tells its name.
+std::string Model_Converter::url_of(const std::string& path) {
+    const std::string url = relative_url(path);
+    if (folder_.empty() || url.empty()) return url;
+    for (const std::string& name : {url, percent_decoded(url)}) {
+        if (access((folder_ + "/" + name).c_str(), F_OK) != 0) continue;
+        if (!model_companion(folder_, name).empty()) return name;
+        skip("texture that is no file beside the model or below");
+        return {};
+    }
+    return url;
+}
+
+unsigned Model_Converter::texture_set(const aiMesh& mesh) const {
+    int set = 0;
+    if (mesh.mMaterialIndex >= scene_.mNumMaterials) return 0;
+    const aiMaterial& m = *scene_.mMaterials[mesh.mMaterialIndex];
+    if (m.Get(AI_MATKEY_UVWSRC(aiTextureType_BASE_COLOR, 0), set) != AI_SUCCESS)
+        m.Get(AI_MATKEY_UVWSRC(aiTextureType_DIFFUSE, 0), set);
+    return set > 0 && mesh.HasTextureCoords(static_cast<unsigned>(set)) ? static_cast<unsigned>(set)
+                                                                        : 0;
+}
+
 std::string Model_Converter::texture_of(const aiMaterial& m) {
     for (const aiTextureType other :
          {aiTextureType_NORMALS, aiTextureType_HEIGHT, aiTextureType_EMISSIVE,
@@ -150,10 +180,11 @@ std::string Model_Converter::texture_of(const aiMaterial& m) {
     const auto [at, is_new] = textures_.try_emplace(path.C_Str());
     if (!is_new) return at->second;
     const aiTexture* const embedded = scene_.GetEmbeddedTexture(path.C_Str());
-    const std::string url = embedded ? image_of(*embedded) : relative_url(path.C_Str());
+    const std::string url = embedded ? image_of(*embedded) : url_of(path.C_Str());
     if (url.empty() || !vrml_is_scene_string(url)) {
-        // What could not be stored has been told.
-        if (!embedded || !url.empty()) skip("texture with a long, broken or foreign path");
+        // What could not be stored, or lies elsewhere, has been told.
+        if (!url.empty() || (!embedded && relative_url(path.C_Str()).empty()))
+            skip("texture with a long, broken or foreign path");
         return {};
     }
     at->second = out_.new_name("texture");

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 #include <string>
 
 #include <malloc.h>
@@ -24,8 +25,11 @@
 #include <assimp/config.h>
 #include <assimp/postprocess.h>
 
+#include "tools/Importer_Warnings.h"
 #include "tools/Model_Converter.h"
+#include "tools/Model_Extras.h"
 #include "tools/Model_Files.h"
+#include "tools/Obj_Text.h"
 #endif
 
 namespace {
@@ -81,9 +85,19 @@ static int convert(const Options& options) {
         return FAILED;
     }
     set_limits(document.size());
+    int bad_items = 0;
+    if (options.suffix == "obj") {
+        bad_items = obj_drop_bad_items(&document);
+        obj_smooth(&document);
+    }
+    const bool is_gltf = options.suffix == "glb" || options.suffix == "gltf";
+    const std::set<std::string> unknown =
+        is_gltf ? unknown_extensions(document) : std::set<std::string>();
+    const Importer_Warnings warnings;
     Assimp::Importer importer;
     importer.SetIOHandler(new Model_Files(std::move(document), options.suffix, options.folder));
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_COLLADA_USE_COLLADA_NAMES, true);
     const unsigned steps =
         aiProcess_Triangulate | aiProcess_SortByPType | aiProcess_TransformUVCoords;
     const aiScene* const scene =
@@ -99,8 +113,11 @@ static int convert(const Options& options) {
         return FAILED;
     }
     Vrml_Writer out(stdout, options.prefix);
-    const bool is_gltf = options.suffix == "glb" || options.suffix == "gltf";
-    Model_Converter converter(*scene, out, is_gltf, options.images);
+    Model_Converter converter(*scene, out, is_gltf, options.images, options.folder);
+    converter.skip("face with a wrong index or a number that is none", bad_items);
+    for (const std::string& name : unknown)
+        converter.skip("extension that the file requires: " + name);
+    for (const std::string& warning : warnings.all()) converter.skip(warning);
     const bool is_written = converter.convert();
     converter.tell(told, mark);
     if (!is_written) std::perror("nolt_frommodel: cannot write the scene");

@@ -56,6 +56,9 @@ TEST_F(From_Model, formats_and_what_arrives) {
     std::filesystem::copy("below/m.mtl", "out.mtl");
     std::filesystem::create_symlink("../out.mtl", "below/link.mtl");
     PX_Map(3, 1, 3).save("t.rgb");
+    PX_Map(16, 1, 3).save("a b.rgb");
+    std::filesystem::create_symlink("../t.rgb", "below/link.rgb");
+    put_file("below/l.mtl", "newmtl red\nmap_Kd link.rgb\n");
     // A triangle of numbers that base64 spells in groups: 9 floats of 0 and 1.
     const std::string tri = "AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAA";
     const std::string gltf =
@@ -79,8 +82,14 @@ TEST_F(From_Model, formats_and_what_arrives) {
     const std::tuple<const char*, std::string, std::string, int> rows[] = {
         {"q.obj", "mtllib below/m.mtl\no q\n" + quad + "usemtl red\nf 1 2 3 4\nl 1 3\n",
          "q red 4 wide 1 lines 0 0 0 to 1 1 0\nq_2 red 4 wide 2 triangles 0 0 0 to 1 1 0\n", 0},
-        {"bad.OBJ", "o q\n" + quad + "v 0 nan 0\nf 1 2 3\nf 1 2 5\nf 1 1 2\np 1\n",
-         "q DefaultMaterial 1 triangles 0 0 0 to 1 1 0\n", 3},
+        {"bad.OBJ",
+         "o q\n" + quad + "v 0 nan 0\nf 1 2 3\nf 1 2 5\nf 1 2 99\nf 1 2 3/7\nf 1 1 2\np 1\n",
+         "q DefaultMaterial 1 triangles 0 0 0 to 1 1 0\n", 5},
+        {"smooth.obj",
+         quad + "v 0 0 1\nv 0 1 1\ns 1\nf 1 2 3 4\nf 1 \\\n 4 -1 -2\ns off\nf 2 3 5\n",
+         "defaultobject DefaultMaterial 5 triangles 0 0 0 to 1 1 1\n", 0},
+        {"below/l.obj", "mtllib l.mtl\no q\n" + quad + "usemtl red\nf 1 2 3\n",
+         "q red 1 triangles 0 0 0 to 1 1 0\n", 1},
         {"below/out.obj",
          "mtllib ../out.mtl\nmtllib link.mtl\no q\n" + quad + "usemtl red\nf 1 2 3\n",
          "q red 1 triangles 0 0 0 to 1 1 0\n", 0},
@@ -89,6 +98,10 @@ TEST_F(From_Model, formats_and_what_arrives) {
          "property float z\nelement face 1\nproperty list uchar int vertex_index\nend_header\n"
          "0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n",
          "node material 1 triangles 0 0 0 to 1 1 0\n", 1},
+        {"cloud",
+         "ply\nformat ascii 1.0\nelement vertex 3\nproperty float x\nproperty float y\n"
+         "property float z\nend_header\n0 0 0\n1 0 0\n0 1 0\n",
+         "", 3},
         {"y",
          "solid s\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\nvertex 2 0 0\nvertex 0 1 0\n"
          "endloop\nendfacet\nendsolid s\n",
@@ -97,6 +110,17 @@ TEST_F(From_Model, formats_and_what_arrives) {
          "a m 1 triangles 0.1 0 0 to 1.1 1 0\nb m 1 triangles -1.9 0 0 to 0.1 1 0\n"
          "eye - 0.1 0 0\nsun sun_color 0.1 0 0\n",
          0},
+        {"masked",
+         replaced(gltf, {{"\"roughnessFactor\":0.5}",
+                          "\"roughnessFactor\":0.5,\"baseColorTexture\":{\"index\":0}},"
+                          "\"alphaMode\":\"MASK\""},
+                         {"\"scene\":0",
+                          "\"textures\":[{\"source\":0}],\"images\":[{\"uri\":\"a%20b.rgb\"}],"
+                          "\"extensionsRequired\":[\"EXT_x\",\"KHR_lights_punctual\"],"
+                          "\"scene\":0"}}),
+         "a m 16 wide 1 triangles 0.1 0 0 to 1.1 1 0\nb m 16 wide 1 triangles -1.9 0 0 to 0.1 1 0\n"
+         "eye - 0.1 0 0\nsun sun_color 0.1 0 0\n",
+         1},
         // A scene stays one under any name.
         {"s.obj", "# a comment\n\n" + mesh + "node n {\n geometry g\n}\n",
          "n - 1 triangles 0 0 0 to 1 1 0\n", 0},
@@ -108,6 +132,14 @@ TEST_F(From_Model, formats_and_what_arrives) {
         EXPECT_EQ(load_model(name), should) << name << said;
         EXPECT_EQ(report.notes, notes) << name << said;
         EXPECT_EQ(report.errors, 0) << name << said;
+        if (std::string(name) == "smooth.obj") {
+            EXPECT_TRUE(holds(saved(world), "n 0.707107 0.000000 0.707107  0.000000 0.000000 1.0"));
+            EXPECT_TRUE(
+                holds(file("saved"), "n 0.707107 0.000000 0.707107  1.000000 0.000000 0.0"));
+        }
+        if (std::string(name) == "masked") {
+            EXPECT_TRUE(holds(saved(world), "  Alpha     1.0"));
+        }
         if (std::string(name) == "z") {
             EXPECT_EQ(saved(world).find("LineList"), std::string::npos);
             const std::string scene = file("saved");
