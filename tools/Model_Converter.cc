@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cmath>
+#include <cstring>
 
 #include "tools/Model_Extras.h"
 #include "tools/Vrml_Text.h"
@@ -109,9 +110,46 @@ void Model_Converter::put_node(const aiNode& node, unsigned mesh, const Vrml_Pla
 
 const Model_Converter::Shape& Model_Converter::shape_of(unsigned mesh) {
     Shape& shape = shapes_[mesh];
-    if (!shape.is_written) write_shape(*scene_.mMeshes[mesh], shape);
+    if (shape.is_written) return shape;
+    if (const Shape* const twin = twin_of(mesh)) {
+        shape = *twin;
+    } else {
+        write_shape(*scene_.mMeshes[mesh], shape);
+        written_.emplace(scene_.mMeshes[mesh]->mName.C_Str(), mesh);
+    }
     shape.is_written = true;
     return shape;
+}
+
+const Model_Converter::Shape* Model_Converter::twin_of(unsigned mesh) {
+    // A hostile file has a great many of one name.
+    const int most_tries = 100;
+    int tries = 0;
+    for (auto [at, end] = written_.equal_range(scene_.mMeshes[mesh]->mName.C_Str());
+         at != end && ++tries <= most_tries; ++at)
+        if (are_twins(*scene_.mMeshes[at->second], *scene_.mMeshes[mesh]))
+            return &shapes_[at->second];
+    return nullptr;
+}
+
+template<class T>
+static bool are_equal(const T* a, const T* b, unsigned count) {
+    return (!a && !b) || (a && b && std::memcmp(a, b, count * sizeof(T)) == 0);
+}
+
+bool Model_Converter::are_twins(const aiMesh& a, const aiMesh& b) const {
+    const unsigned set = texture_set(a), count = a.mNumVertices;
+    if (a.mPrimitiveTypes != b.mPrimitiveTypes || count != b.mNumVertices ||
+        a.mNumFaces != b.mNumFaces || set != texture_set(b) ||
+        !are_equal(a.mVertices, b.mVertices, count) || !are_equal(a.mNormals, b.mNormals, count) ||
+        !are_equal(a.mColors[0], b.mColors[0], count) ||
+        !are_equal(a.mTextureCoords[set], b.mTextureCoords[set], count))
+        return false;
+    for (unsigned i = 0; i < a.mNumFaces; ++i)
+        if (a.mFaces[i].mNumIndices != b.mFaces[i].mNumIndices ||
+            !are_equal(a.mFaces[i].mIndices, b.mFaces[i].mIndices, a.mFaces[i].mNumIndices))
+            return false;
+    return true;
 }
 
 static const char* list_keyword(const aiMesh& mesh) {

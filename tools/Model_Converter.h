@@ -61,6 +61,9 @@ private:
     void put_color(const char* keyword, const aiColor3D& color);
 
     const Shape& shape_of(unsigned mesh);
+    // What wrote the same under the same name, as meshes that differ in their look; null if none.
+    const Shape* twin_of(unsigned mesh);
+    bool are_twins(const aiMesh& a, const aiMesh& b) const;
     void write_shape(const aiMesh& mesh, Shape& shape);
     bool is_item_good(const aiMesh& mesh, const aiFace& face);
     void put_item(const aiMesh& mesh, const aiFace& face);
@@ -88,6 +91,7 @@ private:
     const std::string image_folder_, folder_;
     const bool is_gltf_, multiplies_angles_;
     std::vector<Shape> shapes_;
+    std::multimap<std::string, unsigned> written_; // shapes by the names of their meshes
     std::vector<Look> looks_;
     std::multimap<std::string, const aiCamera*> cameras_; // by the names of their nodes
     std::multimap<std::string, const aiLight*> lights_;

@@ -68,6 +68,7 @@ private:
         bool has_colors;
     };
     struct Mesh {
+        const WDB_Geometry* geometry;
         int shape, look;
     };
     struct Losses {
@@ -123,7 +124,7 @@ private:
     Hash_Set<long> textured_; // geometries that some node shows with a texture
     Gap_List<Look> looks_;
     Gap_List<int> pictures_; // the view of each
-    Plain_Array<Mesh> meshes_;
+    Gap_List<Mesh> meshes_;
     Gap_List<const WDB_Camera*> cameras_;
     Gap_List<const WDB_Light*> lights_;
     Glb_Instances instances_;
@@ -319,8 +320,8 @@ int Glb_Writer::mesh_of(const WDB_Node& node, const WDB_Geometry& geometry) {
     if (shape == none) return none;
     const int look = look_of(node, data_.shapes()[static_cast<std::size_t>(shape)].has_colors);
     return number_of(mesh_numbers_, pair_of(shape, look), [&] {
-        meshes_.push({shape, look});
-        return static_cast<int>(meshes_.count()) - 1;
+        meshes_.insert_last({&geometry, shape, look});
+        return meshes_.count() - 1;
     });
 }
 
@@ -442,11 +443,13 @@ void Glb_Writer::write_meshes(Glb_Json& json) {
     }
     json.Key("meshes");
     json.StartArray();
-    for (std::size_t i = 0; i < meshes_.count(); ++i) {
+    for (int i = 0; i < meshes_.count(); ++i) {
         const auto number = static_cast<std::size_t>(meshes_[i].shape);
         const Glb_Data::Shape& shape = data_.shapes()[number];
         int accessor = first_accessors[number];
         json.StartObject();
+        if (meshes_[i].geometry->get_name())
+            json.key_and_text("name", meshes_[i].geometry->get_name());
         json.Key("primitives");
         json.StartArray();
         json.StartObject();

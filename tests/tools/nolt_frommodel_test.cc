@@ -214,6 +214,14 @@ TEST_F(From_Model, glb_there_and_back) {
     EXPECT_TRUE(light && light->get_color() == lamp->get_emission());
     EXPECT_EQ(world->camera_count(), 1);
     given.put(new WDB_Node("m", HFrame::identity(), list, red, texture));
+    // What differs in its look alone is one geometry.
+    given.put(new WDB_Node("o", HFrame(Frame::translation(5, 0, 0)), list, lamp, texture));
+    ASSERT_EQ(wdb_save_glb(given, "x.glb"), 0);
+    load_model("x.glb");
+    std::set<const WDB_Geometry*> geometries;
+    world->for_each_shape(
+        [&](const WDB_Node& shape, const Bbox&) { geometries.insert(shape.get_geometry()); });
+    EXPECT_TRUE(world->shape_count() == 3 && geometries.size() == 1);
     ASSERT_EQ(wdb_save_glb(given, "x.glb", {.has_instances = true}), 0);
     load_model("x.glb");
     EXPECT_TRUE(holds(said, "skipped 1: node with instances, of which one is shown")) << said;

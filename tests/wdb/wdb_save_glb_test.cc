@@ -73,6 +73,7 @@ static WDB_Triangle triangle(float z) {
 
 TEST_F(Wdb_Save_Glb, what_nodes_share_stands_once) {
     auto* const list = list_of({triangle(0), triangle(2)});
+    list->set_name("two");
     auto* const red = new WDB_Material;
     red->set_diffuse(Color(1, 0.5f, 2));
     red->set_shininess(30);
