@@ -334,7 +334,8 @@ const std::string& Obj_Export::look_of(const WDB_Node& node) {
     const auto [at, is_new] = looks_.try_emplace(Look(node.get_material(), node.get_texture()));
     if (!is_new) return at->second;
     const WDB_Material& m = node.get_material() ? *node.get_material() : standard;
-    at->second = word_of(node.get_material() ? m.get_name() : nullptr) + str_format("_%zu", looks_.size());
+    at->second =
+        word_of(node.get_material() ? m.get_name() : nullptr) + str_format("_%zu", looks_.size());
     const std::string picture = node.get_texture() ? picture_of(*node.get_texture()) : "";
     Output& out = outputs_[1];
     out.text("newmtl ").text(at->second.c_str()).text("\n");

@@ -19,8 +19,8 @@ std::string model_text(const aiMetadata* extras, const char* name);
 // Leaves the colour as it is if there are no three numbers of that name.
 void model_color(const aiMetadata* extras, const char* name, aiColor3D* color);
 
-// Extensions without which a document of glTF, text or binary, is not what it is to be, and which the
-// importer passes over in silence.
+// Extensions without which a document of glTF, text or binary, is not what it is to be, and which
+// the importer passes over in silence.
 std::set<std::string> unknown_extensions(std::string_view document);
 
 #endif

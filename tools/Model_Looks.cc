@@ -10,8 +10,8 @@
 //     alpha       opacity             alpha of the base colour; 1 if alpha mode is OPAQUE, or MASK
 //                                     and it reaches the cutoff, else 0
 //
-// All within 0 and 1, the shininess within 0 and 128. Colours of glTF are amounts of light, and come
-// first to what a screen is told for them (sRGB).
+// All within 0 and 1, the shininess within 0 and 128. Colours of glTF are amounts of light, and
+// come first to what a screen is told for them (sRGB).
 #include "tools/Model_Converter.h"
 
 #include <algorithm>
@@ -146,7 +146,7 @@ static std::string relative_url(std::string path) {
 
 // What is not found goes on to the reader, which tells its name.
 std::string Model_Converter::url_of(const std::string& path) {
-    const std::string url = relative_url(path);
+    std::string url = relative_url(path);
     if (folder_.empty() || url.empty()) return url;
     for (const std::string& name : {url, percent_decoded(url)}) {
         if (access((folder_ + "/" + name).c_str(), F_OK) != 0) continue;

@@ -21,13 +21,12 @@ public:
     explicit Obj_Lines(const std::string& text) : text_(text) {}
 
     bool next() {
-        begin_ = end_ + (end_ > 0);
+        begin_ = next_;
         if (begin_ >= text_.size()) return false;
-        std::size_t from = begin_;
         do {
-            end_ = std::min(text_.find('\n', from), text_.size());
-            from = end_ + 1;
-        } while (goes_on() && from < text_.size());
+            end_ = std::min(text_.find('\n', next_), text_.size());
+            next_ = end_ + 1;
+        } while (goes_on() && next_ < text_.size());
         while (begin_ < end_ && is_blank(text_[begin_])) ++begin_;
         at_ = begin_;
         keyword_ = next_word();
@@ -54,7 +53,7 @@ private:
     }
 
     const std::string& text_;
-    std::size_t begin_ = 0, end_ = 0, at_ = 0;
+    std::size_t begin_ = 0, end_ = 0, next_ = 0, at_ = 0;
     std::string_view keyword_;
 };
 

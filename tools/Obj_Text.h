@@ -1,5 +1,5 @@
-// What the importer of OBJ files does not do itself: faces whose numbers lead to nothing cost it the
-// whole file, and smoothing groups mean nothing to it.
+// What the importer of OBJ files does not do itself: faces whose numbers lead to nothing cost it
+// the whole file, and smoothing groups mean nothing to it.
 //
 //     const int dropped = obj_drop_bad_items(&text);
 //     obj_smooth(&text);

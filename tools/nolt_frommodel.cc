@@ -8,6 +8,7 @@
 // current one without a prefix. A process of its own, with limits of time and memory: what that
 // library does with a hostile file ends here.
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -44,6 +45,8 @@ static bool read_options(int argc, char** argv, Options* options) {
         const std::string option = argv[i];
         if (option == "-as") {
             options->suffix = argv[i + 1];
+            for (char& c : options->suffix)
+                c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
         } else if (option == "-tmp") {
             options->prefix = argv[i + 1];
         } else if (option == "-images") {

@@ -68,7 +68,8 @@ bool Glb_Instances::begin_node(int mesh) {
 
 bool Glb_Instances::put(int mesh, const HFrame& place) {
     Group& group = groups_[static_cast<std::size_t>(mesh)];
-    const auto index = static_cast<std::size_t>(group.first + group.placed++);
+    const auto index =
+        static_cast<std::size_t>(group.first) + static_cast<std::size_t>(group.placed++);
     double axis[3][3], scale[3];
     for (int row = 0; row < 3; ++row) {
         scale[row] = row_length(place, row);

@@ -642,9 +642,9 @@ void Glb_Writer::write_cameras(Glb_Json& json) {
     json.EndArray();
 }
 
-// Light gets weaker with the square of the distance there, and not at all here: this is as strong in
-// the middle of what is shown, but for a light that stands within. A surface gives back the share of
-// 1 / pi to each side.
+// Light gets weaker with the square of the distance there, and not at all here: this is as strong
+// in the middle of what is shown, but for a light that stands within. A surface gives back the
+// share of 1 / pi to each side.
 float Glb_Writer::intensity(const WDB_Light& light) const {
     if (!(shown_.min.x <= shown_.max.x)) return 1;
     const auto square = [](const Vector& v) {

@@ -3,8 +3,9 @@
 //     if (wdb_save_glb(world, "spheres.glb") != 0) return 1;
 //
 // Each geometry stands once, as indexed triangles or lines whose equal corners are shared, with one
-// mesh of its name for each look that nodes give it. Nodes keep names, places to the bit, and their URL, in
-// their extras; levels of detail are those of MSFT_lod, the finest being the node's own mesh.
+// mesh of its name for each look that nodes give it. Nodes keep names, places to the bit, and their
+// URL, in their extras; levels of detail are those of MSFT_lod, the finest being the node's own
+// mesh.
 // Pictures of textures are embedded, not compressed. Cameras have their angle and planes; lights
 // their colour and angle (KHR_lights_punctual), so strong that the middle of the world is lit as
 // here, where light goes any distance.

@@ -86,7 +86,7 @@ TEST_F(From_Model, formats_and_what_arrives) {
          "o q\n" + quad + "v 0 nan 0\nf 1 2 3\nf 1 2 5\nf 1 2 99\nf 1 2 3/7\nf 1 1 2\np 1\n",
          "q DefaultMaterial 1 triangles 0 0 0 to 1 1 0\n", 5},
         {"smooth.obj",
-         quad + "v 0 0 1\nv 0 1 1\ns 1\nf 1 2 3 4\nf 1 \\\n 4 -1 -2\ns off\nf 2 3 5\n",
+         "\n" + quad + "v 0 0 1\nv 0 1 1\ns 1\nf 1 2 3 4\nf 1 \\\n 4 -1 -2\ns off\nf 2 3 5\n",
          "defaultobject DefaultMaterial 5 triangles 0 0 0 to 1 1 1\n", 0},
         {"below/l.obj", "mtllib l.mtl\no q\n" + quad + "usemtl red\nf 1 2 3\n",
          "q red 1 triangles 0 0 0 to 1 1 0\n", 1},
