@@ -1,11 +1,11 @@
 // The text half of a GLB file. Internal.
 //
 //     Glb_Json json(descriptor);
-//     json.StartObject();
-//     json.Key("matrix");
-//     json.numbers(frame.to_c(), 16);
-//     json.EndObject();
-//     const bool is_good = json.flush();
+//     json.object([&] {
+//         json.key_and_numbers("matrix", frame.to_c(), 16);
+//         json.objects("cameras", count, [&](int i) { ... });
+//     });
+//     const bool is_good = json.finish() > 0;
 #ifndef WDB_GLB_JSON_H
 #define WDB_GLB_JSON_H
 
@@ -58,6 +58,39 @@ public:
     void key_and_int(const char* key, long long value) {
         Key(key);
         Int64(value);
+    }
+
+    void key_and_numbers(const char* key, const float* values, int count) {
+        Key(key);
+        numbers(values, count);
+    }
+
+    // What `fill` writes, in its brackets.
+    template<class Fill>
+    void object(Fill fill) {
+        StartObject();
+        fill();
+        EndObject();
+    }
+    template<class Fill>
+    void object(const char* key, Fill fill) {
+        Key(key);
+        object(fill);
+    }
+    template<class Fill>
+    void array(const char* key, Fill fill) {
+        Key(key);
+        StartArray();
+        fill();
+        EndArray();
+    }
+    // An array of so many objects; nothing for none, as the format wants no empty arrays.
+    template<class Fill>
+    void objects(const char* key, int count, Fill fill) {
+        if (count == 0) return;
+        array(key, [&] {
+            for (int i = 0; i < count; ++i) object([&] { fill(i); });
+        });
     }
 
     // Blanks up to a multiple of 4 bytes, as the format wants it. The size of all so far; 0 if
