@@ -77,7 +77,7 @@ void Model_Converter::tell_extensions(const aiNode& node) {
 
 bool Model_Converter::is_good(const Vrml_Place& place, const char* what) {
     const bool is_good = place.is_within_single_precision(1);
-    skip(std::string(what) + " at a place beyond single precision", !is_good);
+    if (!is_good) skip(std::string(what) + " at a place beyond single precision");
     return is_good;
 }
 

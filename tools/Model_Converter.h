@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <assimp/scene.h>
@@ -32,8 +33,8 @@ public:
     bool convert();
 
     // Counts what did not arrive.
-    void skip(const std::string& what, int count = 1) {
-        if (count > 0) losses_[what] += count;
+    void skip(std::string_view what, int count = 1) {
+        if (count > 0) losses_[std::string(what)] += count;
     }
 
     // What did not arrive, each kind once, with how often.
