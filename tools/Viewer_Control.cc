@@ -49,7 +49,6 @@ bool Viewer_Control::enter(WDB_Database& world, const char* camera) {
     picked_ = nullptr;
     is_edited_ = false;
     world.put(camera_); // which leaves the world before
-    painter_.forget();
     if (is_first) show_all();
     if (named) look_through(*named);
     return named || !camera;

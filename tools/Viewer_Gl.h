@@ -7,4 +7,7 @@
 #include <SDL_opengl.h>
 #include <SDL_opengl_glext.h>
 
+// Of two shaders. 0 on failure.
+GLuint link_shaders(const char* vertex, const char* fragment);
+
 #endif

@@ -6,6 +6,7 @@
 #include "images/PX_Map.h"
 #include "std/Std_Allocator.h"
 #include "wdb/WDB_Line_List.h"
+#include "wdb/WDB_Material.h"
 #include "wdb/WDB_Mesh_Arrays.h"
 #include "wdb/WDB_Tri_List.h"
 
@@ -82,6 +83,13 @@ void Viewer_Meshes::send(const WDB_Geometry& geometry, Viewer_Mesh* mesh) {
     mesh->is_lit = geometry.get_with_normals();
     mesh->is_textured = geometry.get_with_textures();
     mesh->stamp = geometry.get_stamp();
+}
+
+bool Viewer_Meshes::is_opaque(const WDB_Node& node) {
+    const WDB_Material* const material = node.get_material();
+    const WDB_Texture* const texture = node.get_texture();
+    return !(material && material->get_alpha() < 1) &&
+           !(texture && texture->get_image()->get_component() % 2 == 0);
 }
 
 void Viewer_Meshes::bind_picture(const WDB_Texture* texture) {

@@ -17,6 +17,7 @@
 #include "std/Std_Obj.h"
 #include "tools/Viewer_Gl.h"
 #include "wdb/WDB_Geometry.h"
+#include "wdb/WDB_Node.h"
 #include "wdb/WDB_Texture.h"
 #include "wdb/WDB_Vertex_Layout.h"
 
@@ -40,6 +41,9 @@ public:
 
     // How vertices stand in their buffers.
     static WDB_Vertex_Layout layout();
+
+    // Whether what the node shows hides what is behind it.
+    static bool is_opaque(const WDB_Node& node);
 
     // Null binds a white picture.
     void bind_picture(const WDB_Texture* texture);

@@ -11,11 +11,10 @@
 #ifndef TOOLS_VIEWER_PAINTER_H
 #define TOOLS_VIEWER_PAINTER_H
 
-#include <cstdint>
-#include <unordered_map>
-#include <vector>
+#include <map>
 
 #include "std/Std_Allocator.h"
+#include "tools/Viewer_Dots.h"
 #include "tools/Viewer_Gl.h"
 #include "tools/Viewer_Meshes.h"
 #include "wdb/WDB_Camera.h"
@@ -43,14 +42,9 @@ public:
     void set_coarseness(double times) { coarseness_ = times; }
 
     // Of the last picture.
-    int shape_count() const {
-        return static_cast<int>(opaque_.size() + clear_.size() + dots_.size());
-    }
-    int dot_count() const { return static_cast<int>(dots_.size()); }
+    int shape_count() const { return shapes_; }
+    int dot_count() const { return dot_count_; }
     long long item_count() const { return items_; } // triangles and lines
-
-    // As the world is another one: what is kept from picture to picture.
-    void forget() { looks_.clear(), batches_.clear(); }
 
 private:
     // What one call draws.
@@ -58,59 +52,42 @@ private:
         const Viewer_Mesh* mesh;
         const WDB_Material* material;
         const WDB_Texture* texture;
-        bool operator==(const Look&) const = default;
-    };
-    struct Look_Hash {
-        std::size_t operator()(const Look& look) const;
-    };
-    struct Batch {
-        Look look;
-        bool is_opaque;
-        std::uint32_t count = 0, first = 0; // of its places
+        auto operator<=>(const Look&) const = default;
     };
     // From a node's space to that of the eye's place: x, y and z of a point are its products with
     // the columns.
     struct Place {
         float columns[3][4];
     };
-    struct Shape {
-        std::uint32_t batch;
+    using Places = Std_Plain_Vector<Place>;
+    struct Clear_Shape {
         float distance;
+        Look look;
         Place place;
     };
 
-    struct Dot {
-        Vector place; // from the eye
-        float size;   // pixels
-        Color color;
-    };
-
-    std::uint32_t batch_of(const Look& look);
-    bool put_dot(const WDB_Node& node, const Bbox& box, double edge);
     void collect(WDB_Database& world, WDB_Camera& camera, int width, int height);
     void send_lamps(const WDB_Database& world);
-    void send_places();
-    void draw(const Batch& batch, std::uint32_t first, std::uint32_t count);
+    void draw(const Look& look, const Places& places);
+    void draw_opaque();
     void draw_clear();
-    void draw_dots(const Matrix4& view);
     void mark(const WDB_Node& node);
 
-    GLuint program_ = 0, dot_program_ = 0, places_ = 0, dot_buffer_ = 0;
+    GLuint program_ = 0, places_ = 0;
     GLint view_ = 0, glow_ = 0, emission_ = 0, shine_ = 0, alpha_ = 0, is_lit_ = 0, lamp_count_ = 0,
           lamp_places_ = 0, lamp_colors_ = 0;
     Viewer_Meshes meshes_;
+    Viewer_Dots dots_;
     const WDB_Material* const plain_ = new WDB_Material; // of nodes without one
     bool is_finest_ = false;
     double coarseness_ = 1;
+    int shapes_ = 0, dot_count_ = 0;
     long long items_ = 0;
 
     Point eye_ = Point(0, 0, 0);
-    Color light_ = Color(0, 0, 0);                             // of all lamps
-    std::unordered_map<Look, std::uint32_t, Look_Hash> looks_; // to their batches
-    std::vector<Batch> batches_;
-    Std_Plain_Vector<Shape> opaque_, clear_;
-    Std_Plain_Vector<Place> sorted_;
-    Std_Plain_Vector<Dot> dots_;
+    Color light_ = Color(0, 0, 0); // of all lamps
+    std::map<Look, Places> opaque_;
+    Std_Plain_Vector<Clear_Shape> clear_;
 };
 
 #endif

@@ -29,6 +29,9 @@ static const char* const usage =
 #include <ctime>
 #include <string>
 #include <vector>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include "math/Viewer_Moves.h"
 #include "std/Std_Common.h"
@@ -272,10 +275,20 @@ private:
 };
 } // namespace
 
+// An OpenGL that draws in memory takes many megabytes for each picture. Where these go back to the
+// system in between, to get them again costs more than to draw.
+static void keep_memory() {
+#ifdef __GLIBC__
+    mallopt(M_TRIM_THRESHOLD, 1 << 29);
+    mallopt(M_MMAP_THRESHOLD, 1 << 25);
+#endif
+}
+
 int main(int argc, char** argv) {
     // A file that may not grow is an error to report, not a signal.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    keep_memory();
     std_take_standard_descriptors();
     if (tool_answers(argc, argv, usage)) {
         if (std::strcmp(argv[1], "--help") == 0) std::puts(Viewer_Control::help);
