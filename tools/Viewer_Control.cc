@@ -193,8 +193,7 @@ void Viewer_Control::show_all() {
     });
     if (!all.is_ordered()) return; // an empty world
     // From the front, a little from the right and above: flat things show some of their area.
-    const Point from = all.center() + Vector(0.35f, 0.45f, 1) * std::max(mag(all.size()), 1.0f);
-    set_place(~Frame::lookat(from, all.center(), 0));
+    set_place(~Frame::lookat(Point(0.35f, 0.45f, 1), Point(0, 0, 0), 0));
     frame(all);
 }
 
@@ -257,6 +256,8 @@ void Viewer_Control::save() {
 }
 
 void Viewer_Control::save_picture() {
+    // What was shown need not be in the buffer any more.
+    painter_.paint(*world_, *camera_, window_.width(), window_.height(), picked_);
     const char* const reason = window_.save_picture(picture_.c_str());
     tell(reason ? str_format("cannot write %.200s: %.100s", picture_.c_str(), reason)
                 : str_format("picture %.300s", picture_.c_str()));

@@ -3,7 +3,6 @@
 #include <cstdio>
 
 #include "std/Std_Line.h"
-#include "std/Std_Messager.h"
 #include "std/Std_URL.h"
 #include "tools/One_File.h"
 #include "wdb/WDB_Node.h"
@@ -18,7 +17,7 @@ Viewer_Scene::~Viewer_Scene() {
 }
 
 void Viewer_Scene::begin_load() {
-    if (is_loading()) return;
+    if (is_loading() || (world_ && Std_URL(url_.c_str()).is_standard_input())) return;
     // Before the load: who writes meanwhile has it read again.
     read_ = seen_ = file_state();
     done_ = total_ = 0;
@@ -71,7 +70,9 @@ bool Viewer_Scene::has_file_changed() {
     const bool is_still = now == seen_;
     seen_ = now;
     // What has gone may come back, as from an editor that moves files about.
-    return is_still && !(now == read_) && !(now == File_State());
+    if (!is_still || now == read_ || now == File_State()) return false;
+    read_ = now;
+    return true;
 }
 
 std::string Viewer_Scene::edited_name() const {
@@ -83,15 +84,6 @@ std::string Viewer_Scene::edited_name() const {
     return (name.empty() || name[0] == '-' ? "scene" : name) + "_edited.3d";
 }
 
-namespace {
-// A save tells each node; warnings come all the same.
-class Silent_Messager : public Std_Messager {
-    STD_OBJ_CLASS(Silent_Messager, Std_Messager)
-    Silent_Messager() : Std_Messager(1, 0) {}
-    void refresh(const char*) override {}
-};
-} // namespace
-
 bool Viewer_Scene::save(const char* path, WDB_Node* viewer) {
     if (are_one_file(url_.c_str(), path)) {
         std_write_line("nolt_view: ", "the edited scene would take the place of the scene");
@@ -99,11 +91,8 @@ bool Viewer_Scene::save(const char* path, WDB_Node* viewer) {
     }
     WDB_Save_Options options;
     options.is_complete = true;
-    Std_Messager* const usual = std_get_current_messager();
-    std_set_current_messager(new Silent_Messager);
     world_->remove(viewer);
     const int result = wdb_save(*world_, path, options);
     world_->put(viewer);
-    std_set_current_messager(usual);
     return result != EOF;
 }

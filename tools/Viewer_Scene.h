@@ -32,7 +32,7 @@ public:
 
     const char* url() const { return url_.c_str(); }
 
-    // Nothing happens during a load.
+    // Nothing happens during a load, nor where there is nothing to be read once more.
     void begin_load();
     bool is_loading() const { return loader_.joinable(); }
     // From 0 to 1; 0 where that is not known.
@@ -45,8 +45,9 @@ public:
     enum State { UNCHANGED, LOADED, FAILED };
     State take_loaded();
 
-    // Whether the file is another than the one that was read last, and is not being written just
-    // now. Of a scene from elsewhere: false. To be asked every now and then.
+    // Once for each state of the file that is another than the one that was read last, when it is
+    // not being written just now: true. Of a scene from elsewhere: false. To be asked every now and
+    // then.
     bool has_file_changed();
 
     // Null until a load is done. Its bounds hold all shapes of the scene.

@@ -5,29 +5,25 @@
 
 #include "std/Std_Line.h"
 
-static void press_button(int x, int y, bool is_down) {
+static void send_button(Uint32 type, int x, int y) {
     SDL_Event event = {};
-    event.type = is_down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP;
+    event.type = type;
     event.button.button = SDL_BUTTON_LEFT;
     event.button.x = x;
     event.button.y = y;
     SDL_PushEvent(&event);
 }
 
-static void drag(int x, int y, int dx, int dy) {
-    press_button(x, y, true);
+static void send_drag(int dx, int dy) {
     SDL_Event event = {};
     event.type = SDL_MOUSEMOTION;
     event.motion.state = SDL_BUTTON_LMASK;
-    event.motion.x = x + dx;
-    event.motion.y = y + dy;
     event.motion.xrel = dx;
     event.motion.yrel = dy;
     SDL_PushEvent(&event);
-    press_button(x + dx, y + dy, false);
 }
 
-static void turn_wheel(int notches) {
+static void send_wheel(int notches) {
     SDL_Event event = {};
     event.type = SDL_MOUSEWHEEL;
     event.wheel.y = notches;
@@ -35,7 +31,7 @@ static void turn_wheel(int notches) {
 }
 
 // "Ctrl-S", "W" and the like. False for a name that no key has.
-static bool press_key(std::string name) {
+static bool send_key(std::string name) {
     SDL_Event event = {};
     if (name.starts_with("Ctrl-")) {
         event.key.keysym.mod = KMOD_CTRL;
@@ -52,7 +48,8 @@ static bool press_key(std::string name) {
 
 bool Viewer_Script::open(const char* path) {
     lines_.open(std::strcmp(path, "-") == 0 ? "/dev/stdin" : path);
-    return is_open_ = lines_.is_open();
+    lines_.peek(); // a folder opens, too
+    return is_open_ = lines_.is_open() && !lines_.bad();
 }
 
 bool Viewer_Script::step(const Viewer_Window& window) {
@@ -77,19 +74,19 @@ bool Viewer_Script::run(const Viewer_Window& window, const std::string& line) {
         for (int i = 0; i < count; ++i) words >> n[i];
         return !words.fail();
     };
-    if (what == "click" && has(2)) {
-        press_button(n[0], n[1], true);
-        press_button(n[0], n[1], false);
-    } else if (what == "drag" && has(4)) {
-        drag(n[0], n[1], n[2], n[3]);
+    const bool is_drag = what == "drag" && has(4);
+    if (is_drag || (what == "click" && has(2))) {
+        send_button(SDL_MOUSEBUTTONDOWN, n[0], n[1]);
+        if (is_drag) send_drag(n[2], n[3]);
+        send_button(SDL_MOUSEBUTTONUP, n[0] + n[2], n[1] + n[3]);
     } else if (what == "wheel" && has(1)) {
-        turn_wheel(n[0]);
+        send_wheel(n[0]);
     } else if (what == "frames" && has(1)) {
         frames_ = n[0];
     } else if (what == "reloaded") {
         awaits_load_ = true;
     } else if (what == "key" && std::getline(words >> std::ws, name)) {
-        if (!press_key(name)) return fail("no key is named " + name);
+        if (!send_key(name)) return fail("no key is named " + name);
     } else if (what == "picture" && words >> name) {
         if (const char* const reason = window.save_picture(name.c_str()))
             return fail("cannot write " + name + ": " + reason);

@@ -21,8 +21,6 @@ static const char* const usage =
 #ifdef NOLT_VIEWER
 
 #include <algorithm>
-#include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -67,6 +65,18 @@ struct Request {
 
 static Request scan_arguments(int argc, char** argv) {
     Request request;
+    const struct {
+        const char* name;
+        const char** value;
+    } texts[] = {{"-camera", &request.camera},
+                 {"-save", &request.save_as},
+                 {"-picture", &request.picture},
+                 {"-script", &request.script}};
+    const struct {
+        const char *name, *complaint;
+        int* value;
+    } numbers[] = {{"-frames", "-frames takes a number from 1 on", &request.frames},
+                   {"-coarse", "-coarse takes a number from 1 on", &request.coarseness}};
     for (int i = 1; i < argc; ++i) {
         const std::string name = argv[i];
         if (name[0] != '-' || name == "-") {
@@ -77,69 +87,68 @@ static Request scan_arguments(int argc, char** argv) {
         const char* const value = i + 1 < argc ? argv[++i] : nullptr;
         char end;
         if (!value) fail(usage, wrong_usage);
-        if (name == "-camera") {
-            request.camera = value;
-        } else if (name == "-save") {
-            request.save_as = value;
-        } else if (name == "-picture") {
-            request.picture = value;
-        } else if (name == "-script") {
-            request.script = value;
-        } else if (name == "-frames") {
-            if (std::sscanf(value, "%6d%c", &request.frames, &end) != 1 || request.frames < 1)
-                fail("-frames takes a number from 1 on", wrong_usage);
-        } else if (name == "-coarse") {
-            if (std::sscanf(value, "%4d%c", &request.coarseness, &end) != 1 ||
-                request.coarseness < 1)
-                fail("-coarse takes a number from 1 on", wrong_usage);
-        } else if (name == "-size") {
+        bool is_known = false;
+        for (const auto& text : texts)
+            if (name == text.name) *text.value = value, is_known = true;
+        for (const auto& number : numbers) {
+            if (name != number.name) continue;
+            is_known = true;
+            if (std::sscanf(value, "%6d%c", number.value, &end) != 1 || *number.value < 1)
+                fail(number.complaint, wrong_usage);
+        }
+        if (name == "-size") {
+            is_known = true;
             if (std::sscanf(value, "%5dx%5d%c", &request.width, &request.height, &end) != 2 ||
                 request.width < 1 || request.height < 1)
                 fail("a size is WxH, in pixels", wrong_usage);
-        } else {
-            fail(usage, wrong_usage);
         }
+        if (!is_known) fail(usage, wrong_usage);
     }
     if (!request.scene) fail(usage, wrong_usage);
     return request;
 }
 
 namespace {
-// What pictures cost, while the camera goes round the scene.
+// What pictures cost, from each to the next.
 class Frame_Times {
 public:
     explicit Frame_Times(int count) : count_(count) {}
 
-    void begin() {
-        start_ = std::chrono::steady_clock::now();
-        cpu_start_ = std::clock();
-    }
-    // True after the last one, when all has been told.
-    bool end(const Viewer_Painter& painter) {
-        glFinish();
-        const std::chrono::duration<double, std::milli> taken =
-            std::chrono::steady_clock::now() - start_;
+    // Behind each picture. True after the last one, when all has been told.
+    bool end_picture(const Viewer_Painter& painter) {
+        const double now = std_seconds_now();
+        const double taken = 1000 * (now - last_); // ms
+        last_ = now;
         // The first ones send what is kept, and find out how coarse to be.
-        if (warm_up_-- > 0) return false;
-        times_.push_back(taken.count());
-        cpu_ += 1000.0 * static_cast<double>(std::clock() - cpu_start_) / CLOCKS_PER_SEC;
+        if (warm_up_-- > 0) cpu_start_ = std::clock();
+        if (warm_up_ >= -1) return false;
+        times_.push_back(taken);
         if (static_cast<int>(times_.size()) < count_) return false;
         std::sort(times_.begin(), times_.end());
         std::printf("%d shapes in view, %d of them dots; %lld triangles and lines\n",
                     painter.shape_count(), painter.dot_count(), painter.item_count());
         std::printf("%d pictures, ms: best %.1f, median %.1f, worst %.1f; all threads %.1f\n",
                     count_, times_.front(), times_[times_.size() / 2], times_.back(),
-                    cpu_ / count_);
+                    1000.0 * static_cast<double>(std::clock() - cpu_start_) / CLOCKS_PER_SEC /
+                        count_);
         return true;
     }
 
 private:
     const int count_;
     int warm_up_ = 8;
-    std::chrono::steady_clock::time_point start_;
-    std::clock_t cpu_start_ = 0;
-    double cpu_ = 0;
     std::vector<double> times_;
+    double last_ = 0;
+    std::clock_t cpu_start_ = 0;
+};
+
+// The same for saves, which tell of each thing that they write.
+class View_Messager : public Load_Messager {
+    STD_OBJ_CLASS(View_Messager, Load_Messager)
+
+    void refresh(const char* text) override {
+        if (!text || !std::string(text).starts_with("Saving ")) Load_Messager::refresh(text);
+    }
 };
 
 class Viewer {
@@ -190,8 +199,8 @@ private:
             return false;
         }
         if (state == Viewer_Scene::LOADED) enter();
-        const auto now = std::chrono::steady_clock::now();
-        if (now - last_look_ < std::chrono::milliseconds(300)) return true;
+        const double now = std_seconds_now();
+        if (now - last_look_ < 0.3) return true;
         last_look_ = now;
         if (!scene_.has_file_changed()) return true;
         if (control_.is_edited()) {
@@ -216,11 +225,9 @@ private:
 
     // False at the end of a script, or of a measurement.
     bool draw() {
-        times_.begin();
-        const auto now = std::chrono::steady_clock::now();
-        const double seconds = std::chrono::duration<double>(now - last_picture_).count();
+        const double now = std_seconds_now();
+        if (control_.advance(now - last_picture_)) is_busy_ = true;
         last_picture_ = now;
-        if (control_.advance(seconds)) is_busy_ = true;
         if (request_.frames > 0 && scene_.world()) orbit(), is_busy_ = true;
         // The picture stays, and each is good enough.
         if (!is_automatic() && !is_busy_ && !is_coarse_ && !scene_.is_loading()) return true;
@@ -230,16 +237,18 @@ private:
             painter_.clear(window_.width(), window_.height());
         }
         if (scene_.is_loading()) window_.draw_bar(scene_.progress());
-        const bool is_over = scene_.world() && ((request_.frames > 0 && times_.end(painter_)) ||
-                                                (script_.is_open() && script_.step(window_)));
+        bool is_over = scene_.world() && script_.is_open() && script_.step(window_);
         if (script_.has_failed()) status_ = wrong_usage;
         window_.show();
+        if (request_.frames > 0 && scene_.world() && times_.end_picture(painter_)) is_over = true;
         return !is_over;
     }
 
     // While something moves, pictures are as coarse as they have to be to come in time.
     void paint() {
-        const double coarsest = 16, too_long = 0.04, short_time = 0.02; // seconds
+        const double coarsest = 16;
+        // Seconds. With half the coarseness a picture may take five times as long.
+        const double too_long = 0.04, short_time = 0.008;
         const bool is_given = request_.coarseness > 0 || script_.is_open();
         const double given = std::max(request_.coarseness, 1);
         is_coarse_ = !is_given && is_busy_ && coarseness_ > 1;
@@ -249,7 +258,7 @@ private:
                        control_.picked());
         glFinish();
         const double taken = std_seconds_now() - start;
-        if (taken > too_long) coarseness_ = std::min(coarseness_ * 2, coarsest);
+        if (taken > too_long) coarseness_ = std::min(coarseness_ * (taken / too_long), coarsest);
         if (taken < short_time) coarseness_ = std::max(coarseness_ / 2, 1.0);
     }
 
@@ -271,7 +280,7 @@ private:
     bool is_busy_ = true, has_world_ = false, is_coarse_ = false;
     double coarseness_ = 1; // of pictures while something moves
     int status_ = 0;
-    std::chrono::steady_clock::time_point last_look_, last_picture_;
+    double last_look_ = 0, last_picture_ = 0; // seconds
 };
 } // namespace
 
@@ -295,7 +304,7 @@ int main(int argc, char** argv) {
         return 0;
     }
     const Request request = scan_arguments(argc, argv);
-    std_set_current_messager(new Load_Messager);
+    std_set_current_messager(new View_Messager);
     return Viewer(request).run();
 }
 
