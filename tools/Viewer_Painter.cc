@@ -125,7 +125,8 @@ void Viewer_Painter::collect(WDB_Database& world, WDB_Camera& camera, int width,
         const Viewer_Mesh& mesh = meshes_.mesh_of(*node.lod_item(level));
         if (mesh.index_count == 0) return;
         items_ += mesh.index_count / (mesh.mode == GL_LINES ? 2 : 3);
-        const Look look = {&mesh, node.get_material() ? node.get_material() : plain_,
+        const int order = mesh.mode == GL_LINES ? 1 : -mesh.index_count;
+        const Look look = {order, &mesh, node.get_material() ? node.get_material() : plain_,
                            mesh.is_textured ? node.get_texture() : nullptr};
         const HFrame& m = node.get_transform();
         const Place place = {{{m[0].x, m[1].x, m[2].x, m[3].x - eye_.x},
@@ -208,11 +209,18 @@ void Viewer_Painter::draw(const Look& look, const Places& places) {
                             static_cast<GLsizei>(places.size()));
 }
 
-// Lines last, since they often lie on a surface.
+static float distance2(const float (&columns)[3][4]) {
+    return mag2(Vector(columns[0][3], columns[1][3], columns[2][3]));
+}
+
+// What is near hides what would cost more to draw.
 void Viewer_Painter::draw_opaque() {
-    for (const GLenum mode : {GL_TRIANGLES, GL_LINES})
-        for (const auto& [look, places] : opaque_)
-            if (look.mesh->mode == mode && !places.empty()) draw(look, places);
+    for (auto& [look, places] : opaque_) {
+        std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
+            return distance2(a.columns) < distance2(b.columns);
+        });
+        if (!places.empty()) draw(look, places);
+    }
 }
 
 // Neighbours in the order that look the same go by one call.

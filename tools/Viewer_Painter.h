@@ -49,6 +49,7 @@ public:
 private:
     // What one call draws.
     struct Look {
+        int order; // from fine meshes, which are near, to lines, which often lie on a surface
         const Viewer_Mesh* mesh;
         const WDB_Material* material;
         const WDB_Texture* texture;

@@ -81,17 +81,30 @@ TEST_F(Nolt_View, shows_and_picks) {
                            "geometry square }\n"
                            "material glass { diffuse 0 0 0; emission 0 1 0; alpha 0.5 }\n"
                            "node pane { frame s 0.2 0.1 1 t -0.5 -0.3 0.1; material glass; "
-                           "geometry square }\n"));
+                           "geometry square }\n"
+                           "linelist wire { line p 0 0.01 0 0.4 0.01 0 }\n"
+                           "node wire { material green; geometry wire }\n"));
     EXPECT_EQ(view("key P\nclick 20 85\nclick 50 50\n"), 0) << err;
     const struct {
         int x, y;
         std::array<int, 3> color;
-    } rows[] = {{50, 50, background}, {25, 80, red},         {2, 97, green},
-                {75, 35, yellow},     {75, 10, {0, 0, 255}}, {25, 66, {128, 128, 0}}};
+    } rows[] = {{50, 50, background},  {25, 80, red},           {2, 97, green}, {75, 35, yellow},
+                {75, 10, {0, 0, 255}}, {25, 66, {128, 128, 0}}, {66, 49, green}};
     for (const auto& r : rows) expect_pixel("x.rgb", r.x, r.y, r.color);
-    EXPECT_TRUE(holds(out, "x.3d: 4 shapes, 0 errors\npicture x.rgb\nfront at -0.6 -0.7 "));
+    EXPECT_TRUE(holds(out, "x.3d: 5 shapes, 0 errors\npicture x.rgb\nfront at -0.6 -0.7 "));
     EXPECT_TRUE(holds(out, ", material red\nnothing picked\n"));
     EXPECT_EQ(err, "");
+}
+
+// With so coarse a picture all that is opaque is a dot: a disc as large as its shape.
+TEST_F(Nolt_View, dots_follow_what_moves) {
+    std::string script = "picture a.rgb\nclick 25 75\n";
+    for (int i = 0; i < 6; ++i) script += "key Right\n"; // a tenth of its diagonal each
+    EXPECT_EQ(view(script + "frames 2\npicture b.rgb\n", "-coarse 60 x.3d"), 0) << err;
+    expect_pixel("a.rgb", 25, 75, red);
+    expect_pixel("a.rgb", 8, 58, background); // a corner of the square
+    expect_pixel("b.rgb", 59, 75, red);
+    expect_pixel("b.rgb", 30, 75, background);
 }
 
 TEST_F(Nolt_View, moves_and_saves) {
@@ -109,6 +122,9 @@ TEST_F(Nolt_View, moves_and_saves) {
 }
 
 TEST_F(Nolt_View, reads_again_what_has_changed) {
+    put_file("script", "key R\nframes 9\n"); // but not what is there once
+    EXPECT_EQ(run("'" NOLT_VIEW "' -script script -", " >out 2>err <x.3d"), 0) << err;
+    EXPECT_EQ(out, "-: 2 shapes, 0 errors\n");
     put_file("new.3d",
              "material x {\n color 9\n}\n" + scene("node more { frame t 0.5 0.5 0; "
                                                    "material green; geometry square }\n"));
@@ -131,6 +147,7 @@ TEST_F(Nolt_View, what_it_refuses) {
         {"jump\n", "x.3d", "script: not understood: jump\n", 2},
         {"key Nokey\n", "x.3d", "script: no key is named Nokey\n", 2},
         {"picture missing/x.rgb\n", "x.3d", "script: cannot write missing/x.rgb: ", 2},
+        {"", "-script . x.3d", "cannot read .", 1},
         {"", "-size 9 x.3d", "a size is WxH", 2},
         {"", "x.3d y.3d", "usage: nolt_view ", 2},
     };
