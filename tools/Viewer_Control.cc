@@ -25,16 +25,16 @@ const char* const Viewer_Control::help =
     "r  l            read the scene again; levels of detail off and on\n"
     "escape          end the load, or the viewer";
 
-static const char* const camera_name = "nolt_view";
-static constexpr float opening = 0.785f; // 45 degrees
+// Of 45 degrees; the planes follow the extent of the world.
+static Matrix4 usual_projection() {
+    return Matrix4::perspective(0.785f, 1, 1000);
+}
 
 Viewer_Control::Viewer_Control(Viewer_Window& window, Viewer_Scene& scene, Viewer_Painter& painter,
                                std::string save_as, std::string picture)
     : window_(window), scene_(scene), painter_(painter), save_as_(std::move(save_as)),
-      picture_(std::move(picture)),
-      // The planes follow the extent of the world.
-      camera_(new WDB_Camera(camera_name, HFrame::identity(),
-                             Matrix4::perspective(opening, 1, 1000), nullptr, nullptr)) {}
+      picture_(std::move(picture)), camera_(new WDB_Camera("nolt_view", HFrame::identity(),
+                                                           usual_projection(), nullptr, nullptr)) {}
 
 void Viewer_Control::tell(const char* text) {
     std::puts(std_harmless(text));
@@ -60,10 +60,6 @@ bool Viewer_Control::handle(const SDL_Event& event) {
         return false;
     case SDL_KEYDOWN:
         return press(event.key.keysym);
-    case SDL_KEYUP:
-        is_fast_ = event.key.keysym.mod & KMOD_SHIFT;
-        fly(event.key.keysym.sym, false);
-        break;
     case SDL_MOUSEBUTTONDOWN:
         is_dragged_ = false;
         break;
@@ -85,7 +81,7 @@ bool Viewer_Control::handle(const SDL_Event& event) {
     return true;
 }
 
-// What is not for flying is for once.
+// What is not for flying.
 bool Viewer_Control::press(const SDL_Keysym& key) {
     if (key.sym == SDLK_ESCAPE) {
         const bool was_loading = scene_.is_loading();
@@ -93,18 +89,14 @@ bool Viewer_Control::press(const SDL_Keysym& key) {
         return was_loading;
     }
     if (!world_) return true;
-    is_fast_ = key.mod & KMOD_SHIFT;
-    if (key.sym == SDLK_s && key.mod & KMOD_CTRL) {
-        save();
-        return true;
-    }
-    if (fly(key.sym, true)) return true;
     const std::pair<SDL_Keycode, Vector> moves[] = {
         {SDLK_LEFT, {-1, 0, 0}}, {SDLK_RIGHT, {1, 0, 0}},  {SDLK_UP, {0, 0, -1}},
         {SDLK_DOWN, {0, 0, 1}},  {SDLK_PAGEUP, {0, 1, 0}}, {SDLK_PAGEDOWN, {0, -1, 0}},
     };
     for (const auto& [code, steps] : moves)
-        if (key.sym == code) move_picked(steps);
+        // Of its size.
+        if (key.sym == code) move_picked(steps * (key.mod & KMOD_SHIFT ? 0.005f : 0.1f));
+    if (key.sym == SDLK_s && key.mod & KMOD_CTRL) save();
     if (key.sym == SDLK_h) show_all();
     if (key.sym == SDLK_f) frame_picked();
     if (key.sym == SDLK_c) look_through_next();
@@ -117,24 +109,17 @@ bool Viewer_Control::press(const SDL_Keysym& key) {
     return true;
 }
 
-bool Viewer_Control::fly(SDL_Keycode key, bool is_down) {
-    const SDL_Keycode keys[FLIGHTS] = {SDLK_w, SDLK_s, SDLK_a, SDLK_d, SDLK_e, SDLK_q};
-    for (int i = 0; i < FLIGHTS; ++i) {
-        if (keys[i] != key) continue;
-        flights_[i] = is_down;
-        return true;
-    }
-    return false;
-}
-
 bool Viewer_Control::advance(double seconds) {
-    const auto way = [this](Flight on, Flight back) {
-        return static_cast<float>(flights_[on]) - static_cast<float>(flights_[back]);
+    const SDL_Keymod mod = SDL_GetModState();
+    const auto is_held = [](SDL_Keycode key) {
+        return static_cast<float>(SDL_GetKeyboardState(nullptr)[SDL_GetScancodeFromKey(key)]);
     };
-    const Vector ways(way(AHEAD, BACK), way(RIGHT, LEFT), way(UP, DOWN));
+    Vector ways(is_held(SDLK_w) - is_held(SDLK_s), is_held(SDLK_d) - is_held(SDLK_a),
+                is_held(SDLK_e) - is_held(SDLK_q));
+    if (mod & KMOD_CTRL) ways = Vector(0, 0, 0);
     if (!world_ || ways.iszero()) return false;
     // As far as what is looked at in two seconds.
-    const float speed = distance() * (is_fast_ ? 5 : 0.5f);
+    const float speed = distance() * (mod & KMOD_SHIFT ? 5 : 0.5f);
     const Vector steps = ways * (speed * static_cast<float>(std::min(seconds, 0.1)));
     set_place(fly_viewer(place(), steps.x, steps.y, steps.z));
     return true;
@@ -198,7 +183,11 @@ void Viewer_Control::show_all() {
 }
 
 void Viewer_Control::frame(const Bbox& box) {
-    if (!camera_->fit(box, window_.aspect())) return;
+    if (!camera_->fit(box, window_.aspect())) {
+        // That of a camera of the scene may be of a kind that fits nothing.
+        camera_->set_projection(usual_projection());
+        if (!camera_->fit(box, window_.aspect())) return;
+    }
     centre_ = box.center();
     size_ = mag(box.size());
 }
@@ -236,8 +225,7 @@ void Viewer_Control::look_through_next() {
 void Viewer_Control::move_picked(const Vector& steps) {
     if (!picked_) return;
     const Bbox box = picked_->get_bbox().transformed_by(picked_->get_transform());
-    const float part = is_fast_ ? 0.005f : 0.1f; // of its size
-    const Vector by = steps * (part * mag(box.size()));
+    const Vector by = steps * mag(box.size());
     picked_->set_transform(picked_->get_transform() * Frame::translation(by));
     is_edited_ = true;
     const Point at = toPoint(picked_->get_transform()[3]);

@@ -49,10 +49,7 @@ public:
     void tell(const char* text);
 
 private:
-    enum Flight { AHEAD, BACK, LEFT, RIGHT, UP, DOWN, FLIGHTS };
-
     bool press(const SDL_Keysym& key);
-    bool fly(SDL_Keycode key, bool is_down);
     void drag(const SDL_MouseMotionEvent& motion);
     void pick(int x, int y);
     void show_all();
@@ -77,8 +74,7 @@ private:
     int last_camera_ = -1;          // the instance id of that which was looked through last
     Point centre_ = Point(0, 0, 0); // round which it turns
     float size_ = 1;                // of what was framed last
-    bool flights_[FLIGHTS] = {};
-    bool is_fast_ = false, is_dragged_ = false, is_edited_ = false;
+    bool is_dragged_ = false, is_edited_ = false;
 };
 
 #endif

@@ -1,7 +1,7 @@
 // All opaque shapes of a world as dots, which stand on the graphics card from picture to picture.
 // One call draws those that are small in the picture; who draws the others asks which these are.
 //
-//     dots.aim(*world, meshes, light, view, eye, height, 16);
+//     dots.aim(*world, meshes, light, view, eye, width, height, 16);
 //     for each shape in view: if (!dots.shows(node, box)) draw its mesh
 //     dots.draw();
 //

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <utility>
 
 #include "std/Std_Common.h"
 #include "std/Std_Line.h"
@@ -84,18 +83,6 @@ bool Viewer_Painter::open() {
                                   version ? version : "none"));
         return false;
     }
-    const std::pair<const char*, GLint*> uniforms[] = {
-        {"view", &view_},
-        {"glow", &glow_},
-        {"emission", &emission_},
-        {"shine", &shine_},
-        {"alpha", &alpha_},
-        {"is_lit", &is_lit_},
-        {"lamp_count", &lamp_count_},
-        {"lamp_places", &lamp_places_},
-        {"lamp_colors", &lamp_colors_},
-    };
-    for (const auto& [name, place] : uniforms) *place = glGetUniformLocation(program_, name);
     glGenBuffers(1, &places_);
     meshes_.open();
     return true;
@@ -157,9 +144,9 @@ void Viewer_Painter::send_lamps(const WDB_Database& world) {
     if (count == 0) places[count] = Vector(0, 0, 0), colors[count++] = Color(1, 1, 1);
     light_ = Color(0, 0, 0);
     for (int i = 0; i < count; ++i) light_ += colors[i];
-    glUniform1i(lamp_count_, count);
-    glUniform3fv(lamp_places_, count, &places[0].x);
-    glUniform3fv(lamp_colors_, count, &colors[0].r);
+    glUniform1i(uniform("lamp_count"), count);
+    glUniform3fv(uniform("lamp_places"), count, &places[0].x);
+    glUniform3fv(uniform("lamp_colors"), count, &colors[0].r);
 }
 
 static const void* offset_of(std::size_t bytes) {
@@ -178,11 +165,11 @@ void Viewer_Painter::draw(const Look& look, const Places& places) {
     const WDB_Material& material = *look.material;
     const Color glow = material.get_ambient() + material.get_emission();
     const Color diffuse = material.get_diffuse(), specular = material.get_specular();
-    glUniform3fv(glow_, 1, &glow.r);
-    glUniform3fv(emission_, 1, &material.get_emission().r);
-    glUniform4f(shine_, specular.r, specular.g, specular.b, material.get_shininess());
-    glUniform1f(alpha_, material.get_alpha());
-    glUniform1i(is_lit_, mesh.is_lit);
+    glUniform3fv(uniform("glow"), 1, &glow.r);
+    glUniform3fv(uniform("emission"), 1, &material.get_emission().r);
+    glUniform4f(uniform("shine"), specular.r, specular.g, specular.b, material.get_shininess());
+    glUniform1f(uniform("alpha"), material.get_alpha());
+    glUniform1i(uniform("is_lit"), mesh.is_lit);
     meshes_.bind_picture(look.texture);
 
     const WDB_Vertex_Layout layout = Viewer_Meshes::layout();
@@ -251,7 +238,7 @@ void Viewer_Painter::paint(WDB_Database& world, WDB_Camera& camera, int width, i
     const Matrix4 view = turn * camera.get_render_projection(aspect);
     glUseProgram(program_);
     // Row vectors of ours, columns of theirs: the same sixteen numbers.
-    glUniformMatrix4fv(view_, 1, GL_FALSE, view.to_c());
+    glUniformMatrix4fv(uniform("view"), 1, GL_FALSE, view.to_c());
     send_lamps(world);
     dots_.aim(world, meshes_, light_, view, eye_, width, height, coarseness_);
     glEnable(GL_DEPTH_TEST);

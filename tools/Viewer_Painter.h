@@ -67,6 +67,7 @@ private:
         Place place;
     };
 
+    GLint uniform(const char* name) const { return glGetUniformLocation(program_, name); }
     void collect(WDB_Database& world, WDB_Camera& camera, int width, int height);
     void send_lamps(const WDB_Database& world);
     void draw(const Look& look, const Places& places);
@@ -75,8 +76,6 @@ private:
     void mark(const WDB_Node& node);
 
     GLuint program_ = 0, places_ = 0;
-    GLint view_ = 0, glow_ = 0, emission_ = 0, shine_ = 0, alpha_ = 0, is_lit_ = 0, lamp_count_ = 0,
-          lamp_places_ = 0, lamp_colors_ = 0;
     Viewer_Meshes meshes_;
     Viewer_Dots dots_;
     const WDB_Material* const plain_ = new WDB_Material; // of nodes without one

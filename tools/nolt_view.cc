@@ -8,6 +8,7 @@
 //     Viewer_Scene        the scene, which is loaded in another thread, and again when it changes
 //     Viewer_Control      mouse and keys: the camera, picking, moving, saving
 //     Viewer_Painter      finds what is in view, chooses levels of detail, draws
+//     Viewer_Dots         all shapes as dots, of which the card draws those that are far
 //     Viewer_Meshes       what stands in the memory of the graphics card, and leaves it again
 //     Viewer_Script       does what a user would
 #include <cstdio>
@@ -65,18 +66,6 @@ struct Request {
 
 static Request scan_arguments(int argc, char** argv) {
     Request request;
-    const struct {
-        const char* name;
-        const char** value;
-    } texts[] = {{"-camera", &request.camera},
-                 {"-save", &request.save_as},
-                 {"-picture", &request.picture},
-                 {"-script", &request.script}};
-    const struct {
-        const char *name, *complaint;
-        int* value;
-    } numbers[] = {{"-frames", "-frames takes a number from 1 on", &request.frames},
-                   {"-coarse", "-coarse takes a number from 1 on", &request.coarseness}};
     for (int i = 1; i < argc; ++i) {
         const std::string name = argv[i];
         if (name[0] != '-' || name == "-") {
@@ -85,24 +74,30 @@ static Request scan_arguments(int argc, char** argv) {
             continue;
         }
         const char* const value = i + 1 < argc ? argv[++i] : nullptr;
-        char end;
         if (!value) fail(usage, wrong_usage);
-        bool is_known = false;
-        for (const auto& text : texts)
-            if (name == text.name) *text.value = value, is_known = true;
-        for (const auto& number : numbers) {
-            if (name != number.name) continue;
-            is_known = true;
-            if (std::sscanf(value, "%6d%c", number.value, &end) != 1 || *number.value < 1)
-                fail(number.complaint, wrong_usage);
+        char end;
+        const auto scan_number = [&](int* number) {
+            if (std::sscanf(value, "%6d%c", number, &end) != 1 || *number < 1)
+                fail(str_format("%s takes a number from 1 on", name.c_str()), wrong_usage);
+        };
+        if (name == "-camera") {
+            request.camera = value;
+        } else if (name == "-save") {
+            request.save_as = value;
+        } else if (name == "-picture") {
+            request.picture = value;
+        } else if (name == "-script") {
+            request.script = value;
+        } else if (name == "-frames") {
+            scan_number(&request.frames);
+        } else if (name == "-coarse") {
+            scan_number(&request.coarseness);
+        } else if (name != "-size") {
+            fail(usage, wrong_usage);
+        } else if (std::sscanf(value, "%5dx%5d%c", &request.width, &request.height, &end) != 2 ||
+                   request.width < 1 || request.height < 1) {
+            fail("a size is WxH, in pixels", wrong_usage);
         }
-        if (name == "-size") {
-            is_known = true;
-            if (std::sscanf(value, "%5dx%5d%c", &request.width, &request.height, &end) != 2 ||
-                request.width < 1 || request.height < 1)
-                fail("a size is WxH, in pixels", wrong_usage);
-        }
-        if (!is_known) fail(usage, wrong_usage);
     }
     if (!request.scene) fail(usage, wrong_usage);
     return request;
@@ -182,9 +177,12 @@ private:
         SDL_Event event;
         const bool waits = !is_automatic() && !is_busy_;
         bool has_event = waits ? SDL_WaitEventTimeout(&event, patience) : SDL_PollEvent(&event);
-        is_busy_ = has_event;
-        for (; has_event; has_event = SDL_PollEvent(&event))
+        is_busy_ = false;
+        for (; has_event; has_event = SDL_PollEvent(&event)) {
             if (!control_.handle(event)) return false;
+            // A mouse that only passes changes nothing.
+            if (event.type != SDL_MOUSEMOTION || event.motion.state != 0) is_busy_ = true;
+        }
         return true;
     }
 
