@@ -99,7 +99,9 @@ void Viewer_Dots::make(Viewer_Meshes& meshes) {
     dots.reserve(static_cast<std::size_t>(world_->shape_count()));
     holds_all_ = true;
     const WDB_Material* const plain = new WDB_Material;
-    world_->for_each_shape([&](WDB_Node& node, const Bbox& box) {
+    Bbox everywhere;
+    everywhere.infinite();
+    world_->for_each_shape_unordered(everywhere, [&](WDB_Node& node, const Bbox& box) {
         if (!Viewer_Meshes::is_opaque(node)) {
             holds_all_ = false;
             return;

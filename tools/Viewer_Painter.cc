@@ -1,6 +1,7 @@
 #include "tools/Viewer_Painter.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstddef>
 
 #include "std/Std_Common.h"
@@ -125,8 +126,10 @@ void Viewer_Painter::collect(WDB_Database& world, WDB_Camera& camera, int width,
             clear_.push_back({dot(eye_ - box.center(), back), look, place});
         }
     });
-    std::sort(clear_.begin(), clear_.end(),
-              [](const Clear_Shape& a, const Clear_Shape& b) { return a.distance > b.distance; });
+    // An order of all floats, since NaN would break the other one, and with it the sort.
+    std::sort(clear_.begin(), clear_.end(), [](const Clear_Shape& a, const Clear_Shape& b) {
+        return std::strong_order(a.distance, b.distance) > 0;
+    });
 }
 
 void Viewer_Painter::send_lamps(const WDB_Database& world) {
@@ -204,7 +207,7 @@ static float distance2(const float (&columns)[3][4]) {
 void Viewer_Painter::draw_opaque() {
     for (auto& [look, places] : opaque_) {
         std::sort(places.begin(), places.end(), [](const Place& a, const Place& b) {
-            return distance2(a.columns) < distance2(b.columns);
+            return std::strong_order(distance2(a.columns), distance2(b.columns)) < 0;
         });
         if (!places.empty()) draw(look, places);
     }
