@@ -137,7 +137,7 @@ private:
     std::clock_t cpu_start_ = 0;
 };
 
-// The same for saves, which tell of each thing that they write.
+// Leaves out besides what a save tells of each thing that it writes.
 class View_Messager : public Load_Messager {
     STD_OBJ_CLASS(View_Messager, Load_Messager)
 
@@ -190,11 +190,14 @@ private:
     bool look_after_scene() {
         const Viewer_Scene::State state = scene_.take_loaded();
         if (state == Viewer_Scene::FAILED) {
-            control_.tell(str_format("cannot read the scene %.300s", scene_.url()));
-            if (scene_.world()) return true;
-            std_write_line("nolt_view: ", str_format("cannot read the scene %.300s", scene_.url()));
-            status_ = 1;
-            return false;
+            const char* const complaint = str_format("cannot read the scene %.300s", scene_.url());
+            if (!scene_.world()) {
+                std_write_line("nolt_view: ", complaint);
+                status_ = 1;
+                return false;
+            }
+            control_.tell(complaint);
+            is_busy_ = true; // the bar goes
         }
         if (state == Viewer_Scene::LOADED) enter();
         const double now = std_seconds_now();
@@ -242,21 +245,21 @@ private:
         return !is_over;
     }
 
-    // While something moves, pictures are as coarse as they have to be to come in time.
+    // While something moves, the bar too, pictures are as coarse as they have to be to come in time.
     void paint() {
         const double coarsest = 16;
         // Seconds. With half the coarseness a picture may take five times as long.
         const double too_long = 0.04, short_time = 0.008;
         const bool is_given = request_.coarseness > 0 || script_.is_open();
         const double given = std::max(request_.coarseness, 1);
-        is_coarse_ = !is_given && is_busy_ && coarseness_ > 1;
+        is_coarse_ = !is_given && (is_busy_ || scene_.is_loading()) && coarseness_ > 1;
         painter_.set_coarseness(is_given ? given : is_coarse_ ? coarseness_ : 1);
         const double start = std_seconds_now();
         painter_.paint(*scene_.world(), control_.camera(), window_.width(), window_.height(),
                        control_.picked());
         glFinish();
         const double taken = std_seconds_now() - start;
-        if (taken > too_long) coarseness_ = std::min(coarseness_ * (taken / too_long), coarsest);
+        if (taken > too_long) coarseness_ = std::min(coarseness_ * taken / too_long, coarsest);
         if (taken < short_time) coarseness_ = std::max(coarseness_ / 2, 1.0);
     }
 

@@ -126,11 +126,13 @@ TEST_F(Nolt_View, reads_again_what_has_changed) {
     EXPECT_EQ(run("'" NOLT_VIEW "' -script script -", " >out 2>err <x.3d"), 0) << err;
     EXPECT_EQ(out, "-: 2 shapes, 0 errors\n");
     put_file("new.3d",
-             "material x {\n color 9\n}\n" + scene("node more { frame t 0.5 0.5 0; "
+             "material x {\n color 9\n}\n" + scene("node more { frame s 0.4 0.4 1 t 0.5 0.5 0; "
                                                    "material green; geometry square }\n"));
     put_file("change", "while [ ! -s a.rgb ]; do sleep 0.1; done\nsleep 0.1\ncp new.3d x.3d\n");
     put_file("script", "picture a.rgb\nreloaded\nframes 2\npicture b.rgb\n");
-    EXPECT_EQ(run("sh change & '" NOLT_VIEW "' -size 100x100 -camera eye -script script x.3d"), 0);
+    EXPECT_EQ(
+        run("sh change & '" NOLT_VIEW "' -size 100x100 -coarse 60 -camera eye -script script x.3d"),
+        0);
     expect_pixel("a.rgb", 75, 25, background);
     expect_pixel("b.rgb", 75, 25, green);
     EXPECT_TRUE(holds(out, "x.3d: 2 shapes, 0 errors\n"));
