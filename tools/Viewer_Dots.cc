@@ -115,8 +115,9 @@ void Viewer_Dots::make(Viewer_Meshes& meshes) {
         if (coarse.get_with_normals()) color = color * light_ * facing + material.get_ambient();
         color += material.get_emission();
         Dot dot = {box.center(), reach_of(box), size_of(node), {}};
+        // NaN is black.
         for (int i = 0; i < 3; ++i)
-            dot.color[i] = static_cast<GLubyte>(255 * std::clamp(color[i], 0.0f, 1.0f) + 0.5f);
+            dot.color[i] = static_cast<GLubyte>(255 * std::min(std::max(0.0f, color[i]), 1.0f));
         dots.push_back(dot);
     });
     glBindBuffer(GL_ARRAY_BUFFER, buffer_);

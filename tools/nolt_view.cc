@@ -245,7 +245,8 @@ private:
         return !is_over;
     }
 
-    // While something moves, the bar too, pictures are as coarse as they have to be to come in time.
+    // While something moves, were it the bar, pictures are as coarse as they have to be to come in
+    // time.
     void paint() {
         const double coarsest = 16;
         // Seconds. With half the coarseness a picture may take five times as long.
