@@ -59,11 +59,11 @@ bool Model_Files::Exists(const char* path) const {
 }
 
 static unsigned char* read_all(const std::string& place, std::size_t* size) {
-    const off_t most_bytes = off_t{1} << 30;
+    const off_t largest = off_t{1} << 30;
     const int file = open(place.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     struct stat status;
     unsigned char* bytes = nullptr;
-    if (file >= 0 && fstat(file, &status) == 0 && status.st_size <= most_bytes) {
+    if (file >= 0 && fstat(file, &status) == 0 && status.st_size <= largest) {
         *size = static_cast<std::size_t>(status.st_size);
         bytes = new unsigned char[*size + 1];
         std::size_t at = 0;

@@ -8,7 +8,7 @@
 #include "wdb/WDB_Material.h"
 
 // What is no dot goes to where it is cut off.
-static const char* const vertex_source = R"(#version 330 compatibility
+static const char* const dot_vertex_source = R"(#version 330 compatibility
 uniform mat4 view;
 uniform vec3 eye;
 uniform vec2 half_size;
@@ -30,7 +30,7 @@ void main() {
 )";
 
 // Darker towards the rim, as things seen from where the light is.
-static const char* const fragment_source = R"(#version 330 compatibility
+static const char* const dot_fragment_source = R"(#version 330 compatibility
 flat in vec3 paint, disc;
 
 void main() {
@@ -55,7 +55,7 @@ Viewer_Dots::~Viewer_Dots() {
 }
 
 bool Viewer_Dots::open() {
-    program_ = link_shaders(vertex_source, fragment_source);
+    program_ = link_shaders(dot_vertex_source, dot_fragment_source);
     if (!program_) return false;
     glGenBuffers(1, &buffer_);
     glGenVertexArrays(1, &array_);
