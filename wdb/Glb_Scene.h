@@ -4,7 +4,7 @@
 //     Glb_Scene scene(world, options);
 //     scene.collect();
 //     ... scene.meshes() ...
-//     scene.for_each([&](const WDB_Node& node) { ... scene.mesh_of(node, *node.get_geometry()) ... });
+//     scene.for_each([&](const WDB_Node& node) { ... scene.mesh_of(node, geometry) ... });
 //
 // Nodes are not kept, as there may be millions of them: each walk meets them again, in one order.
 // Memory: that of the largest geometry, and a number for each thing that nodes share.
