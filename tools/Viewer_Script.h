@@ -6,7 +6,7 @@
 //     key Page Up                a key by its name in SDL
 //     frames 10                  draw so many pictures meanwhile
 //     picture a.png              save what the window shows
-//     reloaded                   wait until the scene was read again
+//     reloaded                   wait until the scene was read again, or could not be
 //
 // One in a line; what follows "#" is not looked at. The script starts once the scene is there, and
 // its end is that of the viewer.

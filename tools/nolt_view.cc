@@ -197,6 +197,7 @@ private:
                 return false;
             }
             control_.tell(complaint);
+            script_.note_load();
             is_busy_ = true; // the bar goes
         }
         if (state == Viewer_Scene::LOADED) enter();
