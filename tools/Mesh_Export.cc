@@ -409,7 +409,11 @@ const char* Obj_Export::save(WDB_Database& world, const char* path, Mesh_Losses*
     for_each_list(world, [&](const Placed& p) {
         if (p.node.get_texture()) sources_.insert(p.node.get_texture()->get_image()->get_source());
     });
-    for (const std::string& name : {std::string(path), base_ + ".mtl"})
+    // Materials without a mesh beside them are those of another one, perhaps of the scene.
+    const std::string materials = base_ + ".mtl";
+    if (access(path, F_OK) != 0 && access(materials.c_str(), F_OK) == 0)
+        return "its .mtl is there already, and belongs to another file";
+    for (const std::string& name : {std::string(path), materials})
         if (!outputs_.emplace_back().open(name)) return std::strerror(errno);
     outputs_[0].text("mtllib ").text(file_name(".mtl\n").c_str());
     lost->nodes = for_each_list(world, [&](const Placed& p) {

@@ -11,6 +11,13 @@
 
 namespace {
 
+// Numbers may have a sign that std::from_chars does not take.
+template<class Number>
+void read_number(std::string_view word, Number* number) {
+    if (word.starts_with('+')) word.remove_prefix(1);
+    std::from_chars(word.data(), word.data() + word.size(), *number);
+}
+
 bool is_blank(char c) {
     return c == ' ' || c == '\t' || c == '\r';
 }
@@ -80,7 +87,7 @@ bool read_corner(std::string_view word, const Counts& so_far, const Counts& all,
         word.remove_prefix(std::min(part.size() + 1, word.size()));
         if (part.empty()) continue;
         long long number = 0;
-        std::from_chars(part.data(), part.data() + part.size(), number);
+        read_number(part, &number);
         if (number < 0) number += so_far[i] + 1;
         if (number < 1 || number > all[i]) return false;
         (*corner)[i] = number;
@@ -111,7 +118,7 @@ private:
     static long long group_of(Obj_Lines& lines) {
         const std::string_view word = lines.next_word();
         long long group = word == "on";
-        std::from_chars(word.data(), word.data() + word.size(), group);
+        read_number(word, &group);
         return group;
     }
     bool collect();
@@ -133,7 +140,7 @@ bool Obj_Smoother::collect() {
         Wide_Vector point = {};
         for (double& part : point) {
             const std::string_view word = lines.next_word();
-            std::from_chars(word.data(), word.data() + word.size(), part);
+            read_number(word, &part);
         }
         points_.push_back(point);
     }
