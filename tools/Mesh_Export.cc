@@ -36,13 +36,13 @@
 #include "wdb/WDB_Texture.h"
 #include "wdb/WDB_Tri_List.h"
 
-static bool ends_in(std::string_view path, std::string_view suffix) {
+bool path_ends_in(std::string_view path, std::string_view suffix) {
     if (path.size() < suffix.size()) return false;
     return strcasecmp(path.substr(path.size() - suffix.size()).data(), suffix.data()) == 0;
 }
 
 bool is_mesh_file(const char* path) {
-    return ends_in(path, ".obj") || ends_in(path, ".ply") || ends_in(path, ".stl");
+    return path_ends_in(path, ".obj") || path_ends_in(path, ".ply") || path_ends_in(path, ".stl");
 }
 
 namespace {
@@ -425,7 +425,7 @@ const char* Obj_Export::save(WDB_Database& world, const char* path, Mesh_Losses*
 } // namespace
 
 const char* mesh_export(WDB_Database& world, const char* path, Mesh_Losses* lost) {
-    if (ends_in(path, ".stl")) return export_stl(world, path, lost);
-    if (ends_in(path, ".ply")) return export_ply(world, path, lost);
+    if (path_ends_in(path, ".stl")) return export_stl(world, path, lost);
+    if (path_ends_in(path, ".ply")) return export_ply(world, path, lost);
     return Obj_Export(path).save(world, path, lost);
 }

@@ -9,7 +9,12 @@
 #ifndef TOOLS_MESH_EXPORT_H
 #define TOOLS_MESH_EXPORT_H
 
+#include <string_view>
+
 class WDB_Database;
+
+// In capitals or not.
+bool path_ends_in(std::string_view path, std::string_view suffix);
 
 // By the suffix: .obj, .ply or .stl.
 bool is_mesh_file(const char* path);
@@ -21,7 +26,8 @@ struct Mesh_Losses {
 };
 
 // All files or none; of each node the finest level. Numbers of pictures pass over those of files
-// that the world was read from. On failure: the reason.
+// that the world was read from.
+// On failure: the reason; so also where NAME.mtl stands without NAME.obj and so is another file's.
 // Requires: is_mesh_file.
 const char* mesh_export(WDB_Database& world, const char* path, Mesh_Losses* lost);
 

@@ -27,7 +27,6 @@ static int fail(const char* message, int status = 1) {
 
 // The status of the command. What is lost is told on the way.
 static int save(WDB_Database& world, const char* path, const WDB_Glb_Options& glb) {
-    const std::string_view name(path);
     if (is_mesh_file(path)) {
         Mesh_Losses lost;
         if (const char* const reason = mesh_export(world, path, &lost))
@@ -40,8 +39,8 @@ static int save(WDB_Database& world, const char* path, const WDB_Glb_Options& gl
         tell(lost.triangles, "triangles with a number that is infinite or none");
         return 0;
     }
-    const int result = name.ends_with(".glb") ? wdb_save_glb(world, path, glb)
-                                              : wdb_save(world, path, {.is_complete = true});
+    const int result = path_ends_in(path, ".glb") ? wdb_save_glb(world, path, glb)
+                                                  : wdb_save(world, path, {.is_complete = true});
     return result == EOF ? 1 : 0;
 }
 
@@ -60,8 +59,8 @@ int main(int argc, char** argv) {
     const int first = glb.has_instances ? 2 : 1;
     if (argc != first + 2 || argv[first][0] == '\0') return fail(usage, wrong_usage);
     const char *const scene = argv[first], *const result = argv[first + 1];
-    const bool is_glb = std::string_view(result).ends_with(".glb");
-    const bool is_other = std::string_view(result).ends_with(".3d") || is_mesh_file(result);
+    const bool is_glb = path_ends_in(result, ".glb");
+    const bool is_other = path_ends_in(result, ".3d") || is_mesh_file(result);
     if (!is_glb && (!is_other || glb.has_instances)) return fail(usage, wrong_usage);
     if (are_one_file(scene, result)) return fail("the result would take the place of the scene");
     std_set_current_messager(new Load_Messager);

@@ -75,6 +75,7 @@ TEST_F(Nolt_Convert, statuses) {
     put_file("s", unfolded(scene));
     put_file("s.glb", "");
     put_file("bad", unfolded(scene) + "rubbish\n");
+    put_file("others.mtl", "newmtl m\n");
     const std::tuple<const char*, int> rows[] = {
         {"", 2},
         {"s o.xyz", 2},
@@ -85,6 +86,8 @@ TEST_F(Nolt_Convert, statuses) {
         {"absent o.stl", 1},
         {"bad o.stl", 1},
         {"s none/o.obj", 1},
+        {"s others.obj", 1},
+        {"s O.3D", 0},
 #ifdef NOLT_JSON
         {"-instances s o.glb", 0},
         {"s s.glb", 0},
@@ -94,4 +97,5 @@ TEST_F(Nolt_Convert, statuses) {
         EXPECT_EQ(convert(arguments), status) << arguments << err;
         EXPECT_EQ(holds(err, "usage: nolt_convert"), status == 2) << err;
     }
+    EXPECT_EQ(file("others.mtl"), "newmtl m\n");
 }
